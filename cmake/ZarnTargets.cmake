@@ -1,0 +1,49 @@
+# How this project's targets are made: one static library per folder, one test program per folder.
+
+set(ZARN_WARNINGS
+    -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wcast-qual -Wformat=2 -Wundef -Wunused
+    -Wimplicit-fallthrough -Wextra-semi)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  list(APPEND ZARN_WARNINGS -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast)
+endif()
+
+# The flags shared by all targets of the project.
+function(zarn_flags target)
+  target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZARN_WARNINGS}>)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  if(ZARN_SANITIZE)
+    target_compile_options(${target} PRIVATE -fsanitize=${ZARN_SANITIZE} -fno-sanitize-recover=all
+                                             -fno-omit-frame-pointer -O1)
+    target_link_options(${target} PUBLIC -fsanitize=${ZARN_SANITIZE})
+  endif()
+  if(ZARN_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    target_link_options(${target} PUBLIC --coverage)
+  endif()
+  if(ZARN_FUZZ)
+    target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link,address,undefined
+                                             -fno-sanitize-recover=undefined)
+    target_link_options(${target} PUBLIC -fsanitize=address,undefined)
+  endif()
+endfunction()
+
+# zarn_library(name SOURCES file... [LINKS target...])
+function(zarn_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  zarn_flags(${name})
+  target_link_libraries(${name} PUBLIC ${ARG_LINKS})
+endfunction()
+
+# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
+# One GoogleTest program; each of its cases is a test of ctest.
+function(zarn_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  zarn_flags(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
+  target_compile_definitions(${name} PRIVATE ZARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+                                             ZARN_BUILD_DIR="${PROJECT_BINARY_DIR}")
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600)
+endfunction()

@@ -1,0 +1,116 @@
+#include "foundation/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+namespace zarn {
+namespace {
+
+// A file descriptor, closed at the end.
+class Descriptor {
+public:
+    Descriptor(const std::string& path, int flags) : fd_(::open(path.c_str(), flags | O_CLOEXEC, 0666)) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+
+    [[nodiscard]] int Get() const { return fd_; }
+    [[nodiscard]] bool IsOpen() const { return fd_ >= 0; }
+
+    // False also when the closing itself reports that data was lost.
+    [[nodiscard]] bool Close() {
+        const int fd = fd_;
+        fd_ = -1;
+        return ::close(fd) == 0;
+    }
+
+private:
+    int fd_;
+};
+
+[[nodiscard]] bool WriteAll(int fd, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t written = ::write(fd, text.data(), text.size());
+        if (written > 0) {
+            text.remove_prefix(static_cast<std::size_t>(written));
+        } else if (written == 0 || errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Reads to the end of the file; `sizeHint` is what fstat said, which a file of procfs gives as 0.
+[[nodiscard]] bool ReadAll(int fd, std::size_t sizeHint, std::string& text) {
+    constexpr std::size_t kStep = 65536;
+    std::size_t used = 0;
+    text.resize(sizeHint + 1);
+    while (true) {
+        if (used == text.size()) {
+            text.resize(text.size() + text.size() / 2 + kStep);
+        }
+        const ssize_t got = ::read(fd, text.data() + used, text.size() - used);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            text.resize(used);
+            return got == 0;
+        }
+        used += static_cast<std::size_t>(got);
+    }
+}
+
+}  // namespace
+
+FileResult ReadFile(const std::string& path, std::string& text) {
+    text.clear();
+    const Descriptor file(path, O_RDONLY | O_NONBLOCK);
+    struct stat status {};
+    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return FileResult::CannotOpen;
+    }
+    return ReadAll(file.Get(), static_cast<std::size_t>(status.st_size), text) ? FileResult::Ok
+                                                                              : FileResult::Failed;
+}
+
+FileResult WriteFile(const std::string& path, std::string_view text) {
+    Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC);
+    if (!file.IsOpen()) {
+        return FileResult::CannotOpen;
+    }
+    const bool written = WriteAll(file.Get(), text);
+    return file.Close() && written ? FileResult::Ok : FileResult::Failed;
+}
+
+FileResult AppendFile(const std::string& path, std::string_view text) {
+    Descriptor file(path, O_WRONLY | O_CREAT | O_APPEND);
+    struct stat before {};
+    if (!file.IsOpen() || ::fstat(file.Get(), &before) != 0) {
+        return FileResult::CannotOpen;
+    }
+    if (!WriteAll(file.Get(), text)) {
+        (void)!::ftruncate(file.Get(), before.st_size);
+        return FileResult::Failed;
+    }
+    return file.Close() ? FileResult::Ok : FileResult::Failed;
+}
+
+bool LineCursor::Next(std::string_view& line) {
+    if (rest_.empty()) {
+        return false;
+    }
+    const std::size_t end = rest_.find('\n');
+    line = rest_.substr(0, end);
+    rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
+    return true;
+}
+
+}  // namespace zarn

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+// All JSON goes through this header, since the library's behaviour is settled here: its assertions stay
+// live in every build type (reading a value of a wrong type, or a missing member, ends the process by
+// SIGABRT), and it parses without recursion, so that nesting costs memory and not stack.
+#ifdef RAPIDJSON_RAPIDJSON_H_
+#error "include foundation/json.h instead of the JSON library's headers"
+#endif
+#define RAPIDJSON_ASSERT(condition) \
+    ((condition) ? static_cast<void>(0) : ::zarn::FailJsonAssertion(#condition, __FILE__, __LINE__))
+#define RAPIDJSON_PARSE_DEFAULT_FLAGS kParseIterativeFlag
+#define RAPIDJSON_HAS_STDSTRING 1
+
+namespace zarn {
+
+// Says which assertion of the JSON library failed, on the error stream, and aborts the process.
+[[noreturn]] void FailJsonAssertion(const char* condition, const char* file, int line) noexcept;
+
+}  // namespace zarn
+
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+namespace zarn {
+
+using JsonDocument = rapidjson::Document;
+using JsonValue = rapidjson::Value;
+using JsonAllocator = rapidjson::Document::AllocatorType;
+
+// Parses one JSON value that fills the whole of `text`, under the library's default flags. False if the
+// text is no such value: empty, torn, followed by anything but white space, or holding a NUL byte. Any
+// nesting depth and any size are accepted without recursion.
+[[nodiscard]] bool ParseJson(std::string_view text, JsonDocument& document);
+
+// The compact text of `value`, as the library's Writer gives it, but written without recursion, so that
+// a value of any depth can be written. Appended to `buffer`.
+void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer);
+
+}  // namespace zarn
