@@ -28,9 +28,13 @@ void WriteLine(int fd, std::string_view line) {
 
 }  // namespace
 
-void PrintLine(std::string_view line) { WriteLine(STDOUT_FILENO, line); }
+void PrintLine(std::string_view line) {
+    WriteLine(STDOUT_FILENO, line);
+}
 
-void PrintError(std::string_view line) { WriteLine(STDERR_FILENO, line); }
+void PrintError(std::string_view line) {
+    WriteLine(STDERR_FILENO, line);
+}
 
 void PrintFromSignalHandler(std::string_view constantText) noexcept {
     const int savedErrno = errno;

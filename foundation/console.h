@@ -5,8 +5,9 @@
 
 namespace zarn {
 
-// The only place that knows the streams. A line goes out, newline included, in one write, unbuffered,
-// so that lines of missions on different threads never mix and nothing is lost when the process ends.
+// The only place that knows the streams. A line goes out, newline included, in one write,
+// unbuffered, so that lines of missions on different threads never mix and nothing is lost when the
+// process ends.
 
 // Writes `line` and a newline to standard output.
 void PrintLine(std::string_view line);

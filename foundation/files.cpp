@@ -12,7 +12,8 @@ namespace {
 // A file descriptor, closed at the end.
 class Descriptor {
 public:
-    Descriptor(const std::string& path, int flags) : fd_(::open(path.c_str(), flags | O_CLOEXEC, 0666)) {}
+    Descriptor(const std::string& path, int flags)
+        : fd_(::open(path.c_str(), flags | O_CLOEXEC, 0666)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() {
@@ -68,17 +69,26 @@ private:
     }
 }
 
-}  // namespace
-
-FileResult ReadFile(const std::string& path, std::string& text) {
+// Reads the regular file `path`, opened with `access`.
+FileResult ReadRegularFile(const std::string& path, int access, std::string& text) {
     text.clear();
-    const Descriptor file(path, O_RDONLY | O_NONBLOCK);
+    const Descriptor file(path, access | O_NONBLOCK);
     struct stat status {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return FileResult::CannotOpen;
     }
     return ReadAll(file.Get(), static_cast<std::size_t>(status.st_size), text) ? FileResult::Ok
-                                                                              : FileResult::Failed;
+                                                                               : FileResult::Failed;
+}
+
+}  // namespace
+
+FileResult ReadFile(const std::string& path, std::string& text) {
+    return ReadRegularFile(path, O_RDONLY, text);
+}
+
+FileResult ReadWritableFile(const std::string& path, std::string& text) {
+    return ReadRegularFile(path, O_RDWR, text);
 }
 
 FileResult WriteFile(const std::string& path, std::string_view text) {

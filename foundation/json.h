@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-// All JSON goes through this header, since the library's behaviour is settled here: its assertions stay
-// live in every build type (reading a value of a wrong type, or a missing member, ends the process by
-// SIGABRT), and it parses without recursion, so that nesting costs memory and not stack.
+// All JSON goes through this header, since the library's behaviour is settled here: its assertions
+// stay live in every build type (reading a value of a wrong type, or a missing member, ends the
+// process by SIGABRT), and it parses without recursion, so that nesting costs memory and not stack.
 #ifdef RAPIDJSON_RAPIDJSON_H_
 #error "include foundation/json.h instead of the JSON library's headers"
 #endif
@@ -33,13 +33,13 @@ using JsonDocument = rapidjson::Document;
 using JsonValue = rapidjson::Value;
 using JsonAllocator = rapidjson::Document::AllocatorType;
 
-// Parses one JSON value that fills the whole of `text`, under the library's default flags. False if the
-// text is no such value: empty, torn, followed by anything but white space, or holding a NUL byte. Any
-// nesting depth and any size are accepted without recursion.
+// Parses one JSON value that fills the whole of `text`, under the library's default flags. False if
+// the text is no such value: empty, torn, followed by anything but white space, or holding a NUL
+// byte. Any nesting depth and any size are accepted without recursion.
 [[nodiscard]] bool ParseJson(std::string_view text, JsonDocument& document);
 
-// The compact text of `value`, as the library's Writer gives it, but written without recursion, so that
-// a value of any depth can be written. Appended to `buffer`.
+// The compact text of `value`, as the library's Writer gives it, but written without recursion, so
+// that a value of any depth can be written. Appended to `buffer`.
 void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer);
 
 }  // namespace zarn

@@ -5,14 +5,14 @@
 
 namespace zarn {
 
-// What a mission's run cost in wall time: started at the entry of `Start`, recorded when the work has
-// succeeded. A mission that fails records nothing.
+// What a mission's run cost in wall time: started at the entry of `Start`, recorded when the work
+// has succeeded. A mission that fails records nothing.
 class MissionCost {
 public:
     MissionCost() : start_(std::chrono::steady_clock::now()) {}
 
-    // Appends "[<missionName>] cost time: <seconds>s" to env_info/time_cost.log below `dataPath`, the
-    // seconds being whole milliseconds / 1000.0 in a stream's default number format.
+    // Appends "[<missionName>] cost time: <seconds>s" to env_info/time_cost.log below `dataPath`,
+    // the seconds being whole milliseconds / 1000.0 in a stream's default number format.
     void Record(const std::string& missionName, const std::string& dataPath) const;
 
 private:

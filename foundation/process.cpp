@@ -16,8 +16,8 @@
 namespace zarn {
 namespace {
 
-// The caller's environment with the locale of the children put in its place. The strings belong to the
-// process environment; the list ends in a null pointer.
+// The caller's environment with the locale of the children put in its place. The strings belong to
+// the process environment; the list ends in a null pointer.
 std::vector<char*> ChildEnvironment() {
     static char locale[] = "LC_ALL=C";
     std::vector<char*> environment;

@@ -8,13 +8,14 @@
 
 #include "foundation/json.h"
 
-// Reading of configuration sections, shared by all missions: test presence, test the type, then read.
-// The words of a failure are the mission's own, so they are handed in or printed by the caller.
+// Reading of configuration sections, shared by all missions: test presence, test the type, then
+// read. The words of a failure are the mission's own, so they are handed in or printed by the
+// caller.
 namespace zarn {
 
 // The JSON types that settings are tested for. Unsigned: a non-negative integer of at most 32 bits;
-// Integer: one that fits a signed 32-bit integer; Floating: a number written with a point or exponent;
-// Number: any of these.
+// Integer: one that fits a signed 32-bit integer; Floating: a number written with a point or
+// exponent; Number: any of these.
 enum class JsonType { Array, Object, String, Bool, Unsigned, Integer, Floating, Number };
 
 // One key of a section and the type it must have.
@@ -25,8 +26,9 @@ struct KeyRule {
 
 [[nodiscard]] bool HasType(const JsonValue& value, JsonType type);
 
-// The member `key` of `object`, or nullptr. A value that is no object trips the JSON library's assertion,
-// which ends the process: a caller that may meet one tests for it first. The same holds below.
+// The member `key` of `object`, or nullptr. A value that is no object trips the JSON library's
+// assertion, which ends the process: a caller that may meet one tests for it first. The same holds
+// below.
 [[nodiscard]] const JsonValue* FindMember(const JsonValue& object, const char* key);
 
 // The first of `keys`, in their order, that `section` lacks.

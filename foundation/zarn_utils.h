@@ -15,27 +15,32 @@
 #include "foundation/stop_flag.h"
 
 // Free functions that every mission leans on. Strings are byte strings; paths are joined by plain
-// concatenation, so a directory that is a prefix of a path carries its final slash. A failure is a false
-// result after one line on the error stream; nothing is thrown to the caller. All are safe to call from
-// several threads at once.
+// concatenation, so a directory that is a prefix of a path carries its final slash. A failure is a
+// false result after one line on the error stream; nothing is thrown to the caller. All are safe to
+// call from several threads at once.
 namespace zarn {
 
-// ---- Shell execution -------------------------------------------------------------------------------
+// ---- Shell execution
+// -------------------------------------------------------------------------------
 
-// Replaces `output` by everything `command` prints on standard output; trailing newlines stay. True even
-// when the command fails; false after its line when it cannot be started.
+// Replaces `output` by everything `command` prints on standard output; trailing newlines stay. True
+// even when the command fails; false after its line when it cannot be started.
 [[nodiscard]] bool ExecuteCommand(const std::string& command, std::string& output,
                                   CommandRunner& runner = SystemCommandRunner());
 
-// Appends one string per line of the command's output, without its newline. Lines are read in pieces of
-// at most kCommandLinePiece bytes, so a longer line gives several strings.
+// Appends one string per line of the command's output, without its newline. Lines are read in
+// pieces of at most kCommandLinePiece bytes, so a longer line gives several strings.
 [[nodiscard]] bool ExecuteCommandLines(const std::string& command, std::vector<std::string>& lines,
                                        CommandRunner& runner = SystemCommandRunner());
 inline constexpr std::size_t kCommandLinePiece = 511;
 
-// Starts `command` on a thread, sleeps `seconds` (not watching any stop flag; 0 does not sleep), then
-// interrupts `processName` with KillProcessByName and "-2" and joins the thread. If the kill fails the
-// thread still runs and the ending of the function terminates the process. `tag` heads the lines.
+// The cutting behind it, for missions that keep the whole output and views into it.
+void CutCommandLines(std::string_view output, std::vector<std::string_view>& lines);
+
+// Starts `command` on a thread, sleeps `seconds` (not watching any stop flag; 0 does not sleep),
+// then interrupts `processName` with KillProcessByName and "-2" and joins the thread. If the kill
+// fails the thread still runs and the ending of the function terminates the process. `tag` heads
+// the lines.
 [[nodiscard]] bool RunCommandThenKill(const std::string& command, std::uint32_t seconds,
                                       const std::string& tag, const std::string& processName,
                                       CommandRunner& runner = SystemCommandRunner());
@@ -46,8 +51,8 @@ inline constexpr std::size_t kCommandLinePiece = 511;
                                      const std::string& signalOption,
                                      CommandRunner& runner = SystemCommandRunner());
 
-// Appends (name, pid text) for each name that `pidof` knows; several pids stay in one blank-separated
-// text. Unknown names are left out after a line. Always true.
+// Appends (name, pid text) for each name that `pidof` knows; several pids stay in one
+// blank-separated text. Unknown names are left out after a line. Always true.
 bool GetProcessIds(const std::string& tag, const std::vector<std::string>& processNames,
                    std::vector<std::pair<std::string, std::string>>& processIds,
                    CommandRunner& runner = SystemCommandRunner());
@@ -55,31 +60,36 @@ bool GetProcessIds(const std::string& tag, const std::vector<std::string>& proce
 // A copy without LF and CR, with a backslash before each of #&;,|*?~<>^()[]{}$`! and the backslash.
 [[nodiscard]] std::string EscapeShellArgument(const std::string& input);
 
-// ---- Time ------------------------------------------------------------------------------------------
+// ---- Time
+// ------------------------------------------------------------------------------------------
 
-// 17 digits: local time "%Y%m%d%H%M%S" and three digits of milliseconds. False, without a line, if local
-// time cannot be had.
+// 17 digits: local time "%Y%m%d%H%M%S" and three digits of milliseconds. False, without a line, if
+// local time cannot be had.
 [[nodiscard]] bool GetCurrentTimeString(std::string& timeString);
 
 // The moment of booting, 14 digits.
-[[nodiscard]] bool GetBootTime(std::string& timeString, CommandRunner& runner = SystemCommandRunner());
+[[nodiscard]] bool GetBootTime(std::string& timeString,
+                               CommandRunner& runner = SystemCommandRunner());
 
 // Milliseconds since the epoch (below 2147483648000) to 17 digits of local time.
 [[nodiscard]] bool TimestampToString(std::uint64_t milliseconds, std::string& timeString);
 
 // 17 digits (or more: all from index 14 on count as milliseconds) to milliseconds since the epoch.
-[[nodiscard]] bool TimeStringToTimestamp(const std::string& timeString, std::uint64_t& milliseconds);
+[[nodiscard]] bool TimeStringToTimestamp(const std::string& timeString,
+                                         std::uint64_t& milliseconds);
 
 // "MMSSmmm" to minutes * 60 + seconds; the milliseconds do not count.
 [[nodiscard]] bool TimestampToSeconds(const std::string& digits, std::uint32_t& seconds);
 
-// The time digits in a raw file's name: ".../cpu_global_1_20230101120000123.log" gives the 17 digits.
+// The time digits in a raw file's name: ".../cpu_global_1_20230101120000123.log" gives the 17
+// digits.
 [[nodiscard]] std::string GetFileTimestamp(const std::string& path);
 
 // Sleeps up to `seconds`, one second at a time, ending early when the flag is set.
 void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag);
 
-// ---- Paths and files -------------------------------------------------------------------------------
+// ---- Paths and files
+// -------------------------------------------------------------------------------
 
 // The rule for paths given by a user: it exists and resolves to something under /opt/usr/.
 [[nodiscard]] bool CheckFilePath(const std::string& path);
@@ -101,7 +111,8 @@ void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag);
 // Appends the compact text of `document` and a newline, whole or not at all.
 void SaveJsonToFile(const std::string& path, const JsonValue& document);
 
-// The regular files of `directory` (final slash), not recursive, in directory order, as directory + name.
+// The regular files of `directory` (final slash), not recursive, in directory order, as directory +
+// name.
 [[nodiscard]] std::vector<std::string> ListFiles(const std::string& directory);
 
 // Those whose whole name is prefix, digits, ".", suffix; prefix and suffix are parts of a regular
@@ -114,8 +125,9 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document);
 [[nodiscard]] bool FileExistsByRegex(const std::string& directory, const std::string& pattern,
                                      const std::string& tag);
 
-// The texts of the whole matches of `pattern`, one per line that has one, passing over lines that begin
-// with one of `skipFirstChars`, up to `maxCount` of them (-1: no limit). The file must be writable too.
+// The texts of the whole matches of `pattern`, one per line that has one, passing over lines that
+// begin with one of `skipFirstChars`, up to `maxCount` of them (-1: no limit). The file must be
+// writable too.
 [[nodiscard]] bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern,
                                            std::vector<std::string>& matches,
                                            const std::vector<char>& skipFirstChars, int maxCount);
@@ -123,7 +135,8 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document);
 // Fits a thread's name for a file name: "/" to "_", "(" to "[", ")" to "]", if it has a "/" or "(".
 [[nodiscard]] std::string SanitizeProcessName(const std::string& name);
 
-// ---- Strings and numbers ---------------------------------------------------------------------------
+// ---- Strings and numbers
+// ---------------------------------------------------------------------------
 
 // Not empty, and every byte is a digit, LF or CR.
 [[nodiscard]] bool IsDigitString(std::string_view text);
@@ -132,20 +145,25 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document);
 [[nodiscard]] bool EqualsIgnoreCase(std::string_view a, std::string_view b);
 
 // Appends the non-empty pieces between occurrences of `delimiter`.
-void SplitString(std::string_view text, std::string_view delimiter, std::vector<std::string>& tokens);
+void SplitString(std::string_view text, std::string_view delimiter,
+                 std::vector<std::string>& tokens);
 // The same as views into `text`, for parsers that do not keep the pieces.
 void SplitViews(std::string_view text, std::string_view delimiter,
                 std::vector<std::string_view>& tokens);
-// Appends the non-empty pieces between matches; a text beyond the regular expressions' limit stays whole.
-void SplitByRegex(const std::string& text, const std::regex& pattern, std::vector<std::string>& tokens);
+// Appends the non-empty pieces between matches; a text beyond the regular expressions' limit stays
+// whole.
+void SplitByRegex(const std::string& text, const std::regex& pattern,
+                  std::vector<std::string>& tokens);
 
 // Removes blanks at both ends; only " " counts.
 void TrimSpaces(std::string& text);
 [[nodiscard]] std::string_view TrimSpacesView(std::string_view text);
 // TrimSpaces, then every run of blanks becomes one.
 void CollapseSpaces(std::string& text);
-// Replaces the first occurrence until there is none: `to` must not contain `from`, `from` not be empty.
-[[nodiscard]] std::string ReplaceAll(std::string text, const std::string& from, const std::string& to);
+// Replaces the first occurrence until there is none: `to` must not contain `from`, `from` not be
+// empty.
+[[nodiscard]] std::string ReplaceAll(std::string text, const std::string& from,
+                                     const std::string& to);
 // Index of the n-th occurrence, counted from 1; npos if there is none; 0 for n = 0.
 [[nodiscard]] std::size_t FindNthOccurrence(const std::string& text, const std::string& pattern,
                                             std::size_t n);
@@ -165,7 +183,8 @@ void AddJsonString(const std::string& key, const std::string& value, JsonDocumen
 // True if the machine has more processors than `core`.
 [[nodiscard]] bool CheckCoreId(std::uint32_t core, CommandRunner& runner = SystemCommandRunner());
 
-// ---- Statistics ------------------------------------------------------------------------------------
+// ---- Statistics
+// ------------------------------------------------------------------------------------
 
 // Arithmetic mean; 0 for an empty list.
 void GetAverage(const std::vector<double>& values, double& average);
@@ -173,21 +192,22 @@ void GetAverage(const std::vector<double>& values, double& average);
 void GetMaxMinAverage(const std::vector<double>& values, double& maximum, double& minimum,
                       double& average);
 
-// Inserts the indexes of local maxima above reference * ratio: the midpoint of each top that was risen to
-// and is fallen from. FindTroughs is the mirror, below reference * ratio.
+// Inserts the indexes of local maxima above reference * ratio: the midpoint of each top that was
+// risen to and is fallen from. FindTroughs is the mirror, below reference * ratio.
 void FindPeaks(const std::vector<double>& values, double reference, std::set<std::size_t>& indexes,
                double ratio);
-void FindTroughs(const std::vector<double>& values, double reference, std::set<std::size_t>& indexes,
-                 double ratio);
+void FindTroughs(const std::vector<double>& values, double reference,
+                 std::set<std::size_t>& indexes, double ratio);
 
 // Greater value first; equal values in increasing byte order of the name.
 [[nodiscard]] bool CompareByValueDescending(const std::pair<std::string, double>& a,
                                             const std::pair<std::string, double>& b);
 
-// ---- Cost log --------------------------------------------------------------------------------------
+// ---- Cost log
+// --------------------------------------------------------------------------------------
 
-// Appends the stream's text to env_info/time_cost.log below `dataPath`, under the process-wide cost lock.
-// A file that cannot be opened is passed over in silence.
+// Appends the stream's text to env_info/time_cost.log below `dataPath`, under the process-wide cost
+// lock. A file that cannot be opened is passed over in silence.
 void RecordCostTime(const std::string& dataPath, const std::ostringstream& text);
 
 }  // namespace zarn

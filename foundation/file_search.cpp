@@ -1,0 +1,119 @@
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "foundation/console.h"
+#include "foundation/files.h"
+#include "foundation/regex_guard.h"
+#include "foundation/zarn_utils.h"
+
+namespace zarn {
+namespace {
+
+// The names of the regular files of a directory, links followed, in directory order. False if the
+// directory cannot be opened.
+bool RegularFileNames(const std::string& directory, std::vector<std::string>& names) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(::opendir(directory.c_str()), ::closedir);
+    if (stream == nullptr) {
+        return false;
+    }
+    while (const dirent* entry = ::readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        struct stat status {};
+        if (::stat((directory + name).c_str(), &status) == 0 && S_ISREG(status.st_mode)) {
+            names.push_back(name);
+        }
+    }
+    return true;
+}
+
+// Prints the line of a directory that cannot be opened; the list is empty then.
+std::vector<std::string> RegularFileNamesOrLine(const std::string& directory) {
+    std::vector<std::string> names;
+    if (!RegularFileNames(directory, names)) {
+        PrintError("Can not open " + directory);
+    }
+    return names;
+}
+
+}  // namespace
+
+std::vector<std::string> ListFiles(const std::string& directory) {
+    std::vector<std::string> paths;
+    for (const std::string& name : RegularFileNamesOrLine(directory)) {
+        paths.push_back(directory + name);
+    }
+    return paths;
+}
+
+std::vector<std::string> FindIndexedFiles(const std::string& directory, const std::string& prefix,
+                                          const std::string& suffix) {
+    const std::regex pattern(prefix + R"((\d+)\.)" + suffix,
+                             std::regex::ECMAScript | std::regex::icase);
+    std::vector<std::string> paths;
+    ViewMatch match;
+    for (const std::string& name : RegularFileNamesOrLine(directory)) {
+        if (MatchGuarded(name, pattern, match)) {
+            paths.push_back(directory + name);
+        }
+    }
+    return paths;
+}
+
+bool FileExistsByRegex(const std::string& directory, const std::string& pattern,
+                       const std::string& tag) {
+    std::vector<std::string> names;
+    if (!RegularFileNames(directory, names)) {
+        PrintError("[" + tag + "] Can not open " + directory);
+        return false;
+    }
+    const std::regex compiled(pattern);
+    const bool found =
+        std::any_of(names.begin(), names.end(),
+                    [&compiled](const std::string& name) { return SearchGuarded(name, compiled); });
+    if (!found) {
+        PrintError("[" + tag + "] Target file: " + pattern +
+                   " does not exist under path: " + directory + "!");
+    }
+    return found;
+}
+
+bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern,
+                             std::vector<std::string>& matches,
+                             const std::vector<char>& skipFirstChars, int maxCount) {
+    matches.clear();
+    std::string text;
+    if (ReadWritableFile(path, text) != FileResult::Ok) {
+        PrintError("[zarn_utils] Cannot find input file!");
+        return false;
+    }
+    const std::regex compiled(pattern);
+    LineCursor cursor(text);
+    std::string_view line;
+    ViewMatch match;
+    while ((maxCount < 0 || matches.size() < static_cast<std::size_t>(maxCount)) &&
+           cursor.Next(line)) {
+        const bool skipped =
+            !line.empty() && std::find(skipFirstChars.begin(), skipFirstChars.end(),
+                                       line.front()) != skipFirstChars.end();
+        if (!skipped && SearchGuarded(line, compiled, match)) {
+            matches.push_back(match.str());
+        }
+    }
+    return true;
+}
+
+std::string SanitizeProcessName(const std::string& name) {
+    std::string sanitized = name;
+    if (name.find_first_of("/(") == std::string::npos) {
+        return sanitized;
+    }
+    std::replace(sanitized.begin(), sanitized.end(), '/', '_');
+    std::replace(sanitized.begin(), sanitized.end(), '(', '[');
+    std::replace(sanitized.begin(), sanitized.end(), ')', ']');
+    return sanitized;
+}
+
+}  // namespace zarn

@@ -1,0 +1,127 @@
+#include <unistd.h>
+
+#include <array>
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+
+#include "foundation/console.h"
+#include "foundation/files.h"
+#include "foundation/zarn_utils.h"
+
+namespace zarn {
+namespace {
+
+constexpr std::string_view kUserRoot = "/opt/usr/";
+
+}  // namespace
+
+bool CheckFilePath(const std::string& path) {
+    if (path.empty()) {
+        PrintError("input filePath empty. ");
+        return false;
+    }
+    std::array<char, PATH_MAX + 1> buffer{};
+    if (::realpath(path.c_str(), buffer.data()) == nullptr) {
+        PrintError("Invalid file path: " + path);
+        return false;
+    }
+    const std::string realPath = buffer.data();
+    if (realPath.size() < kUserRoot.size()) {
+        PrintError(realPath + " not a single file in /opt/usr/");
+        return false;
+    }
+    if (std::string_view(realPath).substr(0, kUserRoot.size()) != kUserRoot) {
+        PrintError("File path illegal: " + path + ", file path should under /opt/usr/");
+        return false;
+    }
+    return true;
+}
+
+bool CheckFileReadable(const std::string& path) {
+    if (!CheckFilePath(path)) {
+        return false;
+    }
+    if (::access(path.c_str(), R_OK) != 0) {
+        PrintError("Don`t have read permission: " + path);
+        return false;
+    }
+    return true;
+}
+
+bool CheckFileWritable(const std::string& path) {
+    if (!CheckFilePath(path)) {
+        return false;
+    }
+    if (::access(path.c_str(), W_OK) != 0) {
+        PrintError("Don`t have write permission: " + path);
+        return false;
+    }
+    return true;
+}
+
+bool CreateDirectory(const std::string& path) {
+    if (path.empty()) {
+        PrintError("[zarn_utils] Illegal path, failed to create directory.");
+        return false;
+    }
+    if (::access(path.c_str(), F_OK) == 0) {
+        return true;
+    }
+    const std::string directory = path.back() == '/' ? path.substr(0, path.size() - 1) : path;
+    try {
+        if (std::filesystem::create_directories(directory)) {
+            return true;
+        }
+        PrintError("[zarn_utils] Failed to create directory : " + path);
+    } catch (const std::filesystem::filesystem_error& error) {
+        PrintError("[zarn_utils] Failed to create directory : " + path +
+                   ", error code:" + error.what());
+    }
+    return false;
+}
+
+std::string GetDirectoryOfPath(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "./" : path.substr(0, slash + 1);
+}
+
+bool ReadFileToString(const std::string& path, std::string& text) {
+    if (ReadFile(path, text) == FileResult::CannotOpen) {
+        PrintError("Could not open json file - '" + path + "'");
+        return false;
+    }
+    return true;
+}
+
+bool ReadFileLines(const std::string& path, std::vector<std::string>& lines) {
+    std::string text;
+    if (ReadFile(path, text) == FileResult::CannotOpen) {
+        PrintError("open file failed.");
+        return false;
+    }
+    LineCursor cursor(text);
+    std::string_view line;
+    while (cursor.Next(line)) {
+        lines.emplace_back(TrimSpacesView(line));
+    }
+    return true;
+}
+
+void SaveJsonToFile(const std::string& path, const JsonValue& document) {
+    rapidjson::StringBuffer buffer;
+    WriteJson(document, buffer);
+    buffer.Put('\n');
+    if (AppendFile(path, {buffer.GetString(), buffer.GetSize()}) != FileResult::Ok) {
+        PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
+    }
+}
+
+void RecordCostTime(const std::string& dataPath, const std::ostringstream& text) {
+    static std::mutex costLock;
+    const std::lock_guard<std::mutex> guard(costLock);
+    (void)AppendFile(dataPath + "env_info/time_cost.log", text.str());
+}
+
+}  // namespace zarn

@@ -1,0 +1,143 @@
+#include <algorithm>
+#include <cctype>
+#include <iomanip>
+
+#include "foundation/console.h"
+#include "foundation/regex_guard.h"
+#include "foundation/zarn_utils.h"
+
+namespace zarn {
+namespace {
+
+constexpr bool IsDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// Runs a standard conversion; on failure prints its line and leaves `value` alone.
+template <typename Value, typename Conversion>
+bool Convert(const std::string& text, Value& value, Conversion conversion) {
+    try {
+        value = static_cast<Value>(conversion(text));
+        return true;
+    } catch (const std::invalid_argument&) {
+        PrintError("[Utils] Invalid argument");
+    } catch (const std::out_of_range&) {
+        PrintError("[Utils] Out of range");
+    }
+    return false;
+}
+
+}  // namespace
+
+bool IsDigitString(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
+        return IsDigit(c) || c == '\n' || c == '\r';
+    });
+}
+
+bool IsDecimalString(std::string_view text) {
+    return !text.empty() && std::count(text.begin(), text.end(), '.') <= 1 &&
+           std::all_of(text.begin(), text.end(), [](char c) { return IsDigit(c) || c == '.'; });
+}
+
+bool EqualsIgnoreCase(std::string_view a, std::string_view b) {
+    const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
+    return a.size() == b.size() &&
+           std::equal(a.begin(), a.end(), b.begin(),
+                      [&lower](char x, char y) { return lower(x) == lower(y); });
+}
+
+void SplitViews(std::string_view text, std::string_view delimiter,
+                std::vector<std::string_view>& tokens) {
+    while (!text.empty()) {
+        const std::size_t end = delimiter.empty() ? std::string_view::npos : text.find(delimiter);
+        const std::string_view token = text.substr(0, end);
+        if (!token.empty()) {
+            tokens.push_back(token);
+        }
+        if (end == std::string_view::npos) {
+            return;
+        }
+        text.remove_prefix(end + delimiter.size());
+    }
+}
+
+void SplitString(std::string_view text, std::string_view delimiter,
+                 std::vector<std::string>& tokens) {
+    std::vector<std::string_view> views;
+    SplitViews(text, delimiter, views);
+    tokens.insert(tokens.end(), views.begin(), views.end());
+}
+
+void SplitByRegex(const std::string& text, const std::regex& pattern,
+                  std::vector<std::string>& tokens) {
+    std::vector<std::string> pieces;
+    if (text.size() > kMaxRegexText) {
+        pieces.push_back(text);
+    } else {
+        pieces.assign(std::sregex_token_iterator(text.begin(), text.end(), pattern, -1), {});
+    }
+    std::copy_if(pieces.begin(), pieces.end(), std::back_inserter(tokens),
+                 [](const std::string& piece) { return !piece.empty(); });
+}
+
+std::string_view TrimSpacesView(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(' ');
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(' ') - first + 1);
+}
+
+void TrimSpaces(std::string& text) {
+    text = std::string(TrimSpacesView(text));
+}
+
+void CollapseSpaces(std::string& text) {
+    TrimSpaces(text);
+    const auto bothBlank = [](char a, char b) { return a == ' ' && b == ' '; };
+    text.erase(std::unique(text.begin(), text.end(), bothBlank), text.end());
+}
+
+std::string ReplaceAll(std::string text, const std::string& from, const std::string& to) {
+    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from)) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
+std::size_t FindNthOccurrence(const std::string& text, const std::string& pattern, std::size_t n) {
+    std::size_t at = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+        at = text.find(pattern, i == 0 ? 0 : at + 1);
+        if (at == std::string::npos) {
+            return at;
+        }
+    }
+    return at;
+}
+
+bool StringToDouble(const std::string& text, double& value) {
+    return Convert(text, value, [](const std::string& digits) { return std::stod(digits); });
+}
+
+bool StringToUint32(const std::string& text, std::uint32_t& value) {
+    return Convert(text, value, [](const std::string& digits) { return std::stoul(digits); });
+}
+
+bool StringToUint64(const std::string& text, std::uint64_t& value) {
+    return Convert(text, value, [](const std::string& digits) { return std::stoull(digits); });
+}
+
+std::string FloatToString(double value, int precision) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(precision) << value;
+    return text.str();
+}
+
+void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document) {
+    JsonAllocator& allocator = document.GetAllocator();
+    document.AddMember(JsonValue(key, allocator), JsonValue(value, allocator), allocator);
+}
+
+}  // namespace zarn
