@@ -37,7 +37,7 @@ function(zarn_library name)
 endfunction()
 
 # zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
-# One GoogleTest program; each of its cases is a test of ctest.
+# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given.
 function(zarn_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
@@ -45,5 +45,8 @@ function(zarn_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
   target_compile_definitions(${name} PRIVATE ZARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
                                              ZARN_BUILD_DIR="${PROJECT_BINARY_DIR}")
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 600)
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS unit)
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
 endfunction()

@@ -8,6 +8,7 @@
 
 #include "foundation/console.h"
 #include "foundation/files.h"
+#include "foundation/run_tree.h"
 #include "foundation/zarn_utils.h"
 
 namespace zarn {
@@ -121,7 +122,7 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document) {
 void RecordCostTime(const std::string& dataPath, const std::ostringstream& text) {
     static std::mutex costLock;
     const std::lock_guard<std::mutex> guard(costLock);
-    (void)AppendFile(dataPath + "env_info/time_cost.log", text.str());
+    (void)AppendFile(dataPath + run_tree::kCostLog, text.str());
 }
 
 }  // namespace zarn
