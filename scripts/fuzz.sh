@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Runs every fuzz target for a while. A finding stays in fuzz/regressions/<target>/, where the suite replays it.
+#
+# usage: scripts/fuzz.sh SECONDS [TARGET...]     seconds for each target
+source "$(dirname "$0")/lib.sh"
+
+[[ "${1:-}" =~ ^[0-9]+$ ]] || { echo "usage: scripts/fuzz.sh SECONDS [TARGET...]" >&2; exit 2; }
+seconds=$1
+shift
+need_packages scripts/packages.txt scripts/packages-dev.txt
+build_preset fuzz
+targets=("$@")
+[ ${#targets[@]} -gt 0 ] || mapfile -t targets < <(cd build/fuzz/bin && ls -d fuzz_* | sed 's/^fuzz_//')
+
+# fuzz_one TARGET: prints its executions, or the end of its log when it found something.
+fuzz_one() {
+    local target=$1 log=build/fuzz/$1.log
+    mkdir -p "build/fuzz/grown/$target" "fuzz/regressions/$target"
+    if ! "build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=4096 \
+        -artifact_prefix="fuzz/regressions/$target/" -print_final_stats=1 \
+        "build/fuzz/grown/$target" "fuzz/corpus/$target" >"$log" 2>&1; then
+        tail -n 40 "$log"
+        echo "$target: a finding, see fuzz/regressions/$target/"
+        return 1
+    fi
+    rmdir --ignore-fail-on-non-empty "fuzz/regressions/$target"
+    printf '%-28s %12s executions\n' "$target" "$(awk '/number_of_executed_units/ { print $2 }' "$log")"
+}
+export -f fuzz_one
+export seconds
+
+say "Fuzzing ${#targets[@]} targets, $seconds s each"
+printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -c 'fuzz_one {}'
