@@ -1,0 +1,147 @@
+// Taking the configuration in: the file, the screen over its bytes, the section of the manager.
+// Nothing is on disk yet, so a rejected configuration leaves no trace.
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+
+#include "foundation/console.h"
+#include "foundation/files.h"
+#include "foundation/settings_reader.h"
+#include "mission/zarn_manager.h"
+
+namespace zarn {
+namespace {
+
+// Values go into shell command lines as they stand, so no configuration may hold one of these.
+constexpr std::string_view kHazardousSymbols = "&|;";
+
+// A false result means that the line has been printed.
+bool ReadConfigText(const std::string& path, std::string& text) {
+    if (ReadFile(path, text) == FileResult::CannotOpen) {
+        PrintError("[ZarnManager] Could not open the file - '" + path + "'");
+        return false;
+    }
+    return true;
+}
+
+// Appends the strings of `names` to `list`, skipping other elements, and prints what `list` holds.
+bool TakeNames(const std::string& head, const JsonValue& names, std::vector<std::string>& list) {
+    std::string line = "[ZarnManager] " + head + ": ";
+    for (const JsonValue& name : names.GetArray()) {
+        if (name.IsString()) {
+            list.emplace_back(name.GetString(), name.GetStringLength());
+            line += " " + list.back() + " ";
+        }
+    }
+    PrintLine(line);
+    return true;
+}
+
+bool PrintMissingKey(const std::string& key) {
+    PrintError("[ZarnManager] Failed to find " + key + " Parameter!");
+    return false;
+}
+
+}  // namespace
+
+bool ZarnManager::LoadConfig() {
+    if (!seams_.readable(configFile_)) {
+        PrintError("[ZarnManager] The input config file: [" + configFile_ + "] is invalid!");
+        return false;
+    }
+    std::string text;
+    if (!ReadConfigText(configFile_, text)) {
+        return false;
+    }
+    document_.reset(new (std::nothrow) JsonDocument);
+    if (document_ == nullptr) {
+        PrintError("[ZarnManager] Bad alloc occurs when new a json object.");
+        return false;
+    }
+    if (!ParseJson(text, *document_)) {
+        PrintError("[ZarnManager] Exception occurs while parsing json file.");
+        return false;
+    }
+    return true;
+}
+
+bool ZarnManager::CheckConfigHazard() {
+    std::string text;
+    if (!ReadConfigText(configFile_, text)) {
+        return false;
+    }
+    const auto hazard = std::find_if(text.begin(), text.end(), [](char symbol) {
+        return kHazardousSymbols.find(symbol) != std::string_view::npos;
+    });
+    if (hazard != text.end()) {
+        PrintError(std::string("[ZarnManager] Hazardous symbol \"") + *hazard + "\" detected!");
+        return false;
+    }
+    return true;
+}
+
+bool ZarnManager::ParseMissionType() {
+    if (!CheckMissionParam()) {
+        return false;
+    }
+    const JsonValue& compare = (*document_)["ManagerParam"]["compareMode"];
+    return ReadModeList("parallelCollectMode", parallelCollectMode_) &&
+           ReadModeList("collectMode", collectMode_) && ReadModeList("analyzeMode", analyzeMode_) &&
+           ReadModeList("optimizeMode", optimizeMode_) &&
+           TakeNames("compareMode", compare["comparatorName"], compareMode_);
+}
+
+bool ZarnManager::ReadModeList(const char* key, std::vector<std::string>& list) const {
+    return TakeNames(key, (*document_)["ManagerParam"][key], list);
+}
+
+bool ZarnManager::CheckMissionParam() const {
+    try {
+        const JsonValue* param = FindMember(*document_, "ManagerParam");
+        if (param == nullptr) {
+            return PrintMissingKey("ManagerParam");
+        }
+        const auto missing = FirstMissingKey(
+            *param, {"parallelCollectMode", "collectMode", "analyzeMode", "optimizeMode"});
+        if (missing) {
+            return PrintMissingKey(*missing);
+        }
+        if (!AllHaveType(*param, {{"collectMode", JsonType::Array},
+                                  {"analyzeMode", JsonType::Array},
+                                  {"optimizeMode", JsonType::Array},
+                                  {"parallelCollectMode", JsonType::Array}})) {
+            throw std::invalid_argument("Invalid mission type");
+        }
+        return CheckCompareMode();
+    } catch (const std::exception& error) {
+        PrintError(std::string("[ZarnManager] Error occurs: ") + error.what());
+        return false;
+    }
+}
+
+bool ZarnManager::CheckCompareMode() const {
+    try {
+        const JsonValue* compare = FindMember((*document_)["ManagerParam"], "compareMode");
+        if (compare == nullptr) {
+            return PrintMissingKey("compareMode");
+        }
+        if (!compare->IsObject()) {
+            PrintError("[ZarnManager] Invalid compareMode mission type!");
+            return false;
+        }
+        if (const auto missing = FirstMissingKey(*compare, {"versionMap", "comparatorName"})) {
+            return PrintMissingKey(*missing);
+        }
+        if (!AllHaveType(*compare,
+                         {{"comparatorName", JsonType::Array}, {"versionMap", JsonType::Object}})) {
+            throw std::invalid_argument("Invalid compareMode setting type");
+        }
+        return true;
+    } catch (const std::exception& error) {
+        PrintError(std::string("[ZarnManager] Error occurs: ") + error.what());
+        return false;
+    }
+}
+
+}  // namespace zarn

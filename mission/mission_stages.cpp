@@ -1,0 +1,144 @@
+// The stages. The stop flag does not stop them: each mission is started and returns by its own
+// rules.
+
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+#include "foundation/console.h"
+#include "foundation/run_tree.h"
+#include "foundation/settings_reader.h"
+#include "mission/interrupt.h"
+#include "mission/zarn_manager.h"
+
+namespace zarn {
+namespace {
+
+// How a stage's lines call its missions.
+struct StageWords {
+    const char* onStart;
+    const char* onFailure;
+};
+
+void PrintStart(const char* stage, const std::string& name) {
+    PrintLine(std::string("[ZarnManager] ") + stage + " mode " + name + " start ...");
+}
+
+// Runs the missions one after the other; a failure is told and remembered, and the next one runs.
+template <class Mission>
+bool RunAll(const MissionList<Mission>& missions, const JsonDocument& config,
+            const std::string& dataPath, const StageWords& words) {
+    bool allSucceeded = true;
+    for (const auto& mission : missions) {
+        PrintStart(words.onStart, mission->Name());
+        if (!mission->Start(config, dataPath, &ProcessStopFlag())) {
+            PrintError(std::string("[ZarnManager] ") + words.onFailure + " mode " +
+                       mission->Name() + " failed!");
+            allSucceeded = false;
+        }
+    }
+    return allSucceeded;
+}
+
+}  // namespace
+
+bool ZarnManager::RunCollectors() {
+    if (parallelCollectors_.IsEmpty() && collectors_.IsEmpty()) {
+        return true;
+    }
+    std::string start;
+    if (!seams_.currentTime(start)) {
+        PrintError("[ZarnManager] Failed to get startCollector time stamp!");
+        return false;
+    }
+    RunParallelCollectors();
+    const bool serialSucceeded =
+        RunAll(collectors_, *document_, dataPath_, {"collector", "collector"});
+    std::string end;
+    if (!seams_.currentTime(end)) {
+        PrintError("[ZarnManager] Failed to get end Collector time stamp!");
+        return false;
+    }
+    SaveCollectorTimestamp(start, end);
+    return serialSucceeded;
+}
+
+void ZarnManager::RunParallelCollectors() {
+    std::vector<std::thread> threads;
+    threads.reserve(parallelCollectors_.Size());
+    for (const auto& collector : parallelCollectors_) {
+        PrintStart("parallelCollector", collector->Name());
+        // Only the collector's own lines tell of its failure.
+        threads.emplace_back([this, mission = collector.get()] {
+            (void)mission->Start(*document_, dataPath_, &ProcessStopFlag());
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+bool ZarnManager::SaveCollectorTimestamp(const std::string& start, const std::string& end) const {
+    const std::string jsonDir = dataPath_ + run_tree::kJsonDir;
+    std::error_code ignored;
+    if (!std::filesystem::exists(jsonDir, ignored)) {
+        PrintError("[ZarnManager] The jsonDir does not exist! " + jsonDir);
+        return false;
+    }
+    JsonDocument times;
+    times.SetObject();
+    AddJsonString("startCollectorTime", start, times);
+    AddJsonString("endCollectorTime", end, times);
+    SaveJsonToFile(jsonDir + run_tree::kCollectorTimes, times);
+    return true;
+}
+
+bool ZarnManager::GetHistoryDataPath() {
+    const bool usesOwnData = !collectors_.IsEmpty() || !parallelCollectors_.IsEmpty();
+    if (usesOwnData || analyzers_.IsEmpty()) {
+        return true;
+    }
+    try {
+        const JsonValue* path = FindMember((*document_)["ManagerParam"], "historyDataPath");
+        if (path == nullptr) {
+            PrintError("[ZarnManager] historyDataPath param not exist!");
+            return false;
+        }
+        if (!path->IsString()) {
+            throw std::invalid_argument("Invalid mission type");
+        }
+        const std::string historyPath = path->GetString();
+        if (!seams_.readable(historyPath) || !seams_.writable(historyPath)) {
+            PrintError("[ZarnManager] The input historyDataPath [" + historyPath + "] is invalid!");
+            return false;
+        }
+        PrintLine("[ZarnManager] The historyDataPath is " + historyPath);
+        dataPath_ = historyPath;
+        return true;
+    } catch (const std::exception& error) {
+        PrintError(std::string("[ZarnManager] Error occurs: ") + error.what());
+        return false;
+    }
+}
+
+bool ZarnManager::RunAnalyzers() {
+    if (!GetHistoryDataPath()) {
+        PrintError("[ZarnManager] get history data path failed!");
+        return false;
+    }
+    return RunAll(analyzers_, *document_, dataPath_, {"analyzers", "analyzers"});
+}
+
+bool ZarnManager::RunOptimizers() {
+    if (!GetHistoryDataPath()) {
+        PrintLine("[ZarnManager] get history data path failed!");
+        return false;
+    }
+    return RunAll(optimizers_, *document_, dataPath_, {"optimizers", "optimizers"});
+}
+
+bool ZarnManager::RunComparators() {
+    return RunAll(comparators_, *document_, dataPath_, {"comparator", "comparators"});
+}
+
+}  // namespace zarn

@@ -1,0 +1,120 @@
+// The run's own directory, and the record of what the run was made with.
+
+#include <filesystem>
+
+#include "foundation/console.h"
+#include "foundation/run_tree.h"
+#include "mission/zarn_manager.h"
+
+namespace zarn {
+namespace {
+
+constexpr const char* kToolVersionCommand = "rungate qvt-tool upgrade display version";
+
+bool Exists(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+// Throws, which ends the process, if the copy fails: a run that cannot keep its configuration for
+// lack of space could keep no results either.
+void Copy(const std::string& from, const std::string& to) {
+    std::filesystem::copy(from, to, std::filesystem::copy_options::overwrite_existing);
+}
+
+bool MakeDirectory(const char* what, const std::string& path) {
+    if (!CreateDirectory(path)) {
+        return false;
+    }
+    // On the error stream like all lines about the workspace.
+    PrintError(std::string("[ZarnManager] Create ") + what + " directory successfully: " + path);
+    return true;
+}
+
+bool EnvDirExists(const std::string& envDir) {
+    if (!Exists(envDir)) {
+        PrintError("[ZarnManager] The envDir does not exist! " + envDir);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+const std::string& RootOfRuns() {
+    static const std::string root = run_tree::kRoot;
+    return root;
+}
+
+bool ZarnManager::HandlePublicAffairs() {
+    if (collectMode_.empty() && parallelCollectMode_.empty()) {
+        PrintLine(
+            "[ZarnManager] collectMode & parallelCollectMode empty, using historyDataPath "
+            "instead!");
+    }
+    if (!CreateDataDirectory()) {
+        PrintError("[ZarnManager] Output directory not exist!");
+        return false;
+    }
+    if (!SaveConfigFile()) {
+        PrintLine("[ZarnManager] Warning: Failed to save config file to output directory!");
+    }
+    if (!SaveEnvironmentFiles()) {
+        PrintLine("[ZarnManager] Warning: Failed to save environment file to output directory!");
+    }
+    return true;
+}
+
+bool ZarnManager::CreateDataDirectory() {
+    std::string time;
+    if (!seams_.currentTime(time)) {
+        PrintError("[ZarnManager] Failed to get time stamp!");
+        return false;
+    }
+    dataPath_ = seams_.rootOfRuns + run_tree::kRunPrefix + time + "/";
+    envDir_ = dataPath_ + run_tree::kEnvInfo;
+    return MakeDirectory("env info", envDir_) &&
+           MakeDirectory("raw data", dataPath_ + run_tree::kRawData) &&
+           MakeDirectory("json", dataPath_ + run_tree::kJson) &&
+           MakeDirectory("csv", dataPath_ + run_tree::kCsv);
+}
+
+bool ZarnManager::SaveConfigFile() const {
+    if (!EnvDirExists(envDir_)) {
+        return false;
+    }
+    if (!Exists(configFile_)) {
+        PrintError("[ZarnManager] The configFile does not exist! " + configFile_);
+        return false;
+    }
+    Copy(configFile_, envDir_ + run_tree::kConfigCopy);
+    return true;
+}
+
+bool ZarnManager::SaveEnvironmentFiles() const {
+    if (!EnvDirExists(envDir_)) {
+        return false;
+    }
+    SaveToolVersion();
+    for (const std::string& file : seams_.versionFiles) {
+        if (Exists(file)) {
+            Copy(file, envDir_ + file.substr(file.rfind('/')));
+        } else {
+            PrintError("[ZarnManager] The env file " + file + " does not exist! ");
+        }
+    }
+    return true;
+}
+
+void ZarnManager::SaveToolVersion() const {
+    const std::string output = envDir_ + run_tree::kToolVersion;
+    if (seams_.runner.Run(std::string(kToolVersionCommand) + " > " + output) != 0) {
+        PrintError(std::string("[ZarnManager] Fail to execute: ") + kToolVersionCommand);
+    }
+    if (!Exists(output)) {
+        PrintError("[ZarnManager] The qvt_tool_upgrade_display_version file " + output +
+                   " does not exist! ");
+    }
+}
+
+}  // namespace zarn

@@ -1,0 +1,128 @@
+#include "tests/unit/mission/manager_fixture.h"
+
+#include <mutex>
+
+namespace zarn::test {
+
+// Keeps the journal; serves as a mission of any family.
+template <class Base>
+class ManagerTest::FakeMission : public Base {
+public:
+    template <class... Args>
+    FakeMission(ManagerTest& test, const std::string& name, const Args&... args)
+        : Base(name, args...), test_(test) {
+        test_.Note("build " + name + Versions());
+    }
+    ~FakeMission() override { test_.Note("destroy " + this->Name()); }
+
+    bool Start(const JsonDocument& /*config*/, const std::string& dataPath,
+               const StopFlag* stopFlag) override {
+        test_.Note("start " + this->Name() + " " + dataPath + (IsSet(stopFlag) ? " stopped" : ""));
+        return test_.failures.count("start " + this->Name()) == 0;
+    }
+
+    bool CheckOptions(const JsonDocument& config, const std::string& modeName) {
+        test_.Note("check " + this->Name() + " " + modeName);
+        EXPECT_TRUE(config.IsObject());
+        return test_.failures.count("check " + this->Name()) == 0;
+    }
+
+    bool CheckOptions(const JsonDocument& config) { return CheckOptions(config, "optimizer"); }
+
+private:
+    [[nodiscard]] std::string Versions() const {
+        std::string text;
+        if constexpr (std::is_same_v<Base, BasicComparator>) {
+            for (const auto& [version, directory] : this->VersionMap()) {
+                text.append(" ").append(version).append("=").append(directory);
+            }
+        }
+        return text;
+    }
+
+    ManagerTest& test_;
+};
+
+template <class Base, class... Args>
+MissionClass<Base, Args...> ManagerTest::FakeClass(const std::string& name) {
+    return {name, [this](const std::string& asked, const Args&... args) {
+                return std::unique_ptr<Base>(
+                    std::make_unique<FakeMission<Base>>(*this, asked, args...));
+            }};
+}
+
+void ManagerTest::Note(const std::string& event) {
+    static std::mutex lock;  // parallel collectors note from their own threads
+    const std::lock_guard<std::mutex> guard(lock);
+    journal.push_back(event);
+    if (onEvent) {
+        onEvent(event);
+    }
+}
+
+std::string ManagerTest::DataPath() const {
+    return root.Path() + "runs/zarn_data_" + times.front() + "/";
+}
+
+ManagerSeams ManagerTest::Seams() {
+    classes_ = {};
+    for (const char* name : {"A", "B", "C"}) {
+        classes_.collectors.push_back(FakeClass<BasicCollector>(name));
+        classes_.analyzers.push_back(FakeClass<BasicAnalyzer>(name));
+        classes_.optimizers.push_back(FakeClass<BasicOptimizer>(name));
+        classes_.comparators.push_back(FakeClass<BasicComparator, VersionMap>(name));
+    }
+    const auto currentTime = [this](std::string& time) {
+        time = times[std::min(timesAsked_++, times.size() - 1)];
+        return !time.empty();
+    };
+    const auto anyPath = [](const std::string&) { return true; };
+    return {classes_, runner, currentTime, anyPath, anyPath, root.Path() + "runs/", versionFiles};
+}
+
+Captured ManagerTest::Run(const std::string& config) {
+    return Run(config, Seams());
+}
+
+Captured ManagerTest::Run(const std::string& config, ManagerSeams seams) {
+    (void)root.Write("config.json", config);
+    return Capture([this, &seams] {
+        ZarnManager manager(ConfigPath(), std::move(seams));
+        result = manager.Start();
+    });
+}
+
+std::string ConfigText::Text() const {
+    return R"({"ManagerParam": {"parallelCollectMode": )" + parallel + R"(, "collectMode": )" +
+           serial + R"(, "analyzeMode": )" + analyze + R"(, "optimizeMode": )" + optimize +
+           R"(, "compareMode": {"comparatorName": )" + compare + R"(, "versionMap": )" +
+           versionMap + "}" + more + "}}";
+}
+
+std::string CreationLines(const std::string& dataPath) {
+    return "[ZarnManager] Create env info directory successfully: " + dataPath +
+           "env_info\n[ZarnManager] Create raw data directory successfully: " + dataPath +
+           "raw_data\n[ZarnManager] Create json directory successfully: " + dataPath +
+           "json\n[ZarnManager] Create csv directory successfully: " + dataPath + "csv\n";
+}
+
+std::string ListLines(const std::vector<std::vector<std::string>>& lists) {
+    const std::vector<std::string> heads{"parallelCollectMode", "collectMode", "analyzeMode",
+                                         "optimizeMode", "compareMode"};
+    std::string text;
+    for (std::size_t i = 0; i < heads.size(); ++i) {
+        text += "[ZarnManager] " + heads[i] + ": ";
+        for (const std::string& name : lists[i]) {
+            text.append(" ").append(name).append(" ");
+        }
+        text += "\n";
+    }
+    if (lists[0].empty() && lists[1].empty()) {
+        text +=
+            "[ZarnManager] collectMode & parallelCollectMode empty, using historyDataPath "
+            "instead!\n";
+    }
+    return text;
+}
+
+}  // namespace zarn::test

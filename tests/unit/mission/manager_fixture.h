@@ -1,0 +1,80 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "mission/zarn_manager.h"
+#include "tests/unit/support/captured_streams.h"
+#include "tests/unit/support/fake_runner.h"
+#include "tests/unit/support/temp_dir.h"
+
+namespace zarn::test {
+
+// What happened to the fake missions, in order: "build A", "check A collector", "start A
+// <dataPath>", "destroy A".
+using Journal = std::vector<std::string>;
+
+// A manager in a private root, with missions that only keep a journal: collectors, analyzers,
+// optimizers and comparators each know the names A, B and C.
+class ManagerTest : public testing::Test {
+protected:
+    // The digits every run gets as its time, one string per question; "" makes the question fail.
+    // The last one answers all further questions.
+    std::vector<std::string> times{"20230101120000123"};
+    // "check B" or "start B" in here makes that operation of the missions called B fail.
+    std::set<std::string> failures;
+    // Called at each entry into the journal.
+    std::function<void(const std::string&)> onEvent;
+    Journal journal;
+    FakeRunner runner;
+    TempDir root;
+    std::vector<std::string> versionFiles;
+
+    // The configuration's path: what it holds is up to the test.
+    [[nodiscard]] std::string ConfigPath() const { return root.Path() + "config.json"; }
+    // The run directory of the first time string.
+    [[nodiscard]] std::string DataPath() const;
+
+    // The seams, should a test change more of them.
+    [[nodiscard]] ManagerSeams Seams();
+
+    // Runs a manager on `config` to its destruction and keeps what Start returned.
+    Captured Run(const std::string& config);
+    Captured Run(const std::string& config, ManagerSeams seams);
+    int result = -1;
+
+private:
+    void Note(const std::string& event);
+    template <class Base, class... Args>
+    MissionClass<Base, Args...> FakeClass(const std::string& name);
+    template <class Base>
+    class FakeMission;
+
+    MissionClasses classes_;
+    std::size_t timesAsked_ = 0;
+};
+
+// A configuration of the five lists, each written as JSON, with further members of ManagerParam.
+struct ConfigText {
+    std::string parallel = "[]";
+    std::string serial = "[]";
+    std::string analyze = "[]";
+    std::string optimize = "[]";
+    std::string compare = "[]";
+    std::string versionMap = "{}";
+    std::string more;
+
+    [[nodiscard]] std::string Text() const;
+};
+
+// The lines that making the run directory prints.
+[[nodiscard]] std::string CreationLines(const std::string& dataPath);
+
+// The lines on standard output of the five lists and, without collectors, of their absence.
+[[nodiscard]] std::string ListLines(const std::vector<std::vector<std::string>>& lists);
+
+}  // namespace zarn::test
