@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <iomanip>
 
 #include "foundation/console.h"
@@ -12,6 +13,10 @@ namespace {
 constexpr bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
+
+// Longer digits could leave the range of a double, where the conversions disagree on what is an
+// error.
+constexpr std::size_t kMaxPlainDecimal = 64;
 
 // Runs a standard conversion; on failure prints its line and leaves `value` alone.
 template <typename Value, typename Conversion>
@@ -69,6 +74,18 @@ void SplitString(std::string_view text, std::string_view delimiter,
     tokens.insert(tokens.end(), views.begin(), views.end());
 }
 
+bool PieceCursor::Next(std::string_view& piece) {
+    while (!rest_.empty()) {
+        const std::size_t end = rest_.find(delimiter_);
+        piece = rest_.substr(0, end);
+        rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
+        if (!piece.empty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void SplitByRegex(const std::string& text, const std::regex& pattern,
                   std::vector<std::string>& tokens) {
     std::vector<std::string> pieces;
@@ -119,6 +136,19 @@ std::size_t FindNthOccurrence(const std::string& text, const std::string& patter
 
 bool StringToDouble(const std::string& text, double& value) {
     return Convert(text, value, [](const std::string& digits) { return std::stod(digits); });
+}
+
+bool TextToDouble(std::string_view text, double& value) {
+    if (text.size() <= kMaxPlainDecimal && IsDecimalString(text)) {
+        double parsed = 0.0;
+        const char* const end = text.data() + text.size();
+        const auto [stop, error] = std::from_chars(text.data(), end, parsed);
+        if (error == std::errc() && stop == end) {
+            value = parsed;
+            return true;
+        }
+    }
+    return StringToDouble(std::string(text), value);
 }
 
 bool StringToUint32(const std::string& text, std::uint32_t& value) {

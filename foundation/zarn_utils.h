@@ -150,6 +150,22 @@ void SplitString(std::string_view text, std::string_view delimiter,
 // The same as views into `text`, for parsers that do not keep the pieces.
 void SplitViews(std::string_view text, std::string_view delimiter,
                 std::vector<std::string_view>& tokens);
+
+// The same for one delimiter byte, piece by piece and without a list: for texts of which only the
+// first pieces count.
+class PieceCursor {
+public:
+    // `text` must outlive the cursor and the pieces taken from it.
+    PieceCursor(std::string_view text, char delimiter) : rest_(text), delimiter_(delimiter) {}
+
+    // Takes the next piece that is not empty; false at the end.
+    bool Next(std::string_view& piece);
+
+private:
+    std::string_view rest_;
+    char delimiter_;
+};
+
 // Appends the non-empty pieces between matches; a text beyond the regular expressions' limit stays
 // whole.
 void SplitByRegex(const std::string& text, const std::regex& pattern,
@@ -171,6 +187,9 @@ void CollapseSpaces(std::string& text);
 // Standard conversions (stod, stoul, stoull); the output is untouched on failure. StringToUint32
 // truncates the unsigned long to 32 bits.
 [[nodiscard]] bool StringToDouble(const std::string& text, double& value);
+// TextToDouble is StringToDouble for views: the same verdict, value and line, and no copy for plain
+// decimals such as "12.5".
+[[nodiscard]] bool TextToDouble(std::string_view text, double& value);
 [[nodiscard]] bool StringToUint32(const std::string& text, std::uint32_t& value);
 [[nodiscard]] bool StringToUint64(const std::string& text, std::uint64_t& value);
 
