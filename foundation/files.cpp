@@ -69,26 +69,63 @@ private:
     }
 }
 
-// Reads the regular file `path`, opened with `access`.
-FileResult ReadRegularFile(const std::string& path, int access, std::string& text) {
+// Reads until `text` holds `lineCount` newlines, and cuts it behind the last of them; or to the end
+// of the file.
+[[nodiscard]] bool ReadLines(int fd, std::size_t lineCount, std::string& text) {
+    constexpr std::size_t kStep = 65536;
+    std::size_t searched = 0;
+    while (lineCount > 0) {
+        const std::size_t newline = text.find('\n', searched);
+        if (newline != std::string::npos) {
+            searched = newline + 1;
+            --lineCount;
+            continue;
+        }
+        searched = text.size();
+        text.resize(searched + kStep);
+        const ssize_t got = ::read(fd, text.data() + searched, kStep);
+        const bool interrupted = got < 0 && errno == EINTR;
+        text.resize(searched + static_cast<std::size_t>(got > 0 ? got : 0));
+        if (got <= 0 && !interrupted) {
+            return got == 0;
+        }
+    }
+    text.resize(searched);
+    return true;
+}
+
+// Opens the regular file `path` with `access` and has it read by read(fd, size).
+template <class Read>
+FileResult ReadRegularFile(const std::string& path, int access, std::string& text, Read&& read) {
     text.clear();
     const Descriptor file(path, access | O_NONBLOCK);
     struct stat status {};
     if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return FileResult::CannotOpen;
     }
-    return ReadAll(file.Get(), static_cast<std::size_t>(status.st_size), text) ? FileResult::Ok
-                                                                               : FileResult::Failed;
+    return read(file.Get(), static_cast<std::size_t>(status.st_size)) ? FileResult::Ok
+                                                                      : FileResult::Failed;
+}
+
+FileResult ReadWholeFile(const std::string& path, int access, std::string& text) {
+    return ReadRegularFile(path, access, text,
+                           [&text](int fd, std::size_t size) { return ReadAll(fd, size, text); });
 }
 
 }  // namespace
 
 FileResult ReadFile(const std::string& path, std::string& text) {
-    return ReadRegularFile(path, O_RDONLY, text);
+    return ReadWholeFile(path, O_RDONLY, text);
 }
 
 FileResult ReadWritableFile(const std::string& path, std::string& text) {
-    return ReadRegularFile(path, O_RDWR, text);
+    return ReadWholeFile(path, O_RDWR, text);
+}
+
+FileResult ReadFileHead(const std::string& path, std::size_t lineCount, std::string& text) {
+    return ReadRegularFile(path, O_RDONLY, text, [&text, lineCount](int fd, std::size_t /*size*/) {
+        return ReadLines(fd, lineCount, text);
+    });
 }
 
 FileResult WriteFile(const std::string& path, std::string_view text) {

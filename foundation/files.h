@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,12 @@ enum class FileResult { Ok, CannotOpen, Failed };
 
 // The same for a file that must be open for writing too: a read-only file gives CannotOpen.
 [[nodiscard]] FileResult ReadWritableFile(const std::string& path, std::string& text);
+
+// The same for the file's beginning only: what stands up to and including the `lineCount`-th
+// newline, or the whole of a shorter file. A file of any size costs no more than the lines asked
+// for.
+[[nodiscard]] FileResult ReadFileHead(const std::string& path, std::size_t lineCount,
+                                      std::string& text);
 
 // Creates or truncates `path` and writes `text`, in one go. Prints nothing.
 [[nodiscard]] FileResult WriteFile(const std::string& path, std::string_view text);
