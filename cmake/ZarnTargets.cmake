@@ -45,8 +45,11 @@ function(zarn_test name)
   add_executable(${name} ${ARG_SOURCES})
   zarn_flags(${name})
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
+  # What starts a built program of another processor; empty where programs run as they are.
+  string(REPLACE ";" " " zarn_emulator "${CMAKE_CROSSCOMPILING_EMULATOR}")
   target_compile_definitions(${name} PRIVATE ZARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
-                                             ZARN_BUILD_DIR="${PROJECT_BINARY_DIR}")
+                                             ZARN_BUILD_DIR="${PROJECT_BINARY_DIR}"
+                                             ZARN_EMULATOR="${zarn_emulator}")
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
