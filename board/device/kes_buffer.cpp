@@ -1,14 +1,34 @@
+#pragma GCC visibility push(default)
 #include "kes_buffer.h"
+#pragma GCC visibility pop
 
-#include "board/device/device_codes.h"
+#include <unistd.h>
 
-using zarn::board::kNoDevice;
+#include "board/device/buffer_device.h"
+#include "board/device/library_call.h"
+#include "board/device/record.h"
 
-int kesBuffCfg(unsigned /*command*/, void* /*setting*/, unsigned /*size*/) {
-    return kNoDevice;
+using namespace zarn::board;  // the entry points of the library: nothing else stands here
+
+int kesBuffCfg(unsigned command, void* setting, unsigned size) {
+    CallArguments arguments{Call::kBuffCfg};
+    arguments.mainCommand = command;
+    if (setting != nullptr && size >= 4) {
+        arguments.key = RecordReader(setting, size).Word(0);
+    }
+    return RunLibraryCall(arguments, nullptr, [&](BoardState& state) {
+        return ConfigureBuffers(state, command, setting, size, BoardTimeMs(state));
+    });
 }
 
-int kesBuffGetInfo(unsigned /*type*/, void* /*in*/, unsigned /*inSize*/, void* /*out*/,
-                   unsigned* /*outSize*/) {
-    return kNoDevice;
+int kesBuffGetInfo(unsigned type, void* in, unsigned inSize, void* out, unsigned* outSize) {
+    CallArguments arguments{Call::kBuffGetInfo};
+    arguments.mainCommand = type;
+    return RunLibraryCall(arguments, outSize, [&](BoardState& state) -> int {
+        if (in != nullptr || inSize != 0 || outSize == nullptr) {
+            return kBadRecord;
+        }
+        const auto caller = static_cast<std::uint32_t>(::getpid());
+        return ReadBuffers(state, type, out, *outSize, BoardTimeMs(state), caller);
+    });
 }

@@ -1,13 +1,45 @@
+#pragma GCC visibility push(default)
 #include "ara/rm/tepa_resource.h"
+#pragma GCC visibility pop
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "board/device/library_call.h"
+
+using namespace zarn::board;  // the entry points of the library: nothing else stands here
 
 namespace ara::rm {
 
 bool RegisterTepaResource() {
-    return false;
+    const int code = RunLibraryCall({Call::kRegister}, nullptr, [](BoardState& state) -> int {
+        auto& list = state.registered;
+        const std::int32_t self = ::getpid();
+        if (std::find(list.begin(), list.end(), self) != list.end()) {
+            return kDeviceOk;
+        }
+        auto* place = std::find(list.begin(), list.end(), 0);
+        if (place == list.end()) {
+            return kBusy;
+        }
+        *place = self;
+        return kDeviceOk;
+    });
+    return code == kDeviceOk;
 }
 
 bool UnRegisterTepaResource() {
-    return false;
+    const int code = RunLibraryCall({Call::kUnRegister}, nullptr, [](BoardState& state) -> int {
+        auto& list = state.registered;
+        auto* place = std::find(list.begin(), list.end(), ::getpid());
+        if (place == list.end()) {
+            return kNotStarted;
+        }
+        *place = 0;
+        return kDeviceOk;
+    });
+    return code == kDeviceOk;
 }
 
 }  // namespace ara::rm

@@ -1,0 +1,175 @@
+#include "board/state/board_state.h"
+
+#include <fcntl.h>
+#include <linux/futex.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <type_traits>
+
+namespace zarn::board {
+namespace {
+
+constexpr std::array<char, 8> kMagic{'v', 'b', 'o', 'a', 'r', 'd', '0', '1'};
+constexpr std::uint32_t kVersion = 1;
+constexpr std::uint64_t kNsPerMs = 1000000;
+
+static_assert(std::is_standard_layout_v<BoardState>);
+static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
+
+std::uint64_t MonotonicNs() {
+    timespec now{};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000 * kNsPerMs +
+           static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+// Makes the lock one that processes share and that survives the death of its holder, where the C
+// library offers that.
+bool InitLock(pthread_mutex_t& lock) {
+    pthread_mutexattr_t attributes;
+    if (::pthread_mutexattr_init(&attributes) != 0) {
+        return false;
+    }
+    ::pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    ::pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    int result = ::pthread_mutex_init(&lock, &attributes);
+    if (result == ENOTSUP) {  // an emulator without robust locks
+        ::pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_STALLED);
+        result = ::pthread_mutex_init(&lock, &attributes);
+    }
+    ::pthread_mutexattr_destroy(&attributes);
+    return result == 0;
+}
+
+// Maps the file shared, for reading and writing; nullptr if it is not of the state's size.
+BoardState* MapFile(int fd) {
+    struct stat status {};
+    if (::fstat(fd, &status) != 0 || status.st_size != sizeof(BoardState)) {
+        return nullptr;
+    }
+    void* memory = ::mmap(nullptr, sizeof(BoardState), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    return memory == MAP_FAILED ? nullptr : static_cast<BoardState*>(memory);
+}
+
+// The futex word is the generation itself.
+long Futex(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value,
+           const timespec* timeout) {
+    return ::syscall(SYS_futex, &word, operation, value, timeout, nullptr, 0);
+}
+
+// A board once attached, with the path it was found by.
+struct Attachment {
+    std::string path;
+    BoardState* state = nullptr;
+};
+
+}  // namespace
+
+BoardLock::BoardLock(BoardState& state) : state_(state) {
+    if (::pthread_mutex_lock(&state_.lock) == EOWNERDEAD) {
+        ::pthread_mutex_consistent(&state_.lock);
+    }
+}
+
+BoardLock::~BoardLock() {
+    ::pthread_mutex_unlock(&state_.lock);
+}
+
+void ResetSettings(BoardState& state) {
+    for (const BusMaster& master : kMasters) {
+        state.partitions[master.mpamid] = PartitionBounds{};
+        if (master.number != kNoMasterNumber) {
+            state.masters[master.number] = MasterConfig{master.mpamid, 5};
+        }
+    }
+}
+
+bool CreateBoardState(const char* path, const BoardState& initial) {
+    ::unlink(path);
+    const int fd = ::open(path, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return false;
+    }
+    BoardState* state = ::ftruncate(fd, sizeof(BoardState)) == 0 ? MapFile(fd) : nullptr;
+    ::close(fd);
+    if (state == nullptr) {
+        return false;
+    }
+    std::memcpy(static_cast<void*>(state), static_cast<const void*>(&initial), sizeof(BoardState));
+    state->version = kVersion;
+    state->size = sizeof(BoardState);
+    state->startNs = MonotonicNs();
+    const bool ready = InitLock(state->lock);
+    if (ready) {
+        state->magic = kMagic;
+    }
+    ::munmap(state, sizeof(BoardState));
+    return ready;
+}
+
+BoardState* MapBoardState(const char* path) {
+    const int fd = ::open(path, O_RDWR | O_CLOEXEC);
+    if (fd < 0) {
+        return nullptr;
+    }
+    BoardState* state = MapFile(fd);
+    ::close(fd);
+    if (state != nullptr && (state->magic != kMagic || state->version != kVersion ||
+                             state->size != sizeof(BoardState))) {
+        ::munmap(state, sizeof(BoardState));
+        return nullptr;
+    }
+    return state;
+}
+
+BoardState* AttachBoard() {
+    static std::atomic<const Attachment*> current{nullptr};
+    static std::mutex attaching;
+    const char* path = ::getenv(kStateVariable);
+    if (path == nullptr || *path == '\0') {
+        return nullptr;
+    }
+    const Attachment* attached = current.load(std::memory_order_acquire);
+    if (attached != nullptr && attached->path == path) {
+        return attached->state;
+    }
+    const std::lock_guard<std::mutex> guard(attaching);
+    BoardState* state = MapBoardState(path);
+    if (state != nullptr) {
+        // Former attachments stay: another thread may be in the middle of a call.
+        static std::deque<Attachment> attachments;
+        current.store(&attachments.emplace_back(Attachment{path, state}),
+                      std::memory_order_release);
+    }
+    return state;
+}
+
+std::uint64_t BoardTimeMs(const BoardState& state) {
+    const std::uint64_t now = MonotonicNs();
+    return now < state.startNs ? 0 : (now - state.startNs) / kNsPerMs;
+}
+
+void AnnounceChange(BoardState& state) {
+    state.generation.fetch_add(1, std::memory_order_release);
+    Futex(state.generation, FUTEX_WAKE, INT_MAX, nullptr);
+}
+
+void WaitForChange(BoardState& state, std::uint32_t known, std::uint32_t timeoutMs) {
+    timespec timeout{};
+    timeout.tv_sec = timeoutMs / 1000;
+    timeout.tv_nsec = static_cast<long>(timeoutMs % 1000) * 1000000;
+    Futex(state.generation, FUTEX_WAIT, known, &timeout);
+}
+
+}  // namespace zarn::board
