@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <system_error>
 #include <thread>
 
 #include "foundation/console.h"
@@ -63,7 +64,13 @@ bool ExecuteCommandLines(const std::string& command, std::vector<std::string>& l
 
 bool RunCommandThenKill(const std::string& command, std::uint32_t seconds, const std::string& tag,
                         const std::string& processName, CommandRunner& runner) {
-    std::thread tool([&command, &runner] { runner.Run(command); });
+    std::thread tool;
+    try {
+        tool = std::thread([&command, &runner] { runner.Run(command); });
+    } catch (const std::system_error& error) {
+        PrintError(std::string("[zarn_utils] Error occurs: ") + error.what());
+        return false;
+    }
     if (seconds != 0) {
         std::this_thread::sleep_for(std::chrono::seconds(seconds));
     }

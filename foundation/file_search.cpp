@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -29,6 +30,17 @@ bool RegularFileNames(const std::string& directory, std::vector<std::string>& na
     return true;
 }
 
+// Compiles a pattern put together from what a caller hands in; prints a line if it is none.
+std::optional<std::regex> CompileOrLine(const std::string& pattern,
+                                        std::regex::flag_type flags = std::regex::ECMAScript) {
+    std::string error;
+    std::optional<std::regex> compiled = CompileGuarded(pattern, error, flags);
+    if (!compiled) {
+        PrintError("[zarn_utils] Error occurs: " + error);
+    }
+    return compiled;
+}
+
 // Prints the line of a directory that cannot be opened; the list is empty then.
 std::vector<std::string> RegularFileNamesOrLine(const std::string& directory) {
     std::vector<std::string> names;
@@ -50,12 +62,15 @@ std::vector<std::string> ListFiles(const std::string& directory) {
 
 std::vector<std::string> FindIndexedFiles(const std::string& directory, const std::string& prefix,
                                           const std::string& suffix) {
-    const std::regex pattern(prefix + R"((\d+)\.)" + suffix,
-                             std::regex::ECMAScript | std::regex::icase);
     std::vector<std::string> paths;
+    const std::optional<std::regex> pattern =
+        CompileOrLine(prefix + R"((\d+)\.)" + suffix, std::regex::ECMAScript | std::regex::icase);
+    if (!pattern) {
+        return paths;
+    }
     ViewMatch match;
     for (const std::string& name : RegularFileNamesOrLine(directory)) {
-        if (MatchGuarded(name, pattern, match)) {
+        if (MatchGuarded(name, *pattern, match)) {
             paths.push_back(directory + name);
         }
     }
@@ -69,10 +84,13 @@ bool FileExistsByRegex(const std::string& directory, const std::string& pattern,
         PrintError("[" + tag + "] Can not open " + directory);
         return false;
     }
-    const std::regex compiled(pattern);
-    const bool found =
-        std::any_of(names.begin(), names.end(),
-                    [&compiled](const std::string& name) { return SearchGuarded(name, compiled); });
+    const std::optional<std::regex> compiled = CompileOrLine(pattern);
+    if (!compiled) {
+        return false;
+    }
+    const bool found = std::any_of(names.begin(), names.end(), [&compiled](const auto& name) {
+        return SearchGuarded(name, *compiled);
+    });
     if (!found) {
         PrintError("[" + tag + "] Target file: " + pattern +
                    " does not exist under path: " + directory + "!");
@@ -89,7 +107,10 @@ bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern
         PrintError("[zarn_utils] Cannot find input file!");
         return false;
     }
-    const std::regex compiled(pattern);
+    const std::optional<std::regex> compiled = CompileOrLine(pattern);
+    if (!compiled) {
+        return false;
+    }
     LineCursor cursor(text);
     std::string_view line;
     ViewMatch match;
@@ -98,7 +119,7 @@ bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern
         const bool skipped =
             !line.empty() && std::find(skipFirstChars.begin(), skipFirstChars.end(),
                                        line.front()) != skipFirstChars.end();
-        if (!skipped && SearchGuarded(line, compiled, match)) {
+        if (!skipped && SearchGuarded(line, *compiled, match)) {
             matches.push_back(match.str());
         }
     }

@@ -89,7 +89,7 @@ std::string GetDirectoryOfPath(const std::string& path) {
 }
 
 bool ReadFileToString(const std::string& path, std::string& text) {
-    if (ReadFile(path, text) == FileResult::CannotOpen) {
+    if (ReadFile(path, text) != FileResult::Ok) {
         PrintError("Could not open json file - '" + path + "'");
         return false;
     }
@@ -98,7 +98,7 @@ bool ReadFileToString(const std::string& path, std::string& text) {
 
 bool ReadFileLines(const std::string& path, std::vector<std::string>& lines) {
     std::string text;
-    if (ReadFile(path, text) == FileResult::CannotOpen) {
+    if (ReadFile(path, text) != FileResult::Ok) {
         PrintError("open file failed.");
         return false;
     }

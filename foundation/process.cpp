@@ -6,7 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
+#include <exception>
 #include <string_view>
 #include <vector>
 
@@ -16,13 +16,20 @@
 namespace zarn {
 namespace {
 
+// What the shell's exit status is if it cannot be executed, as a wait status.
+constexpr int kNoShell = 127 << 8;
+
+bool IsLocaleOfMessages(std::string_view entry) {
+    return entry.substr(0, 7) == "LC_ALL=" || entry.substr(0, 9) == "LANGUAGE=";
+}
+
 // The caller's environment with the locale of the children put in its place. The strings belong to
 // the process environment; the list ends in a null pointer.
 std::vector<char*> ChildEnvironment() {
     static char locale[] = "LC_ALL=C";
     std::vector<char*> environment;
     for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-        if (std::string_view(*entry).substr(0, 7) != "LC_ALL=") {
+        if (!IsLocaleOfMessages(*entry)) {
             environment.push_back(*entry);
         }
     }
@@ -31,26 +38,53 @@ std::vector<char*> ChildEnvironment() {
     return environment;
 }
 
-// Starts the shell on `command`; its standard output becomes `outputFd` unless that is negative.
-// Returns the pid, or -1.
-pid_t StartShell(const std::string& command, int outputFd) {
-    posix_spawn_file_actions_t actions;
-    if (::posix_spawn_file_actions_init(&actions) != 0) {
-        return -1;
+// What posix_spawn is told about a child: its standard output and its signals.
+class SpawnPlan {
+public:
+    // The standard output becomes `outputFd` unless that is negative.
+    explicit SpawnPlan(int outputFd) {
+        valid_ = ::posix_spawn_file_actions_init(&actions_) == 0 &&
+                 ::posix_spawnattr_init(&attributes_) == 0;
+        if (valid_ && outputFd >= 0) {
+            valid_ = ::posix_spawn_file_actions_adddup2(&actions_, outputFd, STDOUT_FILENO) == 0;
+        }
+        // A tool is stopped by signals, so it must not inherit that they are ignored or blocked.
+        sigset_t reset;
+        ::sigemptyset(&reset);
+        ::posix_spawnattr_setsigmask(&attributes_, &reset);
+        for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGPIPE, SIGCHLD}) {
+            ::sigaddset(&reset, signal);
+        }
+        ::posix_spawnattr_setsigdefault(&attributes_, &reset);
+        ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
     }
-    if (outputFd >= 0) {
-        ::posix_spawn_file_actions_adddup2(&actions, outputFd, STDOUT_FILENO);
+    SpawnPlan(const SpawnPlan&) = delete;
+    SpawnPlan& operator=(const SpawnPlan&) = delete;
+    ~SpawnPlan() {
+        ::posix_spawnattr_destroy(&attributes_);
+        ::posix_spawn_file_actions_destroy(&actions_);
     }
+
+    // 0 and the pid, or the error.
+    int Spawn(const char* path, char* const* arguments, char* const* environment, pid_t& pid) {
+        return valid_ ? ::posix_spawn(&pid, path, &actions_, &attributes_, arguments, environment)
+                      : ENOMEM;
+    }
+
+private:
+    posix_spawn_file_actions_t actions_{};
+    posix_spawnattr_t attributes_{};
+    bool valid_ = false;
+};
+
+// Starts the shell on `command`, see SpawnPlan. Returns 0 and the pid, or the error.
+int StartShell(const std::string& command, int outputFd, pid_t& pid) {
     std::string shell = "sh";
     std::string option = "-c";
     std::string text = command;
     std::array<char*, 4> arguments{shell.data(), option.data(), text.data(), nullptr};
-    std::vector<char*> environment = ChildEnvironment();
-    pid_t pid = -1;
-    const int result =
-        ::posix_spawn(&pid, "/bin/sh", &actions, nullptr, arguments.data(), environment.data());
-    ::posix_spawn_file_actions_destroy(&actions);
-    return result == 0 ? pid : -1;
+    const std::vector<char*> environment = ChildEnvironment();
+    return SpawnPlan(outputFd).Spawn("/bin/sh", arguments.data(), environment.data(), pid);
 }
 
 // The wait status of the child; an interrupted wait goes on. -1 if there is no such child.
@@ -64,25 +98,46 @@ int WaitFor(pid_t pid) {
     return status;
 }
 
-// Appends everything that can be read from `fd` until its end.
-void ReadToEnd(int fd, std::string& output) {
+// Appends everything that can be read from `fd` until its end. False if memory does not suffice;
+// `output` is then as it was before.
+bool ReadToEnd(int fd, std::string& output) {
+    const std::size_t before = output.size();
     std::array<char, 65536> buffer{};
-    while (true) {
-        const ssize_t got = ::read(fd, buffer.data(), buffer.size());
-        if (got > 0) {
-            output.append(buffer.data(), static_cast<std::size_t>(got));
-        } else if (got == 0 || errno != EINTR) {
-            return;
+    try {
+        while (true) {
+            const ssize_t got = ::read(fd, buffer.data(), buffer.size());
+            if (got > 0) {
+                output.append(buffer.data(), static_cast<std::size_t>(got));
+            } else if (got == 0 || errno != EINTR) {
+                return true;
+            }
         }
+    } catch (const std::exception&) {
+        output.resize(before);
+        output.shrink_to_fit();
+        return false;
     }
 }
 
 // Commands through the shell of this machine.
 class ShellRunner final : public CommandRunner {
 public:
+    ShellRunner() {
+        // A process started with its children's ends ignored would never learn their status.
+        struct sigaction current {};
+        if (::sigaction(SIGCHLD, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+            current.sa_handler = SIG_DFL;
+            ::sigaction(SIGCHLD, &current, nullptr);
+        }
+    }
+
     int Run(const std::string& command) override {
-        const pid_t pid = StartShell(command, -1);
-        return pid < 0 ? -1 : WaitFor(pid);
+        pid_t pid = -1;
+        const int error = StartShell(command, -1, pid);
+        if (error != 0) {
+            return error == EAGAIN || error == ENOMEM ? -1 : kNoShell;
+        }
+        return WaitFor(pid);
     }
 
     bool Capture(const std::string& command, std::string& output) override {
@@ -90,13 +145,15 @@ public:
         if (::pipe2(pipeEnds.data(), O_CLOEXEC) != 0) {
             return false;
         }
-        const pid_t pid = StartShell(command, pipeEnds[1]);
+        pid_t pid = -1;
+        const bool started = StartShell(command, pipeEnds[1], pid) == 0;
         ::close(pipeEnds[1]);
-        if (pid >= 0) {
-            ReadToEnd(pipeEnds[0], output);
-        }
+        const bool complete = started && ReadToEnd(pipeEnds[0], output);
         ::close(pipeEnds[0]);
-        return pid >= 0 && WaitFor(pid) >= 0;
+        if (started) {
+            WaitFor(pid);
+        }
+        return complete;
     }
 };
 

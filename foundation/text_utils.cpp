@@ -88,14 +88,13 @@ bool PieceCursor::Next(std::string_view& piece) {
 
 void SplitByRegex(const std::string& text, const std::regex& pattern,
                   std::vector<std::string>& tokens) {
-    std::vector<std::string> pieces;
-    if (text.size() > kMaxRegexText) {
-        pieces.push_back(text);
-    } else {
-        pieces.assign(std::sregex_token_iterator(text.begin(), text.end(), pattern, -1), {});
+    std::vector<std::string_view> pieces;
+    SplitGuarded(text, pattern, pieces);
+    for (const std::string_view piece : pieces) {
+        if (!piece.empty()) {
+            tokens.emplace_back(piece);
+        }
     }
-    std::copy_if(pieces.begin(), pieces.end(), std::back_inserter(tokens),
-                 [](const std::string& piece) { return !piece.empty(); });
 }
 
 std::string_view TrimSpacesView(std::string_view text) {
@@ -116,11 +115,23 @@ void CollapseSpaces(std::string& text) {
     text.erase(std::unique(text.begin(), text.end(), bothBlank), text.end());
 }
 
-std::string ReplaceAll(std::string text, const std::string& from, const std::string& to) {
-    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from)) {
-        text.replace(at, from.size(), to);
+std::string ReplaceAll(const std::string& text, const std::string& from, const std::string& to) {
+    // One pass gives what starting over from the front each time gives: the first occurrence is the
+    // one that ends first, and only what is put in its place can complete another with what lies
+    // before. `pending` is what is still to be looked at, its next byte at the end.
+    std::string pending(text.rbegin(), text.rend());
+    std::string result;
+    result.reserve(text.size());
+    while (!pending.empty()) {
+        result.push_back(pending.back());
+        pending.pop_back();
+        if (result.size() >= from.size() &&
+            result.compare(result.size() - from.size(), from.size(), from) == 0) {
+            result.resize(result.size() - from.size());
+            pending.append(to.rbegin(), to.rend());
+        }
     }
-    return text;
+    return result;
 }
 
 std::size_t FindNthOccurrence(const std::string& text, const std::string& pattern, std::size_t n) {

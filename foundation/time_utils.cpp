@@ -106,10 +106,14 @@ bool TimestampToSeconds(const std::string& digits, std::uint32_t& seconds) {
 }
 
 std::string GetFileTimestamp(const std::string& path) {
-    const std::string token = path.substr(path.rfind('_') + 1);
+    std::vector<std::string> tokens;
+    SplitString(path, "_", tokens);
+    if (tokens.empty()) {
+        return "";
+    }
     std::vector<std::string> parts;
-    SplitString(token, ".", parts);
-    return parts.size() < 2 ? token : parts[parts.size() - 2];
+    SplitString(tokens.back(), ".", parts);
+    return parts.size() < 2 ? tokens.back() : parts[parts.size() - 2];
 }
 
 void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag) {

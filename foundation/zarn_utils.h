@@ -116,18 +116,21 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document);
 [[nodiscard]] std::vector<std::string> ListFiles(const std::string& directory);
 
 // Those whose whole name is prefix, digits, ".", suffix; prefix and suffix are parts of a regular
-// expression and case does not count.
+// expression and case does not count. A pattern that is none prints "[zarn_utils] Error occurs: "
+// and why, and finds nothing.
 [[nodiscard]] std::vector<std::string> FindIndexedFiles(const std::string& directory,
                                                         const std::string& prefix,
                                                         const std::string& suffix);
 
-// True if `pattern` is found anywhere in the name of a regular file of `directory`.
+// True if `pattern` is found anywhere in the name of a regular file of `directory`. False after a
+// line if not, or if it is no regular expression.
 [[nodiscard]] bool FileExistsByRegex(const std::string& directory, const std::string& pattern,
                                      const std::string& tag);
 
 // The texts of the whole matches of `pattern`, one per line that has one, passing over lines that
 // begin with one of `skipFirstChars`, up to `maxCount` of them (-1: no limit). The file must be
-// writable too.
+// writable too. Lines beyond the regular expressions' limit count as having none; false after a
+// line if the file cannot be opened or the pattern is no regular expression.
 [[nodiscard]] bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern,
                                            std::vector<std::string>& matches,
                                            const std::vector<char>& skipFirstChars, int maxCount);
@@ -176,9 +179,9 @@ void TrimSpaces(std::string& text);
 [[nodiscard]] std::string_view TrimSpacesView(std::string_view text);
 // TrimSpaces, then every run of blanks becomes one.
 void CollapseSpaces(std::string& text);
-// Replaces the first occurrence until there is none: `to` must not contain `from`, `from` not be
-// empty.
-[[nodiscard]] std::string ReplaceAll(std::string text, const std::string& from,
+// Replaces the first occurrence, starting over from the front, until there is none, in linear time:
+// `to` must not contain `from`, `from` not be empty, or it never ends.
+[[nodiscard]] std::string ReplaceAll(const std::string& text, const std::string& from,
                                      const std::string& to);
 // Index of the n-th occurrence, counted from 1; npos if there is none; 0 for n = 0.
 [[nodiscard]] std::size_t FindNthOccurrence(const std::string& text, const std::string& pattern,
