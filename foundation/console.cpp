@@ -36,6 +36,11 @@ void PrintError(std::string_view line) {
     WriteLine(STDERR_FILENO, line);
 }
 
+bool PrintFailure(std::string_view line) {
+    PrintError(line);
+    return false;
+}
+
 void PrintFromSignalHandler(std::string_view constantText) noexcept {
     const int savedErrno = errno;
     WriteAll(STDOUT_FILENO, constantText);

@@ -15,6 +15,9 @@ void PrintLine(std::string_view line);
 // Writes `line` and a newline to the error stream.
 void PrintError(std::string_view line);
 
+// The same, and gives false: how an operation that says its one line fails.
+bool PrintFailure(std::string_view line);
+
 // Writes text that is a constant to standard output from a signal handler; nothing is allocated.
 void PrintFromSignalHandler(std::string_view constantText) noexcept;
 
