@@ -1,5 +1,7 @@
 #include "mission/factory_tables.h"
 
+#include "collectors/system/cpu_collector.h"
+
 // A new mission adds its header here and its line to the list of its family below.
 
 namespace zarn {
@@ -37,6 +39,7 @@ ComparatorClass Comparator() {
 MissionClasses ListMissions() {
     MissionClasses classes;
     classes.collectors = {
+        Collector<CpuCollector>(),
     };
     classes.analyzers = {
     };

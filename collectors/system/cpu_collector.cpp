@@ -1,0 +1,259 @@
+#include "collectors/system/cpu_collector.h"
+
+#include <array>
+#include <thread>
+#include <utility>
+
+#include "foundation/console.h"
+#include "foundation/cpu_run_files.h"
+#include "foundation/files.h"
+#include "foundation/mission_cost.h"
+#include "foundation/run_tree.h"
+#include "foundation/settings_reader.h"
+
+namespace zarn {
+namespace {
+
+constexpr const char* kStopped = "[CpuCollector] StopFlag received, CPU collector has stopped.";
+constexpr const char* kNoTopTime = "[CpuCollector] Failed to get cpu info time stamp!";
+constexpr const char* kNoCoresTime = "[CpuCollector] Failed to get cpu cores info time stamp!";
+constexpr const char* kIllegalString = "[CpuCollector] Illegal job type, should be string.";
+
+constexpr const char* kGlobalJob = "global";
+constexpr const char* kCoreJob = "core";
+constexpr const char* kSelectedJob = "selected_process";
+
+// Keeps the head lines of `top` and its core lines, and marks the end of each sample.
+constexpr const char* kCoreFilter =
+    R"( | awk '{ if (substr($1,1,1) ~ /t/ ) print} { if (substr($1,1,1) ~ /T/ ) print})"
+    R"({ if (substr($1,1,1) ~ /%/ ) print} { if (substr($1,1,1) ~ /M/ ) {print "";print "";}}')";
+// Wide enough that no command line wraps.
+constexpr const char* kPsCommand =
+    "ps --no-header --cols 512 -eo user,pid,%cpu,%mem,vsz,rss,psr,comm --sort -%cpu";
+
+// The command for the threads of one process. The pid stands in a row of ps; whatever else a broken
+// row holds in its place must not become shell syntax.
+std::string PsThreadsCommand(const std::string& pid) {
+    return "ps --no-header -L -p " + EscapeShellArgument(pid) +
+           " -o user,tid,pid,%cpu,%mem,vsz,rss,psr,comm | awk 'NR<=10'";
+}
+
+}  // namespace
+
+bool CpuCollector::ParseOptions(const JsonDocument& config) {
+    const JsonValue* section = FindMember(config, kName);
+    const std::optional<std::string> missing =
+        section == nullptr ? std::string(kName)
+                           : FirstMissingKey(*section, {"job", "interval", "process", "count",
+                                                        "thread_collector", "json_output"});
+    if (missing.has_value()) {
+        PrintError("[CpuCollector] Failed to parse '" + *missing + "' field in config file.");
+        PrintError("[CpuCollector] Error occurs: Invalid CpuCollector param type");
+        return false;
+    }
+    return true;
+}
+
+bool CpuCollector::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {
+    if (!ParseOptions(config)) {
+        return false;
+    }
+    const JsonValue& section = config[kName];
+    if (!ReadStrings(section["job"], kIllegalString, settings_.job)) {
+        return false;
+    }
+    settings_.interval = section["interval"].GetDouble();
+    settings_.count = section["count"].GetUint();
+    if (settings_.count > kMaxCpuSamples) {
+        PrintLine("[CpuCollector] over the CPU collect counts limit, resize it to 600");
+        settings_.count = kMaxCpuSamples;
+    }
+    if (!ReadStrings(section["process"], kIllegalString, settings_.process)) {
+        return false;
+    }
+    settings_.threadCollector = section["thread_collector"].GetBool();
+    settings_.jsonOutput = section["json_output"].GetBool();
+    return true;
+}
+
+bool CpuCollector::Start(const JsonDocument& /*config*/, const std::string& dataPath,
+                         const StopFlag* stopFlag) {
+    const MissionCost cost;
+    if (!clock_(timeStamp_)) {
+        PrintError("[CpuCollector] Failed to get time stamp!");
+        return false;
+    }
+    if (!ProcessCpuInfo(dataPath, stopFlag)) {
+        PrintError("[CpuCollector] Failed to process cpu info!");
+        return false;
+    }
+    cost.Record(kName, dataPath);
+    return true;
+}
+
+bool CpuCollector::ProcessCpuInfo(const std::string& dataPath, const StopFlag* stopFlag) {
+    rawDir_ = dataPath + cpu_files::kRawDir;
+    jsonDir_ = dataPath + run_tree::kJsonDir;
+    (void)CreateDirectory(rawDir_);  // a missing directory shows when the files are opened
+    CollectCpuInfo(stopFlag);
+    if (IsSet(stopFlag)) {
+        PrintLine(kStopped);
+        return true;
+    }
+    SaveRawFiles(stopFlag);
+    if (IsSet(stopFlag)) {
+        PrintLine(kStopped);
+        return true;
+    }
+    return !settings_.jsonOutput || SaveDocuments();
+}
+
+void CpuCollector::CollectCpuInfo(const StopFlag* stopFlag) {
+    RunMeasuringThreads();
+    BuildSamples(stopFlag);
+}
+
+// The programs are started together, so that they see the same moments of the system.
+void CpuCollector::RunMeasuringThreads() {
+    std::array<std::thread, 4> threads = {
+        std::thread([this] {
+            TakeTime(kNoTopTime, collectData_.topTime);
+            RunCommand(TopCommand("top -b") + " -o %CPU", collectData_.topText);
+        }),
+        std::thread([this] {
+            TakeTime(kNoCoresTime, collectData_.coreTime);
+            RunCommand(TopCommand("top -1 -b") + kCoreFilter, collectData_.coreText);
+        }),
+        std::thread([this] { RunPs(); }), std::thread([this] {
+            TakeTime(kNoCoresTime, collectData_.threadTime);
+            RunCommand(TopCommand("top -b") + " -H -o %CPU", collectData_.threadText);
+        })};
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+std::string CpuCollector::TopCommand(const char* program) const {
+    return std::string(program) + " -n " + std::to_string(settings_.count) + " -d " +
+           std::to_string(settings_.interval) + " -w 512";
+}
+
+void CpuCollector::TakeTime(const char* wordsIfFailed, std::string& time) const {
+    if (!clock_(time)) {
+        PrintError(wordsIfFailed);
+        time.clear();
+    }
+}
+
+void CpuCollector::RunCommand(const std::string& command, std::string& text) const {
+    if (!runner_.Capture(command, text)) {
+        PrintError("[CpuCollector] execute command failed.");
+        text.clear();
+    }
+}
+
+void CpuCollector::RunPs() {
+    for (std::uint32_t pass = 0; pass < settings_.count; ++pass) {
+        std::string& text = collectData_.psPasses.emplace_back();
+        RunCommand(kPsCommand, text);
+        if (settings_.threadCollector) {
+            CollectThreadInfo(text);
+        }
+    }
+}
+
+void CpuCollector::CollectThreadInfo(std::string_view psText) {
+    CpuLines rows;
+    CutCommandLines(psText, rows);
+    for (const std::string_view row : rows) {
+        const std::string pid(PidOfPsRow(row));
+        if (!pid.empty()) {
+            std::string& text = collectData_.threadTextByPid[pid];
+            text.clear();
+            RunCommand(PsThreadsCommand(pid), text);
+        }
+    }
+}
+
+void CpuCollector::BuildSamples(const StopFlag* stopFlag) {
+    const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
+    const CpuSampleTimes threadTimes(collectData_.threadTime, settings_.interval);
+    rawFiles_.usage = RawFileName(cpu_files::kUsageLog);
+    lists_.usage = CutUsageSamples(collectData_.topText, topTimes);
+    if (settings_.jsonOutput) {
+        lists_.psLines = ListPsLines(collectData_.psPasses);
+        lists_.top10 = CutTop10Samples(lists_.psLines);
+        lists_.threadInfoByPid = CutThreadInfo(collectData_.threadTextByPid);
+    }
+    rawFiles_.threads = RawFileName(cpu_files::kThreadLog);
+    lists_.threads = CutThreadSamples(collectData_.threadText, threadTimes);
+    for (const std::string& job : settings_.job) {
+        if (IsSet(stopFlag)) {
+            return;
+        }
+        BuildJobSamples(job, topTimes);
+    }
+}
+
+void CpuCollector::BuildJobSamples(const std::string& job, const CpuSampleTimes& topTimes) {
+    if (job == kGlobalJob) {
+        rawFiles_.global = RawFileName(cpu_files::kGlobalLog);
+        lists_.global = CutGlobalSamples(lists_.usage, topTimes);
+    } else if (job == kCoreJob) {
+        rawFiles_.cores = RawFileName(cpu_files::kCoresLog);
+        lists_.cores = CutCoreSamples(collectData_.coreText,
+                                      CpuSampleTimes(collectData_.coreTime, settings_.interval));
+    } else if (job == kSelectedJob) {
+        rawFiles_.selected = RawFileName(cpu_files::kSelectedLog);
+        lists_.selected = SelectSamples(lists_.usage, settings_.process);
+        lists_.selectedPs = SelectPsSamples(lists_.psLines, settings_.process);
+    } else {
+        PrintLine("[CpuCollector] Warning: Unexpected job: " + job);
+    }
+}
+
+// Empty, which leaves the file out, if there is no time to name it after.
+std::string CpuCollector::RawFileName(const char* prefix) const {
+    std::string time;
+    return clock_(time) ? prefix + time + "." + cpu_files::kLogSuffix : std::string();
+}
+
+// Every pass writes the same content anew. A pass that is stopped touches no further file, so what
+// an earlier pass wrote stays whole.
+void CpuCollector::SaveRawFiles(const StopFlag* stopFlag) const {
+    const std::array<std::pair<const std::string&, const CpuSamples&>, 5> files = {
+        {{rawFiles_.usage, lists_.usage},
+         {rawFiles_.global, lists_.global},
+         {rawFiles_.cores, lists_.cores},
+         {rawFiles_.selected, lists_.selected},
+         {rawFiles_.threads, lists_.threads}}};
+    std::array<std::string, files.size()> texts;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        texts[i] = FormatRawFile(files[i].second);
+    }
+    for (std::uint32_t pass = 0; pass < settings_.count; ++pass) {
+        for (std::size_t i = 0; i < files.size() && !IsSet(stopFlag); ++i) {
+            const std::string& name = files[i].first;
+            if (!name.empty() && WriteFile(rawDir_ + name, texts[i]) == FileResult::CannotOpen) {
+                PrintError("[CpuCollector] Failed to open the file.");
+            }
+        }
+    }
+}
+
+bool CpuCollector::SaveDocuments() const {
+    const std::string path =
+        jsonDir_ + cpu_files::kUsageDocuments + timeStamp_ + "." + cpu_files::kDataSuffix;
+    const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
+    for (std::uint32_t i = 0; i < settings_.count; ++i) {
+        const JsonDocument document = BuildCpuJson(lists_, topTimes, i);
+        if (document.IsNull()) {
+            PrintLine("[CpuCollector] Error: Document is empty.");
+            return false;
+        }
+        SaveJsonToFile(path, document);
+    }
+    return true;
+}
+
+}  // namespace zarn
