@@ -23,9 +23,9 @@ constexpr const char* kGlobalJob = "global";
 constexpr const char* kCoreJob = "core";
 constexpr const char* kSelectedJob = "selected_process";
 
-// Keeps the head lines of `top` and its core lines, and marks the end of each sample.
-constexpr const char* kCoreFilter =
-    R"( | awk '{ if (substr($1,1,1) ~ /t/ ) print} { if (substr($1,1,1) ~ /T/ ) print})"
+// The filter keeps the head lines of `top` and its core lines, and marks the end of each sample.
+constexpr const char* kCoreOptions =
+    R"( -w 512 | awk '{ if (substr($1,1,1) ~ /t/ ) print} { if (substr($1,1,1) ~ /T/ ) print})"
     R"({ if (substr($1,1,1) ~ /%/ ) print} { if (substr($1,1,1) ~ /M/ ) {print "";print "";}}')";
 // Wide enough that no command line wraps.
 constexpr const char* kPsCommand =
@@ -118,24 +118,24 @@ void CpuCollector::RunMeasuringThreads() {
     std::array<std::thread, 4> threads = {
         std::thread([this] {
             TakeTime(kNoTopTime, collectData_.topTime);
-            RunCommand(TopCommand("top -b") + " -o %CPU", collectData_.topText);
+            RunCommand(TopCommand("top -b -n ", " -w 512 -o %CPU"), collectData_.topText);
         }),
         std::thread([this] {
             TakeTime(kNoCoresTime, collectData_.coreTime);
-            RunCommand(TopCommand("top -1 -b") + kCoreFilter, collectData_.coreText);
+            RunCommand(TopCommand("top -1 -b -n ", kCoreOptions), collectData_.coreText);
         }),
         std::thread([this] { RunPs(); }), std::thread([this] {
             TakeTime(kNoCoresTime, collectData_.threadTime);
-            RunCommand(TopCommand("top -b") + " -H -o %CPU", collectData_.threadText);
+            RunCommand(TopCommand("top -b -n ", " -w 512 -H -o %CPU"), collectData_.threadText);
         })};
     for (std::thread& thread : threads) {
         thread.join();
     }
 }
 
-std::string CpuCollector::TopCommand(const char* program) const {
-    return std::string(program) + " -n " + std::to_string(settings_.count) + " -d " +
-           std::to_string(settings_.interval) + " -w 512";
+std::string CpuCollector::TopCommand(const char* program, const char* options) const {
+    return program + std::to_string(settings_.count) + " -d " + std::to_string(settings_.interval) +
+           options;
 }
 
 void CpuCollector::TakeTime(const char* wordsIfFailed, std::string& time) const {

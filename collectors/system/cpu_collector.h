@@ -73,7 +73,7 @@ private:
     void CollectThreadInfo(std::string_view psText);
     void TakeTime(const char* wordsIfFailed, std::string& time) const;
     void RunCommand(const std::string& command, std::string& text) const;
-    [[nodiscard]] std::string TopCommand(const char* program) const;
+    [[nodiscard]] std::string TopCommand(const char* program, const char* options) const;
 
     void BuildSamples(const StopFlag* stopFlag);
     void BuildJobSamples(const std::string& job, const CpuSampleTimes& topTimes);
