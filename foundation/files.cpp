@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 namespace zarn {
@@ -158,6 +159,60 @@ bool LineCursor::Next(std::string_view& line) {
     line = rest_.substr(0, end);
     rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
     return true;
+}
+
+LineFile::LineFile(const std::string& path)
+    : fd_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+    struct stat status {};
+    if (fd_ >= 0 && (::fstat(fd_, &status) != 0 || !S_ISREG(status.st_mode))) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+}
+
+LineFile::~LineFile() {
+    if (fd_ >= 0) {
+        ::close(fd_);
+    }
+}
+
+bool LineFile::ReadMore() {
+    constexpr std::size_t kStep = 262144;
+    if (begin_ > 0) {
+        buffer_.erase(0, begin_);
+        end_ -= begin_;
+        scanned_ -= begin_;
+        begin_ = 0;
+    }
+    if (buffer_.size() - end_ < kStep) {
+        buffer_.resize(std::max(2 * end_, end_ + kStep));
+    }
+    ssize_t got = -1;
+    do {
+        got = ::read(fd_, buffer_.data() + end_, buffer_.size() - end_);
+    } while (got < 0 && errno == EINTR);
+    end_ += got > 0 ? static_cast<std::size_t>(got) : 0;
+    return got > 0;
+}
+
+bool LineFile::Next(std::string_view& line) {
+    while (IsOpen()) {
+        const std::string_view read = std::string_view(buffer_).substr(0, end_);
+        const std::size_t newline = read.find('\n', scanned_);
+        if (newline != std::string_view::npos) {
+            line = read.substr(begin_, newline - begin_);
+            begin_ = newline + 1;
+            scanned_ = begin_;
+            return true;
+        }
+        scanned_ = end_;
+        if (!ReadMore()) {
+            line = std::string_view(buffer_).substr(begin_, end_ - begin_);
+            begin_ = end_;
+            return !line.empty();
+        }
+    }
+    return false;
 }
 
 }  // namespace zarn

@@ -48,4 +48,30 @@ private:
     std::string_view rest_;
 };
 
+// Reads the lines of a file as LineCursor cuts them, through a buffer of its own that grows only
+// with the longest line, for files that need not lie in memory as a whole.
+class LineFile {
+public:
+    // Opens a regular file for reading, as ReadFile does.
+    explicit LineFile(const std::string& path);
+    LineFile(const LineFile&) = delete;
+    LineFile& operator=(const LineFile&) = delete;
+    ~LineFile();
+
+    [[nodiscard]] bool IsOpen() const { return fd_ >= 0; }
+
+    // Takes the next line, a view that holds until the next call; false at the end, which a read
+    // error counts as.
+    bool Next(std::string_view& line);
+
+private:
+    [[nodiscard]] bool ReadMore();
+
+    int fd_;
+    std::string buffer_;
+    std::size_t begin_ = 0;    // of what has not been taken yet
+    std::size_t end_ = 0;      // of what has been read
+    std::size_t scanned_ = 0;  // up to here there is no newline
+};
+
 }  // namespace zarn

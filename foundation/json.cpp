@@ -1,7 +1,5 @@
 #include "foundation/json.h"
 
-#include <rapidjson/memorystream.h>
-
 #include <vector>
 
 namespace zarn {

@@ -24,6 +24,7 @@ namespace zarn {
 }  // namespace zarn
 
 #include <rapidjson/document.h>
+#include <rapidjson/memorystream.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -37,6 +38,17 @@ using JsonAllocator = rapidjson::Document::AllocatorType;
 // the text is no such value: empty, torn, followed by anything but white space, or holding a NUL
 // byte. Any nesting depth and any size are accepted without recursion.
 [[nodiscard]] bool ParseJson(std::string_view text, JsonDocument& document);
+
+// Calls `handler`, as the library's Reader does, for every part of the one JSON value that fills
+// the whole of `text`; the same texts are refused as by ParseJson, parts before the fault having
+// been told. For documents that are passed on rather than looked into: nothing is kept.
+template <typename Handler>
+[[nodiscard]] bool ReadJson(std::string_view text, Handler& handler) {
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    rapidjson::Reader reader;
+    return !reader.Parse<rapidjson::kParseDefaultFlags>(stream, handler).IsError() &&
+           stream.Tell() == text.size();
+}
 
 // The compact text of `value`, as the library's Writer gives it, but written without recursion, so
 // that a value of any depth can be written. Appended to `buffer`.

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <iomanip>
@@ -174,6 +175,14 @@ std::string FloatToString(double value, int precision) {
     std::ostringstream text;
     text << std::fixed << std::setprecision(precision) << value;
     return text.str();
+}
+
+void AppendNumber(std::string& text, double value) {
+    std::array<char, 32> digits{};
+    constexpr int kSignificantDigits = 6;
+    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                       std::chars_format::general, kSignificantDigits);
+    text.append(digits.data(), written.ptr);
 }
 
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document) {

@@ -199,6 +199,9 @@ void CollapseSpaces(std::string& text);
 // Fixed notation with that many decimals.
 [[nodiscard]] std::string FloatToString(double value, int precision);
 
+// Appends the number in a stream's default format: six significant digits, no zeros at their end.
+void AppendNumber(std::string& text, double value);
+
 // Adds a copied string member to the document's root object.
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document);
 
