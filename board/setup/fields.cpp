@@ -1,0 +1,105 @@
+#include "board/setup/fields.h"
+
+#include <algorithm>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+namespace zarn::board {
+namespace {
+
+std::string RangeText(double least, double most) {
+    std::ostringstream text;
+    text << "a number from " << least << " to " << most;
+    return text.str();
+}
+
+}  // namespace
+
+void Refuse(const std::string& where, const std::string& what) {
+    throw std::invalid_argument(where + ": expected " + what);
+}
+
+Fields::Fields(const JsonValue& value, std::string where)
+    : object_(value), where_(std::move(where)) {
+    if (!object_.IsObject()) {
+        Refuse(where_.empty() ? "file" : where_, "an object");
+    }
+}
+
+std::string Fields::NameOf(std::string_view key) const {
+    return where_.empty() ? std::string(key) : where_ + "." + std::string(key);
+}
+
+bool Fields::Has(const char* key) const {
+    return object_.HasMember(key);
+}
+
+const JsonValue* Fields::Find(const char* key) {
+    asked_.emplace_back(key);
+    const auto member = object_.FindMember(key);
+    return member == object_.MemberEnd() ? nullptr : &member->value;
+}
+
+void Fields::Real(const char* key, double& value, double least, double most) {
+    const JsonValue* member = Find(key);
+    if (member == nullptr) {
+        return;
+    }
+    if (!member->IsNumber() || member->GetDouble() < least || member->GetDouble() > most) {
+        Refuse(NameOf(key), RangeText(least, most));
+    }
+    value = member->GetDouble();
+}
+
+void Fields::Count(const char* key, std::uint32_t& value, std::uint32_t most) {
+    const JsonValue* member = Find(key);
+    if (member == nullptr) {
+        return;
+    }
+    if (!member->IsUint() || member->GetUint() > most) {
+        Refuse(NameOf(key), "a whole number from 0 to " + std::to_string(most));
+    }
+    value = member->GetUint();
+}
+
+void Fields::Whole(const char* key, std::int32_t& value) {
+    const JsonValue* member = Find(key);
+    if (member == nullptr) {
+        return;
+    }
+    if (!member->IsInt()) {
+        Refuse(NameOf(key), "a whole number of 32 bits");
+    }
+    value = member->GetInt();
+}
+
+void Fields::Text(const char* key, std::string& value) {
+    const JsonValue* member = Find(key);
+    if (member == nullptr) {
+        return;
+    }
+    if (!member->IsString()) {
+        Refuse(NameOf(key), "a text");
+    }
+    value.assign(member->GetString(), member->GetStringLength());
+}
+
+const JsonValue* Fields::List(const char* key, std::size_t most) {
+    const JsonValue* member = Find(key);
+    if (member != nullptr && (!member->IsArray() || member->Size() > most)) {
+        Refuse(NameOf(key), "a list of at most " + std::to_string(most) + " entries");
+    }
+    return member;
+}
+
+void Fields::Finish() const {
+    for (const auto& member : object_.GetObject()) {
+        const std::string name(member.name.GetString(), member.name.GetStringLength());
+        if (std::find(asked_.begin(), asked_.end(), name) == asked_.end()) {
+            throw std::invalid_argument(NameOf(name) + ": unknown");
+        }
+    }
+}
+
+}  // namespace zarn::board
