@@ -4,7 +4,7 @@
 
 namespace zarn::test {
 
-// Keeps the journal; serves as a mission of any family.
+// Keeps the journal of its building, start and destruction.
 template <class Base>
 class ManagerTest::FakeMission : public Base {
 public:
@@ -21,13 +21,12 @@ public:
         return test_.failures.count("start " + this->Name()) == 0;
     }
 
-    bool CheckOptions(const JsonDocument& config, const std::string& modeName) {
+protected:
+    bool Check(const JsonDocument& config, const std::string& modeName) {
         test_.Note("check " + this->Name() + " " + modeName);
         EXPECT_TRUE(config.IsObject());
         return test_.failures.count("check " + this->Name()) == 0;
     }
-
-    bool CheckOptions(const JsonDocument& config) { return CheckOptions(config, "optimizer"); }
 
 private:
     [[nodiscard]] std::string Versions() const {
@@ -43,11 +42,26 @@ private:
     ManagerTest& test_;
 };
 
-template <class Base, class... Args>
+// A fake collector or comparator: the manager has them checked.
+template <class Base>
+class ManagerTest::FakeCheckedMission final : public FakeMission<Base> {
+public:
+    using FakeMission<Base>::FakeMission;
+    bool CheckOptions(const JsonDocument& config, const std::string& modeName) override {
+        return this->Check(config, modeName);
+    }
+};
+
+class ManagerTest::FakeOptimizer final : public FakeMission<BasicOptimizer> {
+public:
+    using FakeMission::FakeMission;
+    bool CheckOptions(const JsonDocument& config) override { return Check(config, "optimizer"); }
+};
+
+template <class Fake, class Base, class... Args>
 MissionClass<Base, Args...> ManagerTest::FakeClass(const std::string& name) {
     return {name, [this](const std::string& asked, const Args&... args) {
-                return std::unique_ptr<Base>(
-                    std::make_unique<FakeMission<Base>>(*this, asked, args...));
+                return std::unique_ptr<Base>(std::make_unique<Fake>(*this, asked, args...));
             }};
 }
 
@@ -67,10 +81,12 @@ std::string ManagerTest::DataPath() const {
 ManagerSeams ManagerTest::Seams() {
     classes_ = {};
     for (const char* name : {"A", "B", "C"}) {
-        classes_.collectors.push_back(FakeClass<BasicCollector>(name));
-        classes_.analyzers.push_back(FakeClass<BasicAnalyzer>(name));
-        classes_.optimizers.push_back(FakeClass<BasicOptimizer>(name));
-        classes_.comparators.push_back(FakeClass<BasicComparator, VersionMap>(name));
+        classes_.collectors.push_back(
+            FakeClass<FakeCheckedMission<BasicCollector>, BasicCollector>(name));
+        classes_.analyzers.push_back(FakeClass<FakeMission<BasicAnalyzer>, BasicAnalyzer>(name));
+        classes_.optimizers.push_back(FakeClass<FakeOptimizer, BasicOptimizer>(name));
+        classes_.comparators.push_back(
+            FakeClass<FakeCheckedMission<BasicComparator>, BasicComparator, VersionMap>(name));
     }
     const auto currentTime = [this](std::string& time) {
         time = times[std::min(timesAsked_++, times.size() - 1)];

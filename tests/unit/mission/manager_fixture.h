@@ -49,10 +49,13 @@ protected:
 
 private:
     void Note(const std::string& event);
-    template <class Base, class... Args>
+    template <class Fake, class Base, class... Args>
     MissionClass<Base, Args...> FakeClass(const std::string& name);
     template <class Base>
     class FakeMission;
+    template <class Base>
+    class FakeCheckedMission;
+    class FakeOptimizer;
 
     MissionClasses classes_;
     std::size_t timesAsked_ = 0;

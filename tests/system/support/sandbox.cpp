@@ -1,0 +1,312 @@
+#include "tests/system/support/sandbox.h"
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "foundation/run_tree.h"
+#include "tests/system/support/private_usr.h"
+#include "tests/system/support/tracked_process.h"
+
+namespace zarn::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kInterruptSeen = "[ZarnManager] Signal Interactive attention received.\n";
+constexpr const char* kConfigName = "config.json";
+
+// What fake tools call to meet the test.
+constexpr const char* kEventTool =
+    "printf '%s\\n' \"$1\" > \"$ZARN_SANDBOX_DIR/.requests\"\n"
+    "read -r answer < \"$ZARN_SANDBOX_DIR/.answers\"\n";
+
+std::string GetEnvironment(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
+}
+
+SandboxKind Choose(SandboxKind kind) {
+    if (kind != SandboxKind::Auto) {
+        return kind;
+    }
+    static const bool canMount =
+        GetEnvironment("ZARN_SANDBOX") != "proot" && ::geteuid() == 0 && CanMount();
+    return canMount ? SandboxKind::Namespace : SandboxKind::Proot;
+}
+
+void WriteExecutable(const std::string& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+    EXPECT_EQ(::chmod(path.c_str(), 0755), 0) << path;
+}
+
+std::string MachinePath() {
+    return GetEnvironment("PATH") + ":/usr/bin:/usr/sbin:/bin:/sbin";
+}
+
+// Where a list of folders has a tool; empty if it has not.
+std::string FindTool(const std::string& name, const std::string& list = MachinePath()) {
+    std::istringstream folders(list);
+    std::string folder;
+    while (std::getline(folders, folder, ':')) {
+        std::string path = folder;
+        path.append("/").append(name);
+        if (::access(path.c_str(), X_OK) == 0) {
+            return path;
+        }
+    }
+    return "";
+}
+
+std::vector<std::string> SortedNames(const std::string& folder) {
+    std::vector<std::string> names;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(folder, error)) {
+        names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// Takes proot's own lines about processes that were ended by a signal out of `err`, and the
+// program's wait status from the one about it: proot itself ends with status 255 then.
+void TakeProotLines(const std::string& programId, std::string& err, int& waitStatus) {
+    static const std::regex kEnded("proot info: pid (\\d+): terminated with signal (\\d+)\n");
+    std::smatch match;
+    while (std::regex_search(err, match, kEnded)) {
+        if (match[1] == programId) {
+            waitStatus = std::stoi(match[2]);
+        }
+        err = match.prefix().str() + match.suffix().str();
+    }
+}
+
+}  // namespace
+
+bool RunResult::Aborted() const {
+    return WIFSIGNALED(waitStatus) && WTERMSIG(waitStatus) == SIGABRT;
+}
+
+std::string RunResult::LastLine() const {
+    std::istringstream lines(out);
+    std::string last;
+    for (std::string line; std::getline(lines, line);) {
+        last = line;
+    }
+    return last;
+}
+
+std::string ProgramPath() {
+    return std::string(ZARN_BUILD_DIR) + "/bin/zarn";
+}
+
+Sandbox::Sandbox(SandboxKind kind)
+    : kind_(Choose(kind)),
+      usr_(dir_.Path() + "usr/"),
+      tools_(dir_.Path() + "tools"),
+      scratch_(dir_.Path() + "scratch") {
+    for (const std::string& folder : {usr_, tools_, scratch_, dir_.Path() + "opt"}) {
+        fs::create_directory(folder);
+    }
+    EXPECT_EQ(::mkfifo((scratch_ + "/.requests").c_str(), 0600), 0);
+    EXPECT_EQ(::mkfifo((scratch_ + "/.answers").c_str(), 0600), 0);
+    path_ = tools_ + ":" + MachinePath();
+    Tool("sandbox-event", kEventTool);
+    Tool("rungate", "echo '{\"version\": \"sandbox\"}'\n");
+}
+
+Sandbox::~Sandbox() {
+    if (limited_) {
+        UnmountSmall(usr_);
+    }
+}
+
+void Sandbox::Tool(const std::string& name, std::string_view body) {
+    WriteExecutable(tools_ + "/" + name, "#!/bin/sh\n" + std::string(body));
+}
+
+void Sandbox::ToolPrinting(const std::string& name, std::string_view text) {
+    const std::string file = tools_ + "/." + name + ".txt";
+    std::ofstream(file, std::ios::binary) << text;
+    Tool(name, "exec " + FindTool("cat") + " '" + file + "'\n");
+}
+
+void Sandbox::RemoveTool(const std::string& name) {
+    fs::remove(tools_ + "/" + name);
+}
+
+void Sandbox::OnlyTools(const std::vector<std::string>& names) {
+    for (const std::string& name : names) {
+        fs::create_symlink(FindTool(name), tools_ + "/" + name);
+    }
+    path_ = tools_;
+}
+
+void Sandbox::SetEnvironment(const std::string& name, const std::string& value) {
+    environment_[name] = value;
+}
+
+void Sandbox::On(const std::string& word, std::function<void(pid_t)> action) {
+    actions_[word] = std::move(action);
+}
+
+void Sandbox::Bind(const std::string& host, const std::string& inside) {
+    bindings_.emplace_back(host, inside);
+}
+
+void Sandbox::BindVersionFiles() {
+    for (const char* name : {"qvt_version", "orlo-latest", "sys_version_tepa.conf"}) {
+        Bind(dir_.Write(std::string("etc/") + name, std::string(name) + "\n"),
+             std::string("/etc/") + name);
+    }
+}
+
+bool Sandbox::LimitSpace(std::size_t bytes, std::size_t inodes) {
+    limited_ = ::geteuid() == 0 && CanMount() && MountSmall(usr_, bytes, inodes);
+    return limited_;
+}
+
+std::string Sandbox::Write(const std::string& name, std::string_view text) {
+    (void)dir_.Write("usr/" + name, text);
+    return "/opt/usr/" + name;
+}
+
+bool Sandbox::UsesProot() const {
+    return kind_ == SandboxKind::Proot || !bindings_.empty();
+}
+
+RunResult Sandbox::Run(std::string_view config) {
+    return RunWith({Write(kConfigName, config)});
+}
+
+RunResult Sandbox::RunWith(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{ProgramPath()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunCommand(command);
+}
+
+// Under proot the shell leaves the pid of the program, whose parent is then proot.
+std::vector<std::string> Sandbox::WholeCommand(const std::vector<std::string>& command) const {
+    std::vector<std::string> whole;
+    if (UsesProot()) {
+        whole = {FindTool("proot"), "-b", usr_ + ":/opt/usr"};
+        for (const auto& [host, inside] : bindings_) {
+            whole.insert(whole.end(), {"-b", host});
+            whole.back().append(":").append(inside);
+        }
+        whole.insert(whole.end(),
+                     {"-w", scratch_, "/bin/sh", "-c", "echo $$ > .pid; exec \"$0\" \"$@\""});
+    }
+    const std::string& program = command.front();
+    whole.push_back(program.find('/') == std::string::npos ? FindTool(program, path_) : program);
+    whole.insert(whole.end(), command.begin() + 1, command.end());
+    return whole;
+}
+
+std::vector<std::string> Sandbox::Environment() const {
+    std::map<std::string, std::string> values;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string text = *entry;
+        const std::size_t equals = text.find('=');
+        values[text.substr(0, equals)] = equals == std::string::npos ? "" : text.substr(equals + 1);
+    }
+    values["PATH"] = path_;
+    values["ZARN_SANDBOX_DIR"] = scratch_;
+    if (UsesProot()) {
+        // The leak check needs to trace its own process, which is traced already.
+        values["ASAN_OPTIONS"] = GetEnvironment("ASAN_OPTIONS") + ":detect_leaks=0";
+    }
+    for (const auto& [name, value] : environment_) {
+        values[name] = value;
+    }
+    std::vector<std::string> list;
+    list.reserve(values.size());
+    for (const auto& [name, value] : values) {
+        list.emplace_back(name).append("=").append(value);
+    }
+    return list;
+}
+
+bool Sandbox::Deal(const std::string& word, pid_t program, const std::string& out) {
+    const auto action = actions_.find(word);
+    if (action != actions_.end()) {
+        action->second(program);
+        return true;
+    }
+    EXPECT_EQ(word, "interrupt") << "no action for this event";
+    if (!interruptSent_) {
+        EXPECT_EQ(::kill(program, SIGINT), 0);
+    }
+    // The handler prints after it has set the flag, so from its line on the flag is seen by all.
+    interruptSent_ = out.find(kInterruptSeen) == std::string::npos;
+    return !interruptSent_;
+}
+
+RunResult Sandbox::RunCommand(const std::vector<std::string>& command) {
+    TrackedProcess process;
+    process.command = WholeCommand(command);
+    process.environment = Environment();
+    process.workingDirectory = scratch_;
+    process.mergeStreams = mergeStreams_;
+    process.requests = scratch_ + "/.requests";
+    process.answers = scratch_ + "/.answers";
+    if (!UsesProot()) {
+        process.prepare = [this] { return EnterPrivateUsr(usr_, dir_.Path() + "opt"); };
+    }
+    process.onRequest = [this](const std::string& word, pid_t pid, const std::string& out) {
+        return Deal(word, UsesProot() ? std::stoi(ReadScratch(".pid")) : pid, out);
+    };
+    TrackedResult tracked = RunTracked(process);
+    if (UsesProot()) {
+        const std::string programId = std::to_string(std::stoi(ReadScratch(".pid")));
+        TakeProotLines(programId, mergeStreams_ ? tracked.out : tracked.err, tracked.waitStatus);
+    }
+    return {std::move(tracked.out), std::move(tracked.err), tracked.waitStatus};
+}
+
+std::vector<std::string> Sandbox::RunNames() const {
+    return SortedNames(usr_ + "mnt/zarn");
+}
+
+std::string Sandbox::RunDir() const {
+    const std::vector<std::string> names = RunNames();
+    EXPECT_FALSE(names.empty()) << "no run directory";
+    return names.empty() ? usr_ : usr_ + "mnt/zarn/" + names.back() + "/";
+}
+
+std::string Sandbox::RunDirInside() const {
+    return "/opt/usr/" + RunDir().substr(usr_.size());
+}
+
+std::string Sandbox::Read(const std::string& name) const {
+    return ReadText(RunDir() + name);
+}
+
+std::vector<std::string> Sandbox::Files(const std::string& folder) const {
+    return SortedNames(RunDir() + folder);
+}
+
+std::string Sandbox::OnlyFile(const std::string& folder, std::string_view prefix) const {
+    std::vector<std::string> found = Files(folder);
+    found.erase(std::remove_if(found.begin(), found.end(),
+                               [prefix](const std::string& name) {
+                                   return std::string_view(name).substr(0, prefix.size()) != prefix;
+                               }),
+                found.end());
+    EXPECT_EQ(found.size(), 1U) << prefix << " in " << folder;
+    return found.empty() ? "" : folder + (folder.back() == '/' ? "" : "/") + found.front();
+}
+
+std::string Sandbox::ReadScratch(const std::string& name) const {
+    return ReadText(scratch_ + "/" + name);
+}
+
+}  // namespace zarn::test
