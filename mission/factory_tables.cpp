@@ -1,3 +1,63 @@
 #include "mission/factory_tables.h"
 
+#include "collectors/system/cpu_collector.h"
 #include "comparators/cpu_comparator.h"
+
+// A new mission adds its header here and its line to the list of its family below.
+
+namespace zarn {
+namespace {
+
+// The row of a class: the name is the class's own.
+template <class Mission, class Base, class... Args>
+MissionClass<Base, Args...> Row() {
+    return {Mission::kName, [](const std::string& name, const Args&... args) {
+                return std::unique_ptr<Base>(std::make_unique<Mission>(name, args...));
+            }};
+}
+
+template <class Mission>
+CollectorClass Collector() {
+    return Row<Mission, BasicCollector>();
+}
+
+template <class Mission>
+AnalyzerClass Analyzer() {
+    return Row<Mission, BasicAnalyzer>();
+}
+
+template <class Mission>
+OptimizerClass Optimizer() {
+    return Row<Mission, BasicOptimizer>();
+}
+
+template <class Mission>
+ComparatorClass Comparator() {
+    return Row<Mission, BasicComparator, VersionMap>();
+}
+
+// clang-format off
+MissionClasses ListMissions() {
+    MissionClasses classes;
+    classes.collectors = {
+        Collector<CpuCollector>(),
+    };
+    classes.analyzers = {
+    };
+    classes.optimizers = {
+    };
+    classes.comparators = {
+        Comparator<CpuComparator>(),
+    };
+    return classes;
+}
+// clang-format on
+
+}  // namespace
+
+const MissionClasses& BuiltInMissions() {
+    static const MissionClasses classes = ListMissions();
+    return classes;
+}
+
+}  // namespace zarn
