@@ -1,0 +1,246 @@
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <ostream>
+#include <string>
+
+#include "foundation/command_runner.h"
+#include "tests/unit/support/temp_dir.h"
+
+namespace zarn {
+namespace {
+
+// What a shell command printed, both streams, and its exit status (-1: ended by a signal).
+struct Result {
+    std::string text;
+    int status = -1;
+};
+
+bool operator==(const Result& a, const Result& b) {
+    return a.text == b.text && a.status == b.status;
+}
+
+std::ostream& operator<<(std::ostream& out, const Result& result) {
+    return out << "status " << result.status << ", text:\n" << result.text;
+}
+
+// The launcher of the source tree with the programs of this build, run by the shell in a directory
+// of the test, where its temporary files go as well.
+class Board : public testing::Test {
+protected:
+    // Runs a shell script in which $BOARD is the launcher and $PROBE the probe.
+    Result Shell(const std::string& script) const {
+        const std::string outPath = directory_.Path() + "shell.out";
+        const int status = SystemCommandRunner().Run(
+            "cd '" + directory_.Path() + "' && mkdir -p tmp && export TMPDIR='" +
+            directory_.Path() + "tmp' ASAN_OPTIONS=detect_leaks=0" +
+            " BOARD='" ZARN_SOURCE_DIR "/board/zarn-board --build " ZARN_BUILD_DIR "'" +
+            " PROBE='" ZARN_BUILD_DIR "/bin/board_probe'" +
+            " SERVER='" ZARN_BUILD_DIR "/bin/zarn-board-server'" + " && { " + script + "\n} >'" +
+            outPath + "' 2>&1");
+        return {test::ReadText(outPath), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+    }
+
+    // Runs a script on the board.
+    Result OnBoard(const std::string& script, const std::string& options = "") const {
+        directory_.Write("script", script);
+        return Shell("$BOARD " + options + " -- sh ./script");
+    }
+
+    // Nothing of the board is left where temporary files go.
+    void ExpectTidy() const { EXPECT_TRUE(std::filesystem::is_empty(directory_.Path() + "tmp")); }
+
+    test::TempDir directory_;
+};
+
+TEST_F(Board, ItsFilesAndToolsStandWhereTheyDoOnTheRealOne) {
+    const Result result = OnBoard(R"sh(
+for file in /proc/qos/bwstat/bandwidth /proc/perf/sched_log /proc/sharepool/proc_stat \
+    /proc/umap/vpc /proc/umap/venc /proc/umap/vdec /sys/fs/cgroup/cpuset/AICPU/cpuset.cpus \
+    /sys/devices/virtual/event_sched/event_sched/node/proc_list \
+    /etc/qvt_version /etc/orlo-latest /etc/sys_version_tepa.conf /var/kavtrace; do
+    cat $file > copy
+    test -s copy || echo "empty: $file"
+done
+for file in /proc/perf/sched_ctrl /sys/devices/virtual/event_sched/event_sched/node/pid; do
+    echo 15 > $file
+    test "$(cat $file)" = 15 || echo "not kept: $file"
+done
+rungate qvt-tool upgrade --allocGroup=default_dm display version > version
+grep -c qvt_version version
+cat /proc/xsmem/task/*/summary | grep cnt | awk '{print$6}'
+mkdir /opt/usr/mnt && rmdir /opt/usr/mnt
+)sh");
+    EXPECT_EQ(result, (Result{"1\n2\n", 0}));
+    ExpectTidy();
+}
+
+TEST_F(Board, StatusStreamsAndDirectoryAreTheCommands) {
+    EXPECT_EQ(OnBoard("exit 7"), (Result{"", 7}));
+    EXPECT_EQ(OnBoard("pwd; cat there"), Shell("touch there; pwd"));
+    EXPECT_EQ(Shell("echo in | $BOARD -- sh -c 'cat; echo err >&2'"), (Result{"in\nerr\n", 0}));
+    EXPECT_EQ(Shell("$BOARD -- no-such-command").status, 127);
+    EXPECT_EQ(Shell("$BOARD -- sh -c 'kill -KILL $$'").status, 137);
+    ExpectTidy();
+}
+
+TEST_F(Board, WhatOneProcessSetsTheNextOneAndTheKernelFileShow) {
+    const Result result = OnBoard(R"sh(
+$PROBE bounds 0 4 1 1
+$PROBE get 13 0 0 48
+$PROBE monitor
+until grep -q '^ *0|[^|]*|  *1|  *4|  *1$' /proc/qos/bwstat/bandwidth; do :; done
+grep -c '|.*|.*|.*|' /proc/qos/bwstat/bandwidth
+)sh");
+    EXPECT_EQ(result, (Result{"0 48 4 1 1\n0 48 4 1 1\n0 104 10000 0 1\n11\n", 0}));
+}
+
+TEST_F(Board, TheBandwidthFileIsNeverTorn) {
+    const Result result = OnBoard(R"sh(
+$PROBE monitor > /dev/null
+until test "$(grep -c '|' /proc/qos/bwstat/bandwidth)" = 11; do :; done
+for i in 1 2 3 4 5 6 7 8 9 10; do
+    $PROBE bounds 0 $i 0 1 > /dev/null &
+    for k in 1 2 3 4 5; do
+        cat /proc/qos/bwstat/bandwidth > copy
+        test -z "$(tail -c 1 copy)" || echo torn
+        grep -c '^[^|]*|[^|]*|[^|]*|[^|]*|[^|]*$' copy
+    done
+    wait
+done | sort | uniq -c
+)sh");
+    EXPECT_EQ(result, (Result{"     50 11\n", 0}));
+}
+
+TEST_F(Board, SameScenarioSeedAndTimesGiveTheSameNumbers) {
+    const auto tables = [this](const std::string& name, const std::string& options) {
+        EXPECT_EQ(Shell("$BOARD --board " + name + " " + options + " -- $PROBE monitor").status, 0);
+        return Shell("$SERVER table " + name + "/state 0 100 7300 60000").text;
+    };
+    const std::string first = tables("one", "--scenario ai_burst --seed 5");
+    EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 44);
+    EXPECT_EQ(tables("two", "--scenario ai_burst --seed 5"), first);
+    EXPECT_NE(tables("three", "--scenario ai_burst --seed 6"), first);
+    EXPECT_NE(tables("four", "--scenario idle --seed 5"), first);
+}
+
+TEST_F(Board, AKeptBoardGoesOnWhereItWas) {
+    EXPECT_EQ(Shell("$BOARD --board kept -- $PROBE bounds 5 20 3 0").status, 0);
+    EXPECT_EQ(Shell("$BOARD --board kept -- $PROBE get 13 0 5 48"), (Result{"0 48 20 3 0\n", 0}));
+    EXPECT_EQ(Shell("$BOARD --board other -- $PROBE get 13 0 5 48"), (Result{"0 48 51 0 1\n", 0}));
+    ExpectTidy();
+}
+
+TEST_F(Board, TwoCommandsShareAKeptBoard) {
+    const Result result = Shell(R"sh(mkfifo up go
+$BOARD --board kept -- sh -c 'echo > up; read x < go; $PROBE get 13 0 5 48' & first=$!
+read x < up
+$BOARD --board kept -- $PROBE bounds 5 20 3 0
+echo > go
+wait $first)sh");
+    EXPECT_EQ(result, (Result{"0 48 20 3 0\n0 48 20 3 0\n", 0}));
+}
+
+TEST_F(Board, FollowsTheFaultPlanAcrossProcesses) {
+    directory_.Write("plan.json", R"({"faults": [
+        {"call": "tovi_get_device_info", "main": 13, "sub": 0, "key": 5, "skip": 1, "times": 1,
+         "code": -3},
+        {"call": "tovi_get_device_info", "main": 9, "size": 8}]})");
+    const Result result = OnBoard(R"sh(
+$PROBE get 13 0 6 48; $PROBE get 13 0 5 48; $PROBE get 13 0 5 48; $PROBE get 13 0 5 48
+$PROBE get 9 0 0 4)sh",
+                                  "--faults plan.json");
+    EXPECT_EQ(result,
+              (Result{"0 48 51 0 1\n0 48 51 0 1\n-3 48 0 0 0\n0 48 51 0 1\n0 8 0 0 0\n", 0}));
+}
+
+TEST_F(Board, OptUsrIsTheFolderOfTheUser) {
+    EXPECT_EQ(OnBoard("echo text > /opt/usr/file", "--opt-usr mine"), (Result{"", 0}));
+    EXPECT_EQ(directory_.Read("mine/file"), "text\n");
+    ExpectTidy();
+    const Result kept = OnBoard("echo text > /opt/usr/file");
+    EXPECT_EQ(kept.status, 0);
+    EXPECT_NE(kept.text.find("zarn-board: /opt/usr of the board is kept in "), std::string::npos);
+    EXPECT_EQ(Shell("cd tmp/zarn-board.*; cat opt-usr/file; ls").text, "text\nopt-usr\n");
+}
+
+TEST_F(Board, SignalsReachTheCommandAndNothingIsLeft) {
+    for (const std::string signal : {"INT", "TERM", "HUP"}) {
+        const Result result = Shell("signal=" + signal + R"sh(
+test -p up || mkfifo up
+env --default-signal=INT,HUP $BOARD -- bash -c '
+    trap "echo caught; kill \$!; exit 3" '$signal'
+    sleep 600 &
+    echo > up
+    wait' & board=$!
+read x < up
+kill -$signal $board
+wait $board)sh");
+        EXPECT_EQ(result, (Result{"caught\n", 3})) << signal;
+        ExpectTidy();
+        EXPECT_EQ(Shell("pgrep -f \"$PWD/tmp/zarn-board\"").status, 1) << signal;
+    }
+}
+
+TEST_F(Board, RefusesACallItDoesNotUnderstand) {
+    EXPECT_EQ(Shell("$BOARD").status, 2);
+    EXPECT_EQ(Shell("$BOARD --seed").status, 2);
+    EXPECT_EQ(Shell("$BOARD --sed 1 -- true").status, 2);
+    EXPECT_EQ(Shell("$BOARD --scenario none -- true"),
+              (Result{"zarn-board: no such scenario: none (--list shows them)\n", 1}));
+    EXPECT_EQ(Shell("$BOARD --seed x -- true"),
+              (Result{"zarn-board-server: the seed must be a whole number: x\n", 1}));
+    directory_.Write("bad.json", R"sh({"faults": 1})sh");
+    EXPECT_EQ(Shell("$BOARD --faults bad.json -- true"),
+              (Result{"zarn-board-server: bad.json: faults: expected a list of at most 64 "
+                      "entries\n",
+                      1}));
+    EXPECT_EQ(Shell("$BOARD --list | cut -d' ' -f1 | grep -c -e idle -e throttled_cpu").text,
+              "2\n");
+    ExpectTidy();
+}
+
+// Root only: the same as an ordinary user, and the way without ptrace.
+class BoardAsRoot : public Board {
+protected:
+    void SetUp() override {
+        if (::geteuid() != 0) {
+            GTEST_SKIP() << "needs root to become another user";
+        }
+    }
+};
+
+TEST_F(BoardAsRoot, AnOrdinaryUserNeedsNoPrivilege) {
+    const std::string asNobody = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+    if (Shell(asNobody + "$PROBE get; test $? = 1 && " + asNobody + "test -r " ZARN_SOURCE_DIR)
+            .status != 0) {
+        GTEST_SKIP() << "the build is not readable for an ordinary user";
+    }
+    const Result result = Shell("chmod 777 . tmp; " + asNobody +
+                                "$BOARD -- sh -c 'id -u; $PROBE bounds 5 20 3 0; "
+                                "$PROBE get 13 0 5 48; cat /etc/qvt_version > /dev/null; exit 4'");
+    EXPECT_EQ(result, (Result{"65534\n0 48 20 3 0\n0 48 20 3 0\n", 4}));
+    ExpectTidy();
+}
+
+TEST_F(BoardAsRoot, ANamespaceBindsAllButTheKernelsFiles) {
+    if (Shell("unshare --mount true").status != 0) {
+        GTEST_SKIP() << "mount namespaces are not allowed here";
+    }
+    const Result result = OnBoard(R"sh(
+cat /etc/qvt_version /etc/orlo-latest /etc/sys_version_tepa.conf /var/kavtrace > copy || echo missing
+rungate true --allocGroup=x || echo rungate
+$PROBE bounds 5 20 3 0
+echo text > /opt/usr/file
+exit 4)sh",
+                                  "--namespace --opt-usr mine");
+    EXPECT_EQ(result, (Result{"0 48 20 3 0\n", 4}));
+    EXPECT_EQ(directory_.Read("mine/file"), "text\n");
+    ExpectTidy();
+}
+
+}  // namespace
+}  // namespace zarn
