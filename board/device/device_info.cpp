@@ -47,10 +47,7 @@ int GetAiUsage(const BoardState& state, std::uint32_t subCommand, void* buffer, 
     if (size < cores) {
         return kWrongSize;
     }
-    auto* usage = static_cast<std::uint8_t*>(buffer);
-    for (std::uint32_t core = 0; core < cores; ++core) {
-        usage[core] = AiCoreUsage(state, core, timeMs);
-    }
+    AiCoreUsage(state, timeMs, static_cast<std::uint8_t*>(buffer), cores);
     size = cores;
     return kDeviceOk;
 }

@@ -72,14 +72,16 @@ MemoryMoment Observe(const BoardState& state, std::uint64_t timeMs) {
     return moment;
 }
 
-std::uint8_t AiCoreUsage(const BoardState& state, std::size_t core, std::uint64_t timeMs) {
-    const std::uint8_t code = state.scenario.aiCoreCodes[core];
-    if (code != 0) {
-        return code;
+void AiCoreUsage(const BoardState& state, std::uint64_t timeMs, std::uint8_t* usage,
+                 std::size_t cores) {
+    const double block = EngineUsage(state, kAicDat, state.scenario.load.aic, timeMs);
+    for (std::size_t core = 0; core < cores; ++core) {
+        const double swing = SwingOf(state.seed, kUsageStream, core, timeMs / kTickMs);
+        const std::uint8_t code = state.scenario.aiCoreCodes[core];
+        usage[core] =
+            code != 0 ? code
+                      : static_cast<std::uint8_t>(ToPercent(block * (1.0 + kCoreSwing * swing)));
     }
-    const double usage = EngineUsage(state, kAicDat, state.scenario.load.aic, timeMs);
-    const double swing = SwingOf(state.seed, kUsageStream, core, timeMs / kTickMs);
-    return static_cast<std::uint8_t>(ToPercent(usage * (1.0 + kCoreSwing * swing)));
 }
 
 std::uint32_t ImageEngineUsage(const BoardState& state, std::size_t master, std::uint64_t timeMs) {

@@ -23,9 +23,10 @@ struct MemoryMoment {
 // Both and what comes of them. The caller holds the lock, or owns the state.
 [[nodiscard]] MemoryMoment Observe(const BoardState& state, std::uint64_t timeMs);
 
-// Percent that core `core` of the AI block is busy, or the code it always reports.
-[[nodiscard]] std::uint8_t AiCoreUsage(const BoardState& state, std::size_t core,
-                                       std::uint64_t timeMs);
+// Percent that each of the first `cores` cores of the AI block is busy, or the code it always
+// reports.
+void AiCoreUsage(const BoardState& state, std::uint64_t timeMs, std::uint8_t* usage,
+                 std::size_t cores);
 
 // Percent that an engine of the image block is busy; `master` is kImgpVenc, kImgpVdec or kImgpVpc.
 [[nodiscard]] std::uint32_t ImageEngineUsage(const BoardState& state, std::size_t master,
