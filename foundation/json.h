@@ -36,7 +36,13 @@ using JsonAllocator = rapidjson::Document::AllocatorType;
 
 // Parses one JSON value that fills the whole of `text`, under the library's default flags. False if
 // the text is no such value: empty, torn, followed by anything but white space, or holding a NUL
-// byte. Any nesting depth and any size are accepted without recursion.
+// byte, even behind the value. What `document` held before is gone either way.
+//
+// What it promises for input of any size: time in proportion to the size, no recursion at any depth
+// of nesting, and memory of at most 20 times the size while it parses (measured: 2 for long
+// strings, 3 to 7 for ordinary documents, 16 for "[0,0,...]", 19 for brackets within brackets).
+// Only where the system has no memory left at all does the library end the process. The library's
+// own Accept, CopyFrom and == do recurse with nesting: keep them away from values of unknown depth.
 [[nodiscard]] bool ParseJson(std::string_view text, JsonDocument& document);
 
 // Calls `handler`, as the library's Reader does, for every part of the one JSON value that fills
@@ -50,8 +56,11 @@ template <typename Handler>
            stream.Tell() == text.size();
 }
 
-// The compact text of `value`, as the library's Writer gives it, but written without recursion, so
-// that a value of any depth can be written. Appended to `buffer`.
+// The compact text of `value`, byte for byte as the library's Writer gives it, but written without
+// recursion, so that a value of any depth can be written, and about three times as fast. Appended
+// to `buffer`. Bytes from 0x80 on pass as they are, valid UTF-8 or not. A number that JSON cannot
+// express (not a number, infinite), where the library would stop and leave the text torn, becomes
+// null, so that the document stays readable.
 void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer);
 
 }  // namespace zarn

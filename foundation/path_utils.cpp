@@ -111,11 +111,18 @@ bool ReadFileLines(const std::string& path, std::vector<std::string>& lines) {
 }
 
 void SaveJsonToFile(const std::string& path, const JsonValue& document) {
-    rapidjson::StringBuffer buffer;
+    // Kept from document to document, unless a huge one has swollen it.
+    constexpr std::size_t kKeptSize = 1 << 20;
+    thread_local rapidjson::StringBuffer buffer;
+    buffer.Clear();
     WriteJson(document, buffer);
     buffer.Put('\n');
     if (AppendFile(path, {buffer.GetString(), buffer.GetSize()}) != FileResult::Ok) {
         PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
+    }
+    if (buffer.GetSize() > kKeptSize) {
+        buffer.Clear();
+        buffer.ShrinkToFit();
     }
 }
 
