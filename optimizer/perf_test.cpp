@@ -92,9 +92,8 @@ bool ComparePerf(const PsoState& state, const PerfMap& benchmarkPerf, PerfMap& n
         }
         return acceptable;
     } catch (const std::exception& error) {
-        PrintError(std::string("[DdrOptimizer] Failed to compare perf resuls. Error: ") +
-                   error.what());
-        return false;
+        return PrintFailure(std::string("[DdrOptimizer] Failed to compare perf resuls. Error: ") +
+                            error.what());
     }
 }
 

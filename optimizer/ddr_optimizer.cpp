@@ -1,0 +1,141 @@
+#include "optimizer/ddr_optimizer.h"
+
+#include <utility>
+
+#include "foundation/console.h"
+#include "foundation/ddr_run_files.h"
+#include "foundation/mission_cost.h"
+#include "foundation/zarn_utils.h"
+#include "optimizer/optimizer_options.h"
+#include "optimizer/pso_search.h"
+#include "optimizer/stress_benchmark.h"
+
+namespace zarn {
+namespace {
+
+constexpr std::uint32_t kUnsetHighBound = 200;
+
+// The board itself: its device and its benchmark.
+class RealStressBoard final : public StressBoard {
+public:
+    RealStressBoard(DeviceLibrary& device, CommandRunner& runner, const std::string& stressLogPath)
+        : device_(device), runner_(runner), stressLogPath_(stressLogPath) {}
+
+    bool Apply(const std::vector<QosConfig>& configs) override {
+        return ApplyQosConfigs(configs, device_);
+    }
+
+    bool RunBenchmark(PerfMap& perf) override {
+        return RunStressBenchmark(stressLogPath_, perf, runner_);
+    }
+
+private:
+    DeviceLibrary& device_;
+    CommandRunner& runner_;
+    const std::string& stressLogPath_;
+};
+
+}  // namespace
+
+DdrOptimizer::DdrOptimizer(std::string name, CommandRunner& runner, DeviceLibrary& device,
+                           RandomSource& random)
+    : BasicOptimizer(std::move(name)), runner_(runner), device_(device), random_(random) {}
+
+bool DdrOptimizer::Start(const JsonDocument& config, const std::string& dataPath,
+                         const StopFlag* stopFlag) {
+    const MissionCost cost;
+    PrintLine("[DdrOptimizer] DdrOptimizer Start.");
+    if (!InitFilePath(dataPath)) {
+        return PrintFailure("[DdrOptimizer] Failed to init file path!");
+    }
+    if (!InitQosConfig(optimizerQosConfigs)) {
+        // The same words as above, though it is the device that failed: they are known so.
+        return PrintFailure("[DdrOptimizer] Failed to init file path!");
+    }
+    if (!CheckOptions(config)) {
+        return PrintFailure("[DdrOptimizer] Failed to parse qos config!");
+    }
+    if (!UpdateQosConfig(stopFlag)) {
+        return PrintFailure("[DdrOptimizer] Failed to update qos config!");
+    }
+    PrintLine("[DdrOptimizer] Successfully set new qos conf! DdrOptimizer finished!");
+    cost.Record(kName, dataPath);
+    return true;
+}
+
+bool DdrOptimizer::CheckOptions(const JsonDocument& config) {
+    return ReadOptimizerOptions(config, settings_);
+}
+
+bool DdrOptimizer::InitFilePath(const std::string& dataPath) {
+    if (!CreateDirectory(dataPath + ddr_files::kRawFolder)) {
+        return false;
+    }
+    std::string timeStamp;
+    if (!GetCurrentTimeString(timeStamp)) {
+        return PrintFailure("[DdrOptimizer] Failed to get curr timeStamp!");
+    }
+    const std::string rawDir = dataPath + ddr_files::kRawDir;
+    const std::string end = timeStamp + "." + ddr_files::kLogSuffix;
+    optLogPath_ = rawDir + ddr_files::kOptimizerLog + end;
+    stressLogPath_ = rawDir + ddr_files::kStressLog + end;
+    return true;
+}
+
+bool DdrOptimizer::InitQosConfig(const std::vector<QosConfig>& rows) {
+    PrintLine("[DdrOptimizer] Start to init qos Config. ");
+    for (const QosConfig& row : rows) {
+        QosConfig held;
+        held.mpam_name = row.mpam_name;
+        held.bw_high = kUnsetHighBound;
+        held.master = row.master;
+        if (!ReadOrSetQosConfig(row, held)) {
+            return false;
+        }
+        initQosConfigs_.push_back(held);
+    }
+    return true;
+}
+
+bool DdrOptimizer::ReadOrSetQosConfig(const QosConfig& row, QosConfig& held) {
+    if (!CheckMasterConfig(held, device_)) {
+        return PrintFailure("[DdrOptimizer] Failed to get init qos mpamid!");
+    }
+    if (!GetMataConfig(held, device_)) {
+        return PrintFailure("[DdrOptimizer] Failed to get init qos conf!");
+    }
+    if (held.bw_high != kNeverConfigured) {
+        return true;
+    }
+    PrintLine("[DdrOptimizer] Sys has not yet set Qos conf, using default settings. ");
+    return SetDefault(row, held) ||
+           PrintFailure("[DdrOptimizer] Failed to set qos with default settings!");
+}
+
+bool DdrOptimizer::SetDefault(const QosConfig& row, QosConfig& held) {
+    return SetMasterConfig(row.master, row.mpamid, row.priority, device_) &&
+           CheckMasterConfig(held, device_) &&
+           SetMataConfig(row.mpamid, row.bw_high, row.bw_low, row.hardlimit, device_) &&
+           GetMataConfig(held, device_);
+}
+
+bool DdrOptimizer::UpdateQosConfig(const StopFlag* stopFlag) {
+    if (IsSet(stopFlag)) {
+        return PrintFailure("[DdrOptimizer] Failed to process ddr optimizer because of stopFlag!");
+    }
+    if (settings_.mode == "manual") {
+        return ApplyQosConfigs(settings_.manualQosConfigs, device_);
+    }
+    if (settings_.mode == "auto") {
+        return RunPso(stopFlag);
+    }
+    return true;
+}
+
+bool DdrOptimizer::RunPso(const StopFlag* stopFlag) {
+    RealStressBoard board(device_, runner_, stressLogPath_);
+    const OptLog log(optLogPath_);
+    return PsoSearch(settings_.psoState, {board, log, random_, stopFlag}).RunPso();
+}
+
+}  // namespace zarn
