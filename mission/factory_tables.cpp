@@ -2,6 +2,7 @@
 
 #include "collectors/system/cpu_collector.h"
 #include "comparators/cpu_comparator.h"
+#include "optimizer/ddr_optimizer.h"
 
 // A new mission adds its header here and its line to the list of its family below.
 
@@ -45,6 +46,7 @@ MissionClasses ListMissions() {
     classes.analyzers = {
     };
     classes.optimizers = {
+        Optimizer<DdrOptimizer>(),
     };
     classes.comparators = {
         Comparator<CpuComparator>(),

@@ -35,24 +35,22 @@ bool ParseName(const JsonValue& value, QosConfig& config) {
     return true;
 }
 
-// Sets the bound to `limit` after saying why; `relation` is "larger" or "less".
-void ClampHigh(QosConfig& config, const std::string& relation, std::uint32_t limit) {
-    const std::string limitText = std::to_string(limit);
-    PrintError("[DdrOptimizer] Warning! The bwHigh setting of " + config.mpam_name + "is " +
-               std::to_string(config.bw_high) + ", which cannot be " + relation + " than " +
-               limitText + "! The bwHigh of " + config.mpam_name + " will be set to: " + limitText);
-    config.bw_high = limit;
-}
-
 bool ParseHigh(const JsonValue& value, QosConfig& config) {
     if (!value.IsUint()) {
         return PrintFailure("[DdrOptimizer] Illegal bwHighs type! It should be uint.");
     }
     config.bw_high = value.GetUint();
+    const std::string& name = config.mpam_name;
+    const std::string subject = "[DdrOptimizer] Warning! The bwHigh setting of " + name + "is " +
+                                std::to_string(config.bw_high);
     if (config.bw_high > kGreatestHighBound) {
-        ClampHigh(config, "larger", kGreatestHighBound);
+        PrintError(subject + ", which cannot be larger than 51! The bwHigh of " + name +
+                   " will be set to: 51");
+        config.bw_high = kGreatestHighBound;
     } else if (config.bw_high < kLeastHighBound) {
-        ClampHigh(config, "less", kLeastHighBound);
+        PrintError(subject + ", which cannot be less than 3! The bwHigh of " + name +
+                   " will be set to: 3");
+        config.bw_high = kLeastHighBound;
     }
     return true;
 }
@@ -93,10 +91,14 @@ bool ParseEntry(const ManualEntry& entry, QosConfig& config) {
 }
 
 bool CheckSizes(const JsonValue& mode) {
-    for (const char* key : {"bwLow", "bwHigh", "hardLimit"}) {
-        if (mode[key].Empty()) {
-            return PrintFailure(std::string("[DdrOptimizer] The ") + key + " setting is empty!");
-        }
+    if (mode["bwLow"].Empty()) {
+        return PrintFailure("[DdrOptimizer] The bwLow setting is empty!");
+    }
+    if (mode["bwHigh"].Empty()) {
+        return PrintFailure("[DdrOptimizer] The bwHigh setting is empty!");
+    }
+    if (mode["hardLimit"].Empty()) {
+        return PrintFailure("[DdrOptimizer] The hardLimit setting is empty!");
     }
     for (const char* key : {"bwLow", "bwHigh", "hardLimit"}) {
         if (mode[key].Size() != mode["mpamName"].Size()) {

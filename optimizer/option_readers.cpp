@@ -20,8 +20,7 @@ void ReportDefault(const char* key, Value value) {
 }
 
 bool ReportType(const char* key, const char* expected) {
-    return PrintFailure(std::string("[DdrOptimizer] Invalid type of ") + key +
-                        " , which should be " + expected + ".");
+    return PrintFailure(std::string("[DdrOptimizer] Invalid type of ") + key + expected);
 }
 
 bool FitsSinglePrecision(const JsonValue& value) {
@@ -38,7 +37,7 @@ bool ReadUnsigned(const JsonValue& object, const char* key, std::uint16_t& value
         return true;
     }
     if (!member->IsUint()) {
-        return ReportType(key, "unsigned int");
+        return ReportType(key, " , which should be unsigned int.");
     }
     value = static_cast<std::uint16_t>(member->GetUint());
     return true;
@@ -51,7 +50,7 @@ bool ReadNumber(const JsonValue& object, const char* key, double& value) {
         return true;
     }
     if (!FitsSinglePrecision(*member)) {
-        return ReportType(key, "floate");
+        return ReportType(key, " , which should be floate.");
     }
     value = double{static_cast<float>(member->GetDouble())};
     return true;

@@ -19,21 +19,24 @@ constexpr std::int32_t kGreatestVelocity = 20;
 struct BoundsWords {
     const char* key;
     const char* missing;
-    const char* noList;  // followed by the group
-    const char* elementType;
+    const char* noObject;
+    const char* noPair;       // followed by the group
+    const char* elementType;  // follows the group
 };
 
 constexpr BoundsWords kSpaceWords = {
     "psoSpaceBounds",
     "[DdrOptimizer] Pso space bound settings are missing. ",
+    "[DdrOptimizer] Invalid psoSpaceBounds type, which should be dict!",
     "[DdrOptimizer] Invalid space bound setting of ",
-    "unsigned int",
+    " , which should be unsigned int.",
 };
 constexpr BoundsWords kVelocityWords = {
     "psoVelBounds",
     "[DdrOptimizer] Pso velocity bound settings are missing. ",
+    "[DdrOptimizer] Invalid psoVelBounds type, which should be dict!",
     "[DdrOptimizer] Invalid bound setting of ",
-    "int",
+    " , which should be int.",
 };
 
 PsoBound MakeSpaceBound(const std::string& group, const JsonValue& pair) {
@@ -89,17 +92,16 @@ bool ReadBounds(const JsonValue& conf, const BoundsWords& words, JsonType type, 
         return PrintFailure(words.missing);
     }
     if (!object->IsObject()) {
-        return PrintFailure(std::string("[DdrOptimizer] Invalid ") + words.key +
-                            " type, which should be dict!");
+        return PrintFailure(words.noObject);
     }
     for (const auto& [group, mpamids] : stressGroups) {
         const JsonValue* pair = FindMember(*object, group.c_str());
         if (pair == nullptr || !pair->IsArray() || pair->Size() != 2) {
-            return PrintFailure(words.noList + group);
+            return PrintFailure(words.noPair + group);
         }
         if (!HasType((*pair)[0], type) || !HasType((*pair)[1], type)) {
             return PrintFailure("[DdrOptimizer] Invalid bound value type of " + group +
-                                " , which should be " + words.elementType + ".");
+                                words.elementType);
         }
         bounds[group] = make(group, *pair);
     }
@@ -120,17 +122,34 @@ bool ReadIndexes(const JsonValue& indexes, PsoState& state) {
            ReadUnsigned(indexes, "camFpsBound", state.camFpsBound);
 }
 
-// An optional object of `conf`; `missing` is said when it is absent, and the defaults stay.
-bool ReadOptionalObject(const JsonValue& conf, const char* key, const char* missing,
+// The words about one optional object.
+struct OptionalWords {
+    const char* key;
+    const char* missing;
+    const char* noObject;
+};
+
+constexpr OptionalWords kParamsWords = {
+    "psoParams",
+    "[DdrOptimizer] Pso params settings are missing. Use default settings.",
+    "[DdrOptimizer] Invalid psoParams type, which should be dict!",
+};
+constexpr OptionalWords kIndexesWords = {
+    "psoIndexs",
+    "[DdrOptimizer] Pso psoIndexs settings are missing. Use default settings.",
+    "[DdrOptimizer] Invalid psoIndexs type, which should be dict!",
+};
+
+// An absent object leaves the defaults.
+bool ReadOptionalObject(const JsonValue& conf, const OptionalWords& words,
                         bool (*read)(const JsonValue&, PsoState&), PsoState& state) {
-    const JsonValue* object = FindMember(conf, key);
+    const JsonValue* object = FindMember(conf, words.key);
     if (object == nullptr) {
-        PrintLine(missing);
+        PrintLine(words.missing);
         return true;
     }
     if (!object->IsObject()) {
-        return PrintFailure(std::string("[DdrOptimizer] Invalid ") + key +
-                            " type, which should be dict!");
+        return PrintFailure(words.noObject);
     }
     return read(*object, state);
 }
@@ -149,15 +168,10 @@ bool ParsePsoConf(const JsonValue& section, PsoState& state) {
                     state.psoVelBounds)) {
         return PrintFailure("[DdrOptimizer] Get pso search velocity bounds fail!");
     }
-    if (!ReadOptionalObject(*conf, "psoParams",
-                            "[DdrOptimizer] Pso params settings are missing. Use default settings.",
-                            ReadParams, state)) {
+    if (!ReadOptionalObject(*conf, kParamsWords, ReadParams, state)) {
         return PrintFailure("[DdrOptimizer] Get pso params fail!");
     }
-    if (!ReadOptionalObject(
-            *conf, "psoIndexs",
-            "[DdrOptimizer] Pso psoIndexs settings are missing. Use default settings.", ReadIndexes,
-            state)) {
+    if (!ReadOptionalObject(*conf, kIndexesWords, ReadIndexes, state)) {
         return PrintFailure("[DdrOptimizer] Get pso indexs fail!");
     }
     return true;

@@ -11,9 +11,18 @@ namespace {
 
 constexpr int kRetries = 3;  // the try after them is taken whatever it is
 
+// 0 for a group that the comparison did not come to.
 double TValueOf(const std::map<std::string, double>& tValues, const std::string& group) {
     const auto entry = tValues.find(group);
     return entry == tValues.end() ? 0.0 : entry->second;
+}
+
+std::string TValuesText(const std::map<std::string, double>& tValues) {
+    const auto text = [&tValues](const char* group) {
+        return TValueText(TValueOf(tValues, group));
+    };
+    return "[DdrOptimizer] t-value  cpu : " + text("cpu") + " aic : " + text("aic") +
+           " imgp : " + text("imgp") + " isp : " + text("isp");
 }
 
 }  // namespace
@@ -49,11 +58,7 @@ PsoSearch::Evaluation PsoSearch::Evaluate(const std::vector<QosConfig>& candidat
     }
     std::map<std::string, double> tValues;
     const bool acceptable = ComparePerf(state_, benchmarkPerf_, evaluation.perf, tValues);
-    std::string line = "[DdrOptimizer] t-value ";
-    for (const char* group : {"cpu", "aic", "imgp", "isp"}) {
-        line += std::string(" ") + group + " : " + TValueText(TValueOf(tValues, group));
-    }
-    tools_.log.WriteOptLog(line);
+    tools_.log.WriteOptLog(TValuesText(tValues));
     evaluation.verdict = acceptable ? Verdict::Acceptable : Verdict::Unacceptable;
     evaluation.cpuTValue = TValueOf(tValues, "cpu");
     return evaluation;
