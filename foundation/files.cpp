@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <exception>
 
 namespace zarn {
 namespace {
@@ -37,6 +38,12 @@ private:
     int fd_;
 };
 
+// Whether `fd` is a regular file, whose status goes to `status`.
+[[nodiscard]] bool IsRegular(int fd, struct stat& status) {
+    return ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Writes the whole of `text` at the descriptor's place.
 [[nodiscard]] bool WriteAll(int fd, std::string_view text) {
     while (!text.empty()) {
         const ssize_t written = ::write(fd, text.data(), text.size());
@@ -49,24 +56,38 @@ private:
     return true;
 }
 
+[[nodiscard]] bool WriteAllAt(int fd, std::string_view text, std::size_t place) {
+    return ::lseek(fd, static_cast<off_t>(place), SEEK_SET) >= 0 && WriteAll(fd, text);
+}
+
+// Makes `text` the content of a file of `oldSize` bytes. What goes beyond the old end is written
+// first, for only that needs space: if there is none, the file is cut back to what it was.
+[[nodiscard]] bool Replace(int fd, std::size_t oldSize, std::string_view text) {
+    const std::string_view head = text.substr(0, oldSize);
+    const std::string_view tail = text.substr(head.size());
+    if (!tail.empty() && !WriteAllAt(fd, tail, oldSize)) {
+        (void)!::ftruncate(fd, static_cast<off_t>(oldSize));
+        return false;
+    }
+    return (head.empty() || WriteAllAt(fd, head, 0)) &&
+           (text.size() >= oldSize || ::ftruncate(fd, static_cast<off_t>(text.size())) == 0);
+}
+
 // Reads to the end of the file; `sizeHint` is what fstat said, which a file of procfs gives as 0.
+// The text grows by steps that stay in a cache, since growing clears what the reading then fills.
 [[nodiscard]] bool ReadAll(int fd, std::size_t sizeHint, std::string& text) {
-    constexpr std::size_t kStep = 65536;
-    std::size_t used = 0;
-    text.resize(sizeHint + 1);
+    constexpr std::size_t kStep = 262144;
+    text.reserve(sizeHint + 1);
     while (true) {
-        if (used == text.size()) {
-            text.resize(text.size() + text.size() / 2 + kStep);
-        }
+        const std::size_t used = text.size();
+        const std::size_t room = text.capacity() - used;
+        text.resize(used + (room == 0 ? kStep : std::min(room, kStep)));
         const ssize_t got = ::read(fd, text.data() + used, text.size() - used);
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got <= 0) {
-            text.resize(used);
+        const bool interrupted = got < 0 && errno == EINTR;
+        text.resize(used + static_cast<std::size_t>(got > 0 ? got : 0));
+        if (got <= 0 && !interrupted) {
             return got == 0;
         }
-        used += static_cast<std::size_t>(got);
     }
 }
 
@@ -101,11 +122,16 @@ FileResult ReadRegularFile(const std::string& path, int access, std::string& tex
     text.clear();
     const Descriptor file(path, access | O_NONBLOCK);
     struct stat status {};
-    if (!file.IsOpen() || ::fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (!file.IsOpen() || !IsRegular(file.Get(), status)) {
         return FileResult::CannotOpen;
     }
-    return read(file.Get(), static_cast<std::size_t>(status.st_size)) ? FileResult::Ok
-                                                                      : FileResult::Failed;
+    try {
+        return read(file.Get(), static_cast<std::size_t>(status.st_size)) ? FileResult::Ok
+                                                                          : FileResult::Failed;
+    } catch (const std::exception&) {
+        std::string().swap(text);
+        return FileResult::Failed;
+    }
 }
 
 FileResult ReadWholeFile(const std::string& path, int access, std::string& text) {
@@ -130,18 +156,19 @@ FileResult ReadFileHead(const std::string& path, std::size_t lineCount, std::str
 }
 
 FileResult WriteFile(const std::string& path, std::string_view text) {
-    Descriptor file(path, O_WRONLY | O_CREAT | O_TRUNC);
-    if (!file.IsOpen()) {
+    Descriptor file(path, O_WRONLY | O_CREAT | O_NONBLOCK);
+    struct stat before {};
+    if (!file.IsOpen() || !IsRegular(file.Get(), before)) {
         return FileResult::CannotOpen;
     }
-    const bool written = WriteAll(file.Get(), text);
+    const bool written = Replace(file.Get(), static_cast<std::size_t>(before.st_size), text);
     return file.Close() && written ? FileResult::Ok : FileResult::Failed;
 }
 
 FileResult AppendFile(const std::string& path, std::string_view text) {
-    Descriptor file(path, O_WRONLY | O_CREAT | O_APPEND);
+    Descriptor file(path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK);
     struct stat before {};
-    if (!file.IsOpen() || ::fstat(file.Get(), &before) != 0) {
+    if (!file.IsOpen() || !IsRegular(file.Get(), before)) {
         return FileResult::CannotOpen;
     }
     if (!WriteAll(file.Get(), text)) {

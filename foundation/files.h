@@ -13,7 +13,8 @@ enum class FileResult { Ok, CannotOpen, Failed };
 
 // Reads a whole regular file into `text`, replacing it. CannotOpen also for anything that is no
 // regular file: a directory, a FIFO or a device, so that a read never blocks. Failed: a read error
-// after opening; `text` then holds what was read. Prints nothing.
+// after opening, and `text` then holds what was read; or memory that does not suffice for it, and
+// `text` is empty. Needs memory of the file's size and no more. Prints nothing.
 [[nodiscard]] FileResult ReadFile(const std::string& path, std::string& text);
 
 // The same for a file that must be open for writing too: a read-only file gives CannotOpen.
@@ -25,12 +26,14 @@ enum class FileResult { Ok, CannotOpen, Failed };
 [[nodiscard]] FileResult ReadFileHead(const std::string& path, std::size_t lineCount,
                                       std::string& text);
 
-// Creates or truncates `path` and writes `text`, in one go. Prints nothing.
+// Makes `text` the content of the regular file `path`, which is created if needed. If there is no
+// space for it (a full disk) the file keeps what it held; a new one stays empty. CannotOpen also
+// for anything that is no regular file, without blocking. Prints nothing.
 [[nodiscard]] FileResult WriteFile(const std::string& path, std::string_view text);
 
 // Appends `text`, whole or not at all: if it cannot be written to its end (a full disk) the file is
 // cut back to its former size, so that what was saved before stays readable. Creates the file if
-// needed. Prints nothing.
+// needed. CannotOpen also for anything that is no regular file, without blocking. Prints nothing.
 [[nodiscard]] FileResult AppendFile(const std::string& path, std::string_view text);
 
 // Walks the lines of a text as views into it, as getline does: lines end at "\n", which does not

@@ -1,0 +1,211 @@
+#include "foundation/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/unit/support/process_state.h"
+#include "tests/unit/support/temp_dir.h"
+
+namespace zarn {
+namespace {
+
+// No file may grow beyond `size` bytes, as on a full disk: the part that fits is written.
+class ScopedFileSizeLimit {
+public:
+    explicit ScopedFileSizeLimit(rlim_t size) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{size, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
+    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
+    ~ScopedFileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+
+private:
+    test::ScopedHandling signal_{SIGXFSZ, SIG_IGN};
+    rlimit before_{};
+};
+
+std::string ReadBack(const std::string& path) {
+    std::string text;
+    EXPECT_EQ(ReadFile(path, text), FileResult::Ok);
+    return text;
+}
+
+class FilesTest : public testing::Test {
+protected:
+    test::TempDir directory_;
+};
+
+using ReadFileTest = FilesTest;
+
+TEST_F(ReadFileTest, ReplacesTheTextByEveryByte) {
+    const std::string bytes("a\0\r\n\xff\n", 6);
+    std::string text = "before";
+    EXPECT_EQ(ReadFile(directory_.Write("bytes", bytes), text), FileResult::Ok);
+    EXPECT_EQ(text, bytes);
+    EXPECT_EQ(ReadFile(directory_.Write("empty", ""), text), FileResult::Ok);
+    EXPECT_EQ(text, "");
+}
+
+TEST_F(ReadFileTest, ReadsSizesAroundItsSteps) {
+    for (const std::size_t size : {1U, 4096U, 262143U, 262144U, 262145U, 524288U, 1000001U}) {
+        std::string bytes(size, 'x');
+        bytes.back() = 'y';
+        EXPECT_EQ(ReadBack(directory_.Write("file", bytes)), bytes);
+    }
+}
+
+TEST_F(ReadFileTest, NeedsNoMoreMemoryThanTheFile) {
+    const std::size_t size = std::size_t{16} << 20;
+    std::string text;
+    ASSERT_EQ(ReadFile(directory_.Write("line", std::string(size, 'x')), text), FileResult::Ok);
+    EXPECT_EQ(text.size(), size);
+    EXPECT_LE(text.capacity(), size + 4096);
+}
+
+TEST_F(ReadFileTest, ReadsFilesOfTheKernelThatSayTheyAreEmpty) {
+    struct stat status {};
+    ASSERT_EQ(::stat("/proc/self/status", &status), 0);
+    ASSERT_EQ(status.st_size, 0);
+    const std::string text = ReadBack("/proc/self/status");
+    EXPECT_NE(text.find("Pid:\t" + std::to_string(::getpid()) + "\n"), std::string::npos);
+}
+
+TEST_F(ReadFileTest, FollowsLinks) {
+    std::filesystem::create_symlink(directory_.Write("file", "text"), directory_.Path() + "link");
+    EXPECT_EQ(ReadBack(directory_.Path() + "link"), "text");
+}
+
+// Paths that are no regular file, none of which may block.
+std::vector<std::string> OddPaths(const test::TempDir& directory) {
+    const std::string fifo = directory.Path() + "fifo";
+    EXPECT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_symlink(fifo, directory.Path() + "link");
+    return {directory.Path(),
+            fifo,
+            directory.Path() + "link",
+            "/dev/null",
+            "/dev/zero",
+            directory.Path() + "missing/file",
+            ""};
+}
+
+TEST_F(FilesTest, NothingButARegularFileIsOpened) {
+    for (const std::string& path : OddPaths(directory_)) {
+        std::string text = "before";
+        EXPECT_EQ(ReadFile(path, text), FileResult::CannotOpen) << path;
+        EXPECT_EQ(text, "");
+        EXPECT_EQ(ReadWritableFile(path, text), FileResult::CannotOpen) << path;
+        EXPECT_EQ(ReadFileHead(path, 1, text), FileResult::CannotOpen) << path;
+        EXPECT_EQ(WriteFile(path, "text"), FileResult::CannotOpen) << path;
+        EXPECT_EQ(AppendFile(path, "text"), FileResult::CannotOpen) << path;
+    }
+    std::string text;
+    EXPECT_EQ(ReadFile(directory_.Path() + "missing", text), FileResult::CannotOpen);
+}
+
+using ReadFileDeathTest = FilesTest;
+
+TEST_F(ReadFileDeathTest, AFileBeyondMemoryFails) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer's shadow does not fit below a limit of address space";
+#endif
+    const std::string path = directory_.Write("sparse", "text");
+    ASSERT_EQ(::truncate(path.c_str(), off_t{1} << 33), 0);
+    EXPECT_EXIT(
+        {
+            const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
+            ::setrlimit(RLIMIT_AS, &limit);
+            std::string text = "before";
+            const bool failed = ReadFile(path, text) == FileResult::Failed && text.empty();
+            std::exit(failed ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST_F(FilesTest, ReadWritableFileWantsAWritableFile) {
+    const std::string path = directory_.Write("file", "text");
+    std::string text;
+    EXPECT_EQ(ReadWritableFile(path, text), FileResult::Ok);
+    EXPECT_EQ(text, "text");
+    ASSERT_EQ(::chmod(path.c_str(), 0400), 0);
+    if (::access(path.c_str(), W_OK) == 0) {
+        GTEST_SKIP() << "root may write every file; the refusal needs an ordinary user";
+    }
+    EXPECT_EQ(ReadWritableFile(path, text), FileResult::CannotOpen);
+}
+
+using WriteFileTest = FilesTest;
+
+TEST_F(WriteFileTest, CreatesAndReplaces) {
+    const std::string path = directory_.Path() + "file";
+    for (const std::string_view text : {"first", "a longer text", "short", "short", "", "again"}) {
+        EXPECT_EQ(WriteFile(path, text), FileResult::Ok);
+        EXPECT_EQ(ReadBack(path), text);
+    }
+}
+
+TEST_F(WriteFileTest, AFullDiskLeavesWhatTheFileHeld) {
+    const std::string path = directory_.Write("file", "saved before");
+    {
+        const ScopedFileSizeLimit limit(20);
+        EXPECT_EQ(WriteFile(path, std::string(100, 'x')), FileResult::Failed);
+        EXPECT_EQ(WriteFile(directory_.Path() + "new", std::string(100, 'x')), FileResult::Failed);
+    }
+    EXPECT_EQ(ReadBack(path), "saved before");
+    EXPECT_EQ(ReadBack(directory_.Path() + "new"), "");
+}
+
+using AppendFileTest = FilesTest;
+
+TEST_F(AppendFileTest, CreatesAndAppends) {
+    const std::string path = directory_.Path() + "file";
+    EXPECT_EQ(AppendFile(path, "one\n"), FileResult::Ok);
+    EXPECT_EQ(AppendFile(path, ""), FileResult::Ok);
+    EXPECT_EQ(AppendFile(path, "two\n"), FileResult::Ok);
+    EXPECT_EQ(ReadBack(path), "one\ntwo\n");
+}
+
+TEST_F(AppendFileTest, AFullDiskTakesTheWholeTextOrNothing) {
+    const std::string path = directory_.Write("file", "one\n");
+    {
+        const ScopedFileSizeLimit limit(10);
+        EXPECT_EQ(AppendFile(path, "two, longer\n"), FileResult::Failed);
+        EXPECT_EQ(AppendFile(path, "three\n"), FileResult::Ok);
+        EXPECT_EQ(AppendFile(path, "4"), FileResult::Failed);
+    }
+    EXPECT_EQ(ReadBack(path), "one\nthree\n");
+}
+
+std::vector<std::string> Lines(std::string_view text) {
+    std::vector<std::string> lines;
+    LineCursor cursor(text);
+    std::string_view line;
+    while (cursor.Next(line)) {
+        lines.emplace_back(line);
+    }
+    return lines;
+}
+
+TEST(LineCursor, CutsAsGetlineDoes) {
+    using List = std::vector<std::string>;
+    EXPECT_EQ(Lines(""), List{});
+    EXPECT_EQ(Lines("\n"), List{""});
+    EXPECT_EQ(Lines("a"), List{"a"});
+    EXPECT_EQ(Lines("a\n"), List{"a"});
+    EXPECT_EQ(Lines("a\n\nb"), (List{"a", "", "b"}));
+    EXPECT_EQ(Lines("a\r\nb\r\n"), (List{"a\r", "b\r"}));
+    EXPECT_EQ(Lines(std::string_view("a\0b\nc", 5)), (List{std::string("a\0b", 3), "c"}));
+    EXPECT_EQ(Lines(std::string(16 << 20, 'x') + "\ny").size(), 2U);
+}
+
+}  // namespace
+}  // namespace zarn
