@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -114,21 +115,21 @@ TEST_F(FilesTest, NothingButARegularFileIsOpened) {
 
 using ReadFileDeathTest = FilesTest;
 
+[[noreturn]] void ReadBelowALimitOfMemory(const std::string& path) {
+    rlimit limit{};
+    limit.rlim_cur = limit.rlim_max = rlim_t{1} << 30;
+    ::setrlimit(RLIMIT_AS, &limit);
+    std::string text = "before";
+    std::exit(ReadFile(path, text) == FileResult::Failed && text.empty() ? 0 : 1);
+}
+
 TEST_F(ReadFileDeathTest, AFileBeyondMemoryFails) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer's shadow does not fit below a limit of address space";
 #endif
     const std::string path = directory_.Write("sparse", "text");
     ASSERT_EQ(::truncate(path.c_str(), off_t{1} << 33), 0);
-    EXPECT_EXIT(
-        {
-            const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
-            ::setrlimit(RLIMIT_AS, &limit);
-            std::string text = "before";
-            const bool failed = ReadFile(path, text) == FileResult::Failed && text.empty();
-            std::exit(failed ? 0 : 1);
-        },
-        testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(ReadBelowALimitOfMemory(path), testing::ExitedWithCode(0), "");
 }
 
 TEST_F(FilesTest, ReadWritableFileWantsAWritableFile) {
