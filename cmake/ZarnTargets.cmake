@@ -44,6 +44,8 @@ function(zarn_test name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   zarn_flags(${name})
+  # Tests are built for the speed of building them; what they test keeps the preset's flags.
+  target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1;-g0>)
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
   # What starts a built program of another processor; empty where programs run as they are.
   string(REPLACE ";" " " zarn_emulator "${CMAKE_CROSSCOMPILING_EMULATOR}")
