@@ -117,6 +117,19 @@ TEST_F(CpuComparatorSystemTest, SetsCollectedTreesSideBySide) {
                 testing::MatchesRegex("\\[CpuComparator\\] cost time: [0-9.e-]+s\n"));
 }
 
+TEST_F(CpuComparatorSystemTest, RunsTheExample) {
+    for (const char* version : {"baseline", "candidate"}) {
+        (void)Collect(TopSample(96, "50.0", 1));
+        std::filesystem::rename(sandbox_.RunDir(), sandbox_.UsrDir() + "mnt/zarn/" + version);
+    }
+    const RunResult run =
+        sandbox_.Run(ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/cpu_compare.json"));
+    EXPECT_EQ(MissionErrors(run), "");
+    EXPECT_EQ(Row("version"), "baseline,candidate,");
+    EXPECT_EQ(Row("tasks_total_max"), "96,96,");
+    EXPECT_EQ(Row("zarn_cpu_max"), "N/A,N/A,");
+}
+
 TEST_F(CpuComparatorSystemTest, DirectoriesAreTakenAsWritten) {
     const std::string tree = Collect(TopSample(96, "50.0", 1));
     std::filesystem::create_directories(sandbox_.UsrDir() + "empty");
