@@ -41,56 +41,53 @@ const JsonValue* Fields::Find(const char* key) {
     return member == object_.MemberEnd() ? nullptr : &member->value;
 }
 
-void Fields::Real(const char* key, double& value, double least, double most) {
+template <typename Test>
+const JsonValue* Fields::FindTyped(const char* key, const Test& isRight, const std::string& what) {
     const JsonValue* member = Find(key);
-    if (member == nullptr) {
-        return;
+    if (member != nullptr && !isRight(*member)) {
+        Refuse(NameOf(key), what);
     }
-    if (!member->IsNumber() || member->GetDouble() < least || member->GetDouble() > most) {
-        Refuse(NameOf(key), RangeText(least, most));
+    return member;
+}
+
+void Fields::Real(const char* key, double& value, double least, double most) {
+    const auto isRight = [=](const JsonValue& member) {
+        return member.IsNumber() && member.GetDouble() >= least && member.GetDouble() <= most;
+    };
+    if (const JsonValue* member = FindTyped(key, isRight, RangeText(least, most))) {
+        value = member->GetDouble();
     }
-    value = member->GetDouble();
 }
 
 void Fields::Count(const char* key, std::uint32_t& value, std::uint32_t most) {
-    const JsonValue* member = Find(key);
-    if (member == nullptr) {
-        return;
+    const auto isRight = [=](const JsonValue& member) {
+        return member.IsUint() && member.GetUint() <= most;
+    };
+    const std::string what = "a whole number from 0 to " + std::to_string(most);
+    if (const JsonValue* member = FindTyped(key, isRight, what)) {
+        value = member->GetUint();
     }
-    if (!member->IsUint() || member->GetUint() > most) {
-        Refuse(NameOf(key), "a whole number from 0 to " + std::to_string(most));
-    }
-    value = member->GetUint();
 }
 
 void Fields::Whole(const char* key, std::int32_t& value) {
-    const JsonValue* member = Find(key);
-    if (member == nullptr) {
-        return;
+    const auto isRight = [](const JsonValue& member) { return member.IsInt(); };
+    if (const JsonValue* member = FindTyped(key, isRight, "a whole number of 32 bits")) {
+        value = member->GetInt();
     }
-    if (!member->IsInt()) {
-        Refuse(NameOf(key), "a whole number of 32 bits");
-    }
-    value = member->GetInt();
 }
 
 void Fields::Text(const char* key, std::string& value) {
-    const JsonValue* member = Find(key);
-    if (member == nullptr) {
-        return;
+    const auto isRight = [](const JsonValue& member) { return member.IsString(); };
+    if (const JsonValue* member = FindTyped(key, isRight, "a text")) {
+        value.assign(member->GetString(), member->GetStringLength());
     }
-    if (!member->IsString()) {
-        Refuse(NameOf(key), "a text");
-    }
-    value.assign(member->GetString(), member->GetStringLength());
 }
 
 const JsonValue* Fields::List(const char* key, std::size_t most) {
-    const JsonValue* member = Find(key);
-    if (member != nullptr && (!member->IsArray() || member->Size() > most)) {
-        Refuse(NameOf(key), "a list of at most " + std::to_string(most) + " entries");
-    }
-    return member;
+    const auto isRight = [=](const JsonValue& member) {
+        return member.IsArray() && member.Size() <= most;
+    };
+    return FindTyped(key, isRight, "a list of at most " + std::to_string(most) + " entries");
 }
 
 void Fields::Finish() const {

@@ -36,7 +36,22 @@ public:
     [[nodiscard]] std::string NameOf(std::string_view key) const;
     [[nodiscard]] bool Has(const char* key) const;
 
+    // Hands the object of that key, if there is one, to `read` and finishes it.
+    template <typename Read>
+    void Section(const char* key, const Read& read) {
+        const JsonValue* member = Find(key);
+        if (member != nullptr) {
+            Fields section(*member, NameOf(key));
+            read(section);
+            section.Finish();
+        }
+    }
+
 private:
+    // The member, or nullptr; refused if `isRight` does not hold for it.
+    template <typename Test>
+    const JsonValue* FindTyped(const char* key, const Test& isRight, const std::string& what);
+
     const JsonValue& object_;
     std::string where_;
     std::vector<std::string> asked_;

@@ -32,62 +32,50 @@ void ReadPhases(Fields& fields, MasterDemand& demand) {
 }
 
 void ReadBurst(Fields& fields, MasterDemand& demand) {
-    const JsonValue* value = fields.Find("burst");
-    if (value == nullptr) {
-        return;
-    }
-    Fields burst(*value, fields.NameOf("burst"));
-    burst.Count("every_ms", demand.burstEveryMs, kMostMs);
-    burst.Count("length_ms", demand.burstLengthMs, demand.burstEveryMs);
-    burst.Real("add", demand.burstAdd, -kMostMb, kMostMb);
-    burst.Finish();
+    fields.Section("burst", [&demand](Fields& burst) {
+        burst.Count("every_ms", demand.burstEveryMs, kMostMs);
+        burst.Count("length_ms", demand.burstLengthMs, demand.burstEveryMs);
+        burst.Real("add", demand.burstAdd, -kMostMb, kMostMb);
+    });
 }
 
 // The settings a master starts with: an object, or the word "unset" for one never configured.
 void ReadQos(Fields& fields, const BusMaster& master, BoardState& state) {
-    const JsonValue* value = fields.Find("qos");
-    if (value == nullptr) {
-        return;
-    }
     PartitionBounds& bounds = state.partitions[master.mpamid];
     std::uint32_t& priority = master.number == kNoMasterNumber
                                   ? state.scenario.cpuPriority
                                   : state.masters[master.number].priority;
-    if (value->IsString() && std::string_view(value->GetString()) == "unset") {
+    const JsonValue* value = fields.Find("qos");
+    if (value != nullptr && value->IsString() && std::string_view(value->GetString()) == "unset") {
         bounds = PartitionBounds{0, kUnsetHigh, 0};
         priority = 0;
         return;
     }
-    Fields qos(*value, fields.NameOf("qos"));
-    qos.Count("bw_low", bounds.low, kPeakGb);
-    qos.Count("bw_high", bounds.high, kPeakGb);
-    qos.Count("hardlimit", bounds.hardlimit, 1);
-    qos.Count("priority", priority, kMaxPriority);
-    qos.Finish();
+    fields.Section("qos", [&](Fields& qos) {
+        qos.Count("bw_low", bounds.low, kPeakGb);
+        qos.Count("bw_high", bounds.high, kPeakGb);
+        qos.Count("hardlimit", bounds.hardlimit, 1);
+        qos.Count("priority", priority, kMaxPriority);
+    });
+}
+
+void ReadMaster(Fields& master, std::size_t index, BoardState& state) {
+    MasterDemand& demand = state.scenario.demands[index];
+    master.Real("demand", demand.base, 0.0, kMostMb);
+    master.Real("noise", demand.noise, 0.0, 1.0);
+    ReadPhases(master, demand);
+    ReadBurst(master, demand);
+    ReadQos(master, kMasters[index], state);
 }
 
 void ReadMasters(Fields& fields, BoardState& state) {
-    const JsonValue* value = fields.Find("masters");
-    if (value == nullptr) {
-        return;
-    }
-    Fields masters(*value, "masters");
-    for (std::size_t i = 0; i < kMasterCount; ++i) {
-        const std::string name(kMasters[i].name);
-        const JsonValue* entry = masters.Find(name.c_str());
-        if (entry == nullptr) {
-            continue;
+    fields.Section("masters", [&state](Fields& masters) {
+        for (std::size_t i = 0; i < kMasterCount; ++i) {
+            const std::string name(kMasters[i].name);
+            masters.Section(name.c_str(),
+                            [&state, i](Fields& master) { ReadMaster(master, i, state); });
         }
-        Fields master(*entry, masters.NameOf(name));
-        MasterDemand& demand = state.scenario.demands[i];
-        master.Real("demand", demand.base, 0.0, kMostMb);
-        master.Real("noise", demand.noise, 0.0, 1.0);
-        ReadPhases(master, demand);
-        ReadBurst(master, demand);
-        ReadQos(master, kMasters[i], state);
-        master.Finish();
-    }
-    masters.Finish();
+    });
 }
 
 void ReadDevices(Fields& fields, Scenario& scenario) {
@@ -107,47 +95,35 @@ void ReadDevices(Fields& fields, Scenario& scenario) {
 
 // The AI block: how many cores, and per core 0 or the code it always reports.
 void ReadAiBlock(Fields& fields, Scenario& scenario) {
-    const JsonValue* value = fields.Find("ai_block");
-    if (value == nullptr) {
-        return;
-    }
-    Fields block(*value, "ai_block");
-    block.Count("cores", scenario.aiCoreCount, kMaxAiCores);
-    const JsonValue* codes = block.List("codes", scenario.aiCoreCount);
-    for (rapidjson::SizeType i = 0; codes != nullptr && i < codes->Size(); ++i) {
-        if (!(*codes)[i].IsUint() || (*codes)[i].GetUint() > 0xFF) {
-            Refuse("ai_block.codes", "codes from 0 to 255");
+    fields.Section("ai_block", [&scenario](Fields& block) {
+        block.Count("cores", scenario.aiCoreCount, kMaxAiCores);
+        const JsonValue* codes = block.List("codes", scenario.aiCoreCount);
+        for (rapidjson::SizeType i = 0; codes != nullptr && i < codes->Size(); ++i) {
+            if (!(*codes)[i].IsUint() || (*codes)[i].GetUint() > 0xFF) {
+                Refuse("ai_block.codes", "codes from 0 to 255");
+            }
+            scenario.aiCoreCodes[i] = static_cast<std::uint8_t>((*codes)[i].GetUint());
         }
-        scenario.aiCoreCodes[i] = static_cast<std::uint8_t>((*codes)[i].GetUint());
-    }
-    block.Finish();
+    });
 }
 
 void ReadLoad(Fields& fields, EngineLoad& load) {
-    const JsonValue* value = fields.Find("load");
-    if (value == nullptr) {
-        return;
-    }
-    Fields loads(*value, "load");
-    loads.Real("aic", load.aic, 0.0, 100.0);
-    loads.Real("vdec", load.vdec, 0.0, 100.0);
-    loads.Real("vpc", load.vpc, 0.0, 100.0);
-    loads.Real("venc", load.venc, 0.0, 100.0);
-    loads.Finish();
+    fields.Section("load", [&load](Fields& loads) {
+        loads.Real("aic", load.aic, 0.0, 100.0);
+        loads.Real("vdec", load.vdec, 0.0, 100.0);
+        loads.Real("vpc", load.vpc, 0.0, 100.0);
+        loads.Real("venc", load.venc, 0.0, 100.0);
+    });
 }
 
 void ReadBuffers(Fields& fields, BufferLeak& leak) {
-    const JsonValue* value = fields.Find("buffers");
-    if (value == nullptr) {
-        return;
-    }
     constexpr std::uint32_t kMostBytes = 0x40000000;
-    Fields buffers(*value, "buffers");
-    buffers.Count("held", leak.held, 8192);
-    buffers.Count("leak_every_ms", leak.leakEveryMs, kMostMs);
-    buffers.Count("block_size", leak.blockSize, kMostBytes);
-    buffers.Count("block_count", leak.blockCount, kMostBytes);
-    buffers.Finish();
+    fields.Section("buffers", [&leak](Fields& buffers) {
+        buffers.Count("held", leak.held, 8192);
+        buffers.Count("leak_every_ms", leak.leakEveryMs, kMostMs);
+        buffers.Count("block_size", leak.blockSize, kMostBytes);
+        buffers.Count("block_count", leak.blockCount, kMostBytes);
+    });
 }
 
 // Parses the text and hands its fields to `read`; the reason for a refusal comes back.
