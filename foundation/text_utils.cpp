@@ -126,7 +126,7 @@ std::string ReplaceAll(const std::string& text, const std::string& from, const s
     while (!pending.empty()) {
         result.push_back(pending.back());
         pending.pop_back();
-        if (result.size() >= from.size() &&
+        if (result.back() == from.back() && result.size() >= from.size() &&
             result.compare(result.size() - from.size(), from.size(), from) == 0) {
             result.resize(result.size() - from.size());
             pending.append(to.rbegin(), to.rend());
