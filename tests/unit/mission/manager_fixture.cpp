@@ -66,12 +66,24 @@ MissionClass<Base, Args...> ManagerTest::FakeClass(const std::string& name) {
 }
 
 void ManagerTest::Note(const std::string& event) {
-    static std::mutex lock;  // parallel collectors note from their own threads
-    const std::lock_guard<std::mutex> guard(lock);
-    journal.push_back(event);
+    {
+        static std::mutex lock;  // parallel collectors note from their own threads
+        const std::lock_guard<std::mutex> guard(lock);
+        journal.push_back(event);
+    }
     if (onEvent) {
         onEvent(event);
     }
+}
+
+std::vector<std::string> ManagerTest::Starts() const {
+    std::vector<std::string> starts;
+    for (const std::string& event : journal) {
+        if (event.rfind("start ", 0) == 0) {
+            starts.push_back(event.substr(6));
+        }
+    }
+    return starts;
 }
 
 std::string ManagerTest::DataPath() const {
@@ -108,11 +120,22 @@ Captured ManagerTest::Run(const std::string& config, ManagerSeams seams) {
     });
 }
 
+void ManagerTest::RunUncaptured(const std::string& config) {
+    (void)root.Write("config.json", config);
+    ZarnManager manager(ConfigPath(), Seams());
+    result = manager.Start();
+}
+
 std::string ConfigText::Text() const {
     return R"({"ManagerParam": {"parallelCollectMode": )" + parallel + R"(, "collectMode": )" +
            serial + R"(, "analyzeMode": )" + analyze + R"(, "optimizeMode": )" + optimize +
            R"(, "compareMode": {"comparatorName": )" + compare + R"(, "versionMap": )" +
            versionMap + "}" + more + "}}";
+}
+
+std::string NoToolVersionLine(const std::string& dataPath) {
+    return "[ZarnManager] The qvt_tool_upgrade_display_version file " + dataPath +
+           "env_info/qvt_tool_upgrade_display_version does not exist! \n";
 }
 
 std::string CreationLines(const std::string& dataPath) {

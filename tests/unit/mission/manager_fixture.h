@@ -22,8 +22,8 @@ using Journal = std::vector<std::string>;
 // optimizers and comparators each know the names A, B and C.
 class ManagerTest : public testing::Test {
 protected:
-    // The digits every run gets as its time, one string per question; "" makes the question fail.
-    // The last one answers all further questions.
+    // The answers to the questions for the time, in order; "" makes the question fail. The last one
+    // answers all further questions, the first one names the run directory.
     std::vector<std::string> times{"20230101120000123"};
     // "check B" or "start B" in here makes that operation of the missions called B fail.
     std::set<std::string> failures;
@@ -39,6 +39,9 @@ protected:
     // The run directory of the first time string.
     [[nodiscard]] std::string DataPath() const;
 
+    // The starts in the journal, as "A <dataPath>".
+    [[nodiscard]] std::vector<std::string> Starts() const;
+
     // The seams, should a test change more of them.
     [[nodiscard]] ManagerSeams Seams();
 
@@ -46,6 +49,8 @@ protected:
     Captured Run(const std::string& config);
     Captured Run(const std::string& config, ManagerSeams seams);
     int result = -1;
+    // The same with the streams left as they are, for a process that is to die.
+    void RunUncaptured(const std::string& config);
 
 private:
     void Note(const std::string& event);
@@ -76,6 +81,9 @@ struct ConfigText {
 
 // The lines that making the run directory prints.
 [[nodiscard]] std::string CreationLines(const std::string& dataPath);
+
+// The line about the version of the tools, which the fake runner does not write.
+[[nodiscard]] std::string NoToolVersionLine(const std::string& dataPath);
 
 // The lines on standard output of the five lists and, without collectors, of their absence.
 [[nodiscard]] std::string ListLines(const std::vector<std::vector<std::string>>& lists);

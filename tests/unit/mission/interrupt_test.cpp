@@ -1,0 +1,99 @@
+#include "mission/interrupt.h"
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "tests/unit/mission/manager_fixture.h"
+
+namespace zarn::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr const char* kTwoLines =
+    "[ZarnManager] Signal Interactive attention received.\n"
+    "[ZarnManager] Wait until the execution is complete.\n";
+
+// The flag is never reset, so each of these runs in a process of its own.
+class InterruptTest : public ManagerTest {
+protected:
+    InterruptTest() {
+        config.parallel = R"(["A"])";
+        config.serial = R"(["B"])";
+        config.analyze = R"(["A"])";
+        config.optimize = R"(["B"])";
+        config.compare = R"(["C"])";
+    }
+
+    // Runs `test` in a process of its own; its failed checks are printed and fail this one.
+    static void InChild(const std::function<void()>& test) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            test();
+            std::_Exit(HasFailure() ? 1 : 0);
+        }
+        int status = -1;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+    }
+
+    ConfigText config;
+};
+
+TEST_F(InterruptTest, StopsNoStageAndReachesEveryMission) {
+    InChild([this] {
+        onEvent = [](const std::string& event) {
+            if (event.rfind("start B", 0) == 0) {
+                std::raise(SIGINT);
+            }
+        };
+        const Captured captured = Run(config.Text());
+        const std::string data = DataPath();
+        EXPECT_EQ(result, 1);
+        EXPECT_THAT(Starts(), ElementsAre("A " + data, "B " + data, "A " + data + " stopped",
+                                          "B " + data + " stopped", "C " + data + " stopped"));
+        EXPECT_THAT(
+            captured.out,
+            HasSubstr(std::string("[ZarnManager] collector mode B start ...\n") + kTwoLines +
+                      "[ZarnManager] analyzers mode A start ...\n"
+                      "[ZarnManager] optimizers mode B start ...\n"
+                      "[ZarnManager] comparator mode C start ...\n"));
+        EXPECT_THAT(root.Read("runs/zarn_data_" + times.front() +
+                              "/json/zarn_collector_start_end_timestamp.data"),
+                    HasSubstr("endCollectorTime"));
+    });
+}
+
+TEST_F(InterruptTest, IsReceivedFromTheConfigurationOn) {
+    InChild([this] {
+        ManagerSeams seams = Seams();
+        seams.readable = [](const std::string&) { return std::raise(SIGINT) == 0; };
+        const Captured captured = Run(config.Text(), seams);
+        EXPECT_EQ(captured.out.rfind(kTwoLines, 0), 0U);
+        EXPECT_THAT(Starts(), testing::Each(testing::EndsWith(" stopped")));
+        EXPECT_EQ(Starts().size(), 5U);
+        EXPECT_EQ(result, 1);
+    });
+}
+
+TEST_F(InterruptTest, IsToldOnceHoweverOftenItComes) {
+    InChild([] {
+        EXPECT_FALSE(IsSet(&ProcessStopFlag()));
+        const Captured captured = Capture([] {
+            InstallInterruptHandler();
+            std::raise(SIGINT);
+            EXPECT_EQ(ProcessStopFlag().load(), 1U);
+            std::raise(SIGINT);
+        });
+        EXPECT_EQ(captured.out, kTwoLines);
+        EXPECT_EQ(ProcessStopFlag().load(), 1U);
+    });
+}
+
+}  // namespace
+}  // namespace zarn::test
