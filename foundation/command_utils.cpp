@@ -34,17 +34,22 @@ bool ExecuteCommand(const std::string& command, std::string& output, CommandRunn
     return true;
 }
 
+bool CommandLineCursor::Next(std::string_view& line) {
+    if (rest_.empty()) {
+        return false;
+    }
+    // A line of exactly one piece leaves its newline to a piece of its own, an empty one.
+    line = rest_.substr(0, kCommandLinePiece);
+    const std::size_t end = line.find('\n');
+    line = line.substr(0, end);
+    rest_.remove_prefix(end == std::string_view::npos ? line.size() : end + 1);
+    return true;
+}
+
 void CutCommandLines(std::string_view output, std::vector<std::string_view>& lines) {
-    LineCursor cursor(output);
+    CommandLineCursor cursor(output);
     std::string_view line;
     while (cursor.Next(line)) {
-        // A line of exactly one piece leaves its newline to a piece of its own, an empty one.
-        const bool hasNewline = line.data() + line.size() != output.data() + output.size();
-        while (line.size() > kCommandLinePiece ||
-               (line.size() == kCommandLinePiece && hasNewline)) {
-            lines.push_back(line.substr(0, kCommandLinePiece));
-            line.remove_prefix(kCommandLinePiece);
-        }
         lines.push_back(line);
     }
 }

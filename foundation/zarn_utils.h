@@ -37,6 +37,19 @@ inline constexpr std::size_t kCommandLinePiece = 511;
 // The cutting behind it, for missions that keep the whole output and views into it.
 void CutCommandLines(std::string_view output, std::vector<std::string_view>& lines);
 
+// The same line by line, without a list.
+class CommandLineCursor {
+public:
+    // `output` must outlive the cursor and the lines taken from it.
+    explicit CommandLineCursor(std::string_view output) : rest_(output) {}
+
+    // Takes the next line or piece of one; false at the end.
+    bool Next(std::string_view& line);
+
+private:
+    std::string_view rest_;
+};
+
 // Starts `command` on a thread, sleeps `seconds` (not watching any stop flag; 0 does not sleep),
 // then interrupts `processName` with KillProcessByName and "-2" and joins the thread. If the kill
 // fails the thread still runs and the ending of the function terminates the process. `tag` heads
