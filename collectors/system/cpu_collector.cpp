@@ -181,8 +181,7 @@ void CpuCollector::BuildSamples(const StopFlag* stopFlag) {
     rawFiles_.usage = RawFileName(cpu_files::kUsageLog);
     lists_.usage = CutUsageSamples(collectData_.topText, topTimes);
     if (settings_.jsonOutput) {
-        lists_.psLines = ListPsLines(collectData_.psPasses);
-        lists_.top10 = CutTop10Samples(lists_.psLines);
+        lists_.top10 = CutTop10Samples(collectData_.psPasses);
         lists_.threadInfoByPid = CutThreadInfo(collectData_.threadTextByPid);
     }
     rawFiles_.threads = RawFileName(cpu_files::kThreadLog);
@@ -206,7 +205,9 @@ void CpuCollector::BuildJobSamples(const std::string& job, const CpuSampleTimes&
     } else if (job == kSelectedJob) {
         rawFiles_.selected = RawFileName(cpu_files::kSelectedLog);
         lists_.selected = SelectSamples(lists_.usage, settings_.process);
-        lists_.selectedPs = SelectPsSamples(lists_.psLines, settings_.process);
+        if (settings_.jsonOutput) {
+            lists_.selectedPs = SelectPsSamples(collectData_.psPasses, settings_.process);
+        }
     } else {
         PrintLine("[CpuCollector] Warning: Unexpected job: " + job);
     }

@@ -1,6 +1,7 @@
 #include "collectors/system/cpu_samples_parser.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 
 #include "foundation/zarn_utils.h"
@@ -13,17 +14,15 @@ constexpr std::size_t kRowsKept = 10;
 // The first piece between blanks; empty if there is none. Every line of a run passes here, so no
 // list of tokens is made.
 std::string_view FirstToken(std::string_view line) {
-    std::string_view token;
-    return PieceCursor(line, ' ').Next(token) ? token : std::string_view();
-}
-
-std::string_view LastToken(std::string_view line) {
-    const std::size_t last = line.find_last_not_of(' ');
-    if (last == std::string_view::npos) {
-        return {};
+    std::size_t first = 0;
+    while (first < line.size() && line[first] == ' ') {
+        ++first;
     }
-    line = line.substr(0, last + 1);
-    return line.substr(line.rfind(' ') + 1);
+    std::size_t end = first;
+    while (end < line.size() && line[end] != ' ') {
+        ++end;
+    }
+    return line.substr(first, end - first);
 }
 
 // Milliseconds from the start to a sample. Beyond what can be a time they are only kept apart from
@@ -47,16 +46,15 @@ CpuBatch MakeBatch(const CpuSampleTimes& times, std::size_t index) {
 // and calls keep(firstToken, line, lines of the open batch).
 template <typename Keep>
 CpuSamples SplitOnTop(std::string_view text, const CpuSampleTimes& times, Keep keep) {
-    CpuLines lines;
-    CutCommandLines(text, lines);
     CpuSamples samples;
     samples.push_back(MakeBatch(times, 0));
-    for (const std::string_view& line : lines) {
+    CommandLineCursor cursor(text);
+    for (std::string_view line; cursor.Next(line);) {
         const std::string_view token = FirstToken(line);
         if (token.empty()) {
             continue;
         }
-        if (token == "top" && &line != lines.data()) {
+        if (token == "top" && line.data() != text.data()) {
             const std::size_t size = samples.back().lines.size();
             samples.push_back(MakeBatch(times, samples.size()));
             samples.back().lines.reserve(size);
@@ -66,26 +64,52 @@ CpuSamples SplitOnTop(std::string_view text, const CpuSampleTimes& times, Keep k
     return samples;
 }
 
-// Walks batches closed by empty lines and calls keep(row, rows of the open batch).
+// Cuts each pass into batches, which an empty line in it and its end close, and calls keep(row,
+// rows of the open batch).
 template <typename Keep>
-std::vector<CpuLines> SplitOnEmptyLines(const CpuLines& psLines, Keep keep) {
+std::vector<CpuLines> SplitPasses(const std::deque<std::string>& psPasses, Keep keep) {
     std::vector<CpuLines> batches;
-    CpuLines open;
-    for (const std::string_view& line : psLines) {
-        if (line.empty()) {
-            batches.push_back(std::move(open));
-            open = CpuLines();
-        } else {
-            keep(line, open);
+    for (const std::string& pass : psPasses) {
+        batches.emplace_back();
+        CommandLineCursor cursor(pass);
+        for (std::string_view row; cursor.Next(row);) {
+            if (row.empty()) {
+                batches.emplace_back();
+            } else {
+                keep(row, batches.back());
+            }
         }
     }
     return batches;
 }
 
-bool IsSelected(std::string_view line, const std::vector<std::string>& process) {
-    const std::string_view token = LastToken(line);
-    return !token.empty() && std::find(process.begin(), process.end(), token) != process.end();
-}
+// Whether the last token of a line is one of some names. Few lines of a run pass, so their last
+// byte is looked at before anything else.
+class LastTokenFilter {
+public:
+    // `names` must outlive the filter.
+    explicit LastTokenFilter(const std::vector<std::string>& names) : names_(names) {
+        for (const std::string& name : names) {
+            if (!name.empty()) {
+                lastBytes_[static_cast<unsigned char>(name.back())] = true;
+            }
+        }
+    }
+
+    [[nodiscard]] bool Matches(std::string_view line) const {
+        const std::size_t last = line.find_last_not_of(' ');
+        if (last == std::string_view::npos || !lastBytes_[static_cast<unsigned char>(line[last])]) {
+            return false;
+        }
+        line = line.substr(0, last + 1);
+        const std::string_view token = line.substr(line.rfind(' ') + 1);
+        return std::find(names_.begin(), names_.end(), token) != names_.end();
+    }
+
+private:
+    const std::vector<std::string>& names_;
+    std::array<bool, 256> lastBytes_{};
+};
 
 std::size_t RawFileSize(const CpuSamples& samples) {
     std::size_t size = 0;
@@ -147,37 +171,30 @@ CpuSamples CutThreadSamples(std::string_view threadText, const CpuSampleTimes& t
 }
 
 CpuSamples SelectSamples(const CpuSamples& usage, const std::vector<std::string>& process) {
+    const LastTokenFilter filter(process);
     CpuSamples samples;
     for (const CpuBatch& batch : usage) {
         samples.push_back({batch.time, {}});
         std::copy_if(batch.lines.begin(), batch.lines.end(),
                      std::back_inserter(samples.back().lines),
-                     [&process](std::string_view line) { return IsSelected(line, process); });
+                     [&filter](std::string_view line) { return filter.Matches(line); });
     }
     return samples;
 }
 
-CpuLines ListPsLines(const std::deque<std::string>& passes) {
-    CpuLines lines;
-    for (const std::string& pass : passes) {
-        CutCommandLines(pass, lines);
-        lines.emplace_back();
-    }
-    return lines;
-}
-
-std::vector<CpuLines> CutTop10Samples(const CpuLines& psLines) {
-    return SplitOnEmptyLines(psLines, [](std::string_view row, CpuLines& kept) {
+std::vector<CpuLines> CutTop10Samples(const std::deque<std::string>& psPasses) {
+    return SplitPasses(psPasses, [](std::string_view row, CpuLines& kept) {
         if (kept.size() < kRowsKept) {
             kept.push_back(row);
         }
     });
 }
 
-std::vector<CpuLines> SelectPsSamples(const CpuLines& psLines,
+std::vector<CpuLines> SelectPsSamples(const std::deque<std::string>& psPasses,
                                       const std::vector<std::string>& process) {
-    return SplitOnEmptyLines(psLines, [&process](std::string_view row, CpuLines& kept) {
-        if (IsSelected(row, process)) {
+    const LastTokenFilter filter(process);
+    return SplitPasses(psPasses, [&filter](std::string_view row, CpuLines& kept) {
+        if (filter.Matches(row)) {
             kept.push_back(row);
         }
     });

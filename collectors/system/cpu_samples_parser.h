@@ -32,7 +32,6 @@ struct CpuSampleLists {
     CpuSamples selected;  // of `top`, the rows of the configured processes
     CpuSamples threads;   // the busiest ten
     // Only for the documents:
-    CpuLines psLines;                  // of ps, an empty line after each pass
     std::vector<CpuLines> top10;       // the first ten rows of each pass
     std::vector<CpuLines> selectedPs;  // the rows of the configured processes
     CpuThreadInfo threadInfoByPid;
@@ -72,13 +71,10 @@ private:
 [[nodiscard]] CpuSamples SelectSamples(const CpuSamples& usage,
                                        const std::vector<std::string>& process);
 
-// The rows of all passes of ps, an empty line after each pass.
-[[nodiscard]] CpuLines ListPsLines(const std::deque<std::string>& passes);
-
-// Batches of such a list, each closed by an empty line: the first ten rows, or the rows whose last
-// token is one of `process`.
-[[nodiscard]] std::vector<CpuLines> CutTop10Samples(const CpuLines& psLines);
-[[nodiscard]] std::vector<CpuLines> SelectPsSamples(const CpuLines& psLines,
+// Of the passes of ps, one batch each; an empty line inside a pass ends a batch too. Kept are the
+// first ten rows, or the rows whose last token is one of `process`.
+[[nodiscard]] std::vector<CpuLines> CutTop10Samples(const std::deque<std::string>& psPasses);
+[[nodiscard]] std::vector<CpuLines> SelectPsSamples(const std::deque<std::string>& psPasses,
                                                     const std::vector<std::string>& process);
 
 // The rows of the texts that ps printed for single pids.

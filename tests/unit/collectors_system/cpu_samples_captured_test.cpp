@@ -134,9 +134,8 @@ TEST(CapturedTop, ASelectedProcessIsItsLastToken) {
 TEST(CapturedPs, RowsAndTheirThreadsReachTheDocument) {
     const std::deque<std::string> passes = {Captured("ps-4.0.2/processes.txt")};
     CpuSampleLists lists;
-    lists.psLines = ListPsLines(passes);
-    lists.top10 = CutTop10Samples(lists.psLines);
-    lists.selectedPs = SelectPsSamples(lists.psLines, {"planner_node"});
+    lists.top10 = CutTop10Samples(passes);
+    lists.selectedPs = SelectPsSamples(passes, {"planner_node"});
     const std::map<std::string, std::string> threads = {
         {"6", Captured("ps-4.0.2/threads_of_6.txt")},
         {"14", Captured("ps-4.0.2/threads_of_14.txt")}};

@@ -146,22 +146,22 @@ TEST(SelectSamples, KeepsABatchWithoutAnyMatch) {
     EXPECT_THAT(SelectSamples(usage, {})[0].lines, IsEmpty());
 }
 
-TEST(PsLines, AnEmptyLineEndsEachPass) {
-    const std::deque<std::string> passes = {"a 1 node\nb 2 x\n", "", "c 3 node"};
-    const CpuLines lines = ListPsLines(passes);
-    EXPECT_THAT(lines, ElementsAre("a 1 node", "b 2 x", "", "", "c 3 node", ""));
-    EXPECT_THAT(CutTop10Samples(lines),
-                ElementsAre(ElementsAre("a 1 node", "b 2 x"), IsEmpty(), ElementsAre("c 3 node")));
-    EXPECT_THAT(SelectPsSamples(lines, {"x"}),
-                ElementsAre(ElementsAre("b 2 x"), IsEmpty(), IsEmpty()));
+TEST(PsSamples, APassAndAnEmptyLineInItEndABatch) {
+    const std::deque<std::string> passes = {"a 1 node\nb 2 x\n", "", "c 3 node", "d 4\n\ne 5 x\n"};
+    EXPECT_THAT(CutTop10Samples(passes),
+                ElementsAre(ElementsAre("a 1 node", "b 2 x"), IsEmpty(), ElementsAre("c 3 node"),
+                            ElementsAre("d 4"), ElementsAre("e 5 x")));
+    EXPECT_THAT(
+        SelectPsSamples(passes, {"x", ""}),
+        ElementsAre(ElementsAre("b 2 x"), IsEmpty(), IsEmpty(), IsEmpty(), ElementsAre("e 5 x")));
 }
 
-TEST(PsLines, TenRowsOfAPassAreKept) {
+TEST(PsSamples, TenRowsOfAPassAreKept) {
     std::deque<std::string> passes(1);
     for (int i = 0; i < 11; ++i) {
         passes[0] += "root " + std::to_string(i) + "\n";
     }
-    const auto samples = CutTop10Samples(ListPsLines(passes));
+    const auto samples = CutTop10Samples(passes);
     ASSERT_EQ(samples.size(), 1U);
     EXPECT_EQ(samples[0].size(), 10U);
     EXPECT_EQ(samples[0].back(), "root 9");
