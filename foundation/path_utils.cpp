@@ -116,13 +116,17 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document) {
     thread_local rapidjson::StringBuffer buffer;
     buffer.Clear();
     WriteJson(document, buffer);
-    buffer.Put('\n');
-    if (AppendFile(path, {buffer.GetString(), buffer.GetSize()}) != FileResult::Ok) {
-        PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
-    }
+    SaveJsonText(path, buffer);
     if (buffer.GetSize() > kKeptSize) {
         buffer.Clear();
         buffer.ShrinkToFit();
+    }
+}
+
+void SaveJsonText(const std::string& path, rapidjson::StringBuffer& text) {
+    text.Put('\n');
+    if (AppendFile(path, {text.GetString(), text.GetSize()}) != FileResult::Ok) {
+        PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
     }
 }
 

@@ -1,5 +1,6 @@
 #include "mission/factory_tables.h"
 
+#include "analyzers/cpu_analyzer.h"
 #include "collectors/system/cpu_collector.h"
 #include "comparators/cpu_comparator.h"
 #include "optimizer/ddr_optimizer.h"
@@ -44,6 +45,7 @@ MissionClasses ListMissions() {
         Collector<CpuCollector>(),
     };
     classes.analyzers = {
+        Analyzer<CpuAnalyzer>(),
     };
     classes.optimizers = {
         Optimizer<DdrOptimizer>(),
