@@ -137,8 +137,9 @@ struct BoardState {
     std::uint32_t qosEnabled = 0;
     BufferRecording recording;
     std::array<std::int32_t, kMaxRegistered> registered{};  // pids; 0: free place
-    std::int32_t serverPid = 0;  // the program that writes the board's files
-    std::uint64_t calls = 0;     // of the device libraries, so far
+    std::int32_t serverPid = 0;   // the program that writes the board's files
+    std::uint64_t calls = 0;      // of the device libraries, so far
+    std::uint32_t benchRuns = 0;  // runs of the stress benchmark, so far
     FaultPlan faults;
 };
 

@@ -26,12 +26,8 @@ double EngineUsage(const BoardState& state, std::size_t master, double load, std
     if (base <= 0.0) {
         return 0.0;
     }
-    const MemoryMoment moment = Observe(state, timeMs);
-    const std::size_t partition = PartitionOf(state, master);
     const double own = DemandAt(state.scenario.demands[master], state.seed, master, timeMs);
-    const double wanted = moment.demands[partition];
-    const double served = wanted > 0.0 ? moment.grants[partition] / wanted : 0.0;
-    return load * own * served / base;
+    return load * own * ServedShare(state, Observe(state, timeMs), master) / base;
 }
 
 double ToPercent(double value) {
@@ -70,6 +66,12 @@ MemoryMoment Observe(const BoardState& state, std::uint64_t timeMs) {
     moment.demands = DemandsOf(state, timeMs);
     moment.grants = ShareBandwidth(moment.demands, SettingsOf(state));
     return moment;
+}
+
+double ServedShare(const BoardState& state, const MemoryMoment& moment, std::size_t master) {
+    const std::size_t partition = PartitionOf(state, master);
+    const double wanted = moment.demands[partition];
+    return wanted > 0.0 ? moment.grants[partition] / wanted : 1.0;
 }
 
 void AiCoreUsage(const BoardState& state, std::uint64_t timeMs, std::uint8_t* usage,

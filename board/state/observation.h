@@ -23,6 +23,11 @@ struct MemoryMoment {
 // Both and what comes of them. The caller holds the lock, or owns the state.
 [[nodiscard]] MemoryMoment Observe(const BoardState& state, std::uint64_t timeMs);
 
+// Share of what is asked for in the partition of master `master` (index in kMasters) that is
+// granted there, 0 to 1; 1 where nothing is asked for.
+[[nodiscard]] double ServedShare(const BoardState& state, const MemoryMoment& moment,
+                                 std::size_t master);
+
 // Percent that each of the first `cores` cores of the AI block is busy, or the code it always
 // reports.
 void AiCoreUsage(const BoardState& state, std::uint64_t timeMs, std::uint8_t* usage,
