@@ -2,6 +2,7 @@
 
 #include "analyzers/cpu_analyzer.h"
 #include "collectors/system/cpu_collector.h"
+#include "collectors/system/ddr_collector.h"
 #include "comparators/cpu_comparator.h"
 #include "optimizer/ddr_optimizer.h"
 
@@ -43,6 +44,7 @@ MissionClasses ListMissions() {
     MissionClasses classes;
     classes.collectors = {
         Collector<CpuCollector>(),
+        Collector<DdrCollector>(),
     };
     classes.analyzers = {
         Analyzer<CpuAnalyzer>(),

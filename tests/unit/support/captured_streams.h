@@ -11,7 +11,7 @@ struct Captured {
     std::string err;
 };
 
-// Runs `action` with both streams of the process redirected.
+// Runs `action` with both streams of the process redirected; an exception goes on to the caller.
 [[nodiscard]] Captured Capture(const std::function<void()>& action);
 
 }  // namespace zarn::test
