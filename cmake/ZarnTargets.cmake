@@ -38,6 +38,20 @@ function(zarn_library name)
   target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
+# zarn_test_paths(file...)
+# Gives ZARN_SOURCE_DIR, ZARN_BUILD_DIR and ZARN_EMULATOR (what starts a built program of another processor) to the
+# files that use them, and only to those, so that a compiler cache can share the others between checkouts.
+function(zarn_test_paths)
+  string(REPLACE ";" " " emulator "${CMAKE_CROSSCOMPILING_EMULATOR}")
+  foreach(file ${ARGN})
+    file(STRINGS ${file} uses REGEX "ZARN_(SOURCE_DIR|BUILD_DIR|EMULATOR)")
+    if(uses)
+      set_source_files_properties(${file} PROPERTIES COMPILE_DEFINITIONS
+        "ZARN_SOURCE_DIR=\"${PROJECT_SOURCE_DIR}\";ZARN_BUILD_DIR=\"${PROJECT_BINARY_DIR}\";ZARN_EMULATOR=\"${emulator}\"")
+    endif()
+  endforeach()
+endfunction()
+
 # zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
 # One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given.
 function(zarn_test name)
@@ -47,11 +61,7 @@ function(zarn_test name)
   # Tests are built for the speed of building them; what they test keeps the preset's flags.
   target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1;-g0>)
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
-  # What starts a built program of another processor; empty where programs run as they are.
-  string(REPLACE ";" " " zarn_emulator "${CMAKE_CROSSCOMPILING_EMULATOR}")
-  target_compile_definitions(${name} PRIVATE ZARN_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
-                                             ZARN_BUILD_DIR="${PROJECT_BINARY_DIR}"
-                                             ZARN_EMULATOR="${zarn_emulator}")
+  zarn_test_paths(${ARG_SOURCES})
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
