@@ -179,6 +179,10 @@ std::string Sandbox::Write(const std::string& name, std::string_view text) {
     return "/opt/usr/" + name;
 }
 
+std::string Sandbox::WriteScratch(const std::string& name, std::string_view text) {
+    return dir_.Write("scratch/" + name, text);
+}
+
 bool Sandbox::UsesProot() const {
     return kind_ == SandboxKind::Proot || !bindings_.empty();
 }

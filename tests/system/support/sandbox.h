@@ -85,6 +85,9 @@ public:
     // Writes a file below /opt/usr with missing parents and returns its path inside.
     std::string Write(const std::string& name, std::string_view text);
 
+    // Writes a file into the scratch folder, outside /opt/usr, and returns its path.
+    std::string WriteScratch(const std::string& name, std::string_view text);
+
     // ---- A run
 
     // Runs the program on /opt/usr/config.json with this text.
