@@ -1,7 +1,5 @@
 #include "analyzers/cpu_analyzer.h"
 
-#include <climits>
-#include <cstdlib>
 #include <stdexcept>
 
 #include "analyzers/cpu_all_processes.h"
@@ -50,11 +48,6 @@ bool SaveTable(const TableTarget& target, Fill fill) {
 // The path of a numbered file whose prefix is a whole path.
 std::string Numbered(const std::string& prefix, const std::string& number, const char* suffix) {
     return prefix + number + "." + suffix;
-}
-
-bool Resolves(const std::string& directory) {
-    char resolved[PATH_MAX];
-    return ::realpath(directory.c_str(), resolved) != nullptr;
 }
 
 bool PrintTableFault(const std::out_of_range& error) {
@@ -236,7 +229,7 @@ bool CpuAnalyzer::WriteLoading() {
                                 TableMode::Append,
                                 "[CpuAnalyzer] Error occurs when writing cpuLoading rawdata: "};
     const bool written =
-        Resolves(dataPath_ + kRawDir)
+        ResolvePath(dataPath_ + kRawDir)
             ? SaveTable(target,
                         [&](TableText& table) {
                             if (ofCores) {

@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -18,17 +19,31 @@ constexpr std::string_view kUserRoot = "/opt/usr/";
 
 }  // namespace
 
+std::optional<std::string> ResolvePath(const std::string& path) {
+    // For a path that ends in a slash the C library uses a system call that path-translating
+    // tracers of older making do not know; so the slash is dealt with here.
+    const std::size_t last = path.find_last_not_of('/');
+    const std::string trimmed = last == std::string::npos ? path : path.substr(0, last + 1);
+    std::array<char, PATH_MAX + 1> buffer{};
+    struct stat status {};
+    if (::realpath(trimmed.c_str(), buffer.data()) == nullptr ||
+        (trimmed != path && (::stat(buffer.data(), &status) != 0 || !S_ISDIR(status.st_mode)))) {
+        return std::nullopt;
+    }
+    return buffer.data();
+}
+
 bool CheckFilePath(const std::string& path) {
     if (path.empty()) {
         PrintError("input filePath empty. ");
         return false;
     }
-    std::array<char, PATH_MAX + 1> buffer{};
-    if (::realpath(path.c_str(), buffer.data()) == nullptr) {
+    const std::optional<std::string> resolved = ResolvePath(path);
+    if (!resolved) {
         PrintError("Invalid file path: " + path);
         return false;
     }
-    const std::string realPath = buffer.data();
+    const std::string& realPath = *resolved;
     if (realPath.size() < kUserRoot.size()) {
         PrintError(realPath + " not a single file in /opt/usr/");
         return false;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -103,6 +104,9 @@ void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag);
 
 // ---- Paths and files
 // -------------------------------------------------------------------------------
+
+// realpath(3): the absolute path without links, if `path` exists. Prints nothing.
+[[nodiscard]] std::optional<std::string> ResolvePath(const std::string& path);
 
 // The rule for paths given by a user: it exists and resolves to something under /opt/usr/.
 [[nodiscard]] bool CheckFilePath(const std::string& path);

@@ -2,7 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,26 @@ std::string LineOf(Check check) {
     const Captured captured = Capture([&check] { EXPECT_FALSE(check()); });
     EXPECT_EQ(captured.out, "");
     return captured.err;
+}
+
+TEST_F(PathTest, ResolvesAsTheCLibrary) {
+    const std::string root = directory_.Path();
+    directory_.Write("folder/file", "text");
+    fs::create_symlink("folder", root + "link");
+    fs::create_symlink("nowhere", root + "dangling");
+    fs::create_symlink("loop", root + "loop");
+    for (const std::string& path :
+         {std::string(), std::string("/"), std::string("//"), std::string("."), root + "folder",
+          root + "folder/", root + "folder//", root + "link", root + "link/", root + "link/file",
+          root + "link/../folder/./file", root + "folder/file/", root + "missing",
+          root + "missing/", root + "dangling", root + "dangling/", root + "loop",
+          "/" + std::string(5000, 'x')}) {
+        char* const expected = ::realpath(path.c_str(), nullptr);
+        EXPECT_EQ(ResolvePath(path),
+                  expected == nullptr ? std::nullopt : std::optional<std::string>(expected))
+            << path;
+        std::free(expected);
+    }
 }
 
 using CheckFilePathTest = PathTest;
