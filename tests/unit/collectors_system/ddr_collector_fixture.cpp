@@ -23,7 +23,7 @@ DdrCollectorTest::DdrCollectorTest() {
     runner.Before("cat ", [this](const std::string& command) { Append(command, table); });
 }
 
-void DdrCollectorTest::TearDown() {
+DdrCollectorTest::~DdrCollectorTest() {
     ddrTimeStampQueue = {};
     ddrReadCommand.clear();
 }
