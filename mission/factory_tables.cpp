@@ -1,9 +1,11 @@
 #include "mission/factory_tables.h"
 
 #include "analyzers/cpu_analyzer.h"
+#include "analyzers/ddr_analyzer.h"
 #include "collectors/system/cpu_collector.h"
 #include "collectors/system/ddr_collector.h"
 #include "comparators/cpu_comparator.h"
+#include "comparators/ddr_comparator.h"
 #include "optimizer/ddr_optimizer.h"
 
 // A new mission adds its header here and its line to the list of its family below.
@@ -48,12 +50,14 @@ MissionClasses ListMissions() {
     };
     classes.analyzers = {
         Analyzer<CpuAnalyzer>(),
+        Analyzer<DdrAnalyzer>(),
     };
     classes.optimizers = {
         Optimizer<DdrOptimizer>(),
     };
     classes.comparators = {
         Comparator<CpuComparator>(),
+        Comparator<DdrComparator>(),
     };
     return classes;
 }

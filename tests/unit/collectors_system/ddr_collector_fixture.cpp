@@ -23,7 +23,7 @@ DdrCollectorTest::DdrCollectorTest() {
     runner.Before("cat ", [this](const std::string& command) { Append(command, table); });
 }
 
-DdrCollectorTest::~DdrCollectorTest() {
+void DdrCollectorTest::TearDown() {
     ddrTimeStampQueue = {};
     ddrReadCommand.clear();
 }

@@ -23,7 +23,7 @@ protected:
     static constexpr const char* kStart = "20230101120000000";
 
     DdrCollectorTest();
-    ~DdrCollectorTest() override;
+    void TearDown() override;
 
     // Checks the options for `count` samples and starts the collector; what it printed.
     Captured Run(unsigned count = 1, unsigned interval = 1);
