@@ -64,14 +64,24 @@ PsoSearch::Evaluation PsoSearch::Evaluate(const std::vector<QosConfig>& candidat
     return evaluation;
 }
 
-// Counts an unacceptable candidate; after three of them the next is taken like an acceptable one.
-bool PsoSearch::TryAgain(const Evaluation& evaluation) {
+// What follows for a candidate that is not taken; nothing for one that is. Counts an unacceptable
+// one; after three of them the next is taken like an acceptable one.
+std::optional<PsoSearch::Progress> PsoSearch::Dismiss(const Evaluation& evaluation,
+                                                      const char* wordsIfNotApplied) {
+    if (evaluation.verdict == Verdict::NotApplied) {
+        PrintError(wordsIfNotApplied);
+        return Progress::Again;
+    }
+    if (evaluation.verdict == Verdict::NotMeasured) {
+        PrintError("[DdrOptimizer] Failed to get pref datas.");
+        return Progress::Failed;
+    }
     if (evaluation.verdict == Verdict::Unacceptable && tries_ < kRetries) {
         ++tries_;
-        return true;
+        return Progress::Again;
     }
     tries_ = 0;
-    return false;
+    return std::nullopt;
 }
 
 bool PsoSearch::KeepIfGloballyBest(const PsoPosition& position, const Evaluation& evaluation) {
@@ -102,16 +112,9 @@ bool PsoSearch::InitParticles() {
 PsoSearch::Progress PsoSearch::InitParticle() {
     const std::vector<QosConfig> candidate = DrawCandidate(state_, tools_.random);
     const Evaluation evaluation = Evaluate(candidate);
-    if (evaluation.verdict == Verdict::NotApplied) {
-        PrintError("[DdrOptimizer] Set new qos conf fail when pso init.");
-        return Progress::Again;
-    }
-    if (evaluation.verdict == Verdict::NotMeasured) {
-        PrintError("[DdrOptimizer] Failed to get pref datas.");
-        return Progress::Failed;
-    }
-    if (TryAgain(evaluation)) {
-        return Progress::Again;
+    if (const auto dismissed =
+            Dismiss(evaluation, "[DdrOptimizer] Set new qos conf fail when pso init.")) {
+        return *dismissed;
     }
     const PsoPosition position = PositionOf(candidate, evaluation.cpuTValue);
     state_.positions.push_back(position);
@@ -164,16 +167,8 @@ bool PsoSearch::UpdateParticles() {
 PsoSearch::Progress PsoSearch::UpdateParticle(std::uint16_t k) {
     const std::vector<QosConfig> candidate = StepParticle(state_, k, tools_.random);
     const Evaluation evaluation = Evaluate(candidate);
-    if (evaluation.verdict == Verdict::NotApplied) {
-        PrintError("[DdrOptimizer] Set new qos conf fail.");
-        return Progress::Again;
-    }
-    if (evaluation.verdict == Verdict::NotMeasured) {
-        PrintError("[DdrOptimizer] Failed to get pref datas.");
-        return Progress::Failed;
-    }
-    if (TryAgain(evaluation)) {
-        return Progress::Again;
+    if (const auto dismissed = Dismiss(evaluation, "[DdrOptimizer] Set new qos conf fail.")) {
+        return *dismissed;
     }
     const PsoPosition position = PositionOf(candidate, evaluation.cpuTValue);
     PsoPosition& personalBest = state_.personalBests.at(k);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -61,7 +62,7 @@ private:
     enum class Progress { Again, Next, Failed };
 
     Evaluation Evaluate(const std::vector<QosConfig>& candidate) const;
-    bool TryAgain(const Evaluation& evaluation);
+    std::optional<Progress> Dismiss(const Evaluation& evaluation, const char* wordsIfNotApplied);
     bool KeepIfGloballyBest(const PsoPosition& position, const Evaluation& evaluation);
 
     bool InitParticles();
