@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Builds the Debian packages zarn and zarn-board for amd64 and arm64 into build/packages and lints them.
+#
+# usage: scripts/package.sh
+source "$(dirname "$0")/lib.sh"
+
+need_packages scripts/packages.txt scripts/packages-dev.txt
+mkdir -p build/packages
+rm -f build/packages/*.deb
+for preset in release arm64; do
+    build_preset "$preset"
+    say "Packing preset $preset"
+    (umask 022 && cd "build/$preset" && cpack -G DEB >/dev/null)
+    cp "build/$preset"/packages/*.deb build/packages/
+done
+say "Lint"
+lintian --fail-on error build/packages/*.deb
+ls -l build/packages
