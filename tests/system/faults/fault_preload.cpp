@@ -1,0 +1,258 @@
+// Loaded into zarn by LD_PRELOAD, and into zarn only: counts its fallible calls and lets one of
+// them fail.
+//
+//   ZARN_FAULT        "<call>:<n>:<how>": the n-th call (from 1) fails, how being an errno's name,
+//   "short" (write
+//                     half), "kill" (the child starts and is killed) or "code" (a device call's
+//                     error code)
+//   ZARN_FAULT_COUNTS file that gets "<call> <count>" lines when the process ends in an ordinary
+//   way
+//
+// Sleeping costs no time here, so that a walk over all faults does not wait for sampling intervals.
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace {
+
+enum Call {
+    Open,
+    Read,
+    Write,
+    Close,
+    Spawn,
+    Pipe,
+    Mkdir,
+    Opendir,
+    Truncate,
+    Thread,
+    DeviceGet,
+    DeviceSet
+};
+
+constexpr std::array<const char*, 12> kNames{"open",     "read",   "write",      "close",
+                                             "spawn",    "pipe",   "mkdir",      "opendir",
+                                             "truncate", "thread", "device_get", "device_set"};
+
+struct Plan {
+    std::string call;
+    long at = 0;
+    std::string how;
+};
+
+bool enabled = false;
+Plan plan;
+std::string countsPath;
+std::array<std::atomic<long>, kNames.size()> counts{};
+
+template <typename Function>
+Function* Real(const char* name) {
+    return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+void ReadPlan(const std::string& text) {
+    const std::size_t first = text.find(':');
+    const std::size_t second = text.find(':', first + 1);
+    if (first != std::string::npos && second != std::string::npos) {
+        plan = {text.substr(0, first), std::atol(text.c_str() + first + 1),
+                text.substr(second + 1)};
+    }
+}
+
+// Only the program itself is touched; its children run without us.
+__attribute__((constructor)) void Begin() {
+    if (std::string_view(::program_invocation_short_name) != "zarn") {
+        return;
+    }
+    const char* fault = std::getenv("ZARN_FAULT");
+    const char* path = std::getenv("ZARN_FAULT_COUNTS");
+    ReadPlan(fault == nullptr ? "" : fault);
+    countsPath = path == nullptr ? "" : path;
+    ::unsetenv("LD_PRELOAD");
+    enabled = true;
+}
+
+__attribute__((destructor)) void End() {
+    if (!enabled || countsPath.empty()) {
+        return;
+    }
+    enabled = false;
+    if (FILE* file = std::fopen(countsPath.c_str(), "w")) {
+        for (std::size_t call = 0; call < kNames.size(); ++call) {
+            std::fprintf(file, "%s %ld\n", kNames[call], counts[call].load());
+        }
+        std::fclose(file);
+    }
+}
+
+// Counts the call; true if it is the one that is to fail.
+bool Fails(Call call) {
+    if (!enabled) {
+        return false;
+    }
+    const long count = ++counts[call];
+    return count == plan.at && plan.call == kNames[call];
+}
+
+int PlannedErrno() {
+    constexpr std::array<std::pair<const char*, int>, 7> names{{{"ENOSPC", ENOSPC},
+                                                                {"EIO", EIO},
+                                                                {"EMFILE", EMFILE},
+                                                                {"EACCES", EACCES},
+                                                                {"EINTR", EINTR},
+                                                                {"EAGAIN", EAGAIN},
+                                                                {"ENOMEM", ENOMEM}}};
+    for (const auto& [name, value] : names) {
+        if (plan.how == name) {
+            return value;
+        }
+    }
+    return EIO;
+}
+
+int Fail() {
+    errno = PlannedErrno();
+    return -1;
+}
+
+int OpenAs(const char* realName, const char* path, int flags, mode_t mode) {
+    return Fails(Open) ? Fail() : Real<int(const char*, int, ...)>(realName)(path, flags, mode);
+}
+
+int SleepNot(struct timespec* left) {
+    if (left != nullptr) {
+        *left = {};
+    }
+    return 0;
+}
+
+}  // namespace
+
+extern "C" {
+
+int open(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return OpenAs("open", path, flags, mode);
+}
+
+int open64(const char* path, int flags, ...) {
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    return OpenAs("open64", path, flags, mode);
+}
+
+ssize_t read(int fd, void* buffer, size_t size) {
+    return Fails(Read) ? Fail() : Real<ssize_t(int, void*, size_t)>("read")(fd, buffer, size);
+}
+
+ssize_t write(int fd, const void* buffer, size_t size) {
+    auto* realWrite = Real<ssize_t(int, const void*, size_t)>("write");
+    if (!Fails(Write)) {
+        return realWrite(fd, buffer, size);
+    }
+    return plan.how == "short" ? realWrite(fd, buffer, (size + 1) / 2) : Fail();
+}
+
+int close(int fd) {
+    const bool fails = Fails(Close);
+    const int result = Real<int(int)>("close")(fd);
+    return fails ? Fail() : result;
+}
+
+int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
+                const posix_spawnattr_t* attributes, char* const arguments[],
+                char* const environment[]) {
+    const bool fails = Fails(Spawn);
+    if (fails && plan.how != "kill") {
+        return PlannedErrno();
+    }
+    const int result = Real<decltype(posix_spawn)>("posix_spawn")(pid, path, actions, attributes,
+                                                                  arguments, environment);
+    if (fails && result == 0) {
+        ::kill(*pid, SIGKILL);
+    }
+    return result;
+}
+
+int pipe2(int ends[2], int flags) {
+    return Fails(Pipe) ? Fail() : Real<int(int*, int)>("pipe2")(ends, flags);
+}
+
+int mkdir(const char* path, mode_t mode) {
+    return Fails(Mkdir) ? Fail() : Real<int(const char*, mode_t)>("mkdir")(path, mode);
+}
+
+DIR* opendir(const char* path) {
+    if (Fails(Opendir)) {
+        Fail();
+        return nullptr;
+    }
+    return Real<DIR*(const char*)>("opendir")(path);
+}
+
+int ftruncate(int fd, off_t size) noexcept {
+    return Fails(Truncate) ? Fail() : Real<int(int, off_t)>("ftruncate")(fd, size);
+}
+
+int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
+                   void* argument) noexcept {
+    if (Fails(Thread)) {
+        return PlannedErrno();
+    }
+    return Real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create")(
+        thread, attributes, start, argument);
+}
+
+int nanosleep(const struct timespec* time, struct timespec* left) {
+    return enabled ? SleepNot(left)
+                   : Real<int(const struct timespec*, struct timespec*)>("nanosleep")(time, left);
+}
+
+int clock_nanosleep(clockid_t clock, int flags, const struct timespec* time,
+                    struct timespec* left) {
+    return enabled ? SleepNot(left)
+                   : Real<int(clockid_t, int, const struct timespec*, struct timespec*)>(
+                         "clock_nanosleep")(clock, flags, time, left);
+}
+
+int tovi_get_device_info(unsigned device, unsigned mainCommand, unsigned subCommand, void* buffer,
+                         unsigned* size) {
+    constexpr int kDeviceError = 77;
+    return Fails(DeviceGet)
+               ? kDeviceError
+               : Real<int(unsigned, unsigned, unsigned, void*, unsigned*)>("tovi_get_device_info")(
+                     device, mainCommand, subCommand, buffer, size);
+}
+
+int tovi_set_device_info(unsigned device, unsigned mainCommand, unsigned subCommand,
+                         const void* buffer, unsigned size) {
+    constexpr int kDeviceError = 77;
+    return Fails(DeviceSet)
+               ? kDeviceError
+               : Real<int(unsigned, unsigned, unsigned, const void*, unsigned)>(
+                     "tovi_set_device_info")(device, mainCommand, subCommand, buffer, size);
+}
+
+}  // extern "C"

@@ -1,0 +1,238 @@
+// Runs zarn again and again on one configuration, letting each of its fallible calls fail in turn,
+// once each, with each plausible error, and judges every run: it ends in the ordinary way or by an
+// end that is meant, it does not hang, and every document it leaves can be read.
+//
+// usage: fault_walk ZARN PRELOAD CONFIGURATION
+// Meant for a private /opt/usr, whose run directories it removes. Prints how many faults it
+// injected; its status is 0 if no run was at fault.
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "foundation/files.h"
+#include "foundation/json.h"
+#include "foundation/run_tree.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr unsigned kHangSeconds = 60;
+constexpr const char* kLastLine = "[Main] Collection jobs finished.\n";
+
+// How each call may plausibly fail.
+const std::map<std::string, std::vector<std::string>> kErrors{
+    {"open", {"ENOSPC", "EIO", "EMFILE", "EACCES", "EINTR"}},
+    {"read", {"EIO", "EINTR"}},
+    {"write", {"ENOSPC", "EIO", "EINTR", "short"}},
+    {"close", {"EIO", "ENOSPC"}},
+    {"spawn", {"ENOMEM", "EAGAIN", "kill"}},
+    {"pipe", {"EMFILE"}},
+    {"mkdir", {"ENOSPC", "EACCES", "EIO"}},
+    {"opendir", {"EMFILE", "EACCES"}},
+    {"truncate", {"EIO"}},
+    {"thread", {"EAGAIN"}},
+    {"device_get", {"code"}},
+    {"device_set", {"code"}},
+};
+
+struct Fault {
+    std::string call;
+    long at = 0;
+    std::string how;
+
+    [[nodiscard]] std::string Text() const { return call + ":" + std::to_string(at) + ":" + how; }
+};
+
+struct Ended {
+    int status = 0;
+    std::string out;
+    std::string err;
+};
+
+std::string TextOf(const std::string& path) {
+    std::string text;
+    if (zarn::ReadFile(path, text) != zarn::FileResult::Ok) {
+        text.clear();
+    }
+    return text;
+}
+
+// The walk over one configuration, with its scratch folder for what the runs print.
+class Walk {
+public:
+    Walk(std::string zarn, std::string preload, std::string config)
+        : zarn_(std::move(zarn)), preload_(std::move(preload)), config_(std::move(config)) {
+        std::string scratch = (fs::temp_directory_path() / "zarn-faults-XXXXXX").string();
+        scratch_ = ::mkdtemp(scratch.data()) == nullptr ? "" : scratch;
+    }
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+    ~Walk() {
+        std::error_code ignored;
+        fs::remove_all(scratch_, ignored);
+    }
+
+    // The number of faults injected; empty if even the run without a fault failed.
+    std::optional<int> Run() {
+        const Ended clean = RunOnce("");
+        if (!WIFEXITED(clean.status) || clean.err.find("failed") != std::string::npos) {
+            std::printf("the run without a fault failed:\n%s%s", clean.out.c_str(),
+                        clean.err.c_str());
+            return std::nullopt;
+        }
+        const std::map<std::string, long> counts = Counts();
+        RemoveRuns();
+        int injected = 0;
+        for (const auto& [call, errors] : kErrors) {
+            const auto count = counts.find(call);
+            const long last = count == counts.end() ? 0 : count->second;
+            for (long at = 1; at <= last; ++at) {
+                for (const std::string& how : errors) {
+                    Try({call, at, how});
+                    ++injected;
+                }
+            }
+            std::printf("%-12s %5ld calls\n", call.c_str(), last);
+        }
+        return injected;
+    }
+
+    [[nodiscard]] int Faulty() const { return faulty_; }
+
+private:
+    Ended RunOnce(const std::string& fault) {
+        const std::string out = scratch_ + "/out";
+        const std::string err = scratch_ + "/err";
+        const pid_t child = ::fork();
+        if (child == 0) {
+            Become(fault, out, err);
+        }
+        Ended ended;
+        ::waitpid(child, &ended.status, 0);
+        ended.out = TextOf(out);
+        ended.err = TextOf(err);
+        return ended;
+    }
+
+    [[noreturn]] void Become(const std::string& fault, const std::string& out,
+                             const std::string& err) {
+        ::setenv("LD_PRELOAD", preload_.c_str(), 1);
+        ::setenv("ZARN_FAULT", fault.c_str(), 1);
+        ::setenv("ZARN_FAULT_COUNTS", (scratch_ + "/counts").c_str(), 1);
+        ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
+        ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+        ::alarm(kHangSeconds);  // outlives the exec: a run that hangs is killed by it
+        ::execl(zarn_.c_str(), "zarn", config_.c_str(), static_cast<char*>(nullptr));
+        ::_exit(127);
+    }
+
+    [[nodiscard]] std::map<std::string, long> Counts() const {
+        std::istringstream lines(TextOf(scratch_ + "/counts"));
+        std::map<std::string, long> counts;
+        std::string call;
+        long count = 0;
+        while (lines >> call >> count) {
+            counts[call] = count;
+        }
+        return counts;
+    }
+
+    void Try(const Fault& fault) {
+        const Ended ended = RunOnce(fault.Text());
+        std::string complaint = JudgeEnd(fault, ended);
+        if (complaint.empty()) {
+            complaint = JudgeTree();
+        }
+        if (!complaint.empty()) {
+            ++faulty_;
+            std::printf("FAULT %s: %s\n%s%s", fault.Text().c_str(), complaint.c_str(),
+                        ended.out.c_str(), ended.err.c_str());
+        }
+        RemoveRuns();
+    }
+
+    // Ends that are meant: the ordinary one, and the abnormal ones of a thread that cannot be
+    // started and of a copy into env_info that fails.
+    static std::string JudgeEnd(const Fault& fault, const Ended& ended) {
+        if (WIFSIGNALED(ended.status)) {
+            const bool copyFailed = ended.err.find("cannot copy") != std::string::npos;
+            const bool meant =
+                WTERMSIG(ended.status) == SIGABRT && (fault.call == "thread" || copyFailed);
+            return meant ? "" : "killed by signal " + std::to_string(WTERMSIG(ended.status));
+        }
+        if (WEXITSTATUS(ended.status) != 0) {
+            return "status " + std::to_string(WEXITSTATUS(ended.status));
+        }
+        const std::string_view last = kLastLine;
+        const bool complete =
+            ended.out.size() >= last.size() &&
+            ended.out.compare(ended.out.size() - last.size(), last.size(), last) == 0;
+        return complete || fault.call == "write" ? "" : "the last line is missing";
+    }
+
+    static std::string JudgeTree() {
+        std::error_code ignored;
+        for (const auto& entry : fs::recursive_directory_iterator(zarn::run_tree::kRoot, ignored)) {
+            if (entry.path().extension() == ".data" && !AllDocumentsWhole(entry.path().string())) {
+                return "a torn document in " + entry.path().filename().string();
+            }
+        }
+        return "";
+    }
+
+    static bool AllDocumentsWhole(const std::string& path) {
+        const std::string text = TextOf(path);
+        zarn::LineCursor cursor(text);
+        std::string_view line;
+        zarn::JsonDocument document;
+        while (cursor.Next(line)) {
+            if (!zarn::ParseJson(line, document)) {
+                return false;
+            }
+        }
+        return text.empty() || text.back() == '\n';
+    }
+
+    static void RemoveRuns() {
+        std::error_code ignored;
+        for (const auto& entry : fs::directory_iterator(zarn::run_tree::kRoot, ignored)) {
+            fs::remove_all(entry.path(), ignored);
+        }
+    }
+
+    std::string zarn_;
+    std::string preload_;
+    std::string config_;
+    std::string scratch_;
+    int faulty_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 4) {
+        std::fprintf(stderr, "usage: fault_walk ZARN PRELOAD CONFIGURATION\n");
+        return 2;
+    }
+    Walk walk(argv[1], argv[2], argv[3]);
+    const std::optional<int> injected = walk.Run();
+    if (!injected) {
+        return 2;
+    }
+    std::printf("%d faults injected, %d runs at fault\n", *injected, walk.Faulty());
+    return walk.Faulty() == 0 && *injected > 0 ? 0 : 1;
+}
