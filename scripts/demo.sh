@@ -15,7 +15,7 @@ cp docs/examples/tour_*.json docs/examples/ddr_optimize_auto.json "$usr/"
 
 # zarn_on_board SCENARIO BOARD CONFIGURATION: runs zarn on the board of that name, which keeps its settings.
 zarn_on_board() {
-    board/zarn-board --build build/release --scenario "$1" --board "$demo/$2" --opt-usr "$usr" -- \
+    "$root/board/zarn-board" --build "$root/build/release" --scenario "$1" --board "$demo/$2" --opt-usr "$usr" -- \
         "$root/build/release/bin/zarn" "/opt/usr/$3"
 }
 
@@ -64,13 +64,11 @@ zarn_on_board camera_pipeline board tour_compare.json
 comparison=$(newest)
 
 say "6. The optimizer searches bounds under a memory-hungry AI and image load"
-mkdir -p "$demo/bench"
-search_in_bench() (
-    cd "$demo/bench"
-    "$root/board/zarn-board" --build "$root/build/release" --scenario memory_hungry --board "$demo/search" \
-        --opt-usr "$usr" -- "$root/build/release/bin/zarn" /opt/usr/ddr_optimize_auto.json
+search_bounds() ( # the test bench lies in the working directory
+    cd build/release
+    zarn_on_board memory_hungry search ddr_optimize_auto.json
 )
-search_in_bench >"$demo/search.out"
+search_bounds >"$demo/search.out"
 search=$(newest)
 
 say "CPU load, baseline and loaded"
