@@ -1,8 +1,8 @@
 #include "foundation/json.h"
 #include "fuzz/fuzz_input.h"
 
-// Whatever is accepted can be written, and what was written can be parsed. (Not to the same digits: the
-// library's default reading of a number may be off in the last one.)
+// Whatever is accepted can be written, and what was written can be parsed. (Not to the same digits:
+// the library's default reading of a number may be off in the last one.)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     zarn::JsonDocument document;
     if (!zarn::ParseJson(zarn::fuzz::AsText(data, size), document)) {

@@ -17,7 +17,7 @@ fuzz_one() {
     local target=$1 log=build/fuzz/$1.log
     mkdir -p "build/fuzz/grown/$target" "fuzz/regressions/$target"
     if ! "build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=4096 \
-        -artifact_prefix="fuzz/regressions/$target/" -print_final_stats=1 \
+        -close_fd_mask=3 -artifact_prefix="fuzz/regressions/$target/" -print_final_stats=1 \
         "build/fuzz/grown/$target" "fuzz/corpus/$target" >"$log" 2>&1; then
         tail -n 40 "$log"
         echo "$target: a finding, see fuzz/regressions/$target/"
