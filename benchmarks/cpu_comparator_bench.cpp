@@ -39,10 +39,9 @@ public:
             const std::string root = directory_.Path() + "v" + std::to_string(i) + "/";
             const CpuLogGenerator generator(load);
             const std::string raw = root + cpu_files::kRawDir;
-            const std::string suffix = load.startTime + "." + cpu_files::kLogSuffix;
             ready_ = CreateDirectory(raw) && ready_;
-            Write(raw + cpu_files::kGlobalLog + suffix, generator.GlobalLog());
-            Write(raw + cpu_files::kUsageLog + suffix, generator.UsageLog());
+            Write(raw + cpu_files::kGlobalLog, generator.GlobalLog());
+            Write(raw + cpu_files::kUsageLog, generator.UsageLog());
             versions_["v" + std::to_string(i)] = root;
         }
         ready_ = CreateDirectory(directory_.Path() + "env_info") && ready_;
@@ -56,7 +55,9 @@ public:
     [[nodiscard]] std::size_t Bytes() const { return bytes_; }
 
 private:
-    void Write(const std::string& path, const std::string& text) {
+    // `prefix` is all of the path before the log's number.
+    void Write(const std::string& prefix, const std::string& text) {
+        const std::string path = prefix + "1." + cpu_files::kLogSuffix;
         ready_ = WriteFile(path, text) == FileResult::Ok && ready_;
         files_.push_back(path);
         bytes_ += text.size();

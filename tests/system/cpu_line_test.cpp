@@ -271,8 +271,9 @@ void CpuLineTest::ExpectTable(const std::string& table) const {
             {"_min", *std::min_element(values.begin(), values.end())},
             {"_avg", Mean(values)}};
         for (const auto& [suffix, value] : reduced) {
-            const std::string cell = DefaultText(value) + ",";
-            EXPECT_THAT(table, HasSubstr("\n" + name + suffix + "," + cell + cell + "\n"));
+            std::string row = "\n" + name + suffix + ",";
+            row.append(DefaultText(value)).append(",").append(DefaultText(value)).append(",\n");
+            EXPECT_THAT(table, HasSubstr(row));
         }
     }
     EXPECT_THAT(table, HasSubstr("\n" + probe_.Name() + "_time_max,"));

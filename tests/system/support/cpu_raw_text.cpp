@@ -31,6 +31,7 @@ double FindNumber(const RawCpuSample& sample, const std::string& pattern) {
 std::vector<double> FindNumbers(const std::vector<RawCpuSample>& samples,
                                 const std::string& pattern) {
     std::vector<double> numbers;
+    numbers.reserve(samples.size());
     for (const RawCpuSample& sample : samples) {
         numbers.push_back(FindNumber(sample, pattern));
     }
@@ -86,6 +87,7 @@ double Mean(const std::vector<double>& values) {
 
 std::vector<double> Numbers(const std::vector<std::string>& texts) {
     std::vector<double> numbers;
+    numbers.reserve(texts.size());
     for (const std::string& text : texts) {
         numbers.push_back(std::stod(text));
     }
