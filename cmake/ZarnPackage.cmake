@@ -25,14 +25,14 @@ endif()
 set(CPACK_DEBIAN_ZARN_PACKAGE_NAME zarn)
 set(CPACK_DEBIAN_ZARN_PACKAGE_DEPENDS "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), procps")
 set(CPACK_DEBIAN_ZARN_PACKAGE_SUGGESTS "zarn-board")
-set(CPACK_DEBIAN_ZARN_DESCRIPTION "performance tool of an automotive computing board
+set(CPACK_DEBIAN_ZARN_DESCRIPTION "collects, analyzes and compares figures of an automotive board
  A single-shot tool driven by one JSON file: collectors measure the running
  system, analyzers turn raw data into peaks, averages and abnormal events,
  comparators set software versions side by side, and an optimizer searches
  DDR bandwidth settings. Results are raw text, JSON lines and CSV.")
 set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_NAME zarn-board)
 set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_DEPENDS
-    "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), bash, proot, procps, util-linux")
+    "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), proot, procps")
 set(CPACK_DEBIAN_ZARN-BOARD_DESCRIPTION "virtual board for zarn
  Simulated device libraries, kernel files and platform tools with a launcher
  that puts them where they stand on the real board, so that every mission of

@@ -13,10 +13,10 @@ rm -rf "$demo"
 mkdir -p "$usr"
 cp docs/examples/tour_*.json docs/examples/ddr_optimize_auto.json "$usr/"
 
-# zarn_on_board SCENARIO BOARD CONFIGURATION: runs zarn on the board of that name, which keeps its settings.
+# zarn_on_board SCENARIO BOARD CONFIGURATION [OPTION...]: runs zarn on the board of that name, which keeps its settings.
 zarn_on_board() {
-    "$root/board/zarn-board" --build "$root/build/release" --scenario "$1" --board "$demo/$2" --opt-usr "$usr" -- \
-        "$root/build/release/bin/zarn" "/opt/usr/$3"
+    board/zarn-board --build build/release --scenario "$1" --board "$demo/$2" --opt-usr "$usr" "${@:4}" -- \
+        zarn "/opt/usr/$3"
 }
 
 # The newest run directory.
@@ -64,11 +64,7 @@ zarn_on_board camera_pipeline board tour_compare.json
 comparison=$(newest)
 
 say "6. The optimizer searches bounds under a memory-hungry AI and image load"
-search_bounds() ( # the test bench lies in the working directory
-    cd build/release
-    zarn_on_board memory_hungry search ddr_optimize_auto.json
-)
-search_bounds >"$demo/search.out"
+zarn_on_board memory_hungry search ddr_optimize_auto.json --workdir "$demo/bench" >"$demo/search.out"
 search=$(newest)
 
 say "CPU load, baseline and loaded"

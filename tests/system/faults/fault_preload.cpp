@@ -57,7 +57,7 @@ struct Plan {
     std::string how;
 };
 
-bool enabled = false;
+bool enabled = false;  // set behind the strings, when they are there
 Plan plan;
 std::string countsPath;
 std::array<std::atomic<long>, kNames.size()> counts{};
@@ -77,17 +77,19 @@ void ReadPlan(const std::string& text) {
 }
 
 // Only the program itself is touched; its children run without us.
-__attribute__((constructor)) void Begin() {
+bool Begin() {
     if (std::string_view(::program_invocation_short_name) != "zarn") {
-        return;
+        return false;
     }
     const char* fault = std::getenv("ZARN_FAULT");
     const char* path = std::getenv("ZARN_FAULT_COUNTS");
     ReadPlan(fault == nullptr ? "" : fault);
     countsPath = path == nullptr ? "" : path;
     ::unsetenv("LD_PRELOAD");
-    enabled = true;
+    return true;
 }
+
+[[maybe_unused]] const bool begun = enabled = Begin();
 
 __attribute__((destructor)) void End() {
     if (!enabled || countsPath.empty()) {
@@ -108,7 +110,14 @@ bool Fails(Call call) {
         return false;
     }
     const long count = ++counts[call];
-    return count == plan.at && plan.call == kNames[call];
+    if (count != plan.at || plan.call != kNames[call]) {
+        return false;
+    }
+    if (plan.how == "interrupt") {
+        ::kill(::getpid(), SIGINT);
+        return false;
+    }
+    return true;
 }
 
 int PlannedErrno() {

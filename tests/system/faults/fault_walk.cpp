@@ -2,7 +2,9 @@
 // once each, with each plausible error, and judges every run: it ends in the ordinary way or by an
 // end that is meant, it does not hang, and every document it leaves can be read.
 //
-// usage: fault_walk ZARN PRELOAD CONFIGURATION
+// usage: fault_walk ZARN PRELOAD CONFIGURATION                     every fault
+//        fault_walk ZARN PRELOAD CONFIGURATION INTERRUPTS SEED     so many interrupts, at calls
+//        drawn at random
 // Meant for a private /opt/usr, whose run directories it removes. Prints how many faults it
 // injected; its status is 0 if no run was at fault.
 
@@ -18,6 +20,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -86,16 +89,20 @@ public:
         fs::remove_all(scratch_, ignored);
     }
 
-    // The number of faults injected; empty if even the run without a fault failed.
-    std::optional<int> Run() {
+    // How often each call was made in a run without a fault; nothing if even that run failed.
+    std::optional<std::map<std::string, long>> CountCalls() {
         const Ended clean = RunOnce("");
-        if (!WIFEXITED(clean.status) || clean.err.find("failed") != std::string::npos) {
+        if (!WIFEXITED(clean.status) || clean.err.find("ailed") != std::string::npos) {
             std::printf("the run without a fault failed:\n%s%s", clean.out.c_str(),
                         clean.err.c_str());
             return std::nullopt;
         }
-        const std::map<std::string, long> counts = Counts();
         RemoveRuns();
+        return Counts();
+    }
+
+    // Lets every call fail with each of its errors; the number of faults injected.
+    int FailEach(const std::map<std::string, long>& counts) {
         int injected = 0;
         for (const auto& [call, errors] : kErrors) {
             const auto count = counts.find(call);
@@ -109,6 +116,22 @@ public:
             std::printf("%-12s %5ld calls\n", call.c_str(), last);
         }
         return injected;
+    }
+
+    // Interrupts the program at calls drawn at random, each as likely as any other; the number of
+    // interrupts.
+    int Interrupt(const std::map<std::string, long>& counts, int interrupts, unsigned seed) {
+        std::vector<Fault> instants;
+        for (const auto& [call, last] : counts) {
+            for (long at = 1; at <= last; ++at) {
+                instants.push_back({call, at, "interrupt"});
+            }
+        }
+        std::mt19937 random(seed);
+        for (int i = 0; i < interrupts; ++i) {
+            Try(instants[random() % instants.size()]);
+        }
+        return interrupts;
     }
 
     [[nodiscard]] int Faulty() const { return faulty_; }
@@ -157,6 +180,9 @@ private:
         if (complaint.empty()) {
             complaint = JudgeTree();
         }
+        if (complaint.empty() && fault.how == "interrupt" && !HasTimestamps()) {
+            complaint = "the file of start and end is missing";
+        }
         if (!complaint.empty()) {
             ++faulty_;
             std::printf("FAULT %s: %s\n%s%s", fault.Text().c_str(), complaint.c_str(),
@@ -194,6 +220,17 @@ private:
         return "";
     }
 
+    static bool HasTimestamps() {
+        std::error_code ignored;
+        for (const auto& run : fs::directory_iterator(zarn::run_tree::kRoot, ignored)) {
+            const std::string json = run.path().string() + "/" + zarn::run_tree::kJsonDir;
+            if (fs::exists(json + zarn::run_tree::kCollectorTimes)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     static bool AllDocumentsWhole(const std::string& path) {
         const std::string text = TextOf(path);
         zarn::LineCursor cursor(text);
@@ -224,15 +261,18 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::fprintf(stderr, "usage: fault_walk ZARN PRELOAD CONFIGURATION\n");
+    if (argc != 4 && argc != 6) {
+        std::fprintf(stderr, "usage: fault_walk ZARN PRELOAD CONFIGURATION [INTERRUPTS SEED]\n");
         return 2;
     }
     Walk walk(argv[1], argv[2], argv[3]);
-    const std::optional<int> injected = walk.Run();
-    if (!injected) {
+    const auto counts = walk.CountCalls();
+    if (!counts) {
         return 2;
     }
-    std::printf("%d faults injected, %d runs at fault\n", *injected, walk.Faulty());
-    return walk.Faulty() == 0 && *injected > 0 ? 0 : 1;
+    const int injected = argc == 4 ? walk.FailEach(*counts)
+                                   : walk.Interrupt(*counts, std::stoi(argv[4]),
+                                                    static_cast<unsigned>(std::stoul(argv[5])));
+    std::printf("%d faults injected, %d runs at fault\n", injected, walk.Faulty());
+    return walk.Faulty() == 0 && injected > 0 ? 0 : 1;
 }

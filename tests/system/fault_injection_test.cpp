@@ -1,0 +1,88 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "foundation/command_runner.h"
+#include "tests/system/support/sandbox.h"
+#include "tests/unit/support/temp_dir.h"
+
+// Every fallible call of the program fails in turn, with each plausible error, and the program is
+// interrupted at random calls: each run ends as it is meant to and leaves documents that can be
+// read.
+namespace zarn::test {
+namespace {
+
+using testing::HasSubstr;
+
+const std::string kWalk = std::string(ZARN_BUILD_DIR) + "/bin/fault_walk";
+const std::string kPreload = std::string(ZARN_BUILD_DIR) + "/lib/libzarn_faults.so";
+
+constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],
+    "collectMode": [], "analyzeMode": ["CpuAnalyzer"], "optimizeMode": [],
+    "compareMode": {"comparatorName": ["CpuComparator"], "versionMap": {"v": "/opt/usr/"}}},
+    "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 1, "process": ["zarn"],
+    "count": 2, "thread_collector": false, "json_output": true},
+    "CpuAnalyzer": {"job": ["global", "core", "process_set"], "peak_trought_threshold": 0.2,
+    "process_set": {"all": ["zarn"]}},
+    "CpuComparator": {"job": ["global"], "process": []}})";
+
+constexpr const char* kDdrConfig = R"({"ManagerParam": {"parallelCollectMode": [],
+    "collectMode": ["DdrCollector"], "analyzeMode": ["DdrAnalyzer"], "optimizeMode": [],
+    "compareMode": {"comparatorName": ["DdrComparator"], "versionMap": {"v": "/opt/usr/"}}},
+    "DdrCollector": {"job": ["global"], "count": 2, "interval": 1},
+    "DdrAnalyzer": {"job": ["global"]}, "DdrComparator": {"job": ["global"]}})";
+
+// The walk's own words go to the test's output: they tell how many faults there were.
+void ExpectNothingAtFault(const std::string& out, bool succeeded) {
+    std::printf("%s", out.c_str());
+    EXPECT_TRUE(succeeded);
+    EXPECT_THAT(out, HasSubstr(", 0 runs at fault\n"));
+}
+
+void WalkCpu(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    sandbox.ToolPrinting("top", ReadText(DataPath("top-4.0.2/two_cores.txt")));
+    sandbox.ToolPrinting("ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
+    sandbox.Write("config.json", kCpuConfig);
+    std::vector<std::string> command{kWalk, ProgramPath(), kPreload, "/opt/usr/config.json"};
+    command.insert(command.end(), more.begin(), more.end());
+    const RunResult run = sandbox.RunCommand(command);
+    ExpectNothingAtFault(run.out, run.Succeeded());
+}
+
+// On the virtual board, whose settings stay from run to run.
+void WalkDdr(const std::string& more) {
+    const TempDir directory;
+    directory.Write("usr/config.json", kDdrConfig);
+    std::string out;
+    ASSERT_TRUE(SystemCommandRunner().Capture(
+        "cd '" + directory.Path() +
+            "' && mkdir -p tmp && TMPDIR=$PWD/tmp '" ZARN_SOURCE_DIR
+            "/board/zarn-board' --build '" ZARN_BUILD_DIR "' --board board --opt-usr usr -- '" +
+            kWalk + "' '" + ProgramPath() + "' '" + kPreload + "' /opt/usr/config.json " + more +
+            " && echo done",
+        out));
+    ExpectNothingAtFault(out, out.find("\ndone\n") != std::string::npos);
+}
+
+TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
+    WalkCpu({});
+}
+
+TEST(FaultInjection, ACpuRunIsInterruptedAtRandomCalls) {
+    WalkCpu({"100", "20261121"});
+}
+
+TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
+    WalkDdr("");
+}
+
+TEST(FaultInjection, ADdrRunIsInterruptedAtRandomCalls) {
+    WalkDdr("100 20261121");
+}
+
+}  // namespace
+}  // namespace zarn::test
