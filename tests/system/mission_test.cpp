@@ -15,7 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
@@ -70,12 +69,7 @@ TEST_F(MissionSystemTest, ARunWithoutMissionsFillsItsTree) {
 }
 
 TEST_F(MissionSystemTest, ADevelopmentBoardLacksTheVersions) {
-    for (const char* file :
-         {"/etc/qvt_version", "/etc/orlo-latest", "/etc/sys_version_tepa.conf"}) {
-        if (fs::exists(file)) {
-            GTEST_SKIP() << "this machine has " << file;
-        }
-    }
+    sandbox.OnlyTools({"cat"});
     sandbox.RemoveTool("rungate");
     const RunResult run = sandbox.Run(noMissions);
     EXPECT_TRUE(run.Succeeded());
@@ -173,12 +167,13 @@ TEST_F(MissionSystemTest, PathsThatEndUnderOptUsrAreTaken) {
     (void)sandbox.Write("deep/config.json", noMissions);
     const std::string link = sandbox.WriteScratch("unused", "") + ".link";
     fs::create_symlink("/opt/usr/deep/config.json", link);
-    for (const std::string& path : {link, std::string("/opt/usr/../usr/deep/config.json"),
-                                    std::string("/opt/usr/deep/config.json")}) {
+    const std::vector<std::string> paths{link, "/opt/usr/deep/config.json",
+                                         "/opt/usr/../usr/deep/config.json"};
+    for (const std::string& path : paths) {
         const RunResult run = sandbox.RunWith({path});
         EXPECT_THAT(run.out, StartsWith("[ZarnManager] parallelCollectMode: \n")) << run.err;
     }
-    EXPECT_THAT(sandbox.RunNames(), SizeIs(3));
+    EXPECT_THAT(sandbox.RunNames(), SizeIs(paths.size()));
 }
 
 TEST_F(MissionSystemTest, AFolderOrAFifoIsNoConfiguration) {

@@ -1,7 +1,6 @@
 #include "tests/system/support/sandbox.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -9,14 +8,15 @@
 namespace zarn::test {
 namespace {
 
+namespace fs = std::filesystem;
 using testing::ElementsAre;
 
 // What the rest of the system tests stand on, for both ways of making a private /opt/usr.
 class SandboxTest : public testing::TestWithParam<SandboxKind> {
 protected:
     void SetUp() override {
-        if (GetParam() == SandboxKind::Namespace && ::geteuid() != 0) {
-            GTEST_SKIP() << "a mount namespace needs root";
+        if (GetParam() == SandboxKind::Namespace && !CanMount()) {
+            GTEST_SKIP() << "a mount namespace needs root or a user namespace";
         }
     }
     Sandbox sandbox{GetParam()};
@@ -33,13 +33,23 @@ constexpr const char* kNoMissions =
         "optimizeMode": [], "compareMode": {"comparatorName": [], "versionMap": {}}}})";
 
 TEST_P(SandboxTest, OptUsrIsPrivateAndCanBeReadAfterwards) {
-    const bool machineHasOne = std::filesystem::exists("/opt/usr");
+    const std::string mark = "mark-of-" + std::to_string(::getpid());
+    EXPECT_EQ(sandbox.Write(mark, ""), "/opt/usr/" + mark);
+    sandbox.Tool("rungate", "ls /opt/usr; sandbox-event look\n");
+    sandbox.On("look", [&](pid_t) { EXPECT_FALSE(fs::exists("/opt/usr/" + mark)); });
     const RunResult run = sandbox.Run(kNoMissions);
     EXPECT_TRUE(run.Succeeded()) << run.out << run.err;
     EXPECT_EQ(run.LastLine(), "[Main] Collection jobs finished.");
     EXPECT_THAT(sandbox.RunNames(), testing::SizeIs(1));
     EXPECT_EQ(sandbox.Read("env_info/zarn_config.json"), kNoMissions);
-    EXPECT_EQ(std::filesystem::exists("/opt/usr"), machineHasOne);
+    EXPECT_EQ(sandbox.Read("env_info/qvt_tool_upgrade_display_version"),
+              "config.json\n" + mark + "\nmnt\n");
+}
+
+TEST_P(SandboxTest, TheMachineIsSeenBesideIt) {
+    const RunResult run = sandbox.RunCommand(
+        {"/bin/sh", "-c", "stat -c %F /opt/usr/ /etc/passwd && ls -d /opt/usr/ /etc/ /proc/self/"});
+    EXPECT_EQ(run.out, "directory\nregular file\n/etc/\n/opt/usr/\n/proc/self/\n") << run.err;
 }
 
 TEST_P(SandboxTest, FakeToolsComeFirstAndCanBeAllThereIs) {

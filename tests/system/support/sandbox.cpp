@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "foundation/run_tree.h"
@@ -22,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kInterruptSeen = "[ZarnManager] Signal Interactive attention received.\n";
+constexpr std::array kVersionFiles{"qvt_version", "orlo-latest", "sys_version_tepa.conf"};
 constexpr const char* kConfigName = "config.json";
 
 // What fake tools call to meet the test.
@@ -38,8 +39,7 @@ SandboxKind Choose(SandboxKind kind) {
     if (kind != SandboxKind::Auto) {
         return kind;
     }
-    static const bool canMount =
-        GetEnvironment("ZARN_SANDBOX") != "proot" && ::geteuid() == 0 && CanMount();
+    static const bool canMount = GetEnvironment("ZARN_SANDBOX") != "proot" && CanMount();
     return canMount ? SandboxKind::Namespace : SandboxKind::Proot;
 }
 
@@ -76,19 +76,6 @@ std::vector<std::string> SortedNames(const std::string& folder) {
     return names;
 }
 
-// Takes proot's own lines about processes that were ended by a signal out of `err`, and the
-// program's wait status from the one about it: proot itself ends with status 255 then.
-void TakeProotLines(const std::string& programId, std::string& err, int& waitStatus) {
-    static const std::regex kEnded("proot info: pid (\\d+): terminated with signal (\\d+)\n");
-    std::smatch match;
-    while (std::regex_search(err, match, kEnded)) {
-        if (match[1] == programId) {
-            waitStatus = std::stoi(match[2]);
-        }
-        err = match.prefix().str() + match.suffix().str();
-    }
-}
-
 }  // namespace
 
 bool RunResult::Aborted() const {
@@ -113,12 +100,16 @@ Sandbox::Sandbox(SandboxKind kind)
       usr_(dir_.Path() + "usr/"),
       tools_(dir_.Path() + "tools"),
       scratch_(dir_.Path() + "scratch") {
-    for (const std::string& folder : {usr_, tools_, scratch_, dir_.Path() + "opt"}) {
+    for (const std::string& folder : {usr_, tools_, scratch_, dir_.Path() + "staging"}) {
         fs::create_directory(folder);
     }
     EXPECT_EQ(::mkfifo((scratch_ + "/.requests").c_str(), 0600), 0);
     EXPECT_EQ(::mkfifo((scratch_ + "/.answers").c_str(), 0600), 0);
     path_ = tools_ + ":" + MachinePath();
+    Bind(usr_, "/opt/usr");
+    for (const char* name : kVersionFiles) {
+        Bind("", std::string("/etc/") + name);
+    }
     Tool("sandbox-event", kEventTool);
     Tool("rungate", "echo '{\"version\": \"sandbox\"}'\n");
 }
@@ -159,18 +150,19 @@ void Sandbox::On(const std::string& word, std::function<void(pid_t)> action) {
 }
 
 void Sandbox::Bind(const std::string& host, const std::string& inside) {
-    bindings_.emplace_back(host, inside);
+    const fs::path path(inside);
+    additions_[path.parent_path().string()][path.filename().string()] = host;
 }
 
 void Sandbox::BindVersionFiles() {
-    for (const char* name : {"qvt_version", "orlo-latest", "sys_version_tepa.conf"}) {
+    for (const char* name : kVersionFiles) {
         Bind(dir_.Write(std::string("etc/") + name, std::string(name) + "\n"),
              std::string("/etc/") + name);
     }
 }
 
 bool Sandbox::LimitSpace(std::size_t bytes, std::size_t inodes) {
-    limited_ = ::geteuid() == 0 && CanMount() && MountSmall(usr_, bytes, inodes);
+    limited_ = CanMount() && MountSmall(usr_, bytes, inodes);
     return limited_;
 }
 
@@ -183,10 +175,6 @@ std::string Sandbox::WriteScratch(const std::string& name, std::string_view text
     return dir_.Write("scratch/" + name, text);
 }
 
-bool Sandbox::UsesProot() const {
-    return kind_ == SandboxKind::Proot || !bindings_.empty();
-}
-
 RunResult Sandbox::Run(std::string_view config) {
     return RunWith({Write(kConfigName, config)});
 }
@@ -197,17 +185,16 @@ RunResult Sandbox::RunWith(const std::vector<std::string>& arguments) {
     return RunCommand(command);
 }
 
-// Under proot the shell leaves the pid of the program, whose parent is then proot.
 std::vector<std::string> Sandbox::WholeCommand(const std::vector<std::string>& command) const {
     std::vector<std::string> whole;
-    if (UsesProot()) {
-        whole = {FindTool("proot"), "-b", usr_ + ":/opt/usr"};
-        for (const auto& [host, inside] : bindings_) {
-            whole.insert(whole.end(), {"-b", host});
-            whole.back().append(":").append(inside);
-        }
-        whole.insert(whole.end(),
-                     {"-w", scratch_, "/bin/sh", "-c", "echo $$ > .pid; exec \"$0\" \"$@\""});
+    if (kind_ == SandboxKind::Proot) {
+        const std::string root = dir_.Path() + "root";
+        fs::remove_all(root);
+        fs::create_directory(root);
+        whole = ProotOptions(additions_, root);
+        whole.insert(whole.begin(), {FindTool("proot"), "-v", "-1"});
+        whole.insert(whole.end(), {"-w", scratch_, std::string(ZARN_BUILD_DIR) + "/bin/witness",
+                                   scratch_ + "/.witness"});
     }
     const std::string& program = command.front();
     whole.push_back(program.find('/') == std::string::npos ? FindTool(program, path_) : program);
@@ -224,7 +211,7 @@ std::vector<std::string> Sandbox::Environment() const {
     }
     values["PATH"] = path_;
     values["ZARN_SANDBOX_DIR"] = scratch_;
-    if (UsesProot()) {
+    if (kind_ == SandboxKind::Proot) {
         // The leak check needs to trace its own process, which is traced already.
         values["ASAN_OPTIONS"] = GetEnvironment("ASAN_OPTIONS") + ":detect_leaks=0";
     }
@@ -254,6 +241,13 @@ bool Sandbox::Deal(const std::string& word, pid_t program, const std::string& ou
     return !interruptSent_;
 }
 
+Sandbox::Witness Sandbox::ReadWitness() const {
+    Witness witness;
+    std::istringstream(ReadScratch(".witness")) >> witness.pid >> witness.status;
+    EXPECT_GT(witness.pid, 0);
+    return witness;
+}
+
 RunResult Sandbox::RunCommand(const std::vector<std::string>& command) {
     TrackedProcess process;
     process.command = WholeCommand(command);
@@ -262,16 +256,15 @@ RunResult Sandbox::RunCommand(const std::vector<std::string>& command) {
     process.mergeStreams = mergeStreams_;
     process.requests = scratch_ + "/.requests";
     process.answers = scratch_ + "/.answers";
-    if (!UsesProot()) {
-        process.prepare = [this] { return EnterPrivateUsr(usr_, dir_.Path() + "opt"); };
+    if (kind_ != SandboxKind::Proot) {
+        process.prepare = [this] { return EnterPrivateView(additions_, dir_.Path() + "staging"); };
     }
     process.onRequest = [this](const std::string& word, pid_t pid, const std::string& out) {
-        return Deal(word, UsesProot() ? std::stoi(ReadScratch(".pid")) : pid, out);
+        return Deal(word, kind_ == SandboxKind::Proot ? ReadWitness().pid : pid, out);
     };
     TrackedResult tracked = RunTracked(process);
-    if (UsesProot()) {
-        const std::string programId = std::to_string(std::stoi(ReadScratch(".pid")));
-        TakeProotLines(programId, mergeStreams_ ? tracked.out : tracked.err, tracked.waitStatus);
+    if (kind_ == SandboxKind::Proot) {
+        tracked.waitStatus = ReadWitness().status;
     }
     return {std::move(tracked.out), std::move(tracked.err), tracked.waitStatus};
 }

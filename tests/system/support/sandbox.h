@@ -7,15 +7,16 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "tests/system/support/private_usr.h"
 #include "tests/unit/support/temp_dir.h"
 
 namespace zarn::test {
 
-// How a sandbox gives the program its own /opt/usr. Auto: Namespace for root, else Proot; the
-// environment variable ZARN_SANDBOX=proot makes Auto mean Proot for root too.
+// How a sandbox gives the program its own /opt/usr. Auto: Namespace where this user may have one
+// (root, or anyone where user namespaces are allowed), else Proot; the environment variable
+// ZARN_SANDBOX=proot makes Auto mean Proot everywhere.
 enum class SandboxKind { Auto, Namespace, Proot };
 
 // One finished run of the program.
@@ -71,7 +72,8 @@ public:
     void SetEnvironment(const std::string& name, const std::string& value);
     // What `sandbox-event word` does. `zarn` is the program's pid.
     void On(const std::string& word, std::function<void(pid_t zarn)> action);
-    // The file or folder `host` appears at `inside`, which need not exist. Runs then use proot.
+    // The file or folder `host` appears at `inside`, which need not exist and lies in a folder
+    // directly below "/", such as /etc. With "" for `host` nothing is there.
     void Bind(const std::string& host, const std::string& inside);
     // The three version files of /etc exist and hold their own name and a newline.
     void BindVersionFiles();
@@ -80,7 +82,7 @@ public:
     // Makes /opt/usr a file system of `bytes` (and so many inodes, if not 0), which is to be called
     // first. False where that is not possible: the test then skips with kNeedsRoot.
     [[nodiscard]] bool LimitSpace(std::size_t bytes, std::size_t inodes = 0);
-    static constexpr const char* kNeedsRoot = "a small file system under /opt/usr needs root";
+    static constexpr const char* kNeedsRoot = "a small file system needs root or a user namespace";
 
     // Writes a file below /opt/usr with missing parents and returns its path inside.
     std::string Write(const std::string& name, std::string_view text);
@@ -118,7 +120,13 @@ public:
     [[nodiscard]] const std::string& UsrDir() const { return usr_; }
 
 private:
-    [[nodiscard]] bool UsesProot() const;
+    // What is known of the program that runs below proot.
+    struct Witness {
+        pid_t pid = -1;
+        int status = -1;
+    };
+
+    [[nodiscard]] Witness ReadWitness() const;
     [[nodiscard]] std::vector<std::string> WholeCommand(
         const std::vector<std::string>& command) const;
     [[nodiscard]] std::vector<std::string> Environment() const;
@@ -133,7 +141,7 @@ private:
     std::string path_;
     std::map<std::string, std::string> environment_;
     std::map<std::string, std::function<void(pid_t)>> actions_;
-    std::vector<std::pair<std::string, std::string>> bindings_;
+    Additions additions_;
     bool mergeStreams_ = false;
     bool limited_ = false;
     bool interruptSent_ = false;

@@ -2,11 +2,17 @@
 
 namespace zarn::test {
 
-std::string ConfigText::Text() const {
-    return R"({"ManagerParam": {"parallelCollectMode": )" + parallel + R"(, "collectMode": )" +
-           serial + R"(, "analyzeMode": )" + analyze + R"(, "optimizeMode": )" + optimize +
-           R"(, "compareMode": {"comparatorName": )" + compare + R"(, "versionMap": )" +
-           versionMap + "}" + more + "}}";
+std::string ConfigText::Text(
+    const std::vector<std::pair<std::string, std::string>>& sections) const {
+    std::string text = R"({"ManagerParam": {"parallelCollectMode": )" + parallel +
+                       R"(, "collectMode": )" + serial + R"(, "analyzeMode": )" + analyze +
+                       R"(, "optimizeMode": )" + optimize +
+                       R"(, "compareMode": {"comparatorName": )" + compare + R"(, "versionMap": )" +
+                       versionMap + "}" + more + "}";
+    for (const auto& [name, section] : sections) {
+        text.append(", \"").append(name).append("\": ").append(section);
+    }
+    return text + "}";
 }
 
 std::string NoToolVersionLine(const std::string& dataPath) {

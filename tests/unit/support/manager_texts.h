@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 // Texts that go into the manager and come out of it, for tests of the class and of the program.
@@ -16,7 +17,9 @@ struct ConfigText {
     std::string versionMap = "{}";
     std::string more;
 
-    [[nodiscard]] std::string Text() const;
+    // `sections`: further members of the root, name and JSON text.
+    [[nodiscard]] std::string Text(
+        const std::vector<std::pair<std::string, std::string>>& sections = {}) const;
 };
 
 // The lines that making the run directory prints.

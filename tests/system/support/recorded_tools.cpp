@@ -1,0 +1,45 @@
+#include "tests/system/support/recorded_tools.h"
+
+#include <algorithm>
+#include <array>
+#include <sstream>
+
+namespace zarn::test {
+
+void AddRecordedCpuTools(Sandbox& sandbox) {
+    sandbox.ToolPrinting("recorded-top", ReadText(DataPath("top-4.0.2/plain.txt")));
+    sandbox.ToolPrinting("recorded-cores",
+                         ReadText(DataPath("top-4.0.2/two_cores_unfiltered.txt")));
+    sandbox.ToolPrinting("recorded-threads", ReadText(DataPath("top-4.0.2/threads.txt")));
+    sandbox.ToolPrinting("recorded-ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
+    sandbox.ToolPrinting("recorded-ps-threads", ReadText(DataPath("ps-4.0.2/threads_of_14.txt")));
+    sandbox.Tool("top",
+                 "case \" $* \" in\n"
+                 "    *' -1 '*) exec recorded-cores ;;\n"
+                 "    *' -H '*) exec recorded-threads ;;\n"
+                 "esac\n"
+                 "exec recorded-top\n");
+    sandbox.Tool("ps",
+                 "case \" $* \" in *' -L '*) exec recorded-ps-threads ;; esac\n"
+                 "exec recorded-ps\n");
+}
+
+std::string ErrorsOfMissions(const RunResult& run) {
+    static const std::array<std::string, 5> kWorkspace{
+        "[ZarnManager] Create env info directory", "[ZarnManager] Create raw data directory",
+        "[ZarnManager] Create json directory", "[ZarnManager] Create csv directory",
+        "[ZarnManager] The env file /etc/"};
+    std::istringstream lines(run.err);
+    std::string errors;
+    for (std::string line; std::getline(lines, line);) {
+        const bool isWorkspace =
+            std::any_of(kWorkspace.begin(), kWorkspace.end(),
+                        [&line](const std::string& head) { return line.rfind(head, 0) == 0; });
+        if (!isWorkspace) {
+            errors += line + "\n";
+        }
+    }
+    return errors;
+}
+
+}  // namespace zarn::test

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "tests/system/support/sandbox.h"
+
+namespace zarn::test {
+
+// Puts a `top` and a `ps` into the sandbox that print what the real ones printed: three samples of
+// a small machine, its cores, its threads, its processes, whatever number of samples is asked for.
+void AddRecordedCpuTools(Sandbox& sandbox);
+
+// The lines of the error stream that are not about making the tree and recording versions.
+[[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);
+
+}  // namespace zarn::test
