@@ -98,6 +98,20 @@ int WaitFor(pid_t pid) {
     return status;
 }
 
+// Gives a long output room for `more` bytes. Growing fourfold copies little, and memory that is never
+// reached costs nothing. Where so much cannot be had, appending takes as much as it needs itself.
+void MakeRoom(std::string& output, std::size_t more) {
+    constexpr std::size_t kLong = 65536;
+    if (output.size() < kLong || output.capacity() - output.size() >= more) {
+        return;
+    }
+    try {
+        output.reserve(output.capacity() * 4);
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
 // Appends everything that can be read from `fd` until its end. False if memory does not suffice;
 // `output` is then as it was before.
 bool ReadToEnd(int fd, std::string& output) {
@@ -107,6 +121,7 @@ bool ReadToEnd(int fd, std::string& output) {
         while (true) {
             const ssize_t got = ::read(fd, buffer.data(), buffer.size());
             if (got > 0) {
+                MakeRoom(output, static_cast<std::size_t>(got));
                 output.append(buffer.data(), static_cast<std::size_t>(got));
             } else if (got == 0 || errno != EINTR) {
                 return true;
