@@ -55,10 +55,15 @@ protected:
         }
     }
 
-    // The configuration that docs/ offers to a reader.
-    void Collect() {
-        run_ = sandbox_.Run(
-            ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/cpu_collect.json"));
+    // Runs the configuration that docs/ offers to a reader, or the same without threads.
+    void Collect(bool threads) {
+        std::string config =
+            ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/cpu_collect.json");
+        if (!threads) {
+            config =
+                ReplaceAll(config, R"("thread_collector": true)", R"("thread_collector": false)");
+        }
+        run_ = sandbox_.Run(config);
         ASSERT_TRUE(run_.Succeeded()) << run_.err;
         std::istringstream stream(
             sandbox_.Read(sandbox_.OnlyFile("json", "soc_gea_cpu_usage_info_")));
@@ -93,51 +98,51 @@ protected:
         }
     }
 
+    void ExpectLogsAreTakenFromTheUsageLog() const {
+        const std::vector<Batch> usage = Log("soc_gea_cpu_usage_info_1_");
+        const std::vector<Batch> global = Log("cpu_global_1_");
+        const std::vector<Batch> selected = Log("cpu_selected_processes_1_");
+        ASSERT_EQ(usage.size(), global.size());
+        ASSERT_EQ(usage.size(), selected.size());
+        for (std::size_t i = 0; i < usage.size(); ++i) {
+            EXPECT_EQ(global[i].size(), 6U);
+            EXPECT_TRUE(std::equal(global[i].begin(), global[i].end(), usage[i].begin()));
+            EXPECT_GE(selected[i].size(), 2U);  // the collection's own top at least
+            for (const std::string& line : selected[i]) {
+                EXPECT_THAT(usage[i], testing::Contains(line));
+            }
+        }
+        for (const Batch& batch : Log("cpu_thread_1_")) {
+            EXPECT_GE(batch.size(), 2U);
+            EXPECT_LE(batch.size(), 11U);
+        }
+    }
+
+    void ExpectProcessesHaveTheirThreads() const {
+        for (const JsonDocument& document : documents_) {
+            const auto top10 = document["content"]["top10Procs"].GetArray();
+            EXPECT_LE(top10.Size(), 10U);
+            EXPECT_GE(top10.Size(), 1U);
+            std::size_t threads = 0;
+            for (const auto& process : top10) {
+                threads += process["top10Threads"].Size();
+                EXPECT_LE(process["top10Threads"].Size(), 10U);
+            }
+            EXPECT_GE(threads, 1U);
+        }
+    }
+
     Sandbox sandbox_;
     RunResult run_;
     std::vector<JsonDocument> documents_;
 };
 
-TEST_F(CpuCollectorRealTest, DocumentsAgreeWithTheLogsOfTheSameRun) {
-    Collect();
+TEST_F(CpuCollectorRealTest, TheFilesOfARunAgreeWithOneAnother) {
+    Collect(true);
     ASSERT_EQ(documents_.size(), 3U);
     ExpectDocumentsAgreeWithLogs();
-}
-
-TEST_F(CpuCollectorRealTest, TheLogsAreTakenFromTheUsageLog) {
-    Collect();
-    const std::vector<Batch> usage = Log("soc_gea_cpu_usage_info_1_");
-    const std::vector<Batch> global = Log("cpu_global_1_");
-    const std::vector<Batch> selected = Log("cpu_selected_processes_1_");
-    ASSERT_EQ(usage.size(), global.size());
-    ASSERT_EQ(usage.size(), selected.size());
-    for (std::size_t i = 0; i < usage.size(); ++i) {
-        EXPECT_EQ(global[i].size(), 6U);
-        EXPECT_TRUE(std::equal(global[i].begin(), global[i].end(), usage[i].begin()));
-        EXPECT_GE(selected[i].size(), 2U);  // the collection's own top at least
-        for (const std::string& line : selected[i]) {
-            EXPECT_THAT(usage[i], testing::Contains(line));
-        }
-    }
-    for (const Batch& batch : Log("cpu_thread_1_")) {
-        EXPECT_GE(batch.size(), 2U);
-        EXPECT_LE(batch.size(), 11U);
-    }
-}
-
-TEST_F(CpuCollectorRealTest, ProcessesHaveTheirThreads) {
-    Collect();
-    for (const JsonDocument& document : documents_) {
-        const auto top10 = document["content"]["top10Procs"].GetArray();
-        ASSERT_LE(top10.Size(), 10U);
-        ASSERT_GE(top10.Size(), 1U);
-        std::size_t threads = 0;
-        for (const auto& process : top10) {
-            threads += process["top10Threads"].Size();
-            EXPECT_LE(process["top10Threads"].Size(), 10U);
-        }
-        EXPECT_GE(threads, 1U);
-    }
+    ExpectLogsAreTakenFromTheUsageLog();
+    ExpectProcessesHaveTheirThreads();
 }
 
 // Numbers carry a point although the caller's locale has a comma.
@@ -150,7 +155,7 @@ TEST_F(CpuCollectorRealTest, TheCallersLocaleDoesNotCount) {
     sandbox_.SetEnvironment("LOCPATH", locales.Path());
     sandbox_.SetEnvironment("LC_ALL", "de_DE.UTF-8");
     ASSERT_EQ(sandbox_.RunCommand({"/usr/bin/printf", "%.1f", "1,5"}).out, "1,5");
-    Collect();
+    Collect(false);
     ASSERT_EQ(documents_.size(), 3U);
     ExpectDocumentsAgreeWithLogs();
     for (const Batch& batch : Log("cpu_global_1_")) {

@@ -31,7 +31,7 @@ std::string Config(const std::string& jobs, const std::string& changedKey = "cou
     keys[changedKey] = value;
     std::string section;
     for (const auto& [key, text] : keys) {
-        section += (section.empty() ? "\"" : ",\"") + key + "\":" + text;
+        section.append(section.empty() ? "\"" : ",\"").append(key).append("\":").append(text);
     }
     return R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [],
                "analyzeMode": [], "optimizeMode": [],
@@ -107,7 +107,7 @@ TEST_F(CpuCollectorSystemTest, RunsItsToolsAndKeepsWhatTheyPrint) {
                                       "top -1 -b -n 3 -d 0.500000 -w 512",
                                       "top -b -n 3 -d 0.500000 -w 512 -H -o %CPU"};
     for (int pass = 0; pass < 3; ++pass) {
-        calls.push_back(
+        calls.emplace_back(
             "ps --no-header --cols 512 -eo user,pid,%cpu,%mem,vsz,rss,psr,comm --sort -%cpu");
         for (const std::string& row : Lines(ReadText(DataPath(kProcesses)))) {
             std::istringstream words(row);
@@ -187,8 +187,8 @@ TEST_F(CpuCollectorSystemTest, AnInterruptDuringTheMeasuringIsSeenAfterIt) {
     EXPECT_EQ(Lines(sandbox_.ReadScratch("calls")).size(), 3U + 3U * 12U);
 }
 
-// The cores log is the third file and does not fit; what stands before it stays whole.
-TEST_F(CpuCollectorSystemTest, AFullDiskKeepsWhatWasSavedBefore) {
+// The cores log is the third file and does not fit; the others and the documents are whole.
+TEST_F(CpuCollectorSystemTest, AFullDiskLeavesOutOnlyWhatDoesNotFit) {
     if (!sandbox_.LimitSpace(300000)) {
         GTEST_SKIP() << Sandbox::kNeedsRoot;
     }
@@ -200,7 +200,13 @@ TEST_F(CpuCollectorSystemTest, AFullDiskKeepsWhatWasSavedBefore) {
     EXPECT_EQ(run.LastLine(), "[Main] Collection jobs finished.");
     EXPECT_EQ(Content(Log("soc_gea_cpu_usage_info_1_")), Content(ReadText(DataPath(kPlain))));
     EXPECT_EQ(Content(Log("cpu_global_1_")).size(), 15U);
-    EXPECT_THAT(run.err, HasSubstr("[zarn_utils] Cannot open outfile, check your filePath.\n"));
+    EXPECT_EQ(Log("cpu_cores_1_"), "");
+    EXPECT_EQ(Content(Log("cpu_thread_1_")).size(), 30U);
+    ASSERT_EQ(Documents().size(), 3U);
+    for (const std::string& document : Documents()) {
+        EXPECT_THAT(document, testing::EndsWith("]}}"));
+    }
+    EXPECT_EQ(WithoutManagerLines(run.out + run.err), "");
 }
 
 struct WrongType {
