@@ -21,7 +21,7 @@ std::string Config(const std::string& changedKey = "", const std::string& value 
     for (const auto& [key, usual] : keys) {
         const std::string& chosen = key == changedKey ? value : usual;
         if (!chosen.empty()) {
-            text += (text.empty() ? "\"" : ",\"") + key + "\":" + chosen;
+            text.append(text.empty() ? "\"" : ",\"").append(key).append("\":").append(chosen);
         }
     }
     return R"({"CpuCollector":{)" + text + "}}";
