@@ -30,9 +30,9 @@ std::vector<Batch> Batches(const std::string& log) {
     return batches;
 }
 
-// "us 1.5, sy 2.0" as a reader of top would note it: every number in front of a unit.
+// "1.5 us, 2.0 sy,100.0 id" as a reader of top would note it: every number in front of a unit.
 std::string NumbersOf(const std::string& topLine) {
-    std::istringstream stream(topLine.substr(topLine.find(':') + 1));
+    std::istringstream stream(ReplaceAll(topLine.substr(topLine.find(':') + 1), ",", " "));
     std::string numbers;
     double number = 0;
     std::string unit;
