@@ -1,7 +1,6 @@
 #include "comparators/cpu_sample_reader.h"
 
-#include <unordered_map>
-#include <utility>
+#include <array>
 
 #include "foundation/zarn_utils.h"
 
@@ -21,33 +20,40 @@ std::string_view LastToken(std::string_view trimmedLine) {
     return trimmedLine.substr(trimmedLine.rfind(' ') + 1);
 }
 
-// Files lines under the process they name, sample by sample.
-class RowCollector {
+// Finds names without hashing every line's last token whole: most lines name none of them, and
+// their length and last bytes tell.
+class NameTable {
 public:
-    explicit RowCollector(const std::vector<std::string>& names)
-        : rows_(names.size()), lastSample_(names.size(), kNone) {
+    explicit NameTable(const std::vector<std::string>& names) : names_(names) {
         for (std::size_t i = 0; i < names.size(); ++i) {
-            indexes_.emplace(names[i], i);
+            if (!names[i].empty()) {
+                slots_[SlotOf(names[i])].push_back(i);
+            }
         }
     }
 
-    void Add(std::size_t sample, std::string_view line) {
-        const auto found = indexes_.find(LastToken(line));
-        if (found == indexes_.end()) {
-            return;
+    // The index of `name`, which is not empty; kNone if it is no name.
+    [[nodiscard]] std::size_t Find(std::string_view name) const {
+        for (const std::size_t index : slots_[SlotOf(name)]) {
+            if (names_[index] == name) {
+                return index;
+            }
         }
-        ProcessRows& rows = rows_[found->second];
-        rows.unique = rows.unique && lastSample_[found->second] != sample;
-        lastSample_[found->second] = sample;
-        rows.lines.push_back(line);
+        return kNone;
     }
-
-    [[nodiscard]] std::vector<ProcessRows> Take() { return std::move(rows_); }
 
 private:
-    std::vector<ProcessRows> rows_;
-    std::vector<std::size_t> lastSample_;  // of each name
-    std::unordered_map<std::string_view, std::size_t> indexes_;
+    static constexpr std::size_t kSlots = 1024;
+
+    static std::size_t SlotOf(std::string_view name) {
+        const auto last = static_cast<unsigned char>(name.back());
+        const auto middle = static_cast<unsigned char>(name[name.size() / 2]);
+        const auto first = static_cast<unsigned char>(name.front());
+        return (name.size() * 331U + last * 61U + middle * 17U + first) % kSlots;
+    }
+
+    const std::vector<std::string>& names_;
+    std::array<std::vector<std::size_t>, kSlots> slots_;
 };
 
 }  // namespace
@@ -68,17 +74,29 @@ bool SampleCursor::Next(std::vector<std::string_view>& lines) {
 
 std::vector<ProcessRows> FindProcessRows(const std::vector<std::string>& texts,
                                          const std::vector<std::string>& names) {
-    RowCollector collector(names);
-    std::vector<std::string_view> lines;
+    const NameTable table(names);
+    std::vector<ProcessRows> rows(names.size());
+    std::vector<std::size_t> lastSample(names.size(), kNone);
     std::size_t sample = 0;
     for (const std::string& text : texts) {
-        for (SampleCursor cursor(text); cursor.Next(lines); ++sample) {
-            for (const std::string_view line : lines) {
-                collector.Add(sample, line);
+        LineCursor cursor(text);
+        std::string_view line;
+        while (cursor.Next(line)) {
+            line = TrimLine(line);
+            if (line.empty()) {
+                ++sample;
+                continue;
+            }
+            const std::size_t index = table.Find(LastToken(line));
+            if (index != kNone) {
+                rows[index].unique = rows[index].unique && lastSample[index] != sample;
+                rows[index].lines.push_back(line);
+                lastSample[index] = sample;
             }
         }
+        ++sample;
     }
-    return collector.Take();
+    return rows;
 }
 
 }  // namespace zarn
