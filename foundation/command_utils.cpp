@@ -23,6 +23,10 @@ void RemoveLastCharacter(std::string& text) {
     }
 }
 
+void PrintSkipped(const std::string& tag, const std::string& processName) {
+    PrintError("[" + tag + "] Failed to get process id of " + processName + ", Skipped it!");
+}
+
 }  // namespace
 
 bool ExecuteCommand(const std::string& command, std::string& output, CommandRunner& runner) {
@@ -111,7 +115,7 @@ bool GetProcessIds(const std::string& tag, const std::vector<std::string>& proce
     for (const std::string& name : processNames) {
         std::string pids;
         if (!ExecuteCommand("pidof " + name, pids, runner) || pids.empty()) {
-            PrintError("[" + tag + "] Failed to get process id of " + name + ", Skipped it!");
+            PrintSkipped(tag, name);
             continue;
         }
         RemoveLastCharacter(pids);

@@ -26,7 +26,7 @@ std::vector<std::string> ReadByFgets(std::string text) {
 TEST(CutCommandLines, CutsAsFgetsDoes) {
     std::vector<std::string> texts = {"\n", "a", "a\n", "\n\na\r\n\n", "a\nb"};
     for (const std::size_t size : {510U, 511U, 512U, 1021U, 1022U, 1023U, 3000U}) {
-        texts.push_back(std::string(size, 'x'));
+        texts.emplace_back(size, 'x');
         texts.push_back(std::string(size, 'x') + "\n");
         texts.push_back(std::string(size, 'x') + "\n\ny\n" + std::string(size, 'z') + "\n");
     }

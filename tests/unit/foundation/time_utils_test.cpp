@@ -251,6 +251,7 @@ TEST(RecordCostTime, LinesOfParallelMissionsStayWhole) {
     const test::TempDir directory;
     directory.Write("env_info/time_cost.log", "");
     std::vector<std::thread> threads;
+    threads.reserve(8);
     for (int i = 0; i < 8; ++i) {
         threads.emplace_back([&directory] {
             for (int round = 0; round < 20; ++round) {
