@@ -1,6 +1,9 @@
 #include <benchmark/benchmark.h>
 
+#include <array>
+#include <cstdio>
 #include <fstream>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -8,6 +11,7 @@
 #include "benchmarks/support/scratch_dir.h"
 #include "foundation/files.h"
 #include "foundation/json.h"
+#include "foundation/regex_guard.h"
 #include "foundation/zarn_utils.h"
 
 // The costs of the foundation that missions pay per byte: JSON documents, files, lines, children.
@@ -166,6 +170,155 @@ void WriteNaive(benchmark::State& state) {
     });
 }
 BENCHMARK(WriteNaive)->Name("WriteJson/naive")->Unit(benchmark::kMillisecond);
+
+// ---- Reading a file and cutting its lines
+
+constexpr std::size_t kLogLines = 200000;
+
+std::string LogText() {
+    Generator generator(2);
+    std::string text;
+    for (std::size_t i = 0; i < kLogLines; ++i) {
+        text += generator.Text(60 + generator.Below(60), "abcdefgh 0123456789.") + "\n";
+    }
+    return text;
+}
+
+// Runs `read(path)` on a file of that text; it gives a number that depends on what was read.
+template <typename Read>
+void RunReading(benchmark::State& state, Read read) {
+    const ScratchDir directory;
+    const std::string path = directory.Path() + "log";
+    const std::string text = LogText();
+    (void)WriteFile(path, text);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(read(path));
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(text.size()) * state.iterations());
+}
+
+void ReadOurs(benchmark::State& state) {
+    RunReading(state, [](const std::string& path) {
+        std::string text;
+        (void)ReadFile(path, text);
+        return text.size();
+    });
+}
+BENCHMARK(ReadOurs)->Name("ReadFile/ours")->Unit(benchmark::kMillisecond);
+
+void LinesOurs(benchmark::State& state) {
+    RunReading(state, [](const std::string& path) {
+        LineFile file(path);
+        std::string_view line;
+        std::size_t sum = 0;
+        while (file.Next(line)) {
+            sum += line.size();
+        }
+        return sum;
+    });
+}
+BENCHMARK(LinesOurs)->Name("Lines/ours")->Unit(benchmark::kMillisecond);
+
+void LinesNaive(benchmark::State& state) {
+    RunReading(state, [](const std::string& path) {
+        std::ifstream file(path);
+        std::string line;
+        std::size_t sum = 0;
+        while (std::getline(file, line)) {
+            sum += line.size();
+        }
+        return sum;
+    });
+}
+BENCHMARK(LinesNaive)->Name("Lines/naive")->Unit(benchmark::kMillisecond);
+
+void LinesBound(benchmark::State& state) {
+    RunReading(state, [](const std::string& path) {
+        std::ifstream file(path, std::ios::binary);
+        std::vector<char> buffer(1 << 18);
+        std::size_t sum = 0;
+        while (file.rdbuf()->sgetn(buffer.data(), static_cast<std::streamsize>(buffer.size())) >
+               0) {
+            sum += static_cast<unsigned char>(buffer[0]);
+        }
+        return sum;
+    });
+}
+BENCHMARK(LinesBound)->Name("Lines/bound")->Unit(benchmark::kMillisecond);
+
+// ---- Taking a child's output
+
+// Runs `capture(command, text)` on a command that prints a recorded text.
+template <typename CaptureOutput>
+void RunCapturing(benchmark::State& state, CaptureOutput capture) {
+    const ScratchDir directory;
+    const std::string text = LogText();
+    (void)WriteFile(directory.Path() + "log", text);
+    const std::string command = "cat " + directory.Path() + "log";
+    for (auto _ : state) {
+        std::string output;
+        capture(command, output);
+        benchmark::DoNotOptimize(output.data());
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(text.size()) * state.iterations());
+}
+
+void CaptureOurs(benchmark::State& state) {
+    RunCapturing(state, [](const std::string& command, std::string& output) {
+        (void)ExecuteCommand(command, output);
+    });
+}
+BENCHMARK(CaptureOurs)->Name("ExecuteCommand/ours")->Unit(benchmark::kMillisecond);
+
+void CaptureNaive(benchmark::State& state) {
+    RunCapturing(state, [](const std::string& command, std::string& output) {
+        std::FILE* stream = ::popen(command.c_str(), "r");
+        std::array<char, 255> buffer{};
+        while (std::fgets(buffer.data(), static_cast<int>(buffer.size()), stream) != nullptr) {
+            output += buffer.data();
+        }
+        ::pclose(stream);
+    });
+}
+BENCHMARK(CaptureNaive)->Name("ExecuteCommand/naive")->Unit(benchmark::kMillisecond);
+
+// ---- Regular expressions
+
+void RegexOurs(benchmark::State& state) {
+    const std::regex pattern(R"((\d+)\.(\d+) (\w+))");
+    const std::string text =
+        std::string(static_cast<std::size_t>(state.range(0)) - 8, ' ') + "1.5 last";
+    ViewMatch match;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(SearchGuarded(text, pattern, match));
+    }
+    state.SetBytesProcessed(state.range(0) * state.iterations());
+}
+BENCHMARK(RegexOurs)
+    ->Name("SearchGuarded/ours")
+    ->MeasureProcessCPUTime()
+    ->Arg(100)
+    ->Arg(256)
+    ->Arg(257)
+    ->Arg(4096);
+
+void RegexBound(benchmark::State& state) {
+    const std::regex pattern(R"((\d+)\.(\d+) (\w+))");
+    const std::string text =
+        std::string(static_cast<std::size_t>(state.range(0)) - 8, ' ') + "1.5 last";
+    std::smatch match;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(std::regex_search(text, match, pattern));
+    }
+    state.SetBytesProcessed(state.range(0) * state.iterations());
+}
+BENCHMARK(RegexBound)
+    ->Name("SearchGuarded/bound")
+    ->MeasureProcessCPUTime()
+    ->Arg(100)
+    ->Arg(256)
+    ->Arg(257)
+    ->Arg(4096);
 
 }  // namespace
 }  // namespace zarn::bench
