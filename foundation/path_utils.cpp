@@ -131,16 +131,16 @@ void SaveJsonToFile(const std::string& path, const JsonValue& document) {
     thread_local rapidjson::StringBuffer buffer;
     buffer.Clear();
     WriteJson(document, buffer);
-    SaveJsonText(path, buffer);
+    buffer.Put('\n');
+    SaveJsonLines(path, buffer);
     if (buffer.GetSize() > kKeptSize) {
         buffer.Clear();
         buffer.ShrinkToFit();
     }
 }
 
-void SaveJsonText(const std::string& path, rapidjson::StringBuffer& text) {
-    text.Put('\n');
-    if (AppendFile(path, {text.GetString(), text.GetSize()}) != FileResult::Ok) {
+void SaveJsonLines(const std::string& path, const rapidjson::StringBuffer& lines) {
+    if (AppendFile(path, {lines.GetString(), lines.GetSize()}) != FileResult::Ok) {
         PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
     }
 }

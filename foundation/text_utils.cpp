@@ -15,6 +15,31 @@ constexpr bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+// 10^n, exact.
+constexpr std::array<double, 16> kPowersOfTen = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+// Digits with at most one point in or around them, at most 15 bytes: both the digits and the power
+// of ten to divide them by are exact then, so that the division rounds once, as it must.
+bool ShortDecimal(std::string_view text, double& value) {
+    std::uint64_t digits = 0;
+    std::size_t count = 0;
+    std::size_t point = text.size();
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (IsDigit(text[i])) {
+            digits = digits * 10 + static_cast<std::uint64_t>(text[i] - '0');
+            ++count;
+        } else if (text[i] == '.' && point == text.size()) {
+            point = i;
+        } else {
+            return false;
+        }
+    }
+    const std::size_t decimals = point == text.size() ? 0 : text.size() - point - 1;
+    value = static_cast<double>(digits) / kPowersOfTen[decimals];
+    return count > 0;
+}
+
 // Longer digits could leave the range of a double, where the conversions disagree on what is an
 // error.
 constexpr std::size_t kMaxPlainDecimal = 64;
@@ -151,6 +176,11 @@ bool StringToDouble(const std::string& text, double& value) {
 }
 
 bool TextToDouble(std::string_view text, double& value) {
+    double plain = 0.0;
+    if (text.size() < kPowersOfTen.size() && ShortDecimal(text, plain)) {
+        value = plain;
+        return true;
+    }
     if (text.size() <= kMaxPlainDecimal && IsDecimalString(text)) {
         double parsed = 0.0;
         const char* const end = text.data() + text.size();
@@ -180,6 +210,21 @@ std::string FloatToString(double value, int precision) {
 void AppendNumber(std::string& text, double value) {
     std::array<char, 32> digits{};
     constexpr int kSignificantDigits = 6;
+    constexpr double kAllDigitsShown = 1e5;  // below it, those of a number with one decimal
+    if (value > 0.0 && value < kAllDigitsShown) {
+        const auto tenths = static_cast<unsigned>(value * 10.0 + 0.5);
+        if (tenths / 10.0 == value) {
+            const auto whole =
+                std::to_chars(digits.data(), digits.data() + digits.size(), tenths / 10);
+            char* end = whole.ptr;
+            if (tenths % 10 != 0) {
+                *end++ = '.';
+                *end++ = static_cast<char>('0' + tenths % 10);
+            }
+            text.append(digits.data(), end);
+            return;
+        }
+    }
     const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
                                        std::chars_format::general, kSignificantDigits);
     text.append(digits.data(), written.ptr);

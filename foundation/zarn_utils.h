@@ -127,8 +127,8 @@ void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag);
 
 // Appends the compact text of `document` and a newline, whole or not at all.
 void SaveJsonToFile(const std::string& path, const JsonValue& document);
-// The same for a document whose compact text is there already; the newline is added to it.
-void SaveJsonText(const std::string& path, rapidjson::StringBuffer& text);
+// The same for the texts of any number of documents, each with its newline.
+void SaveJsonLines(const std::string& path, const rapidjson::StringBuffer& lines);
 
 // The regular files of `directory` (final slash), not recursive, in directory order, as directory +
 // name.

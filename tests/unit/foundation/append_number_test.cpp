@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <sstream>
 
@@ -33,6 +34,19 @@ TEST(AppendNumberTest, WritesAsAStreamDoes) {
         std::string text = "x";
         AppendNumber(text, value);
         EXPECT_EQ(text, stream.str());
+    }
+}
+
+// The short way for one decimal gives what the long way gives.
+TEST(AppendNumberTest, WritesEveryTenthAsAStreamDoes) {
+    for (unsigned tenths = 0; tenths < 1200000; tenths += tenths < 11000 ? 1 : 997) {
+        for (const double value : {tenths / 10.0, std::nextafter(tenths / 10.0, 1e9)}) {
+            std::ostringstream stream;
+            stream << value;
+            std::string text;
+            AppendNumber(text, value);
+            ASSERT_EQ(text, stream.str());
+        }
     }
 }
 
