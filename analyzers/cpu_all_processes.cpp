@@ -1,5 +1,8 @@
 #include "analyzers/cpu_all_processes.h"
 
+#include <cstring>
+
+#include "analyzers/byte_words.h"
 #include "foundation/zarn_utils.h"
 
 namespace zarn {
@@ -9,124 +12,230 @@ constexpr std::size_t kRowWords = 12;
 constexpr std::size_t kMemoryWord = 5;  // counted from 1
 constexpr double kKibPerGib = 1024.0 * 1024.0;
 
-// Appends the memory size, converted if it is one in GiB.
-void AppendMemory(std::string_view word, std::string& row) {
+// The text of a memory size, converted if it is one in GiB.
+std::string MemoryText(std::string_view word) {
+    const std::string_view number = word.substr(0, word.size() - 1);
     double gibibytes = 0.0;
-    if (word.size() > 1 && word.back() == 'g' && IsDecimalString(word.substr(0, word.size() - 1)) &&
-        TextToDouble(word.substr(0, word.size() - 1), gibibytes)) {
-        row += FloatToString(gibibytes * kKibPerGib, 1);
+    if (word.back() == 'g' && IsDecimalString(number) && TextToDouble(number, gibibytes)) {
+        return FloatToString(gibibytes * kKibPerGib, 1);
+    }
+    return std::string(word);
+}
+
+// Rewrites rows, one after the other, in a buffer of its own. It has room from the start for all
+// words of the line, so that a short word is copied as a block of fixed size, with what happens to
+// stand behind it in the line.
+class RowWriter {
+public:
+    // Whether `line` is a process row.
+    bool Write(std::string_view line) {
+        line_ = line;
+        at_ = 0;
+        count_ = 0;
+        MakeRoom(line.size());
+        isPlain_ = byte_words::ForEachWord(line, [this](std::string_view word) { Take(word); });
+        return count_ >= kRowWords && IsDigitString(pid_);
+    }
+
+    // The row that was written, valid until the next one.
+    [[nodiscard]] std::string_view Row() const { return {row_.data(), at_ - 1}; }
+    // Whether it may stand in a JSON string as it is.
+    [[nodiscard]] bool IsPlain() const { return isPlain_; }
+
+private:
+    static constexpr std::size_t kBlock = 16;
+
+    void Take(std::string_view word) {
+        ++count_;
+        if (count_ == 1) {
+            pid_ = word;
+        } else if (count_ == 2) {
+            Put(word);
+            Put(pid_);
+        } else if (count_ == kMemoryWord && word.back() == 'g') {
+            const std::string memory = MemoryText(word);
+            MakeRoom(at_ + line_.size() + memory.size());
+            PutText(memory);
+        } else {
+            Put(word);
+        }
+    }
+
+    void MakeRoom(std::size_t size) {
+        if (row_.size() < size + kBlock) {
+            row_.resize(size + kBlock);
+        }
+    }
+
+    // `word` lies in the line.
+    void Put(std::string_view word) {
+        const auto left = static_cast<std::size_t>(line_.data() + line_.size() - word.data());
+        if (word.size() <= kBlock && left >= kBlock) {
+            std::memcpy(row_.data() + at_, word.data(), kBlock);
+            at_ += word.size();
+            row_[at_++] = ' ';
+        } else {
+            PutText(word);
+        }
+    }
+
+    void PutText(std::string_view text) {
+        std::memcpy(row_.data() + at_, text.data(), text.size());
+        at_ += text.size();
+        row_[at_++] = ' ';
+    }
+
+    std::string row_;
+    std::string_view line_;
+    std::string_view pid_;
+    std::size_t at_ = 0;     // where the next word goes
+    std::size_t count_ = 0;  // of the words so far
+    bool isPlain_ = true;
+};
+
+void Put(std::string_view text, rapidjson::StringBuffer& out) {
+    std::memcpy(out.Push(text.size()), text.data(), text.size());
+}
+
+// Appends a JSON string. `isPlain` says that the text holds nothing to escape.
+void PutString(std::string_view text, bool isPlain, rapidjson::StringBuffer& out) {
+    if (isPlain) {
+        out.Put('"');
+        Put(text, out);
+        out.Put('"');
     } else {
-        row += word;
+        rapidjson::Writer<rapidjson::StringBuffer> writer(out);
+        writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
     }
 }
 
-// Passes a document on to a writer, adding to its content. `depth_` counts the containers that are
-// open; the members of the document have depth 1, those of its content depth 2.
+// Appends the `procInfo` objects of the lines that are process rows.
+void PutRows(Batches<std::string_view>::Range lines, rapidjson::StringBuffer& out) {
+    RowWriter rows;
+    std::string_view before = R"({"procInfo":)";
+    for (const std::string_view line : lines) {
+        if (rows.Write(line)) {
+            Put(before, out);
+            PutString(rows.Row(), rows.IsPlain(), out);
+            out.Put('}');
+            before = R"(,{"procInfo":)";
+        }
+    }
+}
+
+// Passes a document on, as the library's Writer would write it, adding to its content. `depth_`
+// counts the containers that are open; the members of the document have depth 1, those of its
+// content depth 2.
 class ContentExtender {
 public:
     ContentExtender(Batches<std::string_view>::Range lines, rapidjson::StringBuffer& out)
-        : lines_(lines), writer_(out) {}
+        : lines_(lines), out_(out) {}
 
     // Whether the rows have been added.
     [[nodiscard]] bool Added() const { return state_ == State::Added; }
 
-    bool Null() { return Plain() && writer_.Null(); }
-    bool Bool(bool value) { return Plain() && writer_.Bool(value); }
-    bool Int(int value) { return Plain() && writer_.Int(value); }
-    bool Uint(unsigned value) { return Plain() && writer_.Uint(value); }
-    bool Int64(std::int64_t value) { return Plain() && writer_.Int64(value); }
-    bool Uint64(std::uint64_t value) { return Plain() && writer_.Uint64(value); }
-    bool Double(double value) { return Plain() && writer_.Double(value); }
-    bool RawNumber(const char* text, rapidjson::SizeType size, bool copy) {
-        return Plain() && writer_.RawNumber(text, size, copy);
+    bool Null() { return Begin() && Scalar().Null(); }
+    bool Bool(bool value) { return Begin() && Scalar().Bool(value); }
+    bool Int(int value) { return Begin() && Scalar().Int(value); }
+    bool Uint(unsigned value) { return Begin() && Scalar().Uint(value); }
+    bool Int64(std::int64_t value) { return Begin() && Scalar().Int64(value); }
+    bool Uint64(std::uint64_t value) { return Begin() && Scalar().Uint64(value); }
+    bool Double(double value) { return Begin() && Scalar().Double(value); }
+    bool RawNumber(const char* text, rapidjson::SizeType size, bool) {
+        return String(text, size, true);  // the parser is not asked for these
     }
-    bool String(const char* text, rapidjson::SizeType size, bool copy) {
-        return Plain() && writer_.String(text, size, copy);
+    bool String(const char* text, rapidjson::SizeType size, bool) {
+        return Begin() && Text({text, size});
     }
-    bool Key(const char* text, rapidjson::SizeType size, bool copy) {
+    bool Key(const char* text, rapidjson::SizeType size, bool) {
         if (depth_ == 1 && state_ == State::Before && std::string_view(text, size) == "content") {
             state_ = State::Key;
         }
-        return writer_.Key(text, size, copy);
+        PutComma();
+        Text({text, size});
+        out_.Put(':');
+        needsComma_ = false;
+        return true;
     }
     bool StartObject() {
         if (state_ == State::Key) {
             state_ = State::Inside;
         }
-        ++depth_;
-        return writer_.StartObject();
+        PutComma();
+        Open('{');
+        return true;
     }
     bool EndObject(rapidjson::SizeType) {
-        --depth_;
-        if (depth_ == 1 && state_ == State::Inside) {
+        if (depth_ == 2 && state_ == State::Inside) {
             state_ = State::Added;
-            AddRows();
+            PutComma();
+            Put(R"("allProcsInfo":[)", out_);
+            PutRows(lines_, out_);
+            out_.Put(']');
         }
-        return writer_.EndObject();
+        Close('}');
+        return true;
     }
     bool StartArray() {
-        const bool expected = Plain() && depth_ > 0;
-        ++depth_;
-        return expected && writer_.StartArray();
+        const bool expected = Begin() && depth_ > 0;
+        Open('[');
+        return expected;
     }
     bool EndArray(rapidjson::SizeType) {
-        --depth_;
-        return writer_.EndArray();
+        Close(']');
+        return true;
     }
 
 private:
     enum class State { Before, Key, Inside, Added };
+    using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
 
-    // Whether a value that is no object may stand here: the content must be one.
-    [[nodiscard]] bool Plain() const { return state_ != State::Key; }
+    // Begins a value that is no object; false where one must be, for the content.
+    bool Begin() {
+        PutComma();
+        return state_ != State::Key;
+    }
 
-    void AddRows() {
-        writer_.Key("allProcsInfo");
-        writer_.StartArray();
-        for (const std::string_view line : lines_) {
-            row_.clear();
-            if (RewriteProcessRow(line, row_)) {
-                writer_.StartObject();
-                writer_.Key("procInfo");
-                writer_.String(row_.data(), static_cast<rapidjson::SizeType>(row_.size()));
-                writer_.EndObject();
-            }
+    void PutComma() {
+        if (needsComma_) {
+            out_.Put(',');
         }
-        writer_.EndArray();
+        needsComma_ = true;
+    }
+
+    void Open(char bracket) {
+        out_.Put(bracket);
+        ++depth_;
+        needsComma_ = false;
+    }
+
+    void Close(char bracket) {
+        out_.Put(bracket);
+        --depth_;
+        needsComma_ = true;
+    }
+
+    [[nodiscard]] Writer Scalar() { return Writer(out_); }
+
+    bool Text(std::string_view text) {
+        PutString(text, byte_words::IsPlainJson(text), out_);
+        return true;
     }
 
     Batches<std::string_view>::Range lines_;
-    rapidjson::Writer<rapidjson::StringBuffer> writer_;
-    std::string row_;
+    rapidjson::StringBuffer& out_;
     std::size_t depth_ = 0;
+    bool needsComma_ = false;
     State state_ = State::Before;
 };
 
 }  // namespace
 
 bool RewriteProcessRow(std::string_view line, std::string& row) {
-    PieceCursor words(line, ' ');
-    std::string_view pid;
-    std::string_view word;
-    if (!words.Next(pid) || !IsDigitString(pid) || !words.Next(word)) {
-        return false;
-    }
-    const std::size_t start = row.size();
-    row.append(word).append(1, ' ').append(pid);
-    std::size_t count = 2;
-    while (words.Next(word)) {
-        ++count;
-        row.push_back(' ');
-        if (count == kMemoryWord) {
-            AppendMemory(word, row);
-        } else {
-            row += word;
-        }
-    }
-    if (count < kRowWords) {
-        row.resize(start);
-    }
-    return count >= kRowWords;
+    RowWriter rows;
+    const bool isRow = rows.Write(line);
+    row += isRow ? rows.Row() : std::string_view();
+    return isRow;
 }
 
 bool AddAllProcesses(std::string_view document, Batches<std::string_view>::Range lines,

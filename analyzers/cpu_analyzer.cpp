@@ -45,6 +45,39 @@ bool SaveTable(const TableTarget& target, Fill fill) {
     return true;
 }
 
+// A file of documents, appended to in large pieces of whole documents.
+class DocumentFile {
+public:
+    explicit DocumentFile(std::string path) : path_(std::move(path)) {}
+
+    // Where the next document is written, behind those that wait to be saved.
+    [[nodiscard]] rapidjson::StringBuffer& Text() { return text_; }
+    // Ends the document that was written.
+    void Keep() {
+        text_.Put('\n');
+        kept_ = text_.GetSize();
+        if (kept_ >= kPiece) {
+            Save();
+        }
+    }
+    // Takes back what was written since the last document.
+    void Drop() { text_.Pop(text_.GetSize() - kept_); }
+    void Save() {
+        if (kept_ != 0) {
+            SaveJsonLines(path_, text_);
+        }
+        text_.Clear();
+        kept_ = 0;
+    }
+
+private:
+    static constexpr std::size_t kPiece = std::size_t{1} << 20U;
+
+    std::string path_;
+    rapidjson::StringBuffer text_;
+    std::size_t kept_ = 0;
+};
+
 // The path of a numbered file whose prefix is a whole path.
 std::string Numbered(const std::string& prefix, const std::string& number, const char* suffix) {
     return prefix + number + "." + suffix;
@@ -157,22 +190,24 @@ void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
         return;
     }
     std::string_view document;
-    rapidjson::StringBuffer extended;
+    DocumentFile extended(path);
     for (std::size_t sample = 0; documents.Next(document); ++sample) {
         const bool hasRows = sample < usage_.sampleRows.Count();
         const auto rows =
-            hasRows ? usage_.sampleRows.At(sample) : decltype(usage_.sampleRows)::Range{};
-        extended.Clear();
-        if (!AddAllProcesses(document, rows, extended)) {
+            hasRows ? usage_.sampleRows.At(sample) : Batches<std::string_view>::Range{};
+        if (!AddAllProcesses(document, rows, extended.Text())) {
             PrintError("[CpuAnalyzer] Exception occurs while parsing cpuUsageFile json file.");
+            extended.Drop();
         } else if (!hasRows) {
             PrintError(
                 "[CpuAnalyzer] The data volume of the analyzer is less than that of the "
                 "collector.");
+            extended.Drop();
         } else {
-            SaveJsonText(path, extended);
+            extended.Keep();
         }
     }
+    extended.Save();
 }
 
 bool CpuAnalyzer::AnalyzeProcessSets() {

@@ -1,5 +1,6 @@
 #include "analyzers/cpu_log_parser.h"
 
+#include <cstring>
 #include <optional>
 #include <unordered_map>
 
@@ -11,6 +12,9 @@ namespace {
 
 // Where the kept shares stand among the eight that are matched, by field.
 constexpr std::array<std::size_t, kCpuFieldCount> kShareOfField = {6, 4, 7, 2, 1};
+
+// The least bytes that most process rows have.
+constexpr std::size_t kUsualRow = 72;
 
 using FieldValues = std::array<double, kCpuFieldCount>;
 
@@ -25,18 +29,86 @@ std::optional<FieldValues> ReadShares(const CpuGroups& groups, std::size_t first
     return values;
 }
 
-// Numbers texts in the order of their first appearance.
+// Numbers texts in the order of their first appearance. Short ones, such as pids, are found by
+// their bytes packed into a word, in a table that is at most half full.
 class Numbering {
 public:
     // The text's number, and whether it is new.
     std::pair<std::uint32_t, bool> Number(std::string_view text) {
-        const auto next = static_cast<std::uint32_t>(numbers_.size());
-        const auto [place, isNew] = numbers_.try_emplace(text, next);
-        return {place->second, isNew};
+        if (text.size() > sizeof(std::uint64_t) || text.empty() || text.back() == '\0') {
+            const auto [place, isNew] = longTexts_.try_emplace(text, count_);
+            count_ += isNew ? 1 : 0;
+            return {place->second, isNew};
+        }
+        std::uint64_t key = 0;
+        std::memcpy(&key, text.data(), text.size());
+        Slot* slot = &Find(key);
+        const bool isNew = slot->key == kFree;
+        if (isNew) {
+            if (2 * ++used_ > slots_.size()) {
+                Grow();
+                slot = &Find(key);
+            }
+            *slot = {key, count_++};
+        }
+        return {slot->number, isNew};
     }
 
 private:
-    std::unordered_map<std::string_view, std::uint32_t> numbers_;
+    // No text packs to this: a packed text is not empty and does not end in a zero byte.
+    static constexpr std::uint64_t kFree = 0;
+    struct Slot {
+        std::uint64_t key = kFree;
+        std::uint32_t number = 0;
+    };
+
+    // The slot that holds the key or would take it.
+    Slot& Find(std::uint64_t key) {
+        std::size_t at = (key * 0x9e3779b97f4a7c15U) >> shift_;
+        while (slots_[at].key != kFree && slots_[at].key != key) {
+            at = (at + 1) & (slots_.size() - 1);
+        }
+        return slots_[at];
+    }
+
+    void Grow() {
+        std::vector<Slot> old(2 * slots_.size());
+        old.swap(slots_);
+        --shift_;
+        for (const Slot& slot : old) {
+            if (slot.key != kFree) {
+                Find(slot.key) = slot;
+            }
+        }
+    }
+
+    std::vector<Slot> slots_ = std::vector<Slot>(1024);
+    unsigned shift_ = 64 - 10;
+    std::size_t used_ = 0;
+    std::uint32_t count_ = 0;
+    std::unordered_map<std::string_view, std::uint32_t> longTexts_;
+};
+
+// Knows which lines of a text hold a byte, at the cost of one search through the text.
+class ByteAhead {
+public:
+    ByteAhead(std::string_view text, char byte) : text_(text), byte_(byte) {}
+
+    // `line` is a view into the text, behind the one asked for before.
+    [[nodiscard]] bool IsIn(std::string_view line) {
+        const auto start = static_cast<std::size_t>(line.data() - text_.data());
+        if (next_ < start || !searched_) {
+            next_ = text_.find(byte_, start);
+            searched_ = true;
+        }
+        return next_ < start + line.size();
+    }
+
+private:
+    std::string_view text_;
+    char byte_;
+    std::size_t next_ = 0;
+    bool searched_ = false;
 };
 
 // Reads the lines that both logs have.
@@ -99,16 +171,20 @@ private:
 
 class UsageLogReader {
 public:
-    UsageLogReader(const CpuPatternTable& patterns, CpuUsageLog& log)
-        : head_(patterns, log.head),
+    UsageLogReader(std::string_view text, const CpuPatternTable& patterns, CpuUsageLog& log)
+        : parenthesis_(text, '('),
+          head_(patterns, log.head),
           matchCpu_(patterns.at("regexpCpu").match),
           matchProcInfo_(patterns.at("regexpProcInfo").match),
-          log_(log) {}
+          log_(log) {
+        log_.sampleProcs.Reserve(text.size() / kUsualRow);
+        log_.sampleRows.Reserve(text.size() / kUsualRow);
+    }
 
     void Read(std::string_view line) {
         SortIntoBatch(line);
         head_.Read(line, groups_, [this] { CloseSample(); });
-        if (matchCpu_(line, groups_)) {
+        if (parenthesis_.IsIn(line) && matchCpu_(line, groups_)) {
             if (const auto values = ReadShares(groups_, 1)) {
                 head_.Append(*values, log_.summary);
             }
@@ -130,16 +206,22 @@ public:
 
 private:
     void SortIntoBatch(std::string_view line) {
-        std::string_view first;
-        if (!PieceCursor(line, ' ').Next(first)) {
+        std::size_t start = 0;
+        while (start < line.size() && line[start] == ' ') {
+            ++start;
+        }
+        const std::string_view words = line.substr(start);
+        const bool mayBeRow = !words.empty() && words.front() <= '9';
+        if (!mayBeRow && words.substr(0, 3) != "top") {
             return;
         }
+        const std::string_view first = words.substr(0, words.find(' '));
         if (first == "top") {
             if (sawTop_) {
                 log_.sampleRows.Close();
             }
             sawTop_ = true;
-        } else if (IsDigitString(first) && first.size() != line.size()) {
+        } else if (mayBeRow && first.size() != words.size() && IsDigitString(first)) {
             log_.sampleRows.Add(line);
         }
     }
@@ -174,6 +256,7 @@ private:
         return number;
     }
 
+    ByteAhead parenthesis_;  // a summary line has one, few others do
     HeadReader head_;
     CpuMatcher matchCpu_;
     CpuMatcher matchProcInfo_;
@@ -230,7 +313,7 @@ void ReadLines(std::string_view text, Reader& reader) {
 
 CpuUsageLog ParseUsageLog(std::string_view text, const CpuPatternTable& patterns) {
     CpuUsageLog log;
-    UsageLogReader reader(patterns, log);
+    UsageLogReader reader(text, patterns, log);
     ReadLines(text, reader);
     reader.Finish();
     return log;

@@ -30,6 +30,8 @@ using CpuFieldSeries = std::array<CpuSeries, kCpuFieldCount>;
 template <typename Item>
 class Batches {
 public:
+    // Makes room for that many items beforehand.
+    void Reserve(std::size_t count) { items_.reserve(count); }
     void Add(const Item& item) { items_.push_back(item); }
     // Ends the batch that was added to, which may be empty.
     void Close() { ends_.push_back(items_.size()); }

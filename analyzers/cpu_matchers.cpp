@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "analyzers/byte_words.h"
+
 namespace zarn {
 namespace {
 
@@ -20,38 +22,9 @@ constexpr bool IsCapital(char c) {
     return c >= 'A' && c <= 'Z';
 }
 
-// Where ".*" must stop: the next line terminator. Asked for rising places it looks at each byte of
-// the text once per terminator.
-class DotsEnd {
-public:
-    explicit DotsEnd(std::string_view text) : text_(text) {}
-
-    // The first terminator at or behind `from`, or the end of the text.
-    [[nodiscard]] std::size_t From(std::size_t from) {
-        return std::min(Next(lineFeed_, '\n', from), Next(carriageReturn_, '\r', from));
-    }
-
-private:
-    struct Place {
-        std::size_t at = 0;
-        bool known = false;
-    };
-
-    std::size_t Next(Place& place, char terminator, std::size_t from) const {
-        if (!place.known || place.at < from) {
-            place.at = std::min(text_.find(terminator, from), text_.size());
-            place.known = true;
-        }
-        return place.at;
-    }
-
-    std::string_view text_;
-    Place lineFeed_;
-    Place carriageReturn_;
-};
-
-std::size_t EndOfDots(std::string_view text, std::size_t from) {
-    return DotsEnd(text).From(from);
+// Where ".*" must stop: at the first line terminator at or behind `from`, or at the end.
+std::size_t EndOfDots(std::string_view line, std::size_t from) {
+    return std::min(line.find('\r', from), line.size());
 }
 
 // Walks forward over a text. A step that does not fit gives false and leaves the place undefined.
@@ -187,32 +160,31 @@ std::string_view WordAt(std::string_view text, std::size_t start) {
     return text.substr(start, end - start);
 }
 
-// The last word at or behind `from` that has white space before it, as .*\s+(\S+) finds it.
-bool LastWord(std::string_view text, std::size_t from, std::string_view& word) {
-    // "." stops at a line terminator, which \s+ may still take, with all white space behind it.
-    const std::size_t dots = EndOfDots(text, from);
+// The last word at or behind `from` that has white space before it, as .*\s+(\S+) finds it; `dots`
+// is where ".*" must stop.
+bool LastWord(std::string_view text, std::size_t from, std::size_t dots, std::string_view& word) {
+    // At a line terminator "." stops, but \s+ may take it, with all white space behind it.
     Walk behind(text, dots);
     behind.Spaces();
-    std::size_t start = behind.At();
-    if (start == dots || behind.AtEnd()) {
-        std::size_t last = dots;
-        while (last > from && IsSpace(text[last - 1])) {
-            --last;
-        }
-        start = last;
-        while (start > from && !IsSpace(text[start - 1])) {
-            --start;
-        }
-        if (start == from) {
-            return false;
-        }
+    if (!behind.AtEnd()) {
+        word = WordAt(text, behind.At());
+        return true;
     }
-    word = WordAt(text, start);
-    return true;
+    std::size_t end = dots;
+    while (end > from && IsSpace(text[end - 1])) {
+        --end;
+    }
+    std::size_t start = end;
+    while (start > from && !IsSpace(text[start - 1])) {
+        --start;
+    }
+    word = text.substr(start, end - start);
+    return start != from;
 }
 
-// \s*(\d+\.?\d+)\s+.*\s+(\S+) at `from`, into groups 2 and 3.
-bool TakeTail(std::string_view text, std::size_t from, CpuGroups& groups) {
+// \s*(\d+\.?\d+)\s+.*\s+(\S+) at `from`, into groups 2 and 3; `dots` is the first line terminator
+// behind `from`, or the end.
+bool TakeTail(std::string_view text, std::size_t from, std::size_t dots, CpuGroups& groups) {
     Walk walk(text, from);
     walk.Spaces();
     if (!walk.Number(groups[2])) {
@@ -222,26 +194,38 @@ bool TakeTail(std::string_view text, std::size_t from, CpuGroups& groups) {
     if (gap == 0 || walk.AtEnd()) {
         return false;
     }
-    if (LastWord(text, walk.At(), groups[3])) {
+    const std::size_t at = walk.At();
+    if (LastWord(text, at, at <= dots ? dots : EndOfDots(text, at), groups[3])) {
         return true;
     }
     // One word left: the two \s+ must share the white space before it.
-    groups[3] = WordAt(text, walk.At());
+    groups[3] = WordAt(text, at);
     return gap >= 2;
 }
 
-// The tail of the last capital of text[from, to) that has one. A tail that holds a number and still
-// fails lies in the last two words of the text, so that scanning them again costs nothing.
+// The place behind the last capital of text[from, to), eight bytes looked at in one step; `from` if
+// there is none.
+std::size_t BehindLastCapital(std::string_view text, std::size_t from, std::size_t to) {
+    while (to - from >= byte_words::kSize &&
+           byte_words::Between(byte_words::Load(text.data() + to - byte_words::kSize), 'A', 'Z') ==
+               0) {
+        to -= byte_words::kSize;
+    }
+    while (to > from && !IsCapital(text[to - 1])) {
+        --to;
+    }
+    return to;
+}
+
+// The tail of the last capital of text[from, to) that has one; `to` is where ".*" must stop. A tail
+// that holds a number and still fails lies in the last two words of the text, so that scanning them
+// again costs nothing.
 bool TakeLastTail(std::string_view text, std::size_t from, std::size_t to, CpuGroups& groups) {
-    Walk behind(text, to);
-    behind.Spaces();
-    bool numberFollows = !behind.AtEnd() && IsDigit(text[behind.At()]);
-    for (std::size_t at = to; at > from; --at) {
-        const char c = text[at - 1];
-        if (numberFollows && IsCapital(c) && TakeTail(text, at, groups)) {
+    std::size_t at = BehindLastCapital(text, from, to);
+    for (; at > from; at = BehindLastCapital(text, from, at - 1)) {
+        if (TakeTail(text, at, to, groups)) {
             return true;
         }
-        numberFollows = IsDigit(c) || (numberFollows && IsSpace(c));
     }
     return false;
 }
@@ -318,6 +302,9 @@ bool MatchTasks(std::string_view text, CpuGroups& groups) {
 bool MatchCpu(std::string_view text, CpuGroups& groups) {
     static constexpr std::string_view kHead = "Cpu(s):";
     static constexpr LiteralFinder kFinder("Cpu(s):");
+    if (text.find('(') == std::string_view::npos) {
+        return false;
+    }
     std::size_t at = kFinder.Find(text, 0);
     for (; at != std::string_view::npos; at = kFinder.Find(text, at + kHead.size())) {
         Walk walk(text, at + kHead.size());
@@ -330,25 +317,26 @@ bool MatchCpu(std::string_view text, CpuGroups& groups) {
 }
 
 bool MatchProcInfo(std::string_view text, CpuGroups& groups) {
-    DotsEnd dotsEnd(text);
-    for (std::size_t stretch = 0; stretch < text.size();) {
-        const std::size_t end = dotsEnd.From(stretch);
-        std::size_t digits = stretch;
-        while (digits < end && !IsDigit(text[digits])) {
-            ++digits;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        if (!IsDigit(text[at])) {
+            ++at;
+            continue;
         }
-        Walk walk(text, digits);
-        if (walk.Digits() && TakeLastTail(text, walk.At(), end, groups)) {
-            groups[1] = text.substr(digits, walk.At() - digits);
-            std::size_t start = digits;
-            while (start > 0 && IsSpace(text[start - 1])) {
-                --start;
+        // The first digits of a stretch: those behind them can do no better.
+        Walk digits(text, at);
+        (void)digits.Digits();
+        const std::size_t dots = EndOfDots(text, digits.At());
+        if (TakeLastTail(text, digits.At(), dots, groups)) {
+            groups[1] = text.substr(at, digits.At() - at);
+            while (at > 0 && IsSpace(text[at - 1])) {
+                --at;
             }
-            const char* last = groups[3].data() + groups[3].size();
-            groups[0] = text.substr(start, static_cast<std::size_t>(last - text.data()) - start);
+            const char* const end = groups[3].data() + groups[3].size();
+            groups[0] = text.substr(at, static_cast<std::size_t>(end - text.data()) - at);
             return true;
         }
-        stretch = end + 1;
+        at = dots + 1;
     }
     return false;
 }

@@ -13,10 +13,11 @@ namespace zarn {
 // that was searched. Groups the expression lacks keep what they held.
 using CpuGroups = std::array<std::string_view, 10>;
 
-// Searches its expression anywhere in `text`. The verdict and all groups are those of
-// std::regex_search with the compiled expression in the C locale, for a text of any length and any
-// bytes. One scan, linear in the length, without recursion and without allocation.
-using CpuMatcher = bool (*)(std::string_view text, CpuGroups& groups);
+// Searches its expression anywhere in `line`, which holds no line feed. The verdict and all groups
+// are those of std::regex_search with the compiled expression in the C locale, for a line of any
+// length and any other bytes. One scan, linear in the length, without recursion and without
+// allocation.
+using CpuMatcher = bool (*)(std::string_view line, CpuGroups& groups);
 
 struct CpuPattern {
     CpuPattern(const char* expression, CpuMatcher exactMatcher)

@@ -75,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "1 A 2.5 B 33 c", "1 A 2.5 B 33  c", "x1y2 A 10 c d", "1 A 10 c\rd",
                     "1 A 10 \rd", "1 A 10\r\rd", "1 A\r10 x d", "1\rA 10 x d", "1\r2 A 10 x d",
                     "1 2\rA 10 x d e\rf g", "1 A 10 x d \r", "1 A 10 x\r \r", "\r 1 A 10 x d",
-                    "1 A 10 x y\n z", "0A00 A00 A00", std::string("1 A 10 \0 b", 10)));
+                    "1 A 10 x y\v z", "0A00 A00 A00", std::string("1 A 10 \0 b", 10)));
 
 INSTANTIATE_TEST_SUITE_P(
     Summaries, CpuMatchersCornerTest,
