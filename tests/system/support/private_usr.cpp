@@ -142,7 +142,7 @@ bool MountSmall(const std::string& directory, std::size_t bytes, std::size_t ino
            ::mount("tmpfs", directory.c_str(), "tmpfs", 0, options.c_str()) == 0;
 }
 
-void UnmountSmall(const std::string& directory) {
+void Unmount(const std::string& directory) {
     (void)::umount2(directory.c_str(), MNT_DETACH);
 }
 

@@ -27,6 +27,7 @@ using Additions = std::map<std::string, std::map<std::string, std::string>>;
 // Mounts a memory file system of that size over `directory`, in a namespace of this process.
 [[nodiscard]] bool MountSmall(const std::string& directory, std::size_t bytes, std::size_t inodes);
 
-void UnmountSmall(const std::string& directory);
+// Takes what is mounted over `directory` away again, in the namespace of this process.
+void Unmount(const std::string& directory);
 
 }  // namespace zarn::test

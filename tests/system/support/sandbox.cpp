@@ -116,7 +116,7 @@ Sandbox::Sandbox(SandboxKind kind)
 
 Sandbox::~Sandbox() {
     if (limited_) {
-        UnmountSmall(usr_);
+        Unmount(usr_);
     }
 }
 
