@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
@@ -8,11 +7,35 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/json.h"
-
-// Reading of event documents, one to a line, whose `content` is an array of objects: shared by the
-// missions that read what others wrote. The words of a failure are the mission's own.
+// Reading of event documents, one to a line, whose `content` is an array of objects with texts:
+// shared by the missions that read what others wrote. The words of a failure are the mission's own.
 namespace zarn {
+
+// A member of a document or of an element. Only strings have a text.
+struct EventMember {
+    std::string_view name;
+    std::string_view text;
+    bool isText = false;
+};
+
+// The members of an object, in their order; none for a value that is no object. Views that hold
+// until the next line is read.
+class EventObject {
+public:
+    EventObject() = default;
+    EventObject(const EventMember* members, std::size_t size) : members_(members), size_(size) {}
+
+    [[nodiscard]] const EventMember* begin() const { return members_; }
+    [[nodiscard]] const EventMember* end() const { return members_ + size_; }
+    [[nodiscard]] std::size_t Size() const { return size_; }
+
+    // The first member of that name, or nullptr.
+    [[nodiscard]] const EventMember* Find(std::string_view name) const;
+
+private:
+    const EventMember* members_ = nullptr;
+    std::size_t size_ = 0;
+};
 
 // The lines of a file that cannot be read, each for the error stream.
 struct EventLineWords {
@@ -23,18 +46,23 @@ struct EventLineWords {
 
 // Called with a line's document and with each element of its `content`, in order; false ends the
 // reading.
-using OnEventElement = std::function<bool(const JsonValue& event, const JsonValue& element)>;
+using OnEventElement = std::function<bool(const EventObject& event, const EventObject& element)>;
 
-// Reads all lines of `text`, up to the first that cannot be read, which gives false after its
-// words; what came before it has been told. `texts` are members beside `content` that must be
-// strings. An empty line is no JSON. The values live until the next line.
-[[nodiscard]] bool ReadEventLines(std::string_view text, const EventLineWords& words,
+// Gives the next line of what is read; false at the end.
+using NextLine = std::function<bool(std::string_view& line)>;
+
+// Lines of a file or of a text, which must outlive the reading.
+template <typename Lines>
+[[nodiscard]] NextLine LinesOf(Lines& lines) {
+    return [&lines](std::string_view& line) { return lines.Next(line); };
+}
+
+// Reads all lines, up to the first that cannot be read, which gives false after its words; what
+// came before it has been told. `texts` are members beside `content` that must be strings. An empty
+// line is no JSON.
+[[nodiscard]] bool ReadEventLines(const NextLine& next, const EventLineWords& words,
                                   std::initializer_list<const char*> texts,
                                   const OnEventElement& onElement);
-
-[[nodiscard]] inline std::string_view TextOf(const JsonValue& value) {
-    return {value.GetString(), value.GetStringLength()};
-}
 
 // Finds the members called `names` in objects that, as a rule, come with the same members in the
 // same order, so that their names need not be searched for in each.
@@ -42,22 +70,21 @@ class MemberFinder {
 public:
     explicit MemberFinder(std::vector<std::string> names);
 
-    // Takes the next object, which must live while members are asked for. A value that is no object
-    // has no members.
-    void Enter(const JsonValue& object);
+    // Takes the next object.
+    void Enter(const EventObject& object);
 
     // The member names[index] of that object, the first of that name; nullptr if it has none.
-    [[nodiscard]] const JsonValue* Find(std::size_t index) const;
+    [[nodiscard]] const EventMember* Find(std::size_t index) const;
 
     [[nodiscard]] const std::vector<std::string>& Names() const { return names_; }
 
 private:
-    [[nodiscard]] bool HasShape(const JsonValue& object) const;
+    [[nodiscard]] bool HasShape(const EventObject& object) const;
 
     std::vector<std::string> names_;
     std::vector<std::string> shape_;      // the last object's member names
     std::vector<std::size_t> positions_;  // of each of names_ in it; shape_.size(): none
-    JsonValue::ConstMemberIterator members_{};
+    EventObject object_;
 };
 
 // The words of texts that cannot be taken from an object.
@@ -66,9 +93,9 @@ struct MemberWords {
     const char* wrongType;  // one is no string
 };
 
-// Enters `object` and takes all members of the finder as texts that live as long as the object.
-// False after its words if one is missing, or else if one is no string.
-[[nodiscard]] bool TakeTexts(MemberFinder& finder, const JsonValue& object,
+// Enters `object` and takes all members of the finder as texts. False after its words if one is
+// missing, or else if one is no string.
+[[nodiscard]] bool TakeTexts(MemberFinder& finder, const EventObject& object,
                              const MemberWords& words, std::vector<std::string_view>& texts);
 
 }  // namespace zarn

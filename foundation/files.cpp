@@ -76,7 +76,7 @@ private:
 // Reads to the end of the file; `sizeHint` is what fstat said, which a file of procfs gives as 0.
 // The text grows by steps that stay in a cache, since growing clears what the reading then fills.
 [[nodiscard]] bool ReadAll(int fd, std::size_t sizeHint, std::string& text) {
-    constexpr std::size_t kStep = 262144;
+    constexpr std::size_t kStep = 65536;  // small enough for memory that is at hand
     text.reserve(sizeHint + 1);
     while (true) {
         const std::size_t used = text.size();
@@ -204,7 +204,7 @@ LineFile::~LineFile() {
 }
 
 bool LineFile::ReadMore() {
-    constexpr std::size_t kStep = 262144;
+    constexpr std::size_t kStep = 65536;  // small enough for memory that is at hand
     if (begin_ > 0) {
         buffer_.erase(0, begin_);
         end_ -= begin_;

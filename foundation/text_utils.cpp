@@ -2,7 +2,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
-#include <limits>
+#include <iomanip>
 
 #include "foundation/console.h"
 #include "foundation/regex_guard.h"
@@ -202,36 +202,9 @@ bool StringToUint64(const std::string& text, std::uint64_t& value) {
 }
 
 std::string FloatToString(double value, int precision) {
-    // The digits before the point and a sign, the point, and what is asked for.
-    constexpr std::size_t kMostBeforePoint = std::numeric_limits<double>::max_exponent10 + 2;
-    std::string text(kMostBeforePoint + 1 + static_cast<std::size_t>(std::max(precision, 6)), '\0');
-    const auto written = std::to_chars(text.data(), text.data() + text.size(), value,
-                                       std::chars_format::fixed, precision);
-    text.resize(static_cast<std::size_t>(written.ptr - text.data()));
-    return text;
-}
-
-void AppendNumber(std::string& text, double value) {
-    std::array<char, 32> digits{};
-    constexpr int kSignificantDigits = 6;
-    constexpr double kAllDigitsShown = 1e5;  // below it, those of a number with one decimal
-    if (value > 0.0 && value < kAllDigitsShown) {
-        const auto tenths = static_cast<unsigned>(value * 10.0 + 0.5);
-        if (tenths / 10.0 == value) {
-            const auto whole =
-                std::to_chars(digits.data(), digits.data() + digits.size(), tenths / 10);
-            char* end = whole.ptr;
-            if (tenths % 10 != 0) {
-                *end++ = '.';
-                *end++ = static_cast<char>('0' + tenths % 10);
-            }
-            text.append(digits.data(), end);
-            return;
-        }
-    }
-    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
-                                       std::chars_format::general, kSignificantDigits);
-    text.append(digits.data(), written.ptr);
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(precision) << value;
+    return text.str();
 }
 
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document) {

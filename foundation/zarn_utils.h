@@ -221,6 +221,9 @@ void CollapseSpaces(std::string& text);
 // Appends the number in a stream's default format: six significant digits, no zeros at their end.
 void AppendNumber(std::string& text, double value);
 
+// Appends the number in fixed notation with six decimals, as std::to_string gives it.
+void AppendFixed(std::string& text, double value);
+
 // Adds a copied string member to the document's root object.
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document);
 

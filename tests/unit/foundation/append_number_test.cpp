@@ -2,7 +2,10 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "foundation/zarn_utils.h"
 
@@ -47,6 +50,50 @@ TEST(AppendNumberTest, WritesEveryTenthAsAStreamDoes) {
             AppendNumber(text, value);
             ASSERT_EQ(text, stream.str());
         }
+    }
+}
+
+// Numbers of every size near those of the tables, and the ties between two texts.
+std::vector<double> ManyNumbers() {
+    std::mt19937_64 random(20240101);
+    std::vector<double> values;
+    for (int i = 0; i < 40000; ++i) {
+        const double fraction = static_cast<double>(random()) / 1.8446744073709552e19;
+        const double value = fraction * std::pow(10.0, static_cast<double>(random() % 20) - 8);
+        values.push_back(random() % 4 == 0 ? -value : value);
+    }
+    for (int i = 0; i < 4000; ++i) {
+        const auto odd = static_cast<double>(2 * (random() % 1000000) + 1);
+        values.push_back(odd / 2);        // ties of whole numbers
+        values.push_back(odd / 128);      // and of decimals that end in 5
+        values.push_back(odd / 2000000);  // near ties
+    }
+    for (double power = 1e-12; power < 1e15; power *= 10) {
+        values.insert(values.end(), {power, std::nextafter(power, 0), std::nextafter(power, 1e99)});
+        values.insert(values.end(), {power * 0.9999995, power * 0.99999949, power * 9.999995});
+    }
+    return values;
+}
+
+TEST(AppendNumberTest, AgreesWithTheStreamOnManyNumbers) {
+    for (const double value : ManyNumbers()) {
+        std::ostringstream stream;
+        stream << value;
+        std::string text;
+        AppendNumber(text, value);
+        ASSERT_EQ(text, stream.str());
+    }
+}
+
+TEST(AppendFixedTest, AgreesWithTheDefaultConversion) {
+    std::vector<double> values = ManyNumbers();
+    values.insert(values.end(), {0.0, -0.0, -1e-9, 1e9, 999999999.9999999, 1e300, HUGE_VAL,
+                                 -HUGE_VAL, std::numeric_limits<double>::denorm_min(),
+                                 std::numeric_limits<double>::quiet_NaN()});
+    for (const double value : values) {
+        std::string text = "x";
+        AppendFixed(text, value);
+        ASSERT_EQ(text, "x" + std::to_string(value));
     }
 }
 

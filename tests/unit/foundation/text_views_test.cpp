@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,6 +76,18 @@ TEST(TextToDouble, AgreesWithStringToDouble) {
         EXPECT_TRUE(Attempt([&text](double& value) { return TextToDouble(text, value); }) ==
                     Attempt([&text](double& value) { return StringToDouble(text, value); }))
             << text;
+    }
+}
+
+TEST(TextToDouble, AgreesOnDecimalsOfEveryLength) {
+    std::mt19937_64 random(20240101);
+    for (int i = 0; i < 20000; ++i) {
+        std::string text = std::to_string(random());
+        text.resize(1 + random() % text.size());
+        text.insert(random() % (text.size() + 1), ".");
+        double ours = 0.0;
+        ASSERT_TRUE(TextToDouble(text, ours));
+        ASSERT_EQ(ours, std::stod(text)) << text;
     }
 }
 
