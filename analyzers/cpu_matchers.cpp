@@ -53,12 +53,6 @@ public:
         return at_ != start;
     }
 
-    [[nodiscard]] bool Byte(char byte) {
-        const bool fits = at_ < text_.size() && text_[at_] == byte;
-        at_ += fits ? 1 : 0;
-        return fits;
-    }
-
     [[nodiscard]] bool Literal(std::string_view literal) {
         const bool fits = text_.compare(at_, literal.size(), literal) == 0;
         at_ += fits ? literal.size() : 0;
@@ -73,7 +67,7 @@ public:
             return false;
         }
         const std::size_t whole = at_;
-        if (Byte('.') && Digits()) {
+        if (Literal(".") && Digits()) {
             number = text_.substr(start, at_ - start);
             return true;
         }
@@ -144,7 +138,7 @@ bool TakeShares(Walk& walk, CpuGroups& groups, std::size_t firstGroup) {
 bool TakeLoads(Walk& walk, CpuGroups& groups) {
     for (std::size_t group = 2; group <= 4; ++group) {
         walk.Spaces();
-        if (!walk.Number(groups[group]) || (group < 4 && !walk.Byte(','))) {
+        if (!walk.Number(groups[group]) || (group < 4 && !walk.Literal(","))) {
             return false;
         }
     }
@@ -262,11 +256,12 @@ bool MatchTimeStamp(std::string_view text, CpuGroups& groups) {
 bool MatchTop(std::string_view text, CpuGroups& groups) {
     static constexpr LiteralFinder kLoadAverage("load average:");
     Walk walk(text, 0);
-    if (!walk.Literal("top") || walk.Spaces() == 0 || !walk.Byte('-') || walk.Spaces() == 0) {
+    if (!walk.Literal("top") || walk.Spaces() == 0 || !walk.Literal("-") || walk.Spaces() == 0) {
         return false;
     }
     const std::size_t start = walk.At();
-    if (!walk.Digits() || !walk.Byte(':') || !walk.Digits() || !walk.Byte(':') || !walk.Digits()) {
+    if (!walk.Digits() || !walk.Literal(":") || !walk.Digits() || !walk.Literal(":") ||
+        !walk.Digits()) {
         return false;
     }
     groups[1] = text.substr(start, walk.At() - start);
@@ -356,7 +351,7 @@ bool MatchCoresCpu(std::string_view text, CpuGroups& groups) {
             continue;
         }
         groups[1] = text.substr(at, walk.At() - at);
-        if (walk.Spaces() != 0 && walk.Byte(':') && TakeShares(walk, groups, 2)) {
+        if (walk.Spaces() != 0 && walk.Literal(":") && TakeShares(walk, groups, 2)) {
             groups[0] = text.substr(at, walk.At() - at);
             return true;
         }

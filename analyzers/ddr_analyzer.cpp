@@ -1,6 +1,5 @@
 #include "analyzers/ddr_analyzer.h"
 
-#include <filesystem>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -36,15 +35,6 @@ const JsonValue& JobsOf(const JsonDocument& config) {
         throw std::invalid_argument("[DdrAnalyzer] The JOB cannot be empty!");
     }
     return *jobs;
-}
-
-// Analyses every name on a copy, so that a failure leaves its entry as it was.
-void AnalyzeAll() {
-    for (const std::string& name : ddrNameList) {
-        DdrMasterInfo info = ddrInfoMap[name];
-        AnalyzeMaster(info);
-        ddrInfoMap[name] = std::move(info);
-    }
 }
 
 void RequireWritten(FileResult result, const std::string& path) {
@@ -128,7 +118,9 @@ bool DdrAnalyzer::Process(const StopFlag* stopFlag) {
         if (!globalJob_ || !LoadQosSettings() || !LoadBandwidth()) {
             return PrintFailure("[DdrAnalyzer] Failed to load ddr collection info! ");
         }
-        AnalyzeAll();
+        for (const std::string& name : ddrNameList) {
+            AnalyzeMaster(ddrInfoMap[name]);
+        }
     } catch (const std::exception& error) {
         PrintError(std::string("[DdrAnalyzer] Error occurs when analyzing ddr info: ") +
                    error.what());
@@ -139,23 +131,23 @@ bool DdrAnalyzer::Process(const StopFlag* stopFlag) {
 }
 
 bool DdrAnalyzer::LoadQosSettings() const {
-    std::string text;
-    if (ReadFile(qosConfigPath_, text) == FileResult::CannotOpen) {
+    LineFile file(qosConfigPath_);
+    if (!file.IsOpen()) {
         return PrintFailure("[DdrAnalyzer] Failed to open the Qos config file - '" +
                             qosConfigPath_ + "'");
     }
     PrintLine("[DdrAnalyzer] Successfully load qos info from " + qosConfigPath_);
-    return ReadQosSettings(text, ddrInfoMap);
+    return ReadQosSettings(LinesOf(file), ddrInfoMap);
 }
 
 bool DdrAnalyzer::LoadBandwidth() const {
-    std::string text;
-    if (ReadFile(ddrInfoPath_, text) == FileResult::CannotOpen) {
+    LineFile file(ddrInfoPath_);
+    if (!file.IsOpen()) {
         return PrintFailure("[DdrAnalyzer] Failed to open the DDR info file - '" + ddrInfoPath_ +
                             "'");
     }
     PrintLine("[DdrAnalyzer] Successfully load ddr info from " + ddrInfoPath_);
-    return ReadBandwidthShares(text, ddrInfoMap);
+    return ReadBandwidthShares(LinesOf(file), ddrInfoMap);
 }
 
 bool DdrAnalyzer::Save() {
@@ -172,10 +164,8 @@ bool DdrAnalyzer::Save() {
 
 bool DdrAnalyzer::SaveDocument() {
     try {
-        JsonDocument document;
-        MakeAnalysisDocument(ddrInfoMap, timeStamp_, document);
         rapidjson::StringBuffer line;
-        WriteJson(document, line);
+        WriteAnalysisDocument(ddrInfoMap, timeStamp_, line);
         line.Put('\n');
         RequireWritten(AppendFile(anaDataPath_, {line.GetString(), line.GetSize()}), anaDataPath_);
         return true;
@@ -186,9 +176,7 @@ bool DdrAnalyzer::SaveDocument() {
 }
 
 bool DdrAnalyzer::SaveTable() {
-    std::error_code unresolved;
-    (void)std::filesystem::canonical(GetDirectoryOfPath(anaCsvPath_), unresolved);
-    if (unresolved) {
+    if (!ResolvePath(GetDirectoryOfPath(anaCsvPath_))) {
         return PrintFailure("[DdrAnalyzer] Can't get real path");
     }
     try {

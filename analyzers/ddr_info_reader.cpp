@@ -30,25 +30,25 @@ constexpr EventLineWords kBandwidthLineWords = {
 // The share of the name finder.Names()[index].
 bool ReadShare(const MemberFinder& finder, std::size_t index, double& share) {
     const std::string& name = finder.Names()[index];
-    const JsonValue* value = finder.Find(index);
+    const EventMember* value = finder.Find(index);
     if (value == nullptr) {
         return PrintFailure("[DdrAnalyzer] Warning! Ddr collect file lacks of required field [" +
                             name + "].");
     }
-    if (!value->IsString()) {
+    if (!value->isText) {
         return PrintFailure("[DdrAnalyzer] Warning! Wrong type of [" + name + "].");
     }
-    return TextToDouble(TextOf(*value), share) ||
+    return TextToDouble(value->text, share) ||
            PrintFailure("[DdrAnalyzer] Failed to read the ddr info!");
 }
 
 }  // namespace
 
-bool ReadQosSettings(std::string_view text, DdrInfoMap& infos) {
+bool ReadQosSettings(const NextLine& next, DdrInfoMap& infos) {
     MemberFinder finder({"mpam_name", "bw_low", "bw_high"});
     std::vector<std::string_view> texts;
-    return ReadEventLines(text, kQosLineWords, {},
-                          [&](const JsonValue& /*event*/, const JsonValue& element) {
+    return ReadEventLines(next, kQosLineWords, {},
+                          [&](const EventObject& /*event*/, const EventObject& element) {
                               if (!TakeTexts(finder, element, kQosMemberWords, texts)) {
                                   return false;
                               }
@@ -61,17 +61,17 @@ bool ReadQosSettings(std::string_view text, DdrInfoMap& infos) {
                           });
 }
 
-bool ReadBandwidthShares(std::string_view text, DdrInfoMap& infos) {
+bool ReadBandwidthShares(const NextLine& next, DdrInfoMap& infos) {
     MemberFinder finder(ddrNameList);
     std::vector<DdrMasterInfo*> entries;
     entries.reserve(ddrNameList.size());
     for (const std::string& name : ddrNameList) {
         entries.push_back(&infos[name]);
     }
-    return ReadEventLines(text, kBandwidthLineWords, {kHappenTime},
-                          [&](const JsonValue& event, const JsonValue& element) {
+    return ReadEventLines(next, kBandwidthLineWords, {kHappenTime},
+                          [&](const EventObject& event, const EventObject& element) {
                               finder.Enter(element);
-                              const std::string_view time = TextOf(event[kHappenTime]);
+                              const std::string_view time = event.Find(kHappenTime)->text;
                               for (std::size_t i = 0; i < entries.size(); ++i) {
                                   double share = 0.0;
                                   if (!ReadShare(finder, i, share)) {

@@ -17,55 +17,70 @@ const DdrMasterInfo& InfoOf(const DdrInfoMap& infos, const std::string& name) {
     return found == infos.end() ? none : found->second;
 }
 
-JsonValue Text(const std::string& text, JsonAllocator& allocator) {
-    return JsonValue(text, allocator);
+using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
+
+void WriteText(const char* key, const std::string& text, Writer& writer) {
+    writer.Key(key);
+    writer.String(text);
 }
 
-// The array of a master's peaks or troughs.
-JsonValue Extremes(const std::vector<double>& values, const std::vector<std::string>& moments,
-                   JsonAllocator& allocator) {
-    JsonValue array(rapidjson::kArrayType);
+// As text in fixed notation with six decimals; `text` is scratch memory.
+void WriteFigure(const char* key, double figure, std::string& text, Writer& writer) {
+    text.clear();
+    AppendFixed(text, figure);
+    WriteText(key, text, writer);
+}
+
+// A master's peaks or troughs.
+void WriteExtremes(const char* key, const std::vector<double>& values,
+                   const std::vector<std::string>& moments, Writer& writer) {
+    std::string text;
+    writer.Key(key);
+    writer.StartArray();
     for (std::size_t i = 0; i < values.size(); ++i) {
-        JsonValue extreme(rapidjson::kObjectType);
-        extreme.AddMember("Value", Text(std::to_string(values[i]), allocator), allocator);
-        extreme.AddMember("timeStamp", Text(moments[i], allocator), allocator);
-        array.PushBack(extreme, allocator);
+        writer.StartObject();
+        WriteFigure("Value", values[i], text, writer);
+        WriteText("timeStamp", moments[i], writer);
+        writer.EndObject();
     }
-    return array;
+    writer.EndArray();
 }
 
-JsonValue MasterContent(const std::string& name, const DdrMasterInfo& info,
-                        JsonAllocator& allocator) {
-    JsonValue master(rapidjson::kObjectType);
-    master.AddMember("mpam_name", Text(name, allocator), allocator);
-    master.AddMember("meanBw", Text(std::to_string(info.meanBw), allocator), allocator);
-    master.AddMember("maxBw", Text(std::to_string(info.maxBw), allocator), allocator);
-    master.AddMember("minBw", Text(std::to_string(info.minBw), allocator), allocator);
-    master.AddMember("over", Text(std::to_string(info.over), allocator), allocator);
-    JsonValue intervals(rapidjson::kArrayType);
+void WriteMaster(const std::string& name, const DdrMasterInfo& info, Writer& writer) {
+    std::string text;
+    writer.StartObject();
+    WriteText("mpam_name", name, writer);
+    WriteFigure("meanBw", info.meanBw, text, writer);
+    WriteFigure("maxBw", info.maxBw, text, writer);
+    WriteFigure("minBw", info.minBw, text, writer);
+    WriteFigure("over", info.over, text, writer);
+    writer.Key("peak_interval");
+    writer.StartArray();
     for (const std::int32_t interval : info.peakIntervals) {
-        intervals.PushBack(interval, allocator);
+        writer.Int(interval);
     }
-    master.AddMember("peak_interval", intervals, allocator);
-    master.AddMember("peak", Extremes(info.peaks, info.peakTimeStamps, allocator), allocator);
-    master.AddMember("trough", Extremes(info.troughs, info.troughTimeStamps, allocator), allocator);
-    return master;
+    writer.EndArray();
+    WriteExtremes("peak", info.peaks, info.peakTimeStamps, writer);
+    WriteExtremes("trough", info.troughs, info.troughTimeStamps, writer);
+    writer.EndObject();
 }
 
 }  // namespace
 
-void MakeAnalysisDocument(const DdrInfoMap& infos, const std::string& happenTime,
-                          JsonDocument& document) {
-    document.SetObject();
-    JsonAllocator& allocator = document.GetAllocator();
-    AddJsonString("objectId", kObjectId, document);
-    AddJsonString("eventId", kEventId, document);
-    AddJsonString("happenTime", happenTime, document);
-    JsonValue content(rapidjson::kArrayType);
+void WriteAnalysisDocument(const DdrInfoMap& infos, const std::string& happenTime,
+                           rapidjson::StringBuffer& line) {
+    Writer writer(line);
+    writer.StartObject();
+    WriteText("objectId", kObjectId, writer);
+    WriteText("eventId", kEventId, writer);
+    WriteText("happenTime", happenTime, writer);
+    writer.Key("content");
+    writer.StartArray();
     for (const std::string& name : ddrNameList) {
-        content.PushBack(MasterContent(name, InfoOf(infos, name), allocator), allocator);
+        WriteMaster(name, InfoOf(infos, name), writer);
     }
-    document.AddMember("content", content, allocator);
+    writer.EndArray();
+    writer.EndObject();
 }
 
 std::string AnalysisTable(const DdrInfoMap& infos) {

@@ -9,9 +9,9 @@
 // counts as one without samples.
 namespace zarn {
 
-// Makes `document` the event document of the analysis.
-void MakeAnalysisDocument(const DdrInfoMap& infos, const std::string& happenTime,
-                          JsonDocument& document);
+// Appends the event document of the analysis to `line`, as compact JSON.
+void WriteAnalysisDocument(const DdrInfoMap& infos, const std::string& happenTime,
+                           rapidjson::StringBuffer& line);
 
 // The table of all samples: a line per moment of `total`, a column per name. Throws
 // std::out_of_range if a name has fewer values than `total` has moments.

@@ -1,6 +1,6 @@
 #include "comparators/ddr_comparator.h"
 
-#include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -82,13 +82,12 @@ bool DdrComparator::InitPath(const std::string& dataPath) {
     if (!CreateDirectory(directory)) {
         return PrintFailure("[DdrComparator] Failed to create ddr_comp_info dir");
     }
-    std::error_code unresolved;
-    const std::string realPath = std::filesystem::canonical(directory, unresolved).string();
-    if (unresolved) {
+    const std::optional<std::string> realPath = ResolvePath(directory);
+    if (!realPath) {
         return PrintFailure("[DdrComparator] Can't get real path");
     }
-    compCsvPath_ = realPath + "/" + ddr_files::kComparison;
-    PrintLine("[DdrComparator] Successfully created " + realPath);
+    compCsvPath_ = *realPath + "/" + ddr_files::kComparison;
+    PrintLine("[DdrComparator] Successfully created " + *realPath);
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "comparators/ddr_version_reader.h"
 #include "foundation/console.h"
 #include "foundation/ddr_run_files.h"
+#include "foundation/event_lines.h"
 #include "foundation/files.h"
 #include "foundation/run_tree.h"
 #include "foundation/zarn_utils.h"
@@ -32,31 +33,31 @@ std::optional<std::string> FindOnly(const DdrVersionInfo& info, const std::strin
 }
 
 bool LoadLimits(const std::string& path, DdrVersionInfo& info) {
-    std::string text;
-    if (ReadFile(path, text) == FileResult::CannotOpen) {
+    LineFile file(path);
+    if (!file.IsOpen()) {
         return PrintFailure("[DdrComparator] Failed to open the qos config file " + path);
     }
     PrintLine("[DdrComparator] Successfully loaded qos config info from " + path);
-    return ReadVersionLimits(text, info);
+    return ReadVersionLimits(LinesOf(file), info);
 }
 
 bool LoadAnalysis(const std::string& path, DdrVersionInfo& info) {
-    std::string text;
-    if (ReadFile(path, text) == FileResult::CannotOpen) {
+    LineFile file(path);
+    if (!file.IsOpen()) {
         return PrintFailure("[DdrComparator] Failed to open the ddr_ana_info file - '" + path +
                             "'");
     }
     PrintLine("[DdrComparator] Successfully loaded ddr ana info from " + path);
-    return ReadVersionAnalysis(text, info);
+    return ReadVersionAnalysis(LinesOf(file), info);
 }
 
 bool LoadShares(const std::string& path, std::vector<std::vector<double>>& values) {
-    std::string text;
-    if (ReadFile(path, text) == FileResult::CannotOpen) {
+    LineFile file(path);
+    if (!file.IsOpen()) {
         return PrintFailure("[DdrComparator] Failed to open the ddr info file - '" + path + "'");
     }
     PrintLine("[DdrComparator] Successfully loaded ddr coll info from " + path);
-    return ReadVersionShares(text, values);
+    return ReadVersionShares(LinesOf(file), values);
 }
 
 // Computes the usage from what the collector left.

@@ -39,71 +39,72 @@ constexpr EventLineWords kShareLines = {
     "[DdrComparator] Warning! DDR collection file lacks of required field [content].",
     "[DdrComparator] Warning! Wrong type of [content] in DDR collection file."};
 
-bool ReadBound(std::string_view text, const char* key, std::uint32_t& bound) {
-    return StringToUint32(std::string(text), bound) ||
-           PrintFailure(std::string("[DdrComparator] Warning! Failed to read ") + key + " value!");
-}
+constexpr const char* kBadFigures[] = {"[DdrComparator] Warning! Failed to read meanBw value!",
+                                       "[DdrComparator] Warning! Failed to read maxBw value!",
+                                       "[DdrComparator] Warning! Failed to read minBw value!",
+                                       "[DdrComparator] Warning! Failed to read over value!"};
 
-bool ReadFigure(std::string_view text, const std::string& key, double& figure) {
-    return TextToDouble(text, figure) ||
-           PrintFailure("[DdrComparator] Warning! Failed to read " + key + " value!");
+bool ReadBound(std::string_view text, const char* words, std::uint32_t& bound) {
+    return StringToUint32(std::string(text), bound) || PrintFailure(words);
 }
 
 // The share of the name finder.Names()[index].
 bool ReadShare(const MemberFinder& finder, std::size_t index, double& share) {
     const std::string& name = finder.Names()[index];
-    const JsonValue* value = finder.Find(index);
+    const EventMember* value = finder.Find(index);
     if (value == nullptr) {
         return PrintFailure(
             "[DdrComparator] Warning! DDR collection file lacks of required field [" + name + "].");
     }
-    if (!value->IsString()) {
+    if (!value->isText) {
         return PrintFailure("[DdrComparator] Warning! Wrong type of [" + name +
                             "] in DDR collection file..");
     }
-    return TextToDouble(TextOf(*value), share) ||
+    return TextToDouble(value->text, share) ||
            PrintFailure("[DdrComparator] Failed to read the ddr info of " + name);
 }
 
 }  // namespace
 
-bool ReadVersionLimits(std::string_view text, DdrVersionInfo& info) {
+bool ReadVersionLimits(const NextLine& next, DdrVersionInfo& info) {
     MemberFinder finder({"mpam_name", "bw_low", "bw_high"});
     std::vector<std::string_view> texts;
-    const auto take = [&](const JsonValue& /*event*/, const JsonValue& element) {
+    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
         if (!TakeTexts(finder, element, kQosMembers, texts)) {
             return false;
         }
         DdrBwLimits& limits = info.bwLimits[std::string(texts[0])];
-        return ReadBound(texts[1], "bw_low", limits.bwLow) &&
-               ReadBound(texts[2], "bw_high", limits.bwHigh);
+        return ReadBound(texts[1], "[DdrComparator] Warning! Failed to read bw_low value!",
+                         limits.bwLow) &&
+               ReadBound(texts[2], "[DdrComparator] Warning! Failed to read bw_high value!",
+                         limits.bwHigh);
     };
-    return ReadEventLines(text, kQosLines, {}, take);
+    return ReadEventLines(next, kQosLines, {}, take);
 }
 
-bool ReadVersionAnalysis(std::string_view text, DdrVersionInfo& info) {
+bool ReadVersionAnalysis(const NextLine& next, DdrVersionInfo& info) {
     MemberFinder finder({"mpam_name", "meanBw", "maxBw", "minBw", "over"});
     std::vector<std::string_view> texts;
-    const auto take = [&](const JsonValue& /*event*/, const JsonValue& element) {
+    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
         if (!TakeTexts(finder, element, kAnalysisMembers, texts)) {
             return false;
         }
         DdrBwUsage& usage = info.bwUsage[std::string(texts[0])];
         const std::array<double*, 4> figures = {&usage.mean, &usage.max, &usage.min, &usage.over};
         for (std::size_t i = 0; i < figures.size(); ++i) {
-            if (!ReadFigure(texts[i + 1], finder.Names()[i + 1], *figures.at(i))) {
-                return false;
+            if (!TextToDouble(texts[i + 1], *figures.at(i))) {
+                return PrintFailure(kBadFigures[i]);
             }
         }
         return true;
     };
-    return ReadEventLines(text, kAnalysisLines, {}, take);
+    return ReadEventLines(next, kAnalysisLines, {}, take);
 }
 
-bool ReadVersionShares(std::string_view text, std::vector<std::vector<double>>& values) {
+bool ReadVersionShares(const NextLine& next, std::vector<std::vector<double>>& values) {
     MemberFinder finder(ddrCompNameList);
     values.resize(ddrCompNameList.size());
-    const auto take = [&](const JsonValue& /*event*/, const JsonValue& element) {
+    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
         finder.Enter(element);
         for (std::size_t i = 0; i < values.size(); ++i) {
             double share = 0.0;
@@ -114,7 +115,7 @@ bool ReadVersionShares(std::string_view text, std::vector<std::vector<double>>& 
         }
         return true;
     };
-    return ReadEventLines(text, kShareLines, {}, take);
+    return ReadEventLines(next, kShareLines, {}, take);
 }
 
 DdrBwUsage ComputeUsage(const std::vector<double>& shares, std::uint32_t bwHigh) {

@@ -1,22 +1,22 @@
 #pragma once
 
-#include <string_view>
 #include <vector>
 
 #include "comparators/ddr_version_info.h"
+#include "foundation/event_lines.h"
 
 // Readers of the DDR results of a version, one event document to a line. The first line that cannot
 // be read ends the reading: false after its words, and what came before it stays.
 namespace zarn {
 
 // The collector's QoS settings: the bounds of the masters it names.
-[[nodiscard]] bool ReadVersionLimits(std::string_view text, DdrVersionInfo& info);
+[[nodiscard]] bool ReadVersionLimits(const NextLine& next, DdrVersionInfo& info);
 
 // The analyzer's document: the usage of the masters it names. A later line replaces an earlier one.
-[[nodiscard]] bool ReadVersionAnalysis(std::string_view text, DdrVersionInfo& info);
+[[nodiscard]] bool ReadVersionAnalysis(const NextLine& next, DdrVersionInfo& info);
 
 // The collector's shares: appends those of ddrCompNameList[i] to values[i].
-[[nodiscard]] bool ReadVersionShares(std::string_view text,
+[[nodiscard]] bool ReadVersionShares(const NextLine& next,
                                      std::vector<std::vector<double>>& values);
 
 // The usage that follows from all shares of one name. Where it has an upper bound the excess is

@@ -16,7 +16,6 @@
 namespace zarn {
 namespace {
 
-constexpr const char* kBandwidthTable = "/proc/qos/bwstat/bandwidth";
 constexpr std::uint32_t kMonitorSampling = 10000;
 constexpr std::chrono::microseconds kMonitorSettles{20000};
 
@@ -174,7 +173,7 @@ bool DdrCollector::TakeSample() {
     bool saved = runner_.Run("echo " + time + " >> " + rawLogPath_) == 0;
     if (saved) {
         if (ddrReadCommand.empty()) {
-            ddrReadCommand = std::string("cat ") + kBandwidthTable + " >> " + rawLogPath_;
+            ddrReadCommand = "cat /proc/qos/bwstat/bandwidth >> " + rawLogPath_;
         }
         saved = runner_.Run(ddrReadCommand) == 0;
     }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/files.h"
 #include "tests/unit/support/captured_streams.h"
 #include "tests/unit/support/ddr_lines.h"
 
@@ -26,6 +27,13 @@ std::string AnalysisLine(const std::string& mean, const std::string& max, const 
            mean + R"(,"maxBw":)" + max + R"(,"minBw":)" + min + R"(,"over":)" + over + "}]}\n";
 }
 
+// Reads `text` by one of the readers.
+template <typename Record>
+bool Read(bool (*reader)(const NextLine&, Record&), const std::string& text, Record& record) {
+    LineCursor cursor(text);
+    return reader(LinesOf(cursor), record);
+}
+
 template <typename Reader>
 void ExpectWords(Reader reader, const std::vector<FaultyText>& rows) {
     for (const FaultyText& row : rows) {
@@ -38,7 +46,8 @@ void ExpectWords(Reader reader, const std::vector<FaultyText>& rows) {
 
 TEST(DdrVersionReader, ReadsTheBoundsOfEachMaster) {
     DdrVersionInfo info;
-    EXPECT_TRUE(ReadVersionLimits(
+    EXPECT_TRUE(Read(
+        ReadVersionLimits,
         QosLine("cpu", "1", "40") + QosLine("sdma", "2", "51") + QosLine("cpu", "3", "4294967297"),
         info));
     EXPECT_EQ(info.bwLimits["cpu"].bwLow, 3U);
@@ -55,7 +64,7 @@ TEST(DdrVersionReader, TellsTheFaultsOfQosFiles) {
     const std::string wrong =
         "[DdrComparator] Warning! Wrong type of [mpam_name], [bw_low] or [bw_high].\n";
     DdrVersionInfo info;
-    ExpectWords([&info](const std::string& text) { return ReadVersionLimits(text, info); },
+    ExpectWords([&info](const std::string& text) { return Read(ReadVersionLimits, text, info); },
                 {{"x", bad},
                  {QosLine("cpu", "1", "2") + "\n", bad},
                  {std::string(16U << 20U, '['), bad},
@@ -76,9 +85,10 @@ TEST(DdrVersionReader, TellsTheFaultsOfQosFiles) {
 
 TEST(DdrVersionReader, ALaterAnalysisReplacesAnEarlierOne) {
     DdrVersionInfo info;
-    EXPECT_TRUE(ReadVersionAnalysis(AnalysisLine("\"1.5\"", "\"2\"", "\"1\"", "\"0\"") +
-                                        AnalysisLine("\"3.5\"", "\"4\"", "\"3\"", "\"9.5\""),
-                                    info));
+    EXPECT_TRUE(Read(ReadVersionAnalysis,
+                     AnalysisLine("\"1.5\"", "\"2\"", "\"1\"", "\"0\"") +
+                         AnalysisLine("\"3.5\"", "\"4\"", "\"3\"", "\"9.5\""),
+                     info));
     const DdrBwUsage& usage = info.bwUsage["cpu"];
     EXPECT_EQ(usage.mean, 3.5);
     EXPECT_EQ(usage.max, 4.0);
@@ -94,7 +104,7 @@ TEST(DdrVersionReader, TellsTheFaultsOfAnalysisFiles) {
         " in DDR analyze file. \n";
     DdrVersionInfo info;
     ExpectWords(
-        [&info](const std::string& text) { return ReadVersionAnalysis(text, info); },
+        [&info](const std::string& text) { return Read(ReadVersionAnalysis, text, info); },
         {{"{", "[DdrComparator] Exception occurs while parsing ddr_ana_info file.\n"},
          {"[]", "[DdrComparator] Warning! DDR analyze file lacks of required field [content].\n"},
          {R"({"content":null})",
@@ -112,7 +122,8 @@ TEST(DdrVersionReader, TellsTheFaultsOfAnalysisFiles) {
 
 TEST(DdrVersionReader, ReadsTheSharesOfEveryName) {
     std::vector<std::vector<double>> values;
-    EXPECT_TRUE(ReadVersionShares(
+    EXPECT_TRUE(Read(
+        ReadVersionShares,
         BandwidthLine("1", "1.25", "total", "7.5") + BandwidthLine("2", "2.25", "isp_vipe", "9"),
         values));
     ASSERT_EQ(values.size(), 11U);
@@ -126,7 +137,7 @@ TEST(DdrVersionReader, TellsTheFaultsOfShareFiles) {
         "[DdrComparator] Warning! DDR collection file lacks of required field [total].\n";
     std::vector<std::vector<double>> values;
     ExpectWords(
-        [&values](const std::string& text) { return ReadVersionShares(text, values); },
+        [&values](const std::string& text) { return Read(ReadVersionShares, text, values); },
         {{"\n", "[DdrComparator] Exception occurs while parsing ddr collect file.\n"},
          {"{}",
           "[DdrComparator] Warning! DDR collection file lacks of required field [content].\n"},
