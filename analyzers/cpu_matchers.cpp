@@ -53,6 +53,12 @@ public:
         return at_ != start;
     }
 
+    [[nodiscard]] bool Byte(char byte) {
+        const bool fits = at_ < text_.size() && text_[at_] == byte;
+        at_ += fits ? 1 : 0;
+        return fits;
+    }
+
     [[nodiscard]] bool Literal(std::string_view literal) {
         const bool fits = text_.compare(at_, literal.size(), literal) == 0;
         at_ += fits ? literal.size() : 0;
@@ -67,7 +73,7 @@ public:
             return false;
         }
         const std::size_t whole = at_;
-        if (Literal(".") && Digits()) {
+        if (Byte('.') && Digits()) {
             number = text_.substr(start, at_ - start);
             return true;
         }
@@ -138,7 +144,7 @@ bool TakeShares(Walk& walk, CpuGroups& groups, std::size_t firstGroup) {
 bool TakeLoads(Walk& walk, CpuGroups& groups) {
     for (std::size_t group = 2; group <= 4; ++group) {
         walk.Spaces();
-        if (!walk.Number(groups[group]) || (group < 4 && !walk.Literal(","))) {
+        if (!walk.Number(groups[group]) || (group < 4 && !walk.Byte(','))) {
             return false;
         }
     }
@@ -256,12 +262,11 @@ bool MatchTimeStamp(std::string_view text, CpuGroups& groups) {
 bool MatchTop(std::string_view text, CpuGroups& groups) {
     static constexpr LiteralFinder kLoadAverage("load average:");
     Walk walk(text, 0);
-    if (!walk.Literal("top") || walk.Spaces() == 0 || !walk.Literal("-") || walk.Spaces() == 0) {
+    if (!walk.Literal("top") || walk.Spaces() == 0 || !walk.Byte('-') || walk.Spaces() == 0) {
         return false;
     }
     const std::size_t start = walk.At();
-    if (!walk.Digits() || !walk.Literal(":") || !walk.Digits() || !walk.Literal(":") ||
-        !walk.Digits()) {
+    if (!walk.Digits() || !walk.Byte(':') || !walk.Digits() || !walk.Byte(':') || !walk.Digits()) {
         return false;
     }
     groups[1] = text.substr(start, walk.At() - start);
@@ -351,7 +356,7 @@ bool MatchCoresCpu(std::string_view text, CpuGroups& groups) {
             continue;
         }
         groups[1] = text.substr(at, walk.At() - at);
-        if (walk.Spaces() != 0 && walk.Literal(":") && TakeShares(walk, groups, 2)) {
+        if (walk.Spaces() != 0 && walk.Byte(':') && TakeShares(walk, groups, 2)) {
             groups[0] = text.substr(at, walk.At() - at);
             return true;
         }

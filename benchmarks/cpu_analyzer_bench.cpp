@@ -30,6 +30,9 @@ constexpr const char* kSection =
 class Tree {
 public:
     Tree() {
+        // Large blocks always come fresh from the system, as in a process that runs once; else the
+        // rows would hang on what ran before them.
+        ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
         for (const char* folder : {"raw_data/cpu", "json", "csv", "env_info"}) {
             fs::create_directories(directory_.Path() + folder);
         }

@@ -2,7 +2,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
-#include <iomanip>
+#include <limits>
 
 #include "foundation/console.h"
 #include "foundation/regex_guard.h"
@@ -202,9 +202,13 @@ bool StringToUint64(const std::string& text, std::uint64_t& value) {
 }
 
 std::string FloatToString(double value, int precision) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(precision) << value;
-    return text.str();
+    // The digits before the point and a sign, the point, and what is asked for.
+    constexpr std::size_t kMostBeforePoint = std::numeric_limits<double>::max_exponent10 + 2;
+    std::string text(kMostBeforePoint + 1 + static_cast<std::size_t>(std::max(precision, 6)), '\0');
+    const auto written = std::to_chars(text.data(), text.data() + text.size(), value,
+                                       std::chars_format::fixed, precision);
+    text.resize(static_cast<std::size_t>(written.ptr - text.data()));
+    return text;
 }
 
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document) {

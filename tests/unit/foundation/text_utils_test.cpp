@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
+#include <iomanip>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -218,6 +221,13 @@ TEST(FloatToString, GivesFixedNotation) {
     EXPECT_EQ(FloatToString(-0.126, 2), "-0.13");
     EXPECT_EQ(FloatToString(1e20, 2), "100000000000000000000.00");
     EXPECT_EQ(FloatToString(0, 6), "0.000000");
+    for (const double value : {0.5, 1.0 / 3, -1e300, 10695475.2, DBL_MAX, -0.0, 1e-7}) {
+        for (const int precision : {0, 1, 2, 6, 17, 40}) {
+            std::ostringstream stream;
+            stream << std::fixed << std::setprecision(precision) << value;
+            EXPECT_EQ(FloatToString(value, precision), stream.str());
+        }
+    }
 }
 
 TEST(AddJsonString, CopiesKeyAndValue) {
