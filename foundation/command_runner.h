@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 
 namespace zarn {
 
@@ -22,13 +24,29 @@ public:
     // NUL bytes too. False only if it cannot be started or memory does not suffice for what it
     // writes, and `output` is then as before; the exit status is not looked at.
     [[nodiscard]] virtual bool Capture(const std::string& command, std::string& output) = 0;
+
+    // Takes a piece of output; it is valid during the call alone.
+    using Sink = std::function<void(std::string_view)>;
+
+    // The same for output of which only a part is worth keeping: hands it to `take` as it comes, on
+    // this thread, in pieces that end anywhere. After a false result some may have been handed
+    // over. A runner that knows no better captures it first.
+    [[nodiscard]] virtual bool Stream(const std::string& command, const Sink& take) {
+        std::string output;
+        if (!Capture(command, output)) {
+            return false;
+        }
+        take(output);
+        return true;
+    }
 };
 
 // The real one. It has no state, so any number of threads may use it at once. Children run under
-// LC_ALL=C whatever the caller's locale, with SIGINT, SIGQUIT, SIGTERM, SIGPIPE and SIGCHLD at their
-// default and no signal blocked, whatever the caller ignores or blocks; of descriptors they get the
-// three standard ones and what the caller itself was started with. Unlike with the C library's
-// system(3) the caller keeps receiving interrupts while it waits; an interrupted wait goes on.
+// LC_ALL=C whatever the caller's locale, with SIGINT, SIGQUIT, SIGTERM, SIGPIPE and SIGCHLD at
+// their default and no signal blocked, whatever the caller ignores or blocks; of descriptors they
+// get the three standard ones and what the caller itself was started with. Unlike with the C
+// library's system(3) the caller keeps receiving interrupts while it waits; an interrupted wait
+// goes on.
 //
 // What it promises for output of any size: Capture takes it as it comes, into memory alone (at most
 // three times its size while the text grows), never through a buffer that could fill and block the

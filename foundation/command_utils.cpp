@@ -38,16 +38,25 @@ bool ExecuteCommand(const std::string& command, std::string& output, CommandRunn
     return true;
 }
 
-bool CommandLineCursor::Next(std::string_view& line) {
-    if (rest_.empty()) {
+bool CommandLineCursor::NextWhole(std::string_view& line) {
+    // A line of exactly one piece leaves its newline to a piece of its own, an empty one.
+    const std::string_view piece = rest_.substr(0, kCommandLinePiece);
+    const std::size_t end = piece.find('\n');
+    if (end == std::string_view::npos && piece.size() < kCommandLinePiece) {
         return false;
     }
-    // A line of exactly one piece leaves its newline to a piece of its own, an empty one.
-    line = rest_.substr(0, kCommandLinePiece);
-    const std::size_t end = line.find('\n');
-    line = line.substr(0, end);
-    rest_.remove_prefix(end == std::string_view::npos ? line.size() : end + 1);
+    line = piece.substr(0, end);
+    rest_.remove_prefix(end == std::string_view::npos ? piece.size() : end + 1);
     return true;
+}
+
+bool CommandLineCursor::Next(std::string_view& line) {
+    if (NextWhole(line)) {
+        return true;
+    }
+    line = rest_;
+    rest_ = {};
+    return !line.empty();
 }
 
 void CutCommandLines(std::string_view output, std::vector<std::string_view>& lines) {

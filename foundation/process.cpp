@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "foundation/command_runner.h"
+#include "foundation/memory.h"
 
 // The one file of the program that starts processes.
 namespace zarn {
@@ -98,38 +99,20 @@ int WaitFor(pid_t pid) {
     return status;
 }
 
-// Gives a long output room for `more` bytes. Growing fourfold copies little, and memory that is never
-// reached costs nothing. Where so much cannot be had, appending takes as much as it needs itself.
-void MakeRoom(std::string& output, std::size_t more) {
-    constexpr std::size_t kLong = 65536;
-    if (output.size() < kLong || output.capacity() - output.size() >= more) {
-        return;
-    }
-    try {
-        output.reserve(output.capacity() * 4);
-    } catch (const std::exception&) {
-        return;
-    }
-}
-
-// Appends everything that can be read from `fd` until its end. False if memory does not suffice;
-// `output` is then as it was before.
-bool ReadToEnd(int fd, std::string& output) {
-    const std::size_t before = output.size();
+// Hands everything that can be read from `fd` until its end to `take`. False if memory does not
+// suffice for taking it.
+bool ReadToEnd(int fd, const CommandRunner::Sink& take) {
     std::array<char, 65536> buffer{};
     try {
         while (true) {
             const ssize_t got = ::read(fd, buffer.data(), buffer.size());
             if (got > 0) {
-                MakeRoom(output, static_cast<std::size_t>(got));
-                output.append(buffer.data(), static_cast<std::size_t>(got));
+                take({buffer.data(), static_cast<std::size_t>(got)});
             } else if (got == 0 || errno != EINTR) {
                 return true;
             }
         }
     } catch (const std::exception&) {
-        output.resize(before);
-        output.shrink_to_fit();
         return false;
     }
 }
@@ -156,6 +139,19 @@ public:
     }
 
     bool Capture(const std::string& command, std::string& output) override {
+        const std::size_t before = output.size();
+        const bool complete = Stream(command, [&output](std::string_view piece) {
+            MakeRoom(output, piece.size());
+            output.append(piece);
+        });
+        if (!complete) {
+            output.resize(before);
+            output.shrink_to_fit();
+        }
+        return complete;
+    }
+
+    bool Stream(const std::string& command, const Sink& take) override {
         std::array<int, 2> pipeEnds{};
         if (::pipe2(pipeEnds.data(), O_CLOEXEC) != 0) {
             return false;
@@ -163,7 +159,7 @@ public:
         pid_t pid = -1;
         const bool started = StartShell(command, pipeEnds[1], pid) == 0;
         ::close(pipeEnds[1]);
-        const bool complete = started && ReadToEnd(pipeEnds[0], output);
+        const bool complete = started && ReadToEnd(pipeEnds[0], take);
         ::close(pipeEnds[0]);
         if (started) {
             WaitFor(pid);

@@ -47,8 +47,30 @@ public:
     // Takes the next line or piece of one; false at the end.
     bool Next(std::string_view& line);
 
+    // The same, but of a text that goes on elsewhere: false also if the last line might go on.
+    bool NextWhole(std::string_view& line);
+
+    // What has not been taken.
+    [[nodiscard]] std::string_view Rest() const { return rest_; }
+
 private:
     std::string_view rest_;
+};
+
+// The same for output that comes in pieces which end anywhere: at most the beginning of one line is
+// kept between two of them.
+class CommandLineSplitter {
+public:
+    // Calls take(line) for each line that is whole now.
+    template <typename Take>
+    void Feed(std::string_view output, Take take);
+
+    // The last line, if it had no newline.
+    template <typename Take>
+    void Finish(Take take);
+
+private:
+    std::string begun_;  // shorter than a piece, without a newline
 };
 
 // Starts `command` on a thread, sleeps `seconds` (not watching any stop flag; 0 does not sleep),
@@ -256,5 +278,38 @@ void FindTroughs(const std::vector<double>& values, double reference,
 // Appends the stream's text to env_info/time_cost.log below `dataPath`, under the process-wide cost
 // lock. A file that cannot be opened is passed over in silence.
 void RecordCostTime(const std::string& dataPath, const std::ostringstream& text);
+
+// ---- Templates
+// -----------------------------------------------------------------------------------------
+
+template <typename Take>
+void CommandLineSplitter::Feed(std::string_view output, Take take) {
+    std::string_view line;
+    if (!begun_.empty()) {
+        const std::size_t size = begun_.size();
+        begun_.append(output.substr(0, kCommandLinePiece - size));
+        CommandLineCursor first(begun_);
+        if (!first.NextWhole(line)) {
+            return;
+        }
+        // What was appended behind the line is read again from `output`.
+        output.remove_prefix(begun_.size() - first.Rest().size() - size);
+        take(line);
+        begun_.clear();
+    }
+    CommandLineCursor cursor(output);
+    while (cursor.NextWhole(line)) {
+        take(line);
+    }
+    begun_ = cursor.Rest();
+}
+
+template <typename Take>
+void CommandLineSplitter::Finish(Take take) {
+    if (!begun_.empty()) {
+        take(std::string_view(begun_));
+        begun_.clear();
+    }
+}
 
 }  // namespace zarn

@@ -57,5 +57,32 @@ TEST(CommandLineCursor, GivesTheSameLinesOneByOne) {
     EXPECT_FALSE(cursor.Next(line));
 }
 
+std::vector<std::string> Split(const std::string& text, std::size_t pieceSize) {
+    std::vector<std::string> lines;
+    const auto take = [&lines](std::string_view line) { lines.emplace_back(line); };
+    CommandLineSplitter splitter;
+    for (std::size_t i = 0; i < text.size(); i += pieceSize) {
+        splitter.Feed(std::string_view(text).substr(i, pieceSize), take);
+    }
+    splitter.Finish(take);
+    splitter.Finish(take);  // nothing is left
+    return lines;
+}
+
+TEST(CommandLineSplitter, GivesTheSameLinesWhereverThePiecesEnd) {
+    std::string text = "a\n\n\nbc\r\n";
+    for (const std::size_t size : {509U, 510U, 511U, 512U, 1022U, 1023U}) {
+        text += std::string(size, 'x') + "\n" + std::string(size, 'y') + "\n\n";
+    }
+    for (const std::string& whole : {text, text + "torn", std::string(), std::string("\n")}) {
+        std::vector<std::string_view> lines;
+        CutCommandLines(whole, lines);
+        const std::vector<std::string> expected(lines.begin(), lines.end());
+        for (const std::size_t pieceSize : {1U, 2U, 3U, 7U, 510U, 511U, 512U, 1000U, 100000U}) {
+            EXPECT_EQ(Split(whole, pieceSize), expected) << pieceSize;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace zarn

@@ -1,11 +1,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "foundation/command_runner.h"
 #include "foundation/stop_flag.h"
 #include "tests/unit/support/captured_streams.h"
+#include "tests/unit/support/fake_runner.h"
 #include "tests/unit/support/process_state.h"
 #include "tests/unit/support/temp_dir.h"
 
@@ -147,6 +150,35 @@ TEST(CaptureDeathTest, CutsOffAChildThatWritesMoreThanMemoryHolds) {
             std::exit(!captured && output == "before" ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST(Stream, HandsOnEveryByteInOrder) {
+    const std::string command = "seq 100000; printf 'a\\0b'; exit 3";
+    std::string streamed;
+    std::size_t pieces = 0;
+    EXPECT_TRUE(SystemCommandRunner().Stream(command, [&](std::string_view piece) {
+        EXPECT_FALSE(piece.empty());
+        streamed += piece;
+        ++pieces;
+    }));
+    EXPECT_EQ(streamed, Output(command));
+    EXPECT_GT(pieces, 1U);
+}
+
+TEST(Stream, StopsWhereTheTakerHasNoMemory) {
+    EXPECT_FALSE(SystemCommandRunner().Stream("seq 100000",
+                                              [](std::string_view) { throw std::bad_alloc(); }));
+    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);  // the child has been waited for
+}
+
+TEST(Stream, OfARunnerThatOnlyCapturesIsOnePiece) {
+    test::FakeRunner runner;
+    runner.On("top", "a\nb").Refuse("ps");
+    std::vector<std::string> pieces;
+    const auto take = [&pieces](std::string_view piece) { pieces.emplace_back(piece); };
+    EXPECT_TRUE(runner.Stream("top", take));
+    EXPECT_FALSE(runner.Stream("ps", take));
+    EXPECT_EQ(pieces, std::vector<std::string>{"a\nb"});
 }
 
 TEST(CaptureDeathTest, FailsWithoutAPipe) {
