@@ -78,39 +78,43 @@ private:
     std::size_t size_ = 0;
 };
 
-// The lists of a whole run, and the text they refer to.
-struct WholeRun {
-    explicit WholeRun(const CpuLogGenerator& generator)
-        : topText(generator.TopOutput()), coreText(generator.CoresOutput()) {
-        for (std::size_t process = 0; process < CpuLoad().processes; ++process) {
-            threads[generator.Pid(process)] = generator.PsThreads(process);
-        }
+// What a whole run's documents are made of.
+class WholeRun {
+public:
+    explicit WholeRun(const CpuLogGenerator& generator) {
+        CpuUsageCutter usage(times_, true, true, kSelected);
+        usage.Feed(generator.TopOutput());
+        usage.Finish();
+        global_ = std::move(usage.global);
+        CpuCoreCutter cores(times_);
+        cores.Feed(generator.CoresOutput());
+        cores.Finish();
+        cores_ = std::move(cores.cores);
+        CpuPsCutter ps(kSelected);
         for (std::size_t sample = 0; sample < kSamples; ++sample) {
-            passes.push_back(generator.PsPass(sample));
+            ps.TakePass(generator.PsPass(sample));
         }
-        lists.usage = CutUsageSamples(topText, times);
-        lists.global = CutGlobalSamples(lists.usage, times);
-        lists.cores = CutCoreSamples(coreText, times);
-        lists.top10 = CutTop10Samples(passes);
-        lists.selectedPs = SelectPsSamples(passes, kSelected);
-        lists.threadInfoByPid = CutThreadInfo(threads);
+        top10_ = std::move(ps.top10);
+        selected_ = std::move(ps.selected);
+        for (std::size_t process = 0; process < CpuLoad().processes; ++process) {
+            threads_[generator.Pid(process)] = generator.PsThreads(process);
+        }
     }
-    WholeRun(const WholeRun&) = delete;
-    WholeRun& operator=(const WholeRun&) = delete;
-    ~WholeRun() = default;
 
     void SaveDocuments(const std::string& path) const {
+        const CpuDocumentSources sources{global_, cores_, top10_, selected_, threads_};
         for (std::size_t sample = 0; sample < kSamples; ++sample) {
-            SaveJsonToFile(path, BuildCpuJson(lists, times, sample));
+            SaveJsonToFile(path, BuildCpuJson(sources, times_, sample));
         }
     }
 
-    CpuSampleTimes times{kTime, 1.0};
-    std::string topText;
-    std::string coreText;
-    std::deque<std::string> passes;
-    std::map<std::string, std::string> threads;
-    CpuSampleLists lists;
+private:
+    CpuSampleTimes times_{kTime, 1.0};
+    CpuLog global_;
+    CpuLog cores_;
+    std::vector<CpuRows> top10_;
+    std::vector<CpuRows> selected_;
+    CpuThreadTexts threads_;
 };
 
 JsonDocument Config(std::size_t count, bool documents) {

@@ -1,5 +1,6 @@
 #include "collectors/system/cpu_collector.h"
 
+#include <algorithm>
 #include <array>
 #include <thread>
 #include <utility>
@@ -17,6 +18,7 @@ namespace {
 constexpr const char* kStopped = "[CpuCollector] StopFlag received, CPU collector has stopped.";
 constexpr const char* kNoTopTime = "[CpuCollector] Failed to get cpu info time stamp!";
 constexpr const char* kNoCoresTime = "[CpuCollector] Failed to get cpu cores info time stamp!";
+constexpr const char* kCommandFailed = "[CpuCollector] execute command failed.";
 constexpr const char* kIllegalString = "[CpuCollector] Illegal job type, should be string.";
 
 constexpr const char* kGlobalJob = "global";
@@ -110,27 +112,41 @@ bool CpuCollector::ProcessCpuInfo(const std::string& dataPath, const StopFlag* s
 
 void CpuCollector::CollectCpuInfo(const StopFlag* stopFlag) {
     RunMeasuringThreads();
-    BuildSamples(stopFlag);
+    NameRawFiles(stopFlag);
 }
 
 // The programs are started together, so that they see the same moments of the system.
 void CpuCollector::RunMeasuringThreads() {
     std::array<std::thread, 4> threads = {
-        std::thread([this] {
-            TakeTime(kNoTopTime, collectData_.topTime);
-            RunCommand(TopCommand("top -b -n ", " -w 512 -o %CPU"), collectData_.topText);
-        }),
-        std::thread([this] {
-            TakeTime(kNoCoresTime, collectData_.coreTime);
-            RunCommand(TopCommand("top -1 -b -n ", kCoreOptions), collectData_.coreText);
-        }),
-        std::thread([this] { RunPs(); }), std::thread([this] {
-            TakeTime(kNoCoresTime, collectData_.threadTime);
-            RunCommand(TopCommand("top -b -n ", " -w 512 -H -o %CPU"), collectData_.threadText);
-        })};
+        std::thread([this] { RunTop(); }), std::thread([this] { RunTopOfCores(); }),
+        std::thread([this] { RunPs(); }), std::thread([this] { RunTopOfThreads(); })};
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+void CpuCollector::RunTop() {
+    TakeTime(kNoTopTime, collectData_.topTime);
+    CpuUsageCutter cutter(CpuSampleTimes(collectData_.topTime, settings_.interval),
+                          Wants(kGlobalJob), Wants(kSelectedJob), settings_.process);
+    CutOutput(TopCommand("top -b -n ", " -w 512 -o %CPU"), &cutter);
+    collectData_.usage = std::move(cutter.usage);
+    collectData_.global = std::move(cutter.global);
+    collectData_.selected = std::move(cutter.selected);
+}
+
+void CpuCollector::RunTopOfCores() {
+    TakeTime(kNoCoresTime, collectData_.coreTime);
+    CpuCoreCutter cutter(CpuSampleTimes(collectData_.coreTime, settings_.interval));
+    CutOutput(TopCommand("top -1 -b -n ", kCoreOptions), Wants(kCoreJob) ? &cutter : nullptr);
+    collectData_.cores = std::move(cutter.cores);
+}
+
+void CpuCollector::RunTopOfThreads() {
+    TakeTime(kNoCoresTime, collectData_.threadTime);
+    CpuThreadCutter cutter(CpuSampleTimes(collectData_.threadTime, settings_.interval));
+    CutOutput(TopCommand("top -b -n ", " -w 512 -H -o %CPU"), &cutter);
+    collectData_.threads = std::move(cutter.threads);
 }
 
 std::string CpuCollector::TopCommand(const char* program, const char* options) const {
@@ -147,25 +163,45 @@ void CpuCollector::TakeTime(const char* wordsIfFailed, std::string& time) const 
 
 void CpuCollector::RunCommand(const std::string& command, std::string& text) const {
     if (!runner_.Capture(command, text)) {
-        PrintError("[CpuCollector] execute command failed.");
+        PrintError(kCommandFailed);
         text.clear();
     }
 }
 
+void CpuCollector::CutOutput(const std::string& command, TopOutputCutter* cutter) const {
+    const bool started = runner_.Stream(command, [cutter](std::string_view output) {
+        if (cutter != nullptr) {
+            cutter->Feed(output);
+        }
+    });
+    if (!started) {
+        PrintError(kCommandFailed);
+    }
+    if (cutter != nullptr) {
+        cutter->Finish();
+    }
+}
+
 void CpuCollector::RunPs() {
+    CpuPsCutter cutter(Wants(kSelectedJob) ? settings_.process : std::vector<std::string>());
+    std::string text;
     for (std::uint32_t pass = 0; pass < settings_.count; ++pass) {
-        std::string& text = collectData_.psPasses.emplace_back();
+        text.clear();
         RunCommand(kPsCommand, text);
         if (settings_.threadCollector) {
             CollectThreadInfo(text);
         }
+        if (settings_.jsonOutput) {
+            cutter.TakePass(text);
+        }
     }
+    collectData_.top10 = std::move(cutter.top10);
+    collectData_.selectedPs = std::move(cutter.selected);
 }
 
 void CpuCollector::CollectThreadInfo(std::string_view psText) {
-    CpuLines rows;
-    CutCommandLines(psText, rows);
-    for (const std::string_view row : rows) {
+    CommandLineCursor rows(psText);
+    for (std::string_view row; rows.Next(row);) {
         const std::string pid(PidOfPsRow(row));
         if (!pid.empty()) {
             std::string& text = collectData_.threadTextByPid[pid];
@@ -175,39 +211,28 @@ void CpuCollector::CollectThreadInfo(std::string_view psText) {
     }
 }
 
-void CpuCollector::BuildSamples(const StopFlag* stopFlag) {
-    const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
-    const CpuSampleTimes threadTimes(collectData_.threadTime, settings_.interval);
+bool CpuCollector::Wants(const char* job) const {
+    return std::find(settings_.job.begin(), settings_.job.end(), job) != settings_.job.end();
+}
+
+void CpuCollector::NameRawFiles(const StopFlag* stopFlag) {
     rawFiles_.usage = RawFileName(cpu_files::kUsageLog);
-    lists_.usage = CutUsageSamples(collectData_.topText, topTimes);
-    if (settings_.jsonOutput) {
-        lists_.top10 = CutTop10Samples(collectData_.psPasses);
-        lists_.threadInfoByPid = CutThreadInfo(collectData_.threadTextByPid);
-    }
     rawFiles_.threads = RawFileName(cpu_files::kThreadLog);
-    lists_.threads = CutThreadSamples(collectData_.threadText, threadTimes);
     for (const std::string& job : settings_.job) {
         if (IsSet(stopFlag)) {
             return;
         }
-        BuildJobSamples(job, topTimes);
+        NameRawFileOf(job);
     }
 }
 
-void CpuCollector::BuildJobSamples(const std::string& job, const CpuSampleTimes& topTimes) {
+void CpuCollector::NameRawFileOf(const std::string& job) {
     if (job == kGlobalJob) {
         rawFiles_.global = RawFileName(cpu_files::kGlobalLog);
-        lists_.global = CutGlobalSamples(lists_.usage, topTimes);
     } else if (job == kCoreJob) {
         rawFiles_.cores = RawFileName(cpu_files::kCoresLog);
-        lists_.cores = CutCoreSamples(collectData_.coreText,
-                                      CpuSampleTimes(collectData_.coreTime, settings_.interval));
     } else if (job == kSelectedJob) {
         rawFiles_.selected = RawFileName(cpu_files::kSelectedLog);
-        lists_.selected = SelectSamples(lists_.usage, settings_.process);
-        if (settings_.jsonOutput) {
-            lists_.selectedPs = SelectPsSamples(collectData_.psPasses, settings_.process);
-        }
     } else {
         PrintLine("[CpuCollector] Warning: Unexpected job: " + job);
     }
@@ -222,20 +247,18 @@ std::string CpuCollector::RawFileName(const char* prefix) const {
 // Every pass writes the same content anew. A pass that is stopped touches no further file, so what
 // an earlier pass wrote stays whole.
 void CpuCollector::SaveRawFiles(const StopFlag* stopFlag) const {
-    const std::array<std::pair<const std::string&, const CpuSamples&>, 5> files = {
-        {{rawFiles_.usage, lists_.usage},
-         {rawFiles_.global, lists_.global},
-         {rawFiles_.cores, lists_.cores},
-         {rawFiles_.selected, lists_.selected},
-         {rawFiles_.threads, lists_.threads}}};
-    std::array<std::string, files.size()> texts;
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        texts[i] = FormatRawFile(files[i].second);
-    }
+    const std::array<std::pair<const std::string&, const CpuLog&>, 5> files = {
+        {{rawFiles_.usage, collectData_.usage},
+         {rawFiles_.global, collectData_.global},
+         {rawFiles_.cores, collectData_.cores},
+         {rawFiles_.selected, collectData_.selected},
+         {rawFiles_.threads, collectData_.threads}}};
     for (std::uint32_t pass = 0; pass < settings_.count; ++pass) {
-        for (std::size_t i = 0; i < files.size() && !IsSet(stopFlag); ++i) {
-            const std::string& name = files[i].first;
-            if (!name.empty() && WriteFile(rawDir_ + name, texts[i]) == FileResult::CannotOpen) {
+        for (const auto& [name, log] : files) {
+            if (IsSet(stopFlag)) {
+                return;
+            }
+            if (!name.empty() && WriteFile(rawDir_ + name, log.Text()) == FileResult::CannotOpen) {
                 PrintError("[CpuCollector] Failed to open the file.");
             }
         }
@@ -246,8 +269,10 @@ bool CpuCollector::SaveDocuments() const {
     const std::string path =
         jsonDir_ + cpu_files::kUsageDocuments + timeStamp_ + "." + cpu_files::kDataSuffix;
     const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
+    const CpuDocumentSources sources{collectData_.global, collectData_.cores, collectData_.top10,
+                                     collectData_.selectedPs, collectData_.threadTextByPid};
     for (std::uint32_t i = 0; i < settings_.count; ++i) {
-        const JsonDocument document = BuildCpuJson(lists_, topTimes, i);
+        const JsonDocument document = BuildCpuJson(sources, topTimes, i);
         if (document.IsNull()) {
             PrintLine("[CpuCollector] Error: Document is empty.");
             return false;

@@ -1,9 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -41,16 +39,24 @@ public:
     [[nodiscard]] const CpuSettings& Settings() const { return settings_; }
 
 private:
-    // What the measuring threads fill, each its own members, without a lock.
+    // What the measuring threads fill, each its own members, without a lock. Of what the tools
+    // print only what will be filed is kept.
     struct CollectData {
-        std::string topText;
+        // top
         std::string topTime;
-        std::string coreText;
+        CpuLog usage;
+        CpuLog global;
+        CpuLog selected;
+        // top -1
         std::string coreTime;
-        std::string threadText;
+        CpuLog cores;
+        // top -H
         std::string threadTime;
-        std::deque<std::string> psPasses;                    // one text a pass
-        std::map<std::string, std::string> threadTextByPid;  // of the last pass that showed the pid
+        CpuLog threads;
+        // ps
+        std::vector<CpuRows> top10;
+        std::vector<CpuRows> selectedPs;
+        CpuThreadTexts threadTextByPid;  // of the last pass that showed the pid
     };
 
     // Names of the raw files; a list whose file has none is not written.
@@ -69,14 +75,20 @@ private:
     [[nodiscard]] bool SaveDocuments() const;
 
     void RunMeasuringThreads();
+    void RunTop();
+    void RunTopOfCores();
+    void RunTopOfThreads();
     void RunPs();
     void CollectThreadInfo(std::string_view psText);
     void TakeTime(const char* wordsIfFailed, std::string& time) const;
     void RunCommand(const std::string& command, std::string& text) const;
+    // Without a cutter the output is not kept.
+    void CutOutput(const std::string& command, TopOutputCutter* cutter) const;
     [[nodiscard]] std::string TopCommand(const char* program, const char* options) const;
 
-    void BuildSamples(const StopFlag* stopFlag);
-    void BuildJobSamples(const std::string& job, const CpuSampleTimes& topTimes);
+    [[nodiscard]] bool Wants(const char* job) const;
+    void NameRawFiles(const StopFlag* stopFlag);
+    void NameRawFileOf(const std::string& job);
     [[nodiscard]] std::string RawFileName(const char* prefix) const;
 
     CommandRunner& runner_;
@@ -87,7 +99,6 @@ private:
     std::string timeStamp_;
     CollectData collectData_;
     RawFileNames rawFiles_;
-    CpuSampleLists lists_;
 };
 
 }  // namespace zarn

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "foundation/files.h"
 #include "foundation/zarn_utils.h"
 
 namespace zarn {
@@ -15,7 +16,7 @@ constexpr const char* kProcFields = "USER PID %CPU %MEM VSZ RSS PSR COMMAND";
 constexpr const char* kThreadFields = "USER TID PID %CPU %MEM VSZ RSS PSR COMMAND";
 
 constexpr std::int64_t kWholeSystem = -1;  // as cpuId
-constexpr std::size_t kFirstCpuLine = 2;   // after the two head lines of `top`
+constexpr std::size_t kFirstCpuLine = 3;   // after the time and two head lines of `top`
 constexpr std::size_t kCoreNumberAt = 3;   // in "Cpu12"
 
 JsonValue Reference(std::string_view text) {
@@ -38,48 +39,56 @@ std::int64_t CoreNumber(std::string_view name) {
     return IsDigitString(digits) && StringToUint32(digits, number) ? number : 0;
 }
 
-void AddWholeSystem(const CpuLines& lines, JsonValue& cpu, JsonAllocator& allocator) {
-    CpuLines pieces;
-    if (lines.size() > kFirstCpuLine) {
-        SplitViews(lines[kFirstCpuLine], ":", pieces);
+// The second piece of a line between colons is where the numbers stand.
+bool CutCpuLine(std::string_view line, std::string_view& name, std::string_view& numbers) {
+    PieceCursor pieces(line, ':');
+    return pieces.Next(name) && pieces.Next(numbers);
+}
+
+void AddWholeSystem(std::string_view batch, JsonValue& cpu, JsonAllocator& allocator) {
+    LineCursor lines(batch);
+    std::string_view line;
+    for (std::size_t i = 0; i <= kFirstCpuLine; ++i) {
+        if (!lines.Next(line)) {
+            return;
+        }
     }
-    if (pieces.size() > 1) {
-        cpu.PushBack(MakeCpuEntry(kWholeSystem, pieces[1], allocator), allocator);
+    std::string_view name;
+    std::string_view numbers;
+    if (CutCpuLine(line, name, numbers)) {
+        cpu.PushBack(MakeCpuEntry(kWholeSystem, numbers, allocator), allocator);
     }
 }
 
-void AddCores(const CpuLines& lines, JsonValue& cpu, JsonAllocator& allocator) {
-    CpuLines pieces;
-    for (std::size_t i = kFirstCpuLine; i < lines.size(); ++i) {
-        pieces.clear();
-        SplitViews(lines[i], ":", pieces);
-        if (lines[i].size() > 1 && pieces.size() > 1) {
-            cpu.PushBack(MakeCpuEntry(CoreNumber(pieces[0]), pieces[1], allocator), allocator);
+void AddCores(std::string_view batch, JsonValue& cpu, JsonAllocator& allocator) {
+    LineCursor lines(batch);
+    std::string_view line;
+    std::string_view name;
+    std::string_view numbers;
+    for (std::size_t i = 0; lines.Next(line); ++i) {
+        if (i >= kFirstCpuLine && line.size() > 1 && CutCpuLine(line, name, numbers)) {
+            cpu.PushBack(MakeCpuEntry(CoreNumber(name), numbers, allocator), allocator);
         }
     }
 }
 
-JsonValue BuildCpuArray(const CpuSampleLists& lists, std::size_t sampleIndex,
+JsonValue BuildCpuArray(const CpuDocumentSources& sources, std::size_t sampleIndex,
                         JsonAllocator& allocator) {
     JsonValue cpu(rapidjson::kArrayType);
-    if (sampleIndex < lists.global.size()) {
-        AddWholeSystem(lists.global[sampleIndex].lines, cpu, allocator);
-    }
-    if (sampleIndex < lists.cores.size()) {
-        AddCores(lists.cores[sampleIndex].lines, cpu, allocator);
-    }
+    AddWholeSystem(sources.global.Batch(sampleIndex), cpu, allocator);
+    AddCores(sources.cores.Batch(sampleIndex), cpu, allocator);
     return cpu;
 }
 
-JsonValue BuildThreadArray(const CpuThreadInfo& threadInfoByPid, std::string_view pid,
+JsonValue BuildThreadArray(const CpuThreadTexts& threadTextByPid, std::string_view pid,
                            JsonAllocator& allocator) {
     JsonValue threads(rapidjson::kArrayType);
-    const auto info = threadInfoByPid.find(pid);
-    if (info == threadInfoByPid.end()) {
+    const auto text = threadTextByPid.find(pid);
+    if (text == threadTextByPid.end()) {
         return threads;
     }
-    threads.Reserve(static_cast<rapidjson::SizeType>(info->second.size()), allocator);
-    for (const std::string_view row : info->second) {
+    CommandLineCursor rows(text->second);
+    for (std::string_view row; rows.Next(row);) {
         JsonValue thread(rapidjson::kObjectType);
         thread.AddMember("threadInfo", Reference(row), allocator);
         threads.PushBack(thread, allocator);
@@ -87,20 +96,20 @@ JsonValue BuildThreadArray(const CpuThreadInfo& threadInfoByPid, std::string_vie
     return threads;
 }
 
-JsonValue BuildProcessArray(const std::vector<CpuLines>& samples, std::size_t sampleIndex,
-                            const CpuThreadInfo& threadInfoByPid, JsonAllocator& allocator) {
+JsonValue BuildProcessArray(const std::vector<CpuRows>& samples, std::size_t sampleIndex,
+                            const CpuThreadTexts& threadTextByPid, JsonAllocator& allocator) {
     JsonValue processes(rapidjson::kArrayType);
     if (sampleIndex >= samples.size()) {
         return processes;
     }
-    for (const std::string_view row : samples[sampleIndex]) {
+    for (const std::string& row : samples[sampleIndex]) {
         const std::string_view pid = PidOfPsRow(row);
         if (pid.empty()) {
             continue;
         }
         JsonValue process(rapidjson::kObjectType);
         process.AddMember("procInfo", Reference(row), allocator);
-        process.AddMember("top10Threads", BuildThreadArray(threadInfoByPid, pid, allocator),
+        process.AddMember("top10Threads", BuildThreadArray(threadTextByPid, pid, allocator),
                           allocator);
         processes.PushBack(process, allocator);
     }
@@ -110,21 +119,20 @@ JsonValue BuildProcessArray(const std::vector<CpuLines>& samples, std::size_t sa
 }  // namespace
 
 std::string ParseCpuNumbers(std::string_view text) {
-    std::vector<std::string_view> parts;
-    std::vector<std::string_view> tokens;
-    SplitViews(text, ",", parts);
     std::string numbers;
-    for (const std::string_view part : parts) {
-        tokens.clear();
-        SplitViews(part, " ", tokens);
-        if (tokens.size() > 1 && IsDecimalString(tokens[0])) {
-            numbers.append(numbers.empty() ? "" : " ").append(tokens[0]);
+    PieceCursor parts(text, ',');
+    for (std::string_view part; parts.Next(part);) {
+        PieceCursor tokens(part, ' ');
+        std::string_view number;
+        std::string_view unit;
+        if (tokens.Next(number) && tokens.Next(unit) && IsDecimalString(number)) {
+            numbers.append(numbers.empty() ? "" : " ").append(number);
         }
     }
     return numbers;
 }
 
-JsonDocument BuildCpuJson(const CpuSampleLists& lists, const CpuSampleTimes& topTimes,
+JsonDocument BuildCpuJson(const CpuDocumentSources& sources, const CpuSampleTimes& topTimes,
                           std::size_t sampleIndex) {
     JsonDocument document;
     std::string happenTime;
@@ -137,13 +145,14 @@ JsonDocument BuildCpuJson(const CpuSampleLists& lists, const CpuSampleTimes& top
     content.AddMember("cpuFields", Reference(kCpuFields), allocator);
     content.AddMember("procFields", Reference(kProcFields), allocator);
     content.AddMember("threadFields", Reference(kThreadFields), allocator);
-    content.AddMember("cpu", BuildCpuArray(lists, sampleIndex, allocator), allocator);
-    content.AddMember("top10Procs",
-                      BuildProcessArray(lists.top10, sampleIndex, lists.threadInfoByPid, allocator),
-                      allocator);
+    content.AddMember("cpu", BuildCpuArray(sources, sampleIndex, allocator), allocator);
+    content.AddMember(
+        "top10Procs",
+        BuildProcessArray(sources.top10, sampleIndex, sources.threadTextByPid, allocator),
+        allocator);
     content.AddMember(
         "selectedProcs",
-        BuildProcessArray(lists.selectedPs, sampleIndex, lists.threadInfoByPid, allocator),
+        BuildProcessArray(sources.selected, sampleIndex, sources.threadTextByPid, allocator),
         allocator);
     document.AddMember("eventId", Reference(kEventId), allocator);
     document.AddMember("happenTime", JsonValue(happenTime, allocator), allocator);

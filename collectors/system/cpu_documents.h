@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,11 +12,23 @@
 
 namespace zarn {
 
-// The event document of sample `sampleIndex`, made of the batches of that index; a list that has
-// none, or is empty because its job is off, adds nothing. A null document if the sample has no
-// valid time. The document's strings refer to the text behind `lists`, which must outlive it.
-[[nodiscard]] JsonDocument BuildCpuJson(const CpuSampleLists& lists, const CpuSampleTimes& topTimes,
-                                        std::size_t sampleIndex);
+// What ps printed about the threads of a process, by its pid.
+using CpuThreadTexts = std::map<std::string, std::string, std::less<>>;
+
+// What the documents are made of. A list whose job is off is empty.
+struct CpuDocumentSources {
+    const CpuLog& global;
+    const CpuLog& cores;
+    const std::vector<CpuRows>& top10;     // rows of ps
+    const std::vector<CpuRows>& selected;  // rows of ps
+    const CpuThreadTexts& threadTextByPid;
+};
+
+// The event document of sample `sampleIndex`, made of the batches of that index; a source that has
+// none adds nothing. A null document if the sample has no valid time. The document's strings refer
+// to `sources`, which must outlive it, and so have no NUL at their end.
+[[nodiscard]] JsonDocument BuildCpuJson(const CpuDocumentSources& sources,
+                                        const CpuSampleTimes& topTimes, std::size_t sampleIndex);
 
 // "1.0 us, 2.0 sy, ..." to "1.0 2.0 ...": of each part between commas the first token, if there is
 // a second one and the first is a decimal number.

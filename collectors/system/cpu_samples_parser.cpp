@@ -1,10 +1,9 @@
 #include "collectors/system/cpu_samples_parser.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 
-#include "foundation/zarn_utils.h"
+#include "foundation/memory.h"
 
 namespace zarn {
 namespace {
@@ -33,93 +32,10 @@ std::int64_t OffsetMilliseconds(double interval, std::size_t index) {
     return static_cast<std::int64_t>(std::clamp(offset, -kLimit, kLimit));
 }
 
-// A batch headed by the time of sample `index`; the time is empty where it cannot be had.
-CpuBatch MakeBatch(const CpuSampleTimes& times, std::size_t index) {
-    CpuBatch batch;
-    if (!times.At(index, batch.time)) {
-        batch.time.clear();
-    }
-    return batch;
-}
-
-// Walks the lines that have a token, opens a batch at each "top" but one on the very first line,
-// and calls keep(firstToken, line, lines of the open batch).
-template <typename Keep>
-CpuSamples SplitOnTop(std::string_view text, const CpuSampleTimes& times, Keep keep) {
-    CpuSamples samples;
-    samples.push_back(MakeBatch(times, 0));
-    CommandLineCursor cursor(text);
-    for (std::string_view line; cursor.Next(line);) {
-        const std::string_view token = FirstToken(line);
-        if (token.empty()) {
-            continue;
-        }
-        if (token == "top" && line.data() != text.data()) {
-            const std::size_t size = samples.back().lines.size();
-            samples.push_back(MakeBatch(times, samples.size()));
-            samples.back().lines.reserve(size);
-        }
-        keep(token, line, samples.back().lines);
-    }
-    return samples;
-}
-
-// Cuts each pass into batches, which an empty line in it and its end close, and calls keep(row,
-// rows of the open batch).
-template <typename Keep>
-std::vector<CpuLines> SplitPasses(const std::deque<std::string>& psPasses, Keep keep) {
-    std::vector<CpuLines> batches;
-    for (const std::string& pass : psPasses) {
-        batches.emplace_back();
-        CommandLineCursor cursor(pass);
-        for (std::string_view row; cursor.Next(row);) {
-            if (row.empty()) {
-                batches.emplace_back();
-            } else {
-                keep(row, batches.back());
-            }
-        }
-    }
-    return batches;
-}
-
-// Whether the last token of a line is one of some names. Few lines of a run pass, so their last
-// byte is looked at before anything else.
-class LastTokenFilter {
-public:
-    // `names` must outlive the filter.
-    explicit LastTokenFilter(const std::vector<std::string>& names) : names_(names) {
-        for (const std::string& name : names) {
-            if (!name.empty()) {
-                lastBytes_[static_cast<unsigned char>(name.back())] = true;
-            }
-        }
-    }
-
-    [[nodiscard]] bool Matches(std::string_view line) const {
-        const std::size_t last = line.find_last_not_of(' ');
-        if (last == std::string_view::npos || !lastBytes_[static_cast<unsigned char>(line[last])]) {
-            return false;
-        }
-        line = line.substr(0, last + 1);
-        const std::string_view token = line.substr(line.rfind(' ') + 1);
-        return std::find(names_.begin(), names_.end(), token) != names_.end();
-    }
-
-private:
-    const std::vector<std::string>& names_;
-    std::array<bool, 256> lastBytes_{};
-};
-
-std::size_t RawFileSize(const CpuSamples& samples) {
-    std::size_t size = 0;
-    for (const CpuBatch& batch : samples) {
-        size += batch.time.size() + 2;
-        for (const std::string_view line : batch.lines) {
-            size += line.size() + 1;
-        }
-    }
-    return size;
+// The time of the batch that comes next in `log`; empty where it cannot be had.
+std::string NextTime(const CpuSampleTimes& times, const CpuLog& log) {
+    std::string time;
+    return times.At(log.Size(), time) ? time : std::string();
 }
 
 }  // namespace
@@ -131,81 +47,149 @@ bool CpuSampleTimes::At(std::size_t index, std::string& time) const {
                start + static_cast<std::uint64_t>(OffsetMilliseconds(interval_, index)), time);
 }
 
-CpuSamples CutUsageSamples(std::string_view topText, const CpuSampleTimes& times) {
-    return SplitOnTop(topText, times, [](std::string_view, std::string_view line, CpuLines& kept) {
-        kept.push_back(line);
-    });
+void CpuLog::StartBatch(std::string_view time) {
+    Close();
+    starts_.push_back(text_.size());
+    Add(time);
 }
 
-CpuSamples CutGlobalSamples(const CpuSamples& usage, const CpuSampleTimes& times) {
-    CpuSamples samples;
-    for (const CpuBatch& batch : usage) {
-        samples.push_back(MakeBatch(times, samples.size()));
-        CpuLines& kept = samples.back().lines;
-        if (batch.time.empty()) {
-            kept.emplace_back();  // a line without a token is kept, the time line being one here
-        }
-        for (const std::string_view line : batch.lines) {
-            const std::string_view token = FirstToken(line);
-            if (token.empty() || !(IsDigitString(token) || token == "PID")) {
-                kept.push_back(line);
-            }
+void CpuLog::Add(std::string_view line) {
+    MakeRoom(text_, line.size() + 1);
+    text_.append(line).push_back('\n');
+}
+
+void CpuLog::Close() {
+    if (!starts_.empty()) {
+        text_.push_back('\n');
+    }
+}
+
+std::string_view CpuLog::Batch(std::size_t index) const {
+    if (index >= starts_.size()) {
+        return {};
+    }
+    const std::size_t end = index + 1 < starts_.size() ? starts_[index + 1] : text_.size();
+    return std::string_view(text_).substr(starts_[index], end - 1 - starts_[index]);
+}
+
+LastTokenFilter::LastTokenFilter(std::vector<std::string> names) : names_(std::move(names)) {
+    for (const std::string& name : names_) {
+        if (!name.empty()) {
+            lastBytes_[static_cast<unsigned char>(name.back())] = true;
         }
     }
-    return samples;
 }
 
-CpuSamples CutCoreSamples(std::string_view coreText, const CpuSampleTimes& times) {
-    return SplitOnTop(coreText, times, [](std::string_view, std::string_view line, CpuLines& kept) {
-        SplitViews(line, "%", kept);
-    });
-}
-
-CpuSamples CutThreadSamples(std::string_view threadText, const CpuSampleTimes& times) {
-    return SplitOnTop(threadText, times,
-                      [](std::string_view token, std::string_view line, CpuLines& kept) {
-                          if (kept.size() < kRowsKept && IsDigitString(token)) {
-                              kept.push_back(line);
-                          }
-                      });
-}
-
-CpuSamples SelectSamples(const CpuSamples& usage, const std::vector<std::string>& process) {
-    const LastTokenFilter filter(process);
-    CpuSamples samples;
-    for (const CpuBatch& batch : usage) {
-        samples.push_back({batch.time, {}});
-        std::copy_if(batch.lines.begin(), batch.lines.end(),
-                     std::back_inserter(samples.back().lines),
-                     [&filter](std::string_view line) { return filter.Matches(line); });
+bool LastTokenFilter::Matches(std::string_view line) const {
+    const std::size_t last = line.find_last_not_of(' ');
+    if (last == std::string_view::npos || !lastBytes_[static_cast<unsigned char>(line[last])]) {
+        return false;
     }
-    return samples;
+    line = line.substr(0, last + 1);
+    const std::string_view token = line.substr(line.rfind(' ') + 1);
+    return std::find(names_.begin(), names_.end(), token) != names_.end();
 }
 
-std::vector<CpuLines> CutTop10Samples(const std::deque<std::string>& psPasses) {
-    return SplitPasses(psPasses, [](std::string_view row, CpuLines& kept) {
-        if (kept.size() < kRowsKept) {
-            kept.push_back(row);
-        }
-    });
+void TopOutputCutter::Feed(std::string_view output) {
+    splitter_.Feed(output, [this](std::string_view line) { TakeAnyLine(line); });
 }
 
-std::vector<CpuLines> SelectPsSamples(const std::deque<std::string>& psPasses,
-                                      const std::vector<std::string>& process) {
-    const LastTokenFilter filter(process);
-    return SplitPasses(psPasses, [&filter](std::string_view row, CpuLines& kept) {
-        if (filter.Matches(row)) {
-            kept.push_back(row);
-        }
-    });
-}
-
-CpuThreadInfo CutThreadInfo(const std::map<std::string, std::string>& textByPid) {
-    CpuThreadInfo info;
-    for (const auto& [pid, text] : textByPid) {
-        CutCommandLines(text, info[pid]);
+void TopOutputCutter::Finish() {
+    splitter_.Finish([this](std::string_view line) { TakeAnyLine(line); });
+    if (!begun_) {
+        StartBatch();
     }
-    return info;
+    Close();
+}
+
+void TopOutputCutter::TakeAnyLine(std::string_view line) {
+    const std::string_view token = FirstToken(line);
+    if (!begun_ || token == "top") {
+        begun_ = true;
+        StartBatch();
+    }
+    if (!token.empty()) {
+        TakeLine(token, line);
+    }
+}
+
+CpuUsageCutter::CpuUsageCutter(CpuSampleTimes times, bool wantsGlobal, bool wantsSelected,
+                               std::vector<std::string> process)
+    : times_(std::move(times)),
+      wantsGlobal_(wantsGlobal),
+      wantsSelected_(wantsSelected),
+      filter_(std::move(process)) {}
+
+void CpuUsageCutter::StartBatch() {
+    const std::string time = NextTime(times_, usage);
+    usage.StartBatch(time);
+    if (wantsGlobal_) {
+        global.StartBatch(NextTime(times_, global));
+        if (time.empty()) {
+            global.Add({});  // lines without a token are kept, and the time line is one here
+        }
+    }
+    if (wantsSelected_) {
+        selected.StartBatch(time);
+    }
+}
+
+void CpuUsageCutter::TakeLine(std::string_view token, std::string_view line) {
+    usage.Add(line);
+    if (wantsGlobal_ && !IsDigitString(token) && token != "PID") {
+        global.Add(line);
+    }
+    if (wantsSelected_ && filter_.Matches(line)) {
+        selected.Add(line);
+    }
+}
+
+void CpuUsageCutter::Close() {
+    usage.Close();
+    global.Close();
+    selected.Close();
+}
+
+void CpuCoreCutter::StartBatch() {
+    cores.StartBatch(NextTime(times_, cores));
+}
+
+void CpuCoreCutter::TakeLine(std::string_view /*token*/, std::string_view line) {
+    PieceCursor pieces(line, '%');
+    for (std::string_view piece; pieces.Next(piece);) {
+        cores.Add(piece);
+    }
+}
+
+void CpuThreadCutter::StartBatch() {
+    threads.StartBatch(NextTime(times_, threads));
+    kept_ = 0;
+}
+
+void CpuThreadCutter::TakeLine(std::string_view token, std::string_view line) {
+    if (kept_ < kRowsKept && IsDigitString(token)) {
+        threads.Add(line);
+        ++kept_;
+    }
+}
+
+void CpuPsCutter::TakePass(std::string_view output) {
+    top10.emplace_back();
+    selected.emplace_back();
+    CommandLineCursor cursor(output);
+    for (std::string_view row; cursor.Next(row);) {
+        if (row.empty()) {
+            top10.emplace_back();
+            selected.emplace_back();
+            continue;
+        }
+        if (top10.back().size() < kRowsKept) {
+            top10.back().emplace_back(row);
+        }
+        if (filter_.Matches(row)) {
+            selected.back().emplace_back(row);
+        }
+    }
 }
 
 std::string_view PidOfPsRow(std::string_view row) {
@@ -213,19 +197,6 @@ std::string_view PidOfPsRow(std::string_view row) {
     std::string_view user;
     std::string_view pid;
     return tokens.Next(user) && tokens.Next(pid) ? pid : std::string_view();
-}
-
-std::string FormatRawFile(const CpuSamples& samples) {
-    std::string text;
-    text.reserve(RawFileSize(samples));
-    for (const CpuBatch& batch : samples) {
-        text.append(batch.time).push_back('\n');
-        for (const std::string_view line : batch.lines) {
-            text.append(line).push_back('\n');
-        }
-        text.push_back('\n');
-    }
-    return text;
 }
 
 }  // namespace zarn

@@ -26,16 +26,39 @@ std::string Head(std::size_t index) {
            R"("threadFields":"USER TID PID %CPU %MEM VSZ RSS PSR COMMAND",)";
 }
 
-// Lists of which only one batch of core or summary lines counts.
-std::string CpuArray(const CpuLines& global, const CpuLines& cores) {
-    CpuSampleLists lists;
-    if (!global.empty()) {
-        lists.global = {{"1", global}};
+// The sources of documents, filled by a test.
+struct Sources {
+    CpuLog global;
+    CpuLog cores;
+    std::vector<CpuRows> top10;
+    std::vector<CpuRows> selected;
+    CpuThreadTexts threadTextByPid;
+
+    [[nodiscard]] JsonDocument Build(std::size_t index) const {
+        return BuildCpuJson({global, cores, top10, selected, threadTextByPid}, kTimes, index);
     }
-    if (!cores.empty()) {
-        lists.cores = {{"1", cores}};
+};
+
+// A log of batches of these lines, each after a time line.
+CpuLog Log(const std::vector<std::vector<std::string>>& batches) {
+    CpuLog log;
+    for (const std::vector<std::string>& lines : batches) {
+        log.StartBatch("20240118120000250");
+        for (const std::string& line : lines) {
+            log.Add(line);
+        }
     }
-    const JsonDocument document = BuildCpuJson(lists, kTimes, 0);
+    log.Close();
+    return log;
+}
+
+// The `cpu` array of a document of which only one batch of summary or core lines is there.
+std::string CpuArray(const std::vector<std::string>& global,
+                     const std::vector<std::string>& cores) {
+    Sources sources;
+    sources.global = global.empty() ? CpuLog() : Log({global});
+    sources.cores = cores.empty() ? CpuLog() : Log({cores});
+    const JsonDocument document = sources.Build(0);
     rapidjson::StringBuffer buffer;
     WriteJson(document["content"]["cpu"], buffer);
     return {buffer.GetString(), buffer.GetSize()};
@@ -61,21 +84,21 @@ INSTANTIATE_TEST_SUITE_P(
         NumbersCase{"-1 us,1.2.3 sy,4 id extra,x y,,", "4"}, NumbersCase{"", ""}));
 
 TEST(BuildCpuJson, WithoutAnyListsIsTheBareFrame) {
-    EXPECT_EQ(Text(BuildCpuJson({}, kTimes, 3)),
+    EXPECT_EQ(Text(Sources().Build(3)),
               Head(3) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
 }
 
 TEST(BuildCpuJson, HasItsMembersInOrder) {
-    CpuSampleLists lists;
-    lists.global = {{"1", {}}, {"2", {"top", "Tasks: 1", "%Cpu(s): 1.5 us, 98.5 id"}}};
-    lists.cores = {{"1", {}}, {"2", {"top", "Tasks: 1", "Cpu0  : 2.0 us", "Cpu11 : 1.0 us, 3 id"}}};
-    lists.top10 = {{}, {"root 1 0.2 init", "app 27 0.1 a\"b"}};
-    lists.selectedPs = {{}, {"app 27 0.1 a\"b"}};
-    lists.threadInfoByPid = {{"27", {"app 27 27 x", "app 28 27 x/1"}}};
+    Sources sources;
+    sources.global = Log({{}, {"top", "Tasks: 1", "%Cpu(s): 1.5 us, 98.5 id"}});
+    sources.cores = Log({{}, {"top", "Tasks: 1", "Cpu0  : 2.0 us", "Cpu11 : 1.0 us, 3 id"}});
+    sources.top10 = {{}, {"root 1 0.2 init", "app 27 0.1 a\"b"}};
+    sources.selected = {{}, {"app 27 0.1 a\"b"}};
+    sources.threadTextByPid = {{"27", "app 27 27 x\napp 28 27 x/1\n"}};
     const std::string selected =
         R"({"procInfo":"app 27 0.1 a\"b","top10Threads":[{"threadInfo":"app 27 27 x"},)"
         R"({"threadInfo":"app 28 27 x/1"}]})";
-    EXPECT_EQ(Text(BuildCpuJson(lists, kTimes, 1)),
+    EXPECT_EQ(Text(sources.Build(1)),
               Head(1) + R"("cpu":[{"cpuId":-1,"cpuInfo":"1.5 98.5"},{"cpuId":0,"cpuInfo":"2.0"},)" +
                   R"({"cpuId":11,"cpuInfo":"1.0 3"}],)" +
                   R"("top10Procs":[{"procInfo":"root 1 0.2 init","top10Threads":[]},)" + selected +
@@ -83,13 +106,12 @@ TEST(BuildCpuJson, HasItsMembersInOrder) {
 }
 
 TEST(BuildCpuJson, ASampleBeyondTheBatchesIsEmpty) {
-    CpuSampleLists lists;
-    lists.global = {{"1", {"top", "Tasks", "%Cpu(s): 1.5 us"}}};
-    lists.cores = {{"1", {"top", "Tasks", "Cpu0 : 1.5 us"}}};
-    lists.top10 = {{"root 1"}};
-    lists.selectedPs = {{"root 1"}};
-    EXPECT_EQ(Text(BuildCpuJson(lists, kTimes, 1)),
-              Head(1) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
+    Sources sources;
+    sources.global = Log({{"top", "Tasks", "%Cpu(s): 1.5 us"}});
+    sources.cores = Log({{"top", "Tasks", "Cpu0 : 1.5 us"}});
+    sources.top10 = {{"root 1"}};
+    sources.selected = {{"root 1"}};
+    EXPECT_EQ(Text(sources.Build(1)), Head(1) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
 }
 
 TEST(BuildCpuJson, TornSummariesAddNoEntry) {
@@ -118,18 +140,21 @@ TEST(BuildCpuJson, ACoreWithoutANumberIsCoreZero) {
 
 TEST(BuildCpuJson, RowsWithoutAPidAreDropped) {
     using namespace std::string_literals;
-    CpuSampleLists lists;
+    Sources sources;
     const std::string binary = "a \0\x01\xff"s;
-    lists.top10 = {{"root", " root ", binary}};
-    EXPECT_EQ(Text(BuildCpuJson(lists, kTimes, 0)),
+    sources.top10 = {{"root", " root ", binary}};
+    EXPECT_EQ(Text(sources.Build(0)),
               Head(0) + "\"cpu\":[],\"top10Procs\":[{\"procInfo\":\"a \\u0000\\u0001\xff\"," +
                   R"("top10Threads":[]}],"selectedProcs":[]}})");
 }
 
 TEST(BuildCpuJson, WithoutAValidTimeThereIsNoDocument) {
     const auto captured = test::Capture([] {
-        EXPECT_TRUE(BuildCpuJson({}, CpuSampleTimes("", 1.0), 0).IsNull());
-        EXPECT_TRUE(BuildCpuJson({}, CpuSampleTimes("20240118120000250", 1e300), 1).IsNull());
+        const Sources none;
+        const CpuDocumentSources sources{none.global, none.cores, none.top10, none.selected,
+                                         none.threadTextByPid};
+        EXPECT_TRUE(BuildCpuJson(sources, CpuSampleTimes("", 1.0), 0).IsNull());
+        EXPECT_TRUE(BuildCpuJson(sources, CpuSampleTimes("20240118120000250", 1e300), 1).IsNull());
     });
     EXPECT_EQ(captured.err,
               "[zarn_utils] The length of TimeStr is incorrect!\n"

@@ -34,13 +34,31 @@ std::string String(const JsonValue& value) {
 }
 
 // The `cpuInfo` texts of a document, by `cpuId`.
-std::map<int, std::string> CpuInfoById(const CpuSampleLists& lists, std::size_t index) {
-    const JsonDocument document = BuildCpuJson(lists, kTimes, index);
+std::map<int, std::string> CpuInfoById(const CpuLog& global, const CpuLog& cores,
+                                       std::size_t index) {
+    const std::vector<CpuRows> noRows;
+    const CpuThreadTexts noThreads;
+    const JsonDocument document =
+        BuildCpuJson({global, cores, noRows, noRows, noThreads}, kTimes, index);
     std::map<int, std::string> info;
     for (const auto& entry : document["content"]["cpu"].GetArray()) {
         info[entry["cpuId"].GetInt()] = String(entry["cpuInfo"]);
     }
     return info;
+}
+
+// The lines of a batch, its time first.
+std::vector<std::string> LinesOf(const CpuLog& log, std::size_t index) {
+    std::vector<std::string> lines;
+    SplitString(log.Batch(index), "\n", lines);
+    return lines;
+}
+
+// Feeds a captured output into a cutter.
+template <typename Cutter>
+void Cut(Cutter& cutter, const std::string& name) {
+    cutter.Feed(Captured(name));
+    cutter.Finish();
 }
 
 // The raw log is the captured text without its empty lines, the time before each head line and an
@@ -61,48 +79,48 @@ TEST(CapturedTop, TheRawLogKeepsEveryLineWithAToken) {
             }
             expected += line + "\n";
         }
-        EXPECT_EQ(FormatRawFile(CutUsageSamples(text, kTimes)), expected + "\n") << name;
+        CpuUsageCutter cutter(kTimes, false, false, {});
+        Cut(cutter, name);
+        EXPECT_EQ(cutter.usage.Text(), expected + "\n") << name;
     }
 }
 
 TEST(CapturedTop, TheGlobalLogHoldsFiveSummaryLinesASample) {
-    const std::string text = Captured("top-4.0.2/many.txt");
-    const CpuSamples samples = CutGlobalSamples(CutUsageSamples(text, kTimes), kTimes);
-    ASSERT_EQ(samples.size(), 2U);
-    for (const CpuBatch& batch : samples) {
-        EXPECT_THAT(batch.lines,
-                    ElementsAre(StartsWith("top - "), StartsWith("Tasks: "), StartsWith("%Cpu(s):"),
-                                StartsWith("MiB Mem : "), StartsWith("MiB Swap: ")));
+    CpuUsageCutter cutter(kTimes, true, false, {});
+    Cut(cutter, "top-4.0.2/many.txt");
+    ASSERT_EQ(cutter.global.Size(), 2U);
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_THAT(LinesOf(cutter.global, i),
+                    ElementsAre(StartsWith("20240118"), StartsWith("top - "), StartsWith("Tasks: "),
+                                StartsWith("%Cpu(s):"), StartsWith("MiB Mem : "),
+                                StartsWith("MiB Swap: ")));
     }
 }
 
 TEST(CapturedTop, ANumberGluedToTheColonIsRead) {
-    const std::string text = Captured("top-4.0.2/plain.txt");
-    CpuSampleLists lists;
-    lists.global = CutGlobalSamples(CutUsageSamples(text, kTimes), kTimes);
-    EXPECT_EQ(CpuInfoById(lists, 0)[-1], "0.0 0.0 0.0 100.0 0.0 0.0 0.0 0.0");
-    EXPECT_EQ(CpuInfoById(lists, 1)[-1], "97.1 2.9 0.0 0.0 0.0 0.0 0.0 0.0");
+    CpuUsageCutter cutter(kTimes, true, false, {});
+    Cut(cutter, "top-4.0.2/plain.txt");
+    EXPECT_EQ(CpuInfoById(cutter.global, {}, 0)[-1], "0.0 0.0 0.0 100.0 0.0 0.0 0.0 0.0");
+    EXPECT_EQ(CpuInfoById(cutter.global, {}, 1)[-1], "97.1 2.9 0.0 0.0 0.0 0.0 0.0 0.0");
 }
 
 TEST(CapturedTop, TwoCoresOnALineAreTwoLines) {
-    const std::string text = Captured("top-4.0.2/two_cores.txt");
-    CpuSampleLists lists;
-    lists.cores = CutCoreSamples(text, kTimes);
-    ASSERT_EQ(lists.cores.size(), 3U);
+    CpuCoreCutter cutter(kTimes);
+    Cut(cutter, "top-4.0.2/two_cores.txt");
+    ASSERT_EQ(cutter.cores.Size(), 3U);
     for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_THAT(lists.cores[i].lines,
-                    ElementsAre(StartsWith("top - "), StartsWith("Tasks: "), StartsWith("Cpu0  :"),
-                                StartsWith("Cpu1  :")));
-        EXPECT_EQ(CpuInfoById(lists, i).size(), 2U);
+        EXPECT_THAT(LinesOf(cutter.cores, i),
+                    ElementsAre(StartsWith("20240118"), StartsWith("top - "), StartsWith("Tasks: "),
+                                StartsWith("Cpu0  :"), StartsWith("Cpu1  :")));
+        EXPECT_EQ(CpuInfoById({}, cutter.cores, i).size(), 2U);
     }
 }
 
 TEST(CapturedTop, TwelveCoresHaveTheirNumbersAndValues) {
-    const std::string text = Captured("top-4.0.2/twelve_cores.txt");
-    CpuSampleLists lists;
-    lists.cores = CutCoreSamples(text, kTimes);
-    ASSERT_EQ(lists.cores.size(), 3U);
-    const std::map<int, std::string> info = CpuInfoById(lists, 1);
+    CpuCoreCutter cutter(kTimes);
+    Cut(cutter, "top-4.0.2/twelve_cores.txt");
+    ASSERT_EQ(cutter.cores.Size(), 3U);
+    const std::map<int, std::string> info = CpuInfoById({}, cutter.cores, 1);
     ASSERT_EQ(info.size(), 12U);
     EXPECT_EQ(info.at(0), "0.0 0.0 0.0 100.0 0.0 0.0 0.0 0.0");
     EXPECT_EQ(info.at(3), "59.8 14.9 0.0 19.9 2.4 0.0 3.0 0.0");
@@ -110,37 +128,34 @@ TEST(CapturedTop, TwelveCoresHaveTheirNumbersAndValues) {
 }
 
 TEST(CapturedTop, TheThreadLogHoldsTheTenBusiest) {
-    const std::string text = Captured("top-4.0.2/threads.txt");
-    const CpuSamples samples = CutThreadSamples(text, kTimes);
-    ASSERT_EQ(samples.size(), CountLines(text, "top - "));
-    for (const CpuBatch& batch : samples) {
-        EXPECT_EQ(batch.lines.size(), 10U);
+    CpuThreadCutter cutter(kTimes);
+    Cut(cutter, "top-4.0.2/threads.txt");
+    ASSERT_EQ(cutter.threads.Size(), CountLines(Captured("top-4.0.2/threads.txt"), "top - "));
+    for (std::size_t i = 0; i < cutter.threads.Size(); ++i) {
+        EXPECT_EQ(LinesOf(cutter.threads, i).size(), 11U);
     }
     EXPECT_EQ(
-        samples[0].lines[3],
+        LinesOf(cutter.threads, 0)[4],
         "      8 root      20   0   14.0g   1508   1404 S  10.0   0.0   0:00.35 planner_node/1");
 }
 
 TEST(CapturedTop, ASelectedProcessIsItsLastToken) {
-    const std::string text = Captured("top-4.0.2/plain.txt");
-    const CpuSamples samples =
-        SelectSamples(CutUsageSamples(text, kTimes), {"logger", "front", "absent"});
-    ASSERT_EQ(samples.size(), 3U);
-    for (const CpuBatch& batch : samples) {
-        EXPECT_EQ(batch.lines.size(), 4U);  // three of one name, and "lidar front"
+    CpuUsageCutter cutter(kTimes, false, true, {"logger", "front", "absent"});
+    Cut(cutter, "top-4.0.2/plain.txt");
+    ASSERT_EQ(cutter.selected.Size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i) {
+        EXPECT_EQ(LinesOf(cutter.selected, i).size(), 5U);  // three of one name, and "lidar front"
     }
 }
 
 TEST(CapturedPs, RowsAndTheirThreadsReachTheDocument) {
-    const std::deque<std::string> passes = {Captured("ps-4.0.2/processes.txt")};
-    CpuSampleLists lists;
-    lists.top10 = CutTop10Samples(passes);
-    lists.selectedPs = SelectPsSamples(passes, {"planner_node"});
-    const std::map<std::string, std::string> threads = {
-        {"6", Captured("ps-4.0.2/threads_of_6.txt")},
-        {"14", Captured("ps-4.0.2/threads_of_14.txt")}};
-    lists.threadInfoByPid = CutThreadInfo(threads);
-    const JsonDocument document = BuildCpuJson(lists, kTimes, 0);
+    CpuPsCutter cutter({"planner_node"});
+    cutter.TakePass(Captured("ps-4.0.2/processes.txt"));
+    const CpuThreadTexts threads = {{"6", Captured("ps-4.0.2/threads_of_6.txt")},
+                                    {"14", Captured("ps-4.0.2/threads_of_14.txt")}};
+    const CpuLog noLog;
+    const JsonDocument document =
+        BuildCpuJson({noLog, noLog, cutter.top10, cutter.selected, threads}, kTimes, 0);
     const auto top10 = document["content"]["top10Procs"].GetArray();
     ASSERT_EQ(top10.Size(), 10U);
     EXPECT_EQ(String(top10[0]["procInfo"]),
