@@ -30,7 +30,10 @@ need_packages() {
 build_preset() {
     local preset=$1 launcher=()
     shift
-    command -v ccache >/dev/null && launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    if command -v ccache >/dev/null; then
+        export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 # what is cached serves every checkout
+        launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+    fi
     say "Building preset $preset"
     cmake --preset "$preset" "${launcher[@]}" >"/dev/null"
     cmake --build --preset "$preset" ${*:+--target "$@"}

@@ -1,5 +1,8 @@
 #!/usr/bin/env bash
-# Checks format and lint of every C++ file; any finding is a failure.
+# Checks the format of every C++ file and lints those of the program and the board; any finding is a failure.
+# With --all it lints the tests and benchmarks too.
+#
+# usage: scripts/lint.sh [--all]
 source "$(dirname "$0")/lib.sh"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
@@ -7,5 +10,7 @@ say "Format"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 say "Lint"
 cmake --preset release >/dev/null
-git ls-files '*.cpp' | grep -v '^fuzz/' |
+skipped='^(fuzz|tests|benchmarks)/'
+[ "${1:-}" != --all ] || skipped='^fuzz/'
+git ls-files '*.cpp' | grep -vE "$skipped" |
     xargs -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
