@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is
+# and once with 400 more processes. Prints zarn's own CPU seconds beside those of the tools it starts.
+#
+# usage: scripts/overhead.sh [SAMPLES]
+source "$(dirname "$0")/lib.sh"
+
+need_packages scripts/packages.txt
+build_preset release zarn
+samples=${1:-60}
+usr=$(mktemp -d)
+sleepers=()
+trap 'kill "${sleepers[@]}" 2>/dev/null; rm -rf "$usr"' EXIT
+cat >"$usr/config.json" <<EOT
+{"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
+  "compareMode": {"comparatorName": [], "versionMap": {}}},
+ "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 1, "process": ["zarn"],
+  "count": $samples, "thread_collector": false, "json_output": true}}
+EOT
+
+# A private /opt/usr: by a mount namespace for root, else in a user namespace.
+namespace=(unshare --mount --propagation private)
+[ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --mount --propagation private)
+measure() {
+    "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
+        exec python3 "$2" "$3" /opt/usr/config.json' sh "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn"
+    rm -rf "$usr/mnt"
+}
+
+say "$samples samples, $(ps -e --no-headers | wc -l) processes"
+measure
+for _ in $(seq 400); do
+    sleep 100000 &
+    sleepers+=($!)
+done
+say "$samples samples, $(ps -e --no-headers | wc -l) processes"
+measure
