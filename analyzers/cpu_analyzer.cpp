@@ -249,34 +249,37 @@ bool CpuAnalyzer::SaveCores() {
 }
 
 bool CpuAnalyzer::WriteLoading() {
-    const bool ofCores = !cores_.head.timeStamps.empty();
-    const LogFile& source = ofCores ? coresFile_ : usageFile_;
-    if (!ofCores && usage_.head.timeStamps.empty()) {
-        if (usageFile_.path.empty() && coresFile_.path.empty()) {
-            PrintError("[CpuAnalyzer] The file path: " + dataPath_ + kRawDir +
-                       (Wants("core") ? cpu_files::kCoresLog : cpu_files::kUsageLog) +
-                       " does not exist!");
-        }
-        return true;
+    if (!cores_.head.timeStamps.empty()) {
+        return SaveLoading(coresFile_.path,
+                           [this](TableText& table) {
+                               WriteCoresLoadingTable(usage_, cores_, settings_.processors, table);
+                           }) ||
+               PrintFailure("[CpuAnalyzer] Failed to Write cores CpuLoading RawData.");
     }
-    const TableTarget target = {Numbered(dataPath_ + kRawDir + cpu_files::kLoadingTable,
-                                         GetFileTimestamp(source.path), cpu_files::kCsvSuffix),
-                                TableMode::Append,
-                                "[CpuAnalyzer] Error occurs when writing cpuLoading rawdata: "};
-    const bool written =
-        ResolvePath(dataPath_ + kRawDir)
-            ? SaveTable(target,
-                        [&](TableText& table) {
-                            if (ofCores) {
-                                WriteCoresLoadingTable(usage_, cores_, settings_.processors, table);
-                            } else {
-                                WriteGlobalLoadingTable(usage_, table);
-                            }
-                        })
-            : PrintFailure("[CpuAnalyzer] Can't get real path");
-    return written ||
-           PrintFailure(ofCores ? "[CpuAnalyzer] Failed to Write cores CpuLoading RawData."
-                                : "[CpuAnalyzer] Failed to Write global CpuLoading RawData.");
+    if (!usage_.head.timeStamps.empty()) {
+        return SaveLoading(usageFile_.path,
+                           [this](TableText& table) { WriteGlobalLoadingTable(usage_, table); }) ||
+               PrintFailure("[CpuAnalyzer] Failed to Write global CpuLoading RawData.");
+    }
+    if (usageFile_.path.empty() && coresFile_.path.empty()) {
+        PrintError("[CpuAnalyzer] The file path: " + dataPath_ + kRawDir +
+                   (Wants("core") ? cpu_files::kCoresLog : cpu_files::kUsageLog) +
+                   " does not exist!");
+    }
+    return true;
+}
+
+bool CpuAnalyzer::SaveLoading(const std::string& source,
+                              const std::function<void(TableText&)>& fill) const {
+    const std::string directory = dataPath_ + kRawDir;
+    if (!ResolvePath(directory)) {
+        return PrintFailure("[CpuAnalyzer] Can't get real path");
+    }
+    return SaveTable(
+        {Numbered(directory + cpu_files::kLoadingTable, GetFileTimestamp(source),
+                  cpu_files::kCsvSuffix),
+         TableMode::Append, "[CpuAnalyzer] Error occurs when writing cpuLoading rawdata: "},
+        fill);
 }
 
 }  // namespace zarn

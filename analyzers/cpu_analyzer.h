@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "analyzers/basic_analyzer.h"
 #include "analyzers/cpu_analysis_tables.h"
@@ -51,6 +53,9 @@ private:
     // Finds, for each of the collector's documents, the rows of its sample and saves both as one.
     void SaveAllProcesses(const std::string& path) const;
     [[nodiscard]] bool SaveCores();
+    // Appends to the loading table that is named after the log `source`.
+    [[nodiscard]] bool SaveLoading(const std::string& source,
+                                   const std::function<void(TableText&)>& fill) const;
 
     ProcessorCount processorCount_;
     const CpuPatternTable& patterns_;

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "analyzers/cpu_analyzer.h"
-#include "analyzers/cpu_matchers.h"
 #include "benchmarks/naive/cpu_analysis.h"
 #include "benchmarks/support/cpu_log_generator.h"
 #include "benchmarks/support/scratch_dir.h"
@@ -16,7 +15,8 @@
 #include "foundation/files.h"
 
 // The analysis of 600 samples of 400 processes with all jobs, beside a plain form of it and beside
-// copying the bytes it reads and writes; and what its matchers cost per byte of a hostile line.
+// copying the bytes it reads and writes; and of logs that are one hostile line. Bytes a second are
+// those of the logs.
 namespace zarn::bench {
 namespace {
 
@@ -30,9 +30,6 @@ constexpr const char* kSection =
 class Tree {
 public:
     Tree() {
-        // Large blocks always come fresh from the system, as in a process that runs once; else the
-        // rows would hang on what ran before them.
-        ::mallopt(M_MMAP_THRESHOLD, 128 * 1024);
         for (const char* folder : {"raw_data/cpu", "json", "csv", "env_info"}) {
             fs::create_directories(directory_.Path() + folder);
         }
@@ -53,10 +50,12 @@ public:
     [[nodiscard]] const std::string& Path() const { return directory_.Path(); }
     [[nodiscard]] const CpuAnalyzerSettings& Settings() const { return settings_; }
 
-    [[nodiscard]] bool Analyze() const {
+    [[nodiscard]] bool Analyze() const { return Analyze(Path()); }
+    // The same analysis of another tree.
+    [[nodiscard]] bool Analyze(const std::string& dataPath) const {
         CpuAnalyzer analyzer(CpuAnalyzer::kName, [] { return 8L; });
         const StopFlag stopFlag(0);
-        return analyzer.Start(config_, Path(), &stopFlag);
+        return analyzer.Start(config_, dataPath, &stopFlag);
     }
 
     // The files that are no input, but for the cost log, in byte order.
@@ -134,19 +133,22 @@ std::size_t TotalSize(const std::vector<std::string>& paths) {
     return size;
 }
 
-// A measured run starts without the results of the one before.
+// A measured run starts without the results of the one before, and with no memory left over from
+// it, as a process that runs once.
 template <typename Run>
 void Measure(benchmark::State& state, Run run) {
     const Tree& tree = TheTree();
     for (auto _ : state) {
         state.PauseTiming();
         tree.RemoveOutputs();
+        ::malloc_trim(0);
         state.ResumeTiming();
         if (!tree.Ready() || !run(tree)) {
             state.SkipWithError("the analysis failed");
             break;
         }
     }
+    state.SetBytesProcessed(static_cast<std::int64_t>(tree.LogSize()) * state.iterations());
     state.counters["read_MB"] = static_cast<double>(TotalSize(tree.Inputs())) / 1e6;
     state.counters["written_MB"] = static_cast<double>(TotalSize(tree.Outputs())) / 1e6;
 }
@@ -227,29 +229,6 @@ void AnalysisMemory(benchmark::State& state) {
 }
 BENCHMARK(AnalysisMemory)->Name("CpuAnalyzer/memory")->Unit(benchmark::kMillisecond)->Iterations(1);
 
-// All six matchers on each line of a text.
-void MatchLines(benchmark::State& state, const std::string& text) {
-    CpuGroups groups;
-    for (auto _ : state) {
-        LineCursor cursor(text);
-        std::string_view line;
-        int hits = 0;
-        while (cursor.Next(line)) {
-            for (const auto& [name, pattern] : CpuPatterns()) {
-                hits += pattern.match(line, groups) ? 1 : 0;
-            }
-        }
-        benchmark::DoNotOptimize(hits);
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(text.size()) * state.iterations());
-}
-
-std::string OrdinaryLog() {
-    CpuLoad load;
-    load.samples = 20;
-    return CpuLogGenerator(load).UsageLog();
-}
-
 // One line of 16 MB made of `piece` again and again.
 std::string LongLine(const std::string& piece) {
     std::string line;
@@ -259,26 +238,46 @@ std::string LongLine(const std::string& piece) {
     return line;
 }
 
-const bool kMatcherRows = [] {
-    const auto add = [](const std::string& name, std::string (*make)(const std::string&),
-                        const std::string& piece) {
-        benchmark::RegisterBenchmark(("Matchers/" + name).c_str(), [=](benchmark::State& state) {
-            MatchLines(state, make(piece));
-        })->Unit(benchmark::kMillisecond);
-    };
-    add(
-        "ordinary", [](const std::string&) { return OrdinaryLog(); }, "");
-    add("zeros", LongLine, std::string(1, '\0'));
-    add("blanks", LongLine, " ");
-    add("digits", LongLine, "1");
-    add("sixteen_digits", LongLine, "1234567890123456 ");
-    add("capitals", LongLine, "A");
-    add("numbers", LongLine, "1 A 1.5 ");
-    add("returns", LongLine, "1 A\r");
-    add("near_rows", LongLine, "1 A 12");
-    add("near_summaries", LongLine, "Cpu(s):");
-    add("near_cores", LongLine, "Cpu0 : ");
-    add("near_ends", LongLine, ")u:");
+// The whole analysis of logs that are one long line; its bytes a second are to be laid beside those
+// of CpuAnalyzer/ours.
+void AnalyzeLongLine(benchmark::State& state, const std::string& piece) {
+    const ScratchDir directory;
+    for (const char* folder : {"raw_data/cpu", "json", "env_info"}) {
+        fs::create_directories(directory.Path() + folder);
+    }
+    const std::string raw = directory.Path() + cpu_files::kRawDir;
+    const std::string line = LongLine(piece);
+    (void)WriteFile(raw + cpu_files::kUsageLog + "1.log", line);
+    (void)WriteFile(raw + cpu_files::kCoresLog + "1.log", line);
+    for (auto _ : state) {
+        if (!TheTree().Analyze(directory.Path())) {
+            state.SkipWithError("the analysis failed");
+            break;
+        }
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(2 * line.size()) * state.iterations());
+}
+
+const bool kLongLineRows = [] {
+    const std::pair<const char*, std::string> kinds[] = {{"zeros", std::string(1, '\0')},
+                                                         {"blanks", " "},
+                                                         {"digits", "1"},
+                                                         {"sixteen_digits", "1234567890123456 "},
+                                                         {"capitals", "A"},
+                                                         {"numbers", "1 A 1.5 "},
+                                                         {"returns", "1 A\r"},
+                                                         {"near_rows", "1 A 12"},
+                                                         {"near_summaries", "Cpu(s):"},
+                                                         {"near_cores", "Cpu0 : "},
+                                                         {"near_ends", ")u:"},
+                                                         {"parentheses", "("}};
+    for (const auto& [name, piece] : kinds) {
+        const auto run = [piece = piece](benchmark::State& state) {
+            AnalyzeLongLine(state, piece);
+        };
+        benchmark::RegisterBenchmark((std::string("CpuAnalyzer/long_line/") + name).c_str(), run)
+            ->Unit(benchmark::kMillisecond);
+    }
     return true;
 }();
 
