@@ -2,6 +2,7 @@
 // Nothing is on disk yet, so a rejected configuration leaves no trace.
 
 #include <algorithm>
+#include <array>
 #include <new>
 #include <stdexcept>
 
@@ -27,7 +28,7 @@ bool ReadConfigText(const std::string& path, std::string& text) {
 
 // Appends the strings of `names` to `list`, skipping other elements, and prints what `list` holds.
 bool TakeNames(const std::string& head, const JsonValue& names, std::vector<std::string>& list) {
-    std::string line = "[ZarnManager] " + head + ": ";
+    std::string line = head;
     for (const JsonValue& name : names.GetArray()) {
         if (name.IsString()) {
             list.emplace_back(name.GetString(), name.GetStringLength());
@@ -38,9 +39,41 @@ bool TakeNames(const std::string& head, const JsonValue& names, std::vector<std:
     return true;
 }
 
-bool PrintMissingKey(const std::string& key) {
-    PrintError("[ZarnManager] Failed to find " + key + " Parameter!");
-    return false;
+struct RequiredKey {
+    const char* key;
+    const char* lineWithout;
+};
+
+constexpr RequiredKey kManagerParam{"ManagerParam",
+                                    "[ZarnManager] Failed to find ManagerParam Parameter!"};
+constexpr RequiredKey kCompareMode{"compareMode",
+                                   "[ZarnManager] Failed to find compareMode Parameter!"};
+constexpr std::array<RequiredKey, 4> kModeKeys{{
+    {"parallelCollectMode", "[ZarnManager] Failed to find parallelCollectMode Parameter!"},
+    {"collectMode", "[ZarnManager] Failed to find collectMode Parameter!"},
+    {"analyzeMode", "[ZarnManager] Failed to find analyzeMode Parameter!"},
+    {"optimizeMode", "[ZarnManager] Failed to find optimizeMode Parameter!"},
+}};
+constexpr std::array<RequiredKey, 2> kCompareKeys{{
+    {"versionMap", "[ZarnManager] Failed to find versionMap Parameter!"},
+    {"comparatorName", "[ZarnManager] Failed to find comparatorName Parameter!"},
+}};
+
+// The member, or nullptr after its line.
+const JsonValue* Require(const JsonValue& object, const RequiredKey& required) {
+    const JsonValue* member = FindMember(object, required.key);
+    if (member == nullptr) {
+        PrintError(required.lineWithout);
+    }
+    return member;
+}
+
+// Stops at the first key that is missing.
+template <std::size_t count>
+bool HasAll(const JsonValue& object, const std::array<RequiredKey, count>& keys) {
+    return std::all_of(keys.begin(), keys.end(), [&object](const RequiredKey& required) {
+        return Require(object, required) != nullptr;
+    });
 }
 
 }  // namespace
@@ -89,23 +122,19 @@ bool ZarnManager::ParseMissionType() {
     return ReadModeList("parallelCollectMode", parallelCollectMode_) &&
            ReadModeList("collectMode", collectMode_) && ReadModeList("analyzeMode", analyzeMode_) &&
            ReadModeList("optimizeMode", optimizeMode_) &&
-           TakeNames("compareMode", compare["comparatorName"], compareMode_);
+           TakeNames("[ZarnManager] compareMode: ", compare["comparatorName"], compareMode_);
 }
 
 bool ZarnManager::ReadModeList(const char* key, std::vector<std::string>& list) const {
-    return TakeNames(key, (*document_)["ManagerParam"][key], list);
+    return TakeNames("[ZarnManager] " + std::string(key) + ": ", (*document_)["ManagerParam"][key],
+                     list);
 }
 
 bool ZarnManager::CheckMissionParam() const {
     try {
-        const JsonValue* param = FindMember(*document_, "ManagerParam");
-        if (param == nullptr) {
-            return PrintMissingKey("ManagerParam");
-        }
-        const auto missing = FirstMissingKey(
-            *param, {"parallelCollectMode", "collectMode", "analyzeMode", "optimizeMode"});
-        if (missing) {
-            return PrintMissingKey(*missing);
+        const JsonValue* param = Require(*document_, kManagerParam);
+        if (param == nullptr || !HasAll(*param, kModeKeys)) {
+            return false;
         }
         if (!AllHaveType(*param, {{"collectMode", JsonType::Array},
                                   {"analyzeMode", JsonType::Array},
@@ -122,16 +151,16 @@ bool ZarnManager::CheckMissionParam() const {
 
 bool ZarnManager::CheckCompareMode() const {
     try {
-        const JsonValue* compare = FindMember((*document_)["ManagerParam"], "compareMode");
+        const JsonValue* compare = Require((*document_)[kManagerParam.key], kCompareMode);
         if (compare == nullptr) {
-            return PrintMissingKey("compareMode");
+            return false;
         }
         if (!compare->IsObject()) {
             PrintError("[ZarnManager] Invalid compareMode mission type!");
             return false;
         }
-        if (const auto missing = FirstMissingKey(*compare, {"versionMap", "comparatorName"})) {
-            return PrintMissingKey(*missing);
+        if (!HasAll(*compare, kCompareKeys)) {
+            return false;
         }
         if (!AllHaveType(*compare,
                          {{"comparatorName", JsonType::Array}, {"versionMap", JsonType::Object}})) {

@@ -8,14 +8,15 @@
 namespace zarn {
 namespace {
 
-// Calls the factory of each name with the name and `args`, up to the first name without one.
+// Calls the factory of each name with the name and `args`, up to the first name without one, which
+// is told behind `unknownName`.
 template <class Factory, class... Args>
-bool BuildAll(const std::vector<std::string>& names, const Factory& factory, const char* family,
-              Args&... args) {
+bool BuildAll(const std::vector<std::string>& names, const Factory& factory,
+              const char* unknownName, Args&... args) {
     for (const std::string& name : names) {
         const auto row = factory.find(name);
         if (row == factory.end()) {
-            PrintError(std::string("[ZarnManager] Not a supported ") + family + " type: " + name);
+            PrintError(unknownName + name);
             return false;
         }
         row->second(name, args...);
@@ -65,13 +66,19 @@ bool TakeVersion(const JsonValue& key, const JsonValue& value, VersionMap& versi
     return true;
 }
 
+constexpr const char* kUnknownCollector = "[ZarnManager] Not a supported collector type: ";
+
 }  // namespace
 
 bool ZarnManager::CreateMissionObjects() {
-    return BuildAll(parallelCollectMode_, collectorFactory_, "collector", parallelCollectors_) &&
-           BuildAll(collectMode_, collectorFactory_, "collector", collectors_) &&
-           BuildAll(analyzeMode_, analyzerFactory_, "analyzer") &&
-           BuildAll(optimizeMode_, optimizerFactory_, "optimizer") && CreateComparators();
+    return BuildAll(parallelCollectMode_, collectorFactory_, kUnknownCollector,
+                    parallelCollectors_) &&
+           BuildAll(collectMode_, collectorFactory_, kUnknownCollector, collectors_) &&
+           BuildAll(analyzeMode_, analyzerFactory_,
+                    "[ZarnManager] Not a supported analyzer type: ") &&
+           BuildAll(optimizeMode_, optimizerFactory_,
+                    "[ZarnManager] Not a supported optimizer type: ") &&
+           CreateComparators();
 }
 
 bool ZarnManager::CreateComparators() {
@@ -79,7 +86,8 @@ bool ZarnManager::CreateComparators() {
         return true;
     }
     return ParseVersionMap() &&
-           BuildAll(compareMode_, comparatorFactory_, "comparator", versionDirs_);
+           BuildAll(compareMode_, comparatorFactory_,
+                    "[ZarnManager] Not a supported comparator type: ", versionDirs_);
 }
 
 bool ZarnManager::ParseVersionMap() {

@@ -14,14 +14,14 @@
 namespace zarn {
 namespace {
 
-// How a stage's lines call its missions.
+// What stands before a mission's name in the lines of a stage.
 struct StageWords {
     const char* onStart;
     const char* onFailure;
 };
 
-void PrintStart(const char* stage, const std::string& name) {
-    PrintLine(std::string("[ZarnManager] ") + stage + " mode " + name + " start ...");
+void PrintStart(const char* words, const std::string& name) {
+    PrintLine(words + name + " start ...");
 }
 
 // Runs the missions one after the other; a failure is told and remembered, and the next one runs.
@@ -32,8 +32,7 @@ bool RunAll(const MissionList<Mission>& missions, const JsonDocument& config,
     for (const auto& mission : missions) {
         PrintStart(words.onStart, mission->Name());
         if (!mission->Start(config, dataPath, &ProcessStopFlag())) {
-            PrintError(std::string("[ZarnManager] ") + words.onFailure + " mode " +
-                       mission->Name() + " failed!");
+            PrintError(words.onFailure + mission->Name() + " failed!");
             allSucceeded = false;
         }
     }
@@ -53,7 +52,8 @@ bool ZarnManager::RunCollectors() {
     }
     RunParallelCollectors();
     const bool serialSucceeded =
-        RunAll(collectors_, *document_, dataPath_, {"collector", "collector"});
+        RunAll(collectors_, *document_, dataPath_,
+               {"[ZarnManager] collector mode ", "[ZarnManager] collector mode "});
     std::string end;
     if (!seams_.currentTime(end)) {
         PrintError("[ZarnManager] Failed to get end Collector time stamp!");
@@ -67,7 +67,7 @@ void ZarnManager::RunParallelCollectors() {
     std::vector<std::thread> threads;
     threads.reserve(parallelCollectors_.Size());
     for (const auto& collector : parallelCollectors_) {
-        PrintStart("parallelCollector", collector->Name());
+        PrintStart("[ZarnManager] parallelCollector mode ", collector->Name());
         // Only the collector's own lines tell of its failure.
         threads.emplace_back([this, mission = collector.get()] {
             (void)mission->Start(*document_, dataPath_, &ProcessStopFlag());
@@ -126,7 +126,8 @@ bool ZarnManager::RunAnalyzers() {
         PrintError("[ZarnManager] get history data path failed!");
         return false;
     }
-    return RunAll(analyzers_, *document_, dataPath_, {"analyzers", "analyzers"});
+    return RunAll(analyzers_, *document_, dataPath_,
+                  {"[ZarnManager] analyzers mode ", "[ZarnManager] analyzers mode "});
 }
 
 bool ZarnManager::RunOptimizers() {
@@ -134,11 +135,13 @@ bool ZarnManager::RunOptimizers() {
         PrintLine("[ZarnManager] get history data path failed!");
         return false;
     }
-    return RunAll(optimizers_, *document_, dataPath_, {"optimizers", "optimizers"});
+    return RunAll(optimizers_, *document_, dataPath_,
+                  {"[ZarnManager] optimizers mode ", "[ZarnManager] optimizers mode "});
 }
 
 bool ZarnManager::RunComparators() {
-    return RunAll(comparators_, *document_, dataPath_, {"comparator", "comparators"});
+    return RunAll(comparators_, *document_, dataPath_,
+                  {"[ZarnManager] comparator mode ", "[ZarnManager] comparators mode "});
 }
 
 }  // namespace zarn

@@ -9,7 +9,7 @@
 namespace zarn {
 namespace {
 
-constexpr const char* kToolVersionCommand = "rungate qvt-tool upgrade display version";
+constexpr const char* kToolVersionCommand = "rungate qvt-tool upgrade display version > ";
 
 bool Exists(const std::string& path) {
     std::error_code ignored;
@@ -22,12 +22,13 @@ void Copy(const std::string& from, const std::string& to) {
     std::filesystem::copy(from, to, std::filesystem::copy_options::overwrite_existing);
 }
 
-bool MakeDirectory(const char* what, const std::string& path) {
+// Makes the directory and tells it behind `words`, on the error stream like all lines about the
+// workspace.
+bool MakeDirectory(const char* words, const std::string& path) {
     if (!CreateDirectory(path)) {
         return false;
     }
-    // On the error stream like all lines about the workspace.
-    PrintError(std::string("[ZarnManager] Create ") + what + " directory successfully: " + path);
+    PrintError(words + path);
     return true;
 }
 
@@ -73,10 +74,13 @@ bool ZarnManager::CreateDataDirectory() {
     }
     dataPath_ = seams_.rootOfRuns + run_tree::kRunPrefix + time + "/";
     envDir_ = dataPath_ + run_tree::kEnvInfo;
-    return MakeDirectory("env info", envDir_) &&
-           MakeDirectory("raw data", dataPath_ + run_tree::kRawData) &&
-           MakeDirectory("json", dataPath_ + run_tree::kJson) &&
-           MakeDirectory("csv", dataPath_ + run_tree::kCsv);
+    return MakeDirectory("[ZarnManager] Create env info directory successfully: ", envDir_) &&
+           MakeDirectory("[ZarnManager] Create raw data directory successfully: ",
+                         dataPath_ + run_tree::kRawData) &&
+           MakeDirectory("[ZarnManager] Create json directory successfully: ",
+                         dataPath_ + run_tree::kJson) &&
+           MakeDirectory("[ZarnManager] Create csv directory successfully: ",
+                         dataPath_ + run_tree::kCsv);
 }
 
 bool ZarnManager::SaveConfigFile() const {
@@ -108,8 +112,8 @@ bool ZarnManager::SaveEnvironmentFiles() const {
 
 void ZarnManager::SaveToolVersion() const {
     const std::string output = envDir_ + run_tree::kToolVersion;
-    if (seams_.runner.Run(std::string(kToolVersionCommand) + " > " + output) != 0) {
-        PrintError(std::string("[ZarnManager] Fail to execute: ") + kToolVersionCommand);
+    if (seams_.runner.Run(kToolVersionCommand + output) != 0) {
+        PrintError("[ZarnManager] Fail to execute: rungate qvt-tool upgrade display version");
     }
     if (!Exists(output)) {
         PrintError("[ZarnManager] The qvt_tool_upgrade_display_version file " + output +
