@@ -1,4 +1,6 @@
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -97,7 +99,7 @@ public:
         top10_ = std::move(ps.top10);
         selected_ = std::move(ps.selected);
         for (std::size_t process = 0; process < CpuLoad().processes; ++process) {
-            threads_[generator.Pid(process)] = generator.PsThreads(process);
+            SplitString(generator.PsThreads(process), "\n", threads_[generator.Pid(process)]);
         }
     }
 
@@ -114,7 +116,7 @@ private:
     CpuLog cores_;
     std::vector<CpuRows> top10_;
     std::vector<CpuRows> selected_;
-    CpuThreadTexts threads_;
+    CpuThreadRows threads_;
 };
 
 JsonDocument Config(std::size_t count, bool documents) {
@@ -194,14 +196,46 @@ void DocumentsOurs(benchmark::State& state) {
     }
 }
 
-// The same bytes from memory, in one write.
+// The documents as they are written, a line each.
+std::vector<std::string> DocumentTexts() {
+    const ScratchDir directory;
+    const std::string path = directory.Path() + "documents.data";
+    WholeRun(CpuLogGenerator{CpuLoad()}).SaveDocuments(path);
+    std::string text;
+    if (ReadFile(path, text) != FileResult::Ok) {
+        std::exit(1);
+    }
+    std::vector<std::string> documents;
+    SplitString(text, "\n", documents);
+    for (std::string& document : documents) {
+        document += '\n';
+    }
+    return documents;
+}
+
+// The same bytes from memory, plainly written: the file is opened and closed for each document, so
+// that it holds whole documents whenever the run ends.
 void DocumentsBound(benchmark::State& state) {
     const ScratchDir directory;
     const std::string path = directory.Path() + "documents.data";
+    const std::vector<std::string> documents = DocumentTexts();
+    for (auto _ : state) {
+        for (const std::string& document : documents) {
+            const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
+            benchmark::DoNotOptimize(::write(file, document.data(), document.size()));
+            ::close(file);
+        }
+        std::filesystem::remove(path);
+    }
+}
+
+// The same bytes in a single write, which no writer of one document at a time can reach.
+void DocumentsOneWrite(benchmark::State& state) {
+    const ScratchDir directory;
+    const std::string path = directory.Path() + "documents.data";
     std::string text;
-    WholeRun(CpuLogGenerator{CpuLoad()}).SaveDocuments(path);
-    if (ReadFile(path, text) != FileResult::Ok) {
-        std::exit(1);
+    for (const std::string& document : DocumentTexts()) {
+        text += document;
     }
     for (auto _ : state) {
         WriteOrExit(path, text);
@@ -229,6 +263,10 @@ BENCHMARK(CollectBound)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(DocumentsOurs)
     ->Name("CpuCollector/documents/ours")
+    ->MeasureProcessCPUTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(DocumentsOneWrite)
+    ->Name("CpuCollector/documents/one_write")
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(DocumentsBound)

@@ -189,7 +189,7 @@ void CpuCollector::RunPs() {
         text.clear();
         RunCommand(kPsCommand, text);
         if (settings_.threadCollector) {
-            CollectThreadInfo(text);
+            CollectThreadRows(text);
         }
         if (settings_.jsonOutput) {
             cutter.TakePass(text);
@@ -199,14 +199,21 @@ void CpuCollector::RunPs() {
     collectData_.selectedPs = std::move(cutter.selected);
 }
 
-void CpuCollector::CollectThreadInfo(std::string_view psText) {
+void CpuCollector::CollectThreadRows(std::string_view psText) {
+    std::string text;
     CommandLineCursor rows(psText);
     for (std::string_view row; rows.Next(row);) {
         const std::string pid(PidOfPsRow(row));
-        if (!pid.empty()) {
-            std::string& text = collectData_.threadTextByPid[pid];
-            text.clear();
-            RunCommand(PsThreadsCommand(pid), text);
+        if (pid.empty()) {
+            continue;
+        }
+        text.clear();
+        RunCommand(PsThreadsCommand(pid), text);
+        CpuRows& threadRows = collectData_.threadRowsByPid[pid];
+        threadRows.clear();
+        CommandLineCursor threads(text);
+        for (std::string_view thread; threads.Next(thread);) {
+            threadRows.emplace_back(thread);
         }
     }
 }
@@ -270,7 +277,7 @@ bool CpuCollector::SaveDocuments() const {
         jsonDir_ + cpu_files::kUsageDocuments + timeStamp_ + "." + cpu_files::kDataSuffix;
     const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
     const CpuDocumentSources sources{collectData_.global, collectData_.cores, collectData_.top10,
-                                     collectData_.selectedPs, collectData_.threadTextByPid};
+                                     collectData_.selectedPs, collectData_.threadRowsByPid};
     for (std::uint32_t i = 0; i < settings_.count; ++i) {
         const JsonDocument document = BuildCpuJson(sources, topTimes, i);
         if (document.IsNull()) {

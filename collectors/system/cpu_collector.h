@@ -56,7 +56,7 @@ private:
         // ps
         std::vector<CpuRows> top10;
         std::vector<CpuRows> selectedPs;
-        CpuThreadTexts threadTextByPid;  // of the last pass that showed the pid
+        CpuThreadRows threadRowsByPid;  // of the last pass that showed the pid
     };
 
     // Names of the raw files; a list whose file has none is not written.
@@ -79,7 +79,7 @@ private:
     void RunTopOfCores();
     void RunTopOfThreads();
     void RunPs();
-    void CollectThreadInfo(std::string_view psText);
+    void CollectThreadRows(std::string_view psText);
     void TakeTime(const char* wordsIfFailed, std::string& time) const;
     void RunCommand(const std::string& command, std::string& text) const;
     // Without a cutter the output is not kept.

@@ -80,15 +80,14 @@ JsonValue BuildCpuArray(const CpuDocumentSources& sources, std::size_t sampleInd
     return cpu;
 }
 
-JsonValue BuildThreadArray(const CpuThreadTexts& threadTextByPid, std::string_view pid,
+JsonValue BuildThreadArray(const CpuThreadRows& threadRowsByPid, std::string_view pid,
                            JsonAllocator& allocator) {
     JsonValue threads(rapidjson::kArrayType);
-    const auto text = threadTextByPid.find(pid);
-    if (text == threadTextByPid.end()) {
+    const auto rows = threadRowsByPid.find(pid);
+    if (rows == threadRowsByPid.end()) {
         return threads;
     }
-    CommandLineCursor rows(text->second);
-    for (std::string_view row; rows.Next(row);) {
+    for (const std::string& row : rows->second) {
         JsonValue thread(rapidjson::kObjectType);
         thread.AddMember("threadInfo", Reference(row), allocator);
         threads.PushBack(thread, allocator);
@@ -97,7 +96,7 @@ JsonValue BuildThreadArray(const CpuThreadTexts& threadTextByPid, std::string_vi
 }
 
 JsonValue BuildProcessArray(const std::vector<CpuRows>& samples, std::size_t sampleIndex,
-                            const CpuThreadTexts& threadTextByPid, JsonAllocator& allocator) {
+                            const CpuThreadRows& threadRowsByPid, JsonAllocator& allocator) {
     JsonValue processes(rapidjson::kArrayType);
     if (sampleIndex >= samples.size()) {
         return processes;
@@ -109,7 +108,7 @@ JsonValue BuildProcessArray(const std::vector<CpuRows>& samples, std::size_t sam
         }
         JsonValue process(rapidjson::kObjectType);
         process.AddMember("procInfo", Reference(row), allocator);
-        process.AddMember("top10Threads", BuildThreadArray(threadTextByPid, pid, allocator),
+        process.AddMember("top10Threads", BuildThreadArray(threadRowsByPid, pid, allocator),
                           allocator);
         processes.PushBack(process, allocator);
     }
@@ -148,11 +147,11 @@ JsonDocument BuildCpuJson(const CpuDocumentSources& sources, const CpuSampleTime
     content.AddMember("cpu", BuildCpuArray(sources, sampleIndex, allocator), allocator);
     content.AddMember(
         "top10Procs",
-        BuildProcessArray(sources.top10, sampleIndex, sources.threadTextByPid, allocator),
+        BuildProcessArray(sources.top10, sampleIndex, sources.threadRowsByPid, allocator),
         allocator);
     content.AddMember(
         "selectedProcs",
-        BuildProcessArray(sources.selected, sampleIndex, sources.threadTextByPid, allocator),
+        BuildProcessArray(sources.selected, sampleIndex, sources.threadRowsByPid, allocator),
         allocator);
     document.AddMember("eventId", Reference(kEventId), allocator);
     document.AddMember("happenTime", JsonValue(happenTime, allocator), allocator);

@@ -12,8 +12,8 @@
 
 namespace zarn {
 
-// What ps printed about the threads of a process, by its pid.
-using CpuThreadTexts = std::map<std::string, std::string, std::less<>>;
+// The rows of ps about the threads of a process, by its pid.
+using CpuThreadRows = std::map<std::string, CpuRows, std::less<>>;
 
 // What the documents are made of. A list whose job is off is empty.
 struct CpuDocumentSources {
@@ -21,7 +21,7 @@ struct CpuDocumentSources {
     const CpuLog& cores;
     const std::vector<CpuRows>& top10;     // rows of ps
     const std::vector<CpuRows>& selected;  // rows of ps
-    const CpuThreadTexts& threadTextByPid;
+    const CpuThreadRows& threadRowsByPid;
 };
 
 // The event document of sample `sampleIndex`, made of the batches of that index; a source that has

@@ -32,10 +32,10 @@ struct Sources {
     CpuLog cores;
     std::vector<CpuRows> top10;
     std::vector<CpuRows> selected;
-    CpuThreadTexts threadTextByPid;
+    CpuThreadRows threadRowsByPid;
 
     [[nodiscard]] JsonDocument Build(std::size_t index) const {
-        return BuildCpuJson({global, cores, top10, selected, threadTextByPid}, kTimes, index);
+        return BuildCpuJson({global, cores, top10, selected, threadRowsByPid}, kTimes, index);
     }
 };
 
@@ -94,7 +94,7 @@ TEST(BuildCpuJson, HasItsMembersInOrder) {
     sources.cores = Log({{}, {"top", "Tasks: 1", "Cpu0  : 2.0 us", "Cpu11 : 1.0 us, 3 id"}});
     sources.top10 = {{}, {"root 1 0.2 init", "app 27 0.1 a\"b"}};
     sources.selected = {{}, {"app 27 0.1 a\"b"}};
-    sources.threadTextByPid = {{"27", "app 27 27 x\napp 28 27 x/1\n"}};
+    sources.threadRowsByPid = {{"27", {"app 27 27 x", "app 28 27 x/1"}}};
     const std::string selected =
         R"({"procInfo":"app 27 0.1 a\"b","top10Threads":[{"threadInfo":"app 27 27 x"},)"
         R"({"threadInfo":"app 28 27 x/1"}]})";
@@ -152,7 +152,7 @@ TEST(BuildCpuJson, WithoutAValidTimeThereIsNoDocument) {
     const auto captured = test::Capture([] {
         const Sources none;
         const CpuDocumentSources sources{none.global, none.cores, none.top10, none.selected,
-                                         none.threadTextByPid};
+                                         none.threadRowsByPid};
         EXPECT_TRUE(BuildCpuJson(sources, CpuSampleTimes("", 1.0), 0).IsNull());
         EXPECT_TRUE(BuildCpuJson(sources, CpuSampleTimes("20240118120000250", 1e300), 1).IsNull());
     });

@@ -37,7 +37,7 @@ std::string String(const JsonValue& value) {
 std::map<int, std::string> CpuInfoById(const CpuLog& global, const CpuLog& cores,
                                        std::size_t index) {
     const std::vector<CpuRows> noRows;
-    const CpuThreadTexts noThreads;
+    const CpuThreadRows noThreads;
     const JsonDocument document =
         BuildCpuJson({global, cores, noRows, noRows, noThreads}, kTimes, index);
     std::map<int, std::string> info;
@@ -52,6 +52,12 @@ std::vector<std::string> LinesOf(const CpuLog& log, std::size_t index) {
     std::vector<std::string> lines;
     SplitString(log.Batch(index), "\n", lines);
     return lines;
+}
+
+CpuRows Rows(const std::string& name) {
+    CpuRows rows;
+    SplitString(Captured(name), "\n", rows);
+    return rows;
 }
 
 // Feeds a captured output into a cutter.
@@ -151,8 +157,8 @@ TEST(CapturedTop, ASelectedProcessIsItsLastToken) {
 TEST(CapturedPs, RowsAndTheirThreadsReachTheDocument) {
     CpuPsCutter cutter({"planner_node"});
     cutter.TakePass(Captured("ps-4.0.2/processes.txt"));
-    const CpuThreadTexts threads = {{"6", Captured("ps-4.0.2/threads_of_6.txt")},
-                                    {"14", Captured("ps-4.0.2/threads_of_14.txt")}};
+    const CpuThreadRows threads = {{"6", Rows("ps-4.0.2/threads_of_6.txt")},
+                                   {"14", Rows("ps-4.0.2/threads_of_14.txt")}};
     const CpuLog noLog;
     const JsonDocument document =
         BuildCpuJson({noLog, noLog, cutter.top10, cutter.selected, threads}, kTimes, 0);
