@@ -54,10 +54,11 @@ function(zarn_test_paths)
   endforeach()
 endfunction()
 
-# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
-# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given.
+# zarn_test(name [SERIAL] SOURCES file... [LINKS target...] [LABELS label...])
+# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given. SERIAL: no other
+# test may run at the same time.
 function(zarn_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   zarn_flags(${name})
   # Tests are built for the speed of building them; what they test keeps the preset's flags.
@@ -67,5 +68,6 @@ function(zarn_test name)
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120
+                       PROPERTIES TIMEOUT 600 RUN_SERIAL ${ARG_SERIAL} LABELS ${ARG_LABELS})
 endfunction()
