@@ -1,8 +1,9 @@
 #pragma once
 
-// Names of the CPU family's files in a run tree: written by its collector, read by its analyzer, its
-// comparator and whatever else works on CPU load. A numbered file is prefix + time stamp + "." + suffix;
-// the prefixes also serve FindIndexedFiles, so they hold no character special to a regular expression.
+// Names of the CPU family's files in a run tree: written by its collector, read by its analyzer,
+// its comparator and whatever else works on CPU load. A numbered file is prefix + time stamp + "."
+// + suffix; the prefixes also serve FindIndexedFiles, so they hold no character special to a
+// regular expression.
 namespace zarn::cpu_files {
 
 inline constexpr const char* kRawDir = "raw_data/cpu/";
@@ -30,7 +31,8 @@ inline constexpr const char* kCoreAnalysis = "soc_cpu_ana_core_";
 // Analyzer's tables in raw_data/cpu/, suffix "csv".
 inline constexpr const char* kGlobalTable = "cpu_ana_global_rawdata_";
 inline constexpr const char* kSelectedTable = "soc_cpu_ana_selected_process_rawdata_";
-inline constexpr const char* kCoreTable = "/soc_cpu_ana_core_rawdata_";  // readers know the doubled slash
+inline constexpr const char* kCoreTable =
+    "/soc_cpu_ana_core_rawdata_";  // readers know the doubled slash
 inline constexpr const char* kLoadingTable = "soc_cpu_ana_loading_rawdata_";
 inline constexpr const char* kCsvSuffix = "csv";
 

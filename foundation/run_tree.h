@@ -1,7 +1,8 @@
 #pragma once
 
-// Names of the folders of a run tree, below `dataPath` (which ends in a slash), and of the files that
-// belong to no family of missions. Files of a family stand in that family's header beside this one.
+// Names of the folders of a run tree, below `dataPath` (which ends in a slash), and of the files
+// that belong to no family of missions. Files of a family stand in that family's header beside this
+// one.
 namespace zarn::run_tree {
 
 inline constexpr const char* kRoot = "/opt/usr/mnt/zarn/";
