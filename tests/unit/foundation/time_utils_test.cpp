@@ -41,7 +41,7 @@ constexpr const char* kPlainZone = "UTC0";
 constexpr const char* kSummerZone = "CET-1CEST,M3.5.0,M10.5.0/3";
 
 TEST(GetCurrentTimeString, Gives17DigitsOfLocalTime) {
-    for (const char* zone : {kPlainZone, "EST5", "XXX-13:30"}) {
+    for (const char* zone : {kPlainZone, "EST5", "ABC-13:30"}) {
         const ScopedZone scope(zone);
         const auto before = std::chrono::system_clock::now();
         std::string text = "before";
