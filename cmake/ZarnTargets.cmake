@@ -16,7 +16,7 @@ function(zarn_flags target)
     # Instrumented code makes the compiler suspect the regular expressions of its own library. And
     # the JSON library's headers add an offset to a null pointer where nothing is read: not our finding.
     target_compile_options(${target} PRIVATE -fsanitize=${ZARN_SANITIZE} -fno-sanitize=pointer-overflow
-                                             -fno-sanitize-recover=all -fno-omit-frame-pointer -O1
+                                             -fno-sanitize-recover=all -fno-omit-frame-pointer -O1 -g1
                                              $<$<COMPILE_LANGUAGE:CXX>:-Wno-maybe-uninitialized>)
     target_link_options(${target} PUBLIC -fsanitize=${ZARN_SANITIZE})
   endif()
@@ -54,20 +54,25 @@ function(zarn_test_paths)
   endforeach()
 endfunction()
 
-# zarn_test(name [SERIAL] SOURCES file... [LINKS target...] [LABELS label...])
-# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given. SERIAL: no other
-# test may run at the same time.
+# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
+# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given.
 function(zarn_test name)
-  cmake_parse_arguments(ARG "SERIAL" "" "SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   zarn_flags(${name})
   # Tests are built for the speed of building them; what they test keeps the preset's flags.
   target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1;-g0>)
+  if(ZARN_SANITIZE)
+    target_compile_options(${name} PRIVATE -O0)
+  endif()
+  if(ZARN_COVERAGE)
+    target_compile_options(${name} PRIVATE -fno-profile-arcs -fno-test-coverage)
+  endif()
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
   zarn_test_paths(${ARG_SOURCES})
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120
-                       PROPERTIES TIMEOUT 600 RUN_SERIAL ${ARG_SERIAL} LABELS ${ARG_LABELS})
+                       PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
 endfunction()

@@ -28,7 +28,7 @@ if $all; then
     build_preset tsan zarn "${threaded[@]}"
     for program in "${threaded[@]}"; do
         say "Testing preset tsan: $program"
-        build/tsan/bin/"$program" --gtest_brief=1
+        TSAN_OPTIONS="suppressions=$root/tests/thread_sanitizer.supp" build/tsan/bin/"$program" --gtest_brief=1
     done
     build_preset arm64
     run_tests arm64 -L unit

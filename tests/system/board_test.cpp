@@ -36,7 +36,7 @@ protected:
         const std::string outPath = directory_.Path() + "shell.out";
         const int status = SystemCommandRunner().Run(
             "cd '" + directory_.Path() + "' && mkdir -p tmp && export TMPDIR='" +
-            directory_.Path() + "tmp' ASAN_OPTIONS=detect_leaks=0" +
+            directory_.Path() + "tmp' ASAN_OPTIONS=detect_leaks=0 GCOV_ERROR_FILE=/dev/null" +
             " BOARD='" ZARN_SOURCE_DIR "/board/zarn-board --build " ZARN_BUILD_DIR "'" +
             " PROBE='" ZARN_BUILD_DIR "/bin/board_probe'" +
             " SERVER='" ZARN_BUILD_DIR "/bin/zarn-board-server'" + " && { " + script + "\n} >'" +
@@ -212,6 +212,27 @@ protected:
         }
     }
 };
+
+// The machine's own directories in which the board's files stand, listed as one that shares its
+// view sees them.
+constexpr const char* kListPlaces =
+    "ls -a /opt /etc /var /sys/fs/cgroup /sys/fs/cgroup/cpuset /sys/devices/virtual 2> /dev/null";
+
+TEST_F(BoardAsRoot, TheMachineIsLeftAsItIsWhileACommandRuns) {
+    if (Shell("unshare --mount true").status != 0) {
+        GTEST_SKIP() << "mount namespaces are not allowed here";
+    }
+    const Result result = Shell("mkfifo up go\n" + std::string(kListPlaces) + R"sh( > before
+$BOARD --opt-usr mine -- sh -c 'cat /etc/qvt_version /sys/fs/cgroup/cpuset/AICPU/cpuset.cpus /proc/qos/bwstat/bandwidth \
+    > /opt/usr/copy; echo > up; read x < go' & board=$!
+read x < up
+)sh" + kListPlaces + R"sh( > during
+echo > go
+wait $board
+diff before during && test -s mine/copy)sh");
+    EXPECT_EQ(result, (Result{"", 0}));
+    ExpectTidy();
+}
 
 TEST_F(BoardAsRoot, AnOrdinaryUserNeedsNoPrivilege) {
     const std::string asNobody = "setpriv --reuid=65534 --regid=65534 --clear-groups ";

@@ -88,9 +88,10 @@ protected:
 
     // Runs a script of this machine in the test's directory.
     int Shell(const std::string& script) const {
-        return SystemCommandRunner().Run("cd '" + directory_.Path() +
-                                         "' && mkdir -p tmp && export TMPDIR=$PWD/tmp && { " +
-                                         script + "\n}");
+        return SystemCommandRunner().Run(
+            "cd '" + directory_.Path() +
+            "' && mkdir -p tmp && export TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 && { " +
+            script + "\n}");
     }
 
     // The last run's tree, with its final slash.

@@ -73,7 +73,7 @@ TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
 }
 
 TEST(FaultInjection, ACpuRunIsInterruptedAtRandomCalls) {
-    WalkCpu({"100", "20261121"});
+    WalkCpu({"200", "20261121"});
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
@@ -81,7 +81,7 @@ TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
 }
 
 TEST(FaultInjection, ADdrRunIsInterruptedAtRandomCalls) {
-    WalkDdr("100 20261121");
+    WalkDdr("200 20261121");
 }
 
 }  // namespace

@@ -15,8 +15,14 @@ using testing::IsEmpty;
 using testing::StartsWith;
 
 constexpr const char* kFinished = "[Main] Collection jobs finished.\n";
+// A tenth of it under the sanitizers, which take ten times as long.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr std::size_t kDeep = 1'000'000;
+constexpr std::size_t kLarge = 20'000'000;
+#else
 constexpr std::size_t kDeep = 10'000'000;
 constexpr std::size_t kLarge = 200'000'000;
+#endif
 
 std::string Repeat(const std::string& text, std::size_t times) {
     std::string all;

@@ -48,8 +48,8 @@ const std::map<std::string, std::vector<std::string>> kErrors{
     {"opendir", {"EMFILE", "EACCES"}},
     {"truncate", {"EIO"}},
     {"thread", {"EAGAIN"}},
-    {"device_get", {"code"}},
-    {"device_set", {"code"}},
+    {"device_get", {"code", "interrupt"}},
+    {"device_set", {"code", "interrupt"}},
 };
 
 struct Fault {
