@@ -111,7 +111,8 @@ void ParseOnly(benchmark::State& state) {
         return good;
     });
 }
-BENCHMARK(ParseOnly)->Name("DdrFile/parse")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ParseOnly)->Name("DdrAnalyzer/bound")->Unit(benchmark::kMicrosecond);
+BENCHMARK(ParseOnly)->Name("DdrComparator/bound")->Unit(benchmark::kMicrosecond);
 
 JsonDocument GlobalJob(const char* section) {
     JsonDocument config;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs the benchmarks and prints their ratios: ours to the plain form, ours to the lower bound, each of one run.
-# The raw figures are build/bench/*.json, the table is build/bench/table.md; docs/performance.md holds the latest one.
+# The raw figures are build/bench/*.json, the table is build/bench/table.md; a run of all goes into docs/performance.md.
 #
 # usage: scripts/bench.sh [FILTER]     a regular expression on the names
 source "$(dirname "$0")/lib.sh"
@@ -14,4 +14,9 @@ for program in build/release/bin/*_bench; do
     "$program" --benchmark_filter="${1:-.}" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
         --benchmark_out="build/bench/$(basename "$program").json" --benchmark_out_format=json >/dev/null
 done
-scripts/bench_table.py build/bench/*.json | tee build/bench/table.md
+{
+    echo "$(machine)."
+    echo
+    scripts/bench_table.py build/bench/*.json
+} | tee build/bench/table.md
+[ $# -gt 0 ] || scripts/put_section.py docs/performance.md bench <build/bench/table.md

@@ -25,6 +25,14 @@ need_packages() {
         apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
+# The day, the processor, the system and the compiler, in a line: what figures are worth is told by them.
+machine() {
+    local model
+    model=$(sed -n 's/^model name[[:space:]]*: //p' /proc/cpuinfo | head -n 1)
+    echo "$(date +%F), $(nproc) x ${model:-$(uname -m)}, $(awk '/^MemTotal/ { printf "%.0f GiB", $2 / 1048576 }' /proc/meminfo)," \
+        "Linux $(uname -r | cut -d- -f1), $(g++ --version | head -n 1)"
+}
+
 # Configures and builds a preset, with ccache where it is installed.
 # build_preset PRESET [TARGET...]
 build_preset() {

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is
-# and once with 400 more processes. Prints zarn's own CPU seconds beside those of the tools it starts.
+# and once with 400 more processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of
+# 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
@@ -22,16 +23,20 @@ EOT
 namespace=(unshare --mount --propagation private)
 [ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --mount --propagation private)
 measure() {
+    printf '\n%d samples, %d processes:\n\n' "$samples" "$(ps -e --no-headers | wc -l)"
     "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
         exec python3 "$2" "$3" /opt/usr/config.json' sh "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn"
     rm -rf "$usr/mnt"
 }
 
-say "$samples samples, $(ps -e --no-headers | wc -l) processes"
-measure
+mkdir -p build/bench
+{
+    echo "$(machine)."
+    measure
+} | tee build/bench/overhead.md
 for _ in $(seq 400); do
     sleep 100000 &
     sleepers+=($!)
 done
-say "$samples samples, $(ps -e --no-headers | wc -l) processes"
-measure
+measure | tee -a build/bench/overhead.md
+[ "$samples" -ne 60 ] || scripts/put_section.py docs/performance.md overhead <build/bench/overhead.md

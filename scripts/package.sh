@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian packages zarn and zarn-board for amd64 and arm64 into build/packages and lints them.
+# Builds the Debian packages zarn and zarn-board for amd64 and arm64 into build/packages, lints them, and runs the system
+# tests on the programs of the packages for this machine.
 #
 # usage: scripts/package.sh
 source "$(dirname "$0")/lib.sh"
@@ -15,4 +16,11 @@ for preset in release arm64; do
 done
 say "Lint"
 lintian --fail-on error build/packages/*.deb
+say "Testing the packages"
+installed=$root/build/packages/root
+rm -rf "$installed"
+for package in build/packages/*_"$(dpkg --print-architecture)".deb; do
+    dpkg-deb --extract "$package" "$installed"
+done
+ZARN_PREFIX=$installed/usr ctest --preset release -j "$(nproc)" -L system
 ls -l build/packages

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "foundation/command_runner.h"
+#include "tests/system/support/programs.h"
 #include "tests/unit/support/temp_dir.h"
 
 namespace zarn {
@@ -37,9 +38,8 @@ protected:
         const int status = SystemCommandRunner().Run(
             "cd '" + directory_.Path() + "' && mkdir -p tmp && export TMPDIR='" +
             directory_.Path() + "tmp' ASAN_OPTIONS=detect_leaks=0 GCOV_ERROR_FILE=/dev/null" +
-            " BOARD='" ZARN_SOURCE_DIR "/board/zarn-board --build " ZARN_BUILD_DIR "'" +
-            " PROBE='" ZARN_BUILD_DIR "/bin/board_probe'" +
-            " SERVER='" ZARN_BUILD_DIR "/bin/zarn-board-server'" + " && { " + script + "\n} >'" +
+            " BOARD='" + test::BoardLauncher() + "' PROBE='" ZARN_BUILD_DIR "/bin/board_probe'" +
+            " SERVER='" + test::ProgramPath("zarn-board-server") + "' && { " + script + "\n} >'" +
             outPath + "' 2>&1");
         return {test::ReadText(outPath), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
     }

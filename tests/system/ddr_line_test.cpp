@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -11,6 +12,7 @@
 
 #include "foundation/command_runner.h"
 #include "foundation/json.h"
+#include "tests/system/support/programs.h"
 #include "tests/unit/support/temp_dir.h"
 
 // The DDR line of the built program on the virtual board: collection, analysis, comparison.
@@ -78,12 +80,17 @@ protected:
         }
         directory_.Write("go", script);
         const int status = Shell(kBoard + " --opt-usr usr " + options + " -- bash ./go");
+        ReadStreams();
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+
+    // What the program printed into the files "out" and "err".
+    void ReadStreams() {
         out_ = directory_.Read("out");
         err_.clear();
         for (const std::string& line : LinesOf(directory_.Read("err"))) {
             err_ += line.find("[ZarnManager] Create ") == 0 ? "" : line + "\n";
         }
-        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
     }
 
     // Runs a script of this machine in the test's directory.
@@ -110,8 +117,7 @@ protected:
         return directory_.Read(sub + "/" + directory_.OnlyFile(sub, prefix));
     }
 
-    inline static const std::string kBoard =
-        "'" ZARN_SOURCE_DIR "/board/zarn-board' --build '" ZARN_BUILD_DIR "'";
+    inline static const std::string kBoard = test::BoardLauncher();
 
     test::TempDir directory_;
     std::string out_;
@@ -239,6 +245,44 @@ TEST_F(DdrLineOnBoard, AnInterruptKeepsTheSamplesTaken) {
                 StartsWith("[DdrAnalyzer] Failed to process ddr analyzer because of stopFlag!\n"
                            "[DdrAnalyzer] Failed to process ddr info!\n[ZarnManager] "));
     EXPECT_THAT(out_, EndsWith("[Main] Collection jobs finished.\n"));
+}
+
+// The disk under /opt/usr fills up behind the first sample.
+TEST_F(DdrLineOnBoard, AFullDiskTakesTheDocumentsAndHarmsNothingThatWasThere) {
+    const std::string own = std::string("unshare --mount --propagation private ") +
+                            (::geteuid() == 0 ? "" : "--user --map-root-user ");
+    if (Shell(own + "mount -t tmpfs none /opt 2>/dev/null") != 0) {
+        GTEST_SKIP() << "needs root or a user namespace to mount a small disk";
+    }
+    directory_.Write("config.json", CollectAndAnalyze(3).Text());
+    directory_.Write("go", R"sh(
+zarn /opt/usr/config.json >out 2>err &
+until grep -qs '^ *10|' usr/mnt/zarn/*/raw_data/ddr/*.log; do :; done
+cat /dev/zero >usr/filler 2>/dev/null
+wait $!
+)sh");
+    directory_.Write(
+        "small", "mount -t tmpfs -o size=512k none usr && cp config.json usr/ || exit\n" + kBoard +
+                     " --opt-usr usr -- bash ./go && cp -r usr/mnt kept/");
+    ASSERT_EQ(Shell("mkdir usr kept && " + own + "bash ./small"), 0);
+    ReadStreams();
+    EXPECT_THAT(err_, StartsWith("[zarn_utils] Cannot open outfile, check your filePath.\n"));
+    EXPECT_THAT(err_, HasSubstr("[DdrAnalyzer] Failed to save the ddr analysis file!\n"
+                                "[DdrAnalyzer] Failed to save ddr info!\n"
+                                "[ZarnManager] analyzers mode DdrAnalyzer failed!\n"));
+    EXPECT_THAT(out_, EndsWith("[Main] Collection jobs finished.\n"));
+    const auto kept = [this](const std::string& folder, const std::string& prefix) {
+        const std::string sub = Tree("kept") + folder;
+        return directory_.Read(sub + "/" + directory_.OnlyFile(sub, prefix));
+    };
+    EXPECT_THAT(LinesOf(kept("raw_data/ddr", "soc_ddr_bandwidth_usage_info_1_")), SizeIs(Ge(11U)));
+    EXPECT_EQ(kept("json", "soc_ddr_bandwidth_usage_info_1_"), "");
+    const std::vector<std::string> settings = LinesOf(kept("json", "soc_qos_mata_config_info_"));
+    EXPECT_THAT(settings, SizeIs(10));
+    for (const std::string& line : settings) {
+        JsonDocument document;
+        EXPECT_TRUE(ParseJson(line, document)) << line;
+    }
 }
 
 TEST_F(DdrLineOnBoard, WithoutADeviceTheCollectorSaysSoAndEnds) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/command_runner.h"
+#include "tests/system/support/programs.h"
 #include "tests/system/support/sandbox.h"
 #include "tests/unit/support/temp_dir.h"
 
@@ -59,11 +60,9 @@ void WalkDdr(const std::string& more) {
     directory.Write("usr/config.json", kDdrConfig);
     std::string out;
     ASSERT_TRUE(SystemCommandRunner().Capture(
-        "cd '" + directory.Path() +
-            "' && mkdir -p tmp && TMPDIR=$PWD/tmp '" ZARN_SOURCE_DIR
-            "/board/zarn-board' --build '" ZARN_BUILD_DIR "' --board board --opt-usr usr -- '" +
-            kWalk + "' '" + ProgramPath() + "' '" + kPreload + "' /opt/usr/config.json " + more +
-            " && echo done",
+        "cd '" + directory.Path() + "' && mkdir -p tmp && TMPDIR=$PWD/tmp " + BoardLauncher() +
+            " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" + kPreload +
+            "' /opt/usr/config.json " + more + " && echo done",
         out));
     ExpectNothingAtFault(out, out.find("\ndone\n") != std::string::npos);
 }

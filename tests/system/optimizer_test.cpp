@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "foundation/command_runner.h"
+#include "tests/system/support/programs.h"
 #include "tests/unit/support/temp_dir.h"
 
 // The optimizer of the built program on the virtual board, with the board's stress benchmark.
@@ -70,9 +71,8 @@ protected:
     int OnBoard(const std::string& arguments) {
         const int status = SystemCommandRunner().Run(
             "cd '" + directory_.Path() +
-            "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 '" ZARN_SOURCE_DIR
-            "/board/zarn-board' --build '" ZARN_BUILD_DIR "' --board board " +
-            arguments);
+            "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " +
+            test::BoardLauncher() + " --board board " + arguments);
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 

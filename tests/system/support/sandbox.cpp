@@ -14,6 +14,7 @@
 
 #include "foundation/run_tree.h"
 #include "tests/system/support/private_usr.h"
+#include "tests/system/support/programs.h"
 #include "tests/system/support/tracked_process.h"
 
 namespace zarn::test {
@@ -97,10 +98,6 @@ std::string RunResult::LastLine() const {
         last = line;
     }
     return last;
-}
-
-std::string ProgramPath() {
-    return std::string(ZARN_BUILD_DIR) + "/bin/zarn";
 }
 
 Sandbox::Sandbox(SandboxKind kind)
@@ -188,7 +185,7 @@ RunResult Sandbox::Run(std::string_view config) {
 }
 
 RunResult Sandbox::RunWith(const std::vector<std::string>& arguments) {
-    std::vector<std::string> command{ProgramPath()};
+    std::vector<std::string> command = ProgramStart();
     command.insert(command.end(), arguments.begin(), arguments.end());
     return RunCommand(command);
 }

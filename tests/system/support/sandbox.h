@@ -147,7 +147,4 @@ private:
     bool interruptSent_ = false;
 };
 
-// The path of the built program.
-[[nodiscard]] std::string ProgramPath();
-
 }  // namespace zarn::test

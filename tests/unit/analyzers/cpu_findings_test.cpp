@@ -29,6 +29,7 @@ const std::vector<std::string_view> kTimes = {"t0", "t1", "t2", "t3", "t4", "t5"
 
 std::vector<std::string> Times(const std::vector<CpuExtreme>& extremes) {
     std::vector<std::string> times;
+    times.reserve(extremes.size());
     for (const CpuExtreme& extreme : extremes) {
         times.emplace_back(extreme.timeStamp);
     }
@@ -71,6 +72,7 @@ TEST(CpuFindingsTest, ProcessesOfEqualMeanFollowThePidTexts) {
     const auto ranked = RankProcesses(
         LogOf({{"9", "a", {1, 3}}, {"10", "b", {2}}, {"7", "c", {5, 1, 3}}, {"100", "d", {2, 2}}}));
     std::vector<std::string> pids;
+    pids.reserve(ranked.size());
     for (const CpuProcessStatistics& process : ranked) {
         pids.emplace_back(process.pid);
     }

@@ -13,9 +13,13 @@ namespace zarn::board {
 
 // A virtual board of one test: a state file, to which the environment of this process points.
 class OnBoard : public testing::Test {
-protected:
+public:
     OnBoard() { ResetSettings(*initial_); }
+    OnBoard(const OnBoard&) = delete;
+    OnBoard& operator=(const OnBoard&) = delete;
     ~OnBoard() override { ::unsetenv(kStateVariable); }
+
+protected:
 
     // Makes the board as `initial_` has it; call once.
     void Start() {

@@ -71,6 +71,7 @@ TEST_F(State, TheLockOutlivesAProcessThatDiesHoldingIt) {
 TEST_F(State, ThreadsCountTogetherUnderTheLock) {
     Start();
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([this] {
             for (int k = 0; k < 1000; ++k) {
@@ -115,7 +116,7 @@ TEST_F(State, LeakedBuffersKeepTheirRecords) {
     size = 3 * kBufferRecordSize + 100;
     EXPECT_EQ(ReadBuffers(*initial_, 0, second.data(), size, 9000, 7), 0);
     EXPECT_EQ(size, 3 * kBufferRecordSize);
-    const auto early = static_cast<std::ptrdiff_t>(2 * kBufferRecordSize);
+    const auto early = 2 * static_cast<std::ptrdiff_t>(kBufferRecordSize);
     EXPECT_TRUE(std::equal(first.begin(), first.begin() + early, second.begin()));
     EXPECT_NE(second[2 * kBufferRecordSize], second[kBufferRecordSize]);
 }

@@ -1,0 +1,37 @@
+#include "tests/system/support/programs.h"
+
+#include <cstdlib>
+#include <sstream>
+
+namespace zarn::test {
+namespace {
+
+std::string InstalledPrefix() {
+    const char* prefix = std::getenv("ZARN_PREFIX");
+    return prefix == nullptr ? "" : prefix;
+}
+
+}  // namespace
+
+std::string ProgramPath(const std::string& name) {
+    const std::string prefix = InstalledPrefix();
+    return (prefix.empty() ? ZARN_BUILD_DIR : prefix) + "/bin/" + name;
+}
+
+std::vector<std::string> ProgramStart() {
+    std::vector<std::string> start;
+    std::istringstream emulator(ZARN_EMULATOR);
+    for (std::string word; emulator >> word;) {
+        start.push_back(word);
+    }
+    start.push_back(ProgramPath());
+    return start;
+}
+
+std::string BoardLauncher() {
+    const std::string prefix = InstalledPrefix();
+    return prefix.empty() ? ZARN_SOURCE_DIR "/board/zarn-board --build " ZARN_BUILD_DIR
+                          : prefix + "/bin/zarn-board";
+}
+
+}  // namespace zarn::test
