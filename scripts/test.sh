@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds the release preset and runs the whole suite.
 # With --all the suite also runs under the address, leak and undefined-behaviour sanitizers; what has threads, under
-# the thread sanitizer; and the unit tests, cross-built, on arm64.
+# the thread sanitizer; and, cross-built, on arm64, without the tests that trace a process.
 #
 # usage: scripts/test.sh [--all]
 source "$(dirname "$0")/lib.sh"
@@ -31,7 +31,7 @@ if $all; then
         TSAN_OPTIONS="suppressions=$root/tests/thread_sanitizer.supp" build/tsan/bin/"$program" --gtest_brief=1
     done
     build_preset arm64
-    run_tests arm64 -L unit
+    run_tests arm64
 fi
 build_preset release
 run_tests release

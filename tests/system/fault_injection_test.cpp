@@ -60,7 +60,8 @@ void WalkDdr(const std::string& more) {
     directory.Write("usr/config.json", kDdrConfig);
     std::string out;
     ASSERT_TRUE(SystemCommandRunner().Capture(
-        "cd '" + directory.Path() + "' && mkdir -p tmp && TMPDIR=$PWD/tmp " + BoardLauncher() +
+        "cd '" + directory.Path() +
+            "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " + BoardLauncher() +
             " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" + kPreload +
             "' /opt/usr/config.json " + more + " && echo done",
         out));

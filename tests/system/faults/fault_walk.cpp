@@ -153,6 +153,10 @@ private:
 
     [[noreturn]] void Become(const std::string& fault, const std::string& out,
                              const std::string& err) {
+        const char* sanitizer = std::getenv("ASAN_OPTIONS");
+        const std::string options = sanitizer == nullptr ? "" : std::string(sanitizer) + ":";
+        // Otherwise the address sanitizer wants to be the first of all libraries.
+        ::setenv("ASAN_OPTIONS", (options + "verify_asan_link_order=0").c_str(), 1);
         ::setenv("LD_PRELOAD", preload_.c_str(), 1);
         ::setenv("ZARN_FAULT", fault.c_str(), 1);
         ::setenv("ZARN_FAULT_COUNTS", (scratch_ + "/counts").c_str(), 1);

@@ -20,7 +20,6 @@ public:
     ~OnBoard() override { ::unsetenv(kStateVariable); }
 
 protected:
-
     // Makes the board as `initial_` has it; call once.
     void Start() {
         const std::string path = directory_.Path() + "state";

@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -42,8 +43,10 @@ TEST_F(State, ProcessesSeeWhatOthersSet) {
     const pid_t child = ::fork();
     if (child == 0) {
         BoardState* state = MapBoardState(::getenv(kStateVariable));
-        const BoardLock lock(*state);
-        state->partitions[5].high = 17;
+        {
+            const BoardLock lock(*state);
+            state->partitions[5].high = 17;
+        }
         ::_exit(0);
     }
     ASSERT_GT(child, 0);
@@ -54,6 +57,9 @@ TEST_F(State, ProcessesSeeWhatOthersSet) {
 }
 
 TEST_F(State, TheLockOutlivesAProcessThatDiesHoldingIt) {
+    if (!std::string_view(ZARN_EMULATOR).empty()) {
+        GTEST_SKIP() << "an emulator of another processor has no robust locks";
+    }
     Start();
     const pid_t child = ::fork();
     if (child == 0) {
