@@ -11,8 +11,9 @@ mkdir -p build/bench
 rm -f build/bench/*
 for program in build/release/bin/*_bench; do
     say "$(basename "$program")"
-    "$program" --benchmark_filter="${1:-.}" --benchmark_repetitions=3 --benchmark_report_aggregates_only=true \
-        --benchmark_out="build/bench/$(basename "$program").json" --benchmark_out_format=json >/dev/null
+    # In random order, so that a slow moment of the machine does not fall on one side of a ratio.
+    "$program" --benchmark_filter="${1:-.}" --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true \
+        --benchmark_report_aggregates_only=true --benchmark_out="build/bench/$(basename "$program").json" --benchmark_out_format=json >/dev/null
 done
 {
     echo "$(machine)."

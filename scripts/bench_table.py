@@ -4,6 +4,7 @@
 A name is <what>/<form>, the form being ours, naive (the plain way of doing it) or bound (what cannot be avoided).
 """
 import json
+import re
 import sys
 
 MILLISECONDS = {"ns": 1e-6, "us": 1e-3, "ms": 1.0, "s": 1e3}
@@ -31,9 +32,9 @@ def read(paths):
         for row in json.loads(text)["benchmarks"] if text else []:
             if row.get("aggregate_name") != "median":
                 continue
-            name = row["run_name"].split("/iterations:")[0]
-            real = name.endswith("/real_time")
-            name = name.removesuffix("/real_time").removesuffix("/process_time")
+            name = re.sub(r"/iterations:\d+", "", row["run_name"])
+            real = name.endswith(("/real_time", "/manual_time"))
+            name = re.sub("/(real|manual|process)_time", "", name)
             what, _, form = name.rpartition("/")
             times[(what, form)] = row["real_time" if real else "cpu_time"] * MILLISECONDS[row["time_unit"]]
             for counter in sorted(set(row) - STANDARD):

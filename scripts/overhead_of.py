@@ -19,7 +19,7 @@ def peak_kib(pid):
 
 def main():
     pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ,
-                         file_actions=[(os.POSIX_SPAWN_OPEN, 1, os.devnull, os.O_WRONLY, 0)])
+                         file_actions=[(os.POSIX_SPAWN_OPEN, stream, os.devnull, os.O_WRONLY, 0) for stream in (1, 2)])
     own_peak = 0
     # A process that has ended but is not waited for still has its own times apart from its children's.
     while os.waitid(os.P_PID, pid, os.WEXITED | os.WNOWAIT | os.WNOHANG) is None:
