@@ -84,7 +84,7 @@ bool LayProcessFiles(const std::string& files) {
            ReplaceFile(files + "/proc/sharepool/proc_stat", SharePoolText(self));
 }
 
-// Writes the table at each tick of the board, and at once when a setting changes, until it is told
+// Writes the table at each tick of the board, and soon after a setting changes, until it is told
 // to stop.
 int WriteTables(BoardState& state, const std::string& files) {
     const std::string path = files + "/proc/qos/bwstat/bandwidth";

@@ -1,14 +1,12 @@
 #include "board/state/board_state.h"
 
 #include <fcntl.h>
-#include <linux/futex.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
@@ -60,12 +58,6 @@ BoardState* MapFile(int fd) {
     }
     void* memory = ::mmap(nullptr, sizeof(BoardState), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     return memory == MAP_FAILED ? nullptr : static_cast<BoardState*>(memory);
-}
-
-// The futex word is the generation itself.
-long Futex(std::atomic<std::uint32_t>& word, int operation, std::uint32_t value,
-           const timespec* timeout) {
-    return ::syscall(SYS_futex, &word, operation, value, timeout, nullptr, 0);
 }
 
 // A board once attached, with the path it was found by.
@@ -162,14 +154,22 @@ std::uint64_t BoardTimeMs(const BoardState& state) {
 
 void AnnounceChange(BoardState& state) {
     state.generation.fetch_add(1, std::memory_order_release);
-    Futex(state.generation, FUTEX_WAKE, INT_MAX, nullptr);
 }
 
-void WaitForChange(BoardState& state, std::uint32_t known, std::uint32_t timeoutMs) {
-    timespec timeout{};
-    timeout.tv_sec = timeoutMs / 1000;
-    timeout.tv_nsec = static_cast<long>(timeoutMs % 1000) * 1000000;
-    Futex(state.generation, FUTEX_WAIT, known, &timeout);
+void WaitForChange(const BoardState& state, std::uint32_t known, std::uint32_t timeoutMs) {
+    constexpr std::uint64_t kLookNs = 5 * kNsPerMs;
+    const std::uint64_t end = MonotonicNs() + timeoutMs * kNsPerMs;
+    while (state.generation.load(std::memory_order_acquire) == known) {
+        const std::uint64_t now = MonotonicNs();
+        if (now >= end) {
+            return;
+        }
+        timespec pause{};
+        pause.tv_nsec = static_cast<long>(std::min(kLookNs, end - now));
+        if (::nanosleep(&pause, nullptr) != 0) {
+            return;
+        }
+    }
 }
 
 }  // namespace zarn::board

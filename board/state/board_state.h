@@ -172,10 +172,12 @@ void ResetSettings(BoardState& state);
 // Milliseconds since the board's start.
 [[nodiscard]] std::uint64_t BoardTimeMs(const BoardState& state);
 
-// Tells those who wait in WaitForChange that settings have changed. Call under the lock.
+// Tells those who wait in WaitForChange that settings have changed, without a system call: under
+// the tracer one would cost the caller more than the rest of a device call. Call under the lock.
 void AnnounceChange(BoardState& state);
 
-// Waits until the generation is no longer `known`, at most `timeoutMs`.
-void WaitForChange(BoardState& state, std::uint32_t known, std::uint32_t timeoutMs);
+// Waits until the generation is no longer `known`, at most `timeoutMs`, or until a signal; looks
+// every 5 ms.
+void WaitForChange(const BoardState& state, std::uint32_t known, std::uint32_t timeoutMs);
 
 }  // namespace zarn::board
