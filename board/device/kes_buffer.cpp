@@ -2,8 +2,6 @@
 #include "kes_buffer.h"
 #pragma GCC visibility pop
 
-#include <unistd.h>
-
 #include "board/device/buffer_device.h"
 #include "board/device/library_call.h"
 #include "board/device/record.h"
@@ -28,7 +26,7 @@ int kesBuffGetInfo(unsigned type, void* in, unsigned inSize, void* out, unsigned
         if (in != nullptr || inSize != 0 || outSize == nullptr) {
             return kBadRecord;
         }
-        const auto caller = static_cast<std::uint32_t>(::getpid());
+        const auto caller = static_cast<std::uint32_t>(OwnProcessId());
         return ReadBuffers(state, type, out, *outSize, BoardTimeMs(state), caller);
     });
 }

@@ -2,8 +2,6 @@
 #include "ara/rm/tepa_resource.h"
 #pragma GCC visibility pop
 
-#include <unistd.h>
-
 #include <algorithm>
 
 #include "board/device/library_call.h"
@@ -15,7 +13,7 @@ namespace ara::rm {
 bool RegisterTepaResource() {
     const int code = RunLibraryCall({Call::kRegister}, nullptr, [](BoardState& state) -> int {
         auto& list = state.registered;
-        const std::int32_t self = ::getpid();
+        const std::int32_t self = OwnProcessId();
         if (std::find(list.begin(), list.end(), self) != list.end()) {
             return kDeviceOk;
         }
@@ -32,7 +30,7 @@ bool RegisterTepaResource() {
 bool UnRegisterTepaResource() {
     const int code = RunLibraryCall({Call::kUnRegister}, nullptr, [](BoardState& state) -> int {
         auto& list = state.registered;
-        auto* place = std::find(list.begin(), list.end(), ::getpid());
+        auto* place = std::find(list.begin(), list.end(), OwnProcessId());
         if (place == list.end()) {
             return kNotStarted;
         }

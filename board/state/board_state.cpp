@@ -152,6 +152,16 @@ std::uint64_t BoardTimeMs(const BoardState& state) {
     return now < state.startNs ? 0 : (now - state.startNs) / kNsPerMs;
 }
 
+std::int32_t OwnProcessId() {
+    static std::atomic<std::int32_t> known{0};
+    [[maybe_unused]] static const int result =
+        ::pthread_atfork(nullptr, nullptr, [] { known = 0; });
+    if (known == 0) {
+        known = ::getpid();
+    }
+    return known;
+}
+
 void AnnounceChange(BoardState& state) {
     state.generation.fetch_add(1, std::memory_order_release);
 }

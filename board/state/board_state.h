@@ -172,6 +172,10 @@ void ResetSettings(BoardState& state);
 // Milliseconds since the board's start.
 [[nodiscard]] std::uint64_t BoardTimeMs(const BoardState& state);
 
+// The id of this process, asked of the kernel once: under the tracer a system call costs more than
+// the rest of a device call. A forked child asks anew.
+[[nodiscard]] std::int32_t OwnProcessId();
+
 // Tells those who wait in WaitForChange that settings have changed, without a system call: under
 // the tracer one would cost the caller more than the rest of a device call. Call under the lock.
 void AnnounceChange(BoardState& state);

@@ -92,6 +92,17 @@ TEST_F(State, ThreadsCountTogetherUnderTheLock) {
     EXPECT_EQ(state_->calls, 4000U);
 }
 
+TEST_F(State, AForkedProcessHasAnIdOfItsOwn) {
+    EXPECT_EQ(OwnProcessId(), ::getpid());
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::_exit(OwnProcessId() == ::getpid() ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
 TEST_F(State, AWaitForAChangeThatHasHappenedReturns) {
     Start();
     const std::uint32_t known = state_->generation;
