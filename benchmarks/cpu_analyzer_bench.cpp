@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "analyzers/cpu_analyzer.h"
+#include "analyzers/cpu/cpu_analyzer.h"
 #include "benchmarks/naive/cpu_analysis.h"
 #include "benchmarks/support/cpu_log_generator.h"
 #include "benchmarks/support/scratch_dir.h"
-#include "foundation/cpu_run_files.h"
+#include "formats/cpu.h"
 #include "foundation/files.h"
 
 // The analysis of 600 samples of 400 processes with all jobs, beside a plain form of it and beside

@@ -13,9 +13,12 @@
 
 #include "benchmarks/support/cpu_log_generator.h"
 #include "benchmarks/support/scratch_dir.h"
-#include "collectors/system/cpu_collector.h"
+#include "collectors/system/cpu/cpu_collector.h"
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/json.h"
+#include "foundation/stop_flag.h"
+#include "foundation/text.h"
+#include "kit/event_writer.h"
 
 // What CpuCollector itself costs beside its tools: 600 samples of 400 processes, printed by tools
 // that do nothing but copy a recorded text. Times are CPU time of this process, its children's left

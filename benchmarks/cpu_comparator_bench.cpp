@@ -9,10 +9,14 @@
 
 #include "benchmarks/support/cpu_log_generator.h"
 #include "benchmarks/support/scratch_dir.h"
-#include "comparators/cpu_comparator.h"
-#include "foundation/cpu_run_files.h"
+#include "comparators/cpu/cpu_comparator.h"
+#include "formats/cpu.h"
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/json.h"
+#include "foundation/paths.h"
+#include "foundation/statistics.h"
+#include "foundation/stop_flag.h"
+#include "foundation/text.h"
 
 // The comparison of 20 versions of 600 samples of 400 processes, beside reading the same files and
 // beside a plain form of the same work: lists of lists of strings, one getline a line.

@@ -6,15 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "analyzers/ddr_analyzer.h"
-#include "analyzers/ddr_master_info.h"
+#include "analyzers/ddr/ddr_analyzer.h"
+#include "analyzers/ddr/ddr_master_info.h"
 #include "benchmarks/support/ddr_generator.h"
 #include "benchmarks/support/quiet_streams.h"
 #include "benchmarks/support/scratch_dir.h"
-#include "comparators/ddr_comparator.h"
-#include "foundation/ddr_run_files.h"
+#include "comparators/ddr/ddr_comparator.h"
+#include "formats/ddr.h"
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/json.h"
+#include "foundation/stop_flag.h"
 
 // The DDR line on collections of 2000 samples of 11 rows. Every row is to be read beside
 // "DdrFile/parse", the parsing alone of one such file: reading, analysing and writing it whole may

@@ -9,10 +9,11 @@
 
 #include "benchmarks/support/generator.h"
 #include "benchmarks/support/scratch_dir.h"
+#include "foundation/commands.h"
 #include "foundation/files.h"
 #include "foundation/json.h"
 #include "foundation/regex_guard.h"
-#include "foundation/zarn_utils.h"
+#include "kit/event_writer.h"
 
 // The costs of the foundation that missions pay per byte: JSON documents, files, lines, children.
 namespace zarn::bench {

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "benchmarks/support/scratch_dir.h"
-#include "collectors/system/qos_access.h"
+#include "collectors/system/ddr/qos_access.h"
 #include "foundation/files.h"
+#include "optimizer/benchmark/stress_benchmark.h"
 #include "optimizer/opt_log.h"
-#include "optimizer/perf_test.h"
-#include "optimizer/pso_search.h"
-#include "optimizer/pso_swarm.h"
-#include "optimizer/stress_benchmark.h"
+#include "optimizer/search/perf_test.h"
+#include "optimizer/search/pso_search.h"
+#include "optimizer/search/pso_swarm.h"
 
 // What the optimizer itself costs beside the benchmark runs that it waits for.
 namespace zarn::bench {

@@ -17,12 +17,14 @@
 #include "board/bench/best_bounds.h"
 #include "board/device/device_info.h"
 #include "board/setup/scenario_parser.h"
-#include "collectors/system/qos_access.h"
+#include "collectors/system/ddr/qos_access.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
-#include "optimizer/pso_search.h"
-#include "optimizer/stress_log_parser.h"
+#include "foundation/numbers.h"
+#include "foundation/stop_flag.h"
+#include "foundation/text.h"
+#include "optimizer/benchmark/stress_log_parser.h"
+#include "optimizer/search/pso_search.h"
 
 namespace zarn::bench {
 namespace {

@@ -1,3 +1,5 @@
+#include "foundation/file_search.h"
+
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -8,7 +10,6 @@
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/regex_guard.h"
-#include "foundation/zarn_utils.h"
 
 namespace zarn {
 namespace {

@@ -8,6 +8,9 @@
 #include <cerrno>
 #include <exception>
 
+#include "foundation/console.h"
+#include "foundation/text.h"
+
 namespace zarn {
 namespace {
 
@@ -240,6 +243,28 @@ bool LineFile::Next(std::string_view& line) {
         }
     }
     return false;
+}
+
+bool ReadFileToString(const std::string& path, std::string& text) {
+    if (ReadFile(path, text) != FileResult::Ok) {
+        PrintError("Could not open json file - '" + path + "'");
+        return false;
+    }
+    return true;
+}
+
+bool ReadFileLines(const std::string& path, std::vector<std::string>& lines) {
+    std::string text;
+    if (ReadFile(path, text) != FileResult::Ok) {
+        PrintError("open file failed.");
+        return false;
+    }
+    LineCursor cursor(text);
+    std::string_view line;
+    while (cursor.Next(line)) {
+        lines.emplace_back(TrimSpacesView(line));
+    }
+    return true;
 }
 
 }  // namespace zarn

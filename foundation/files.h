@@ -51,6 +51,12 @@ private:
     std::string_view rest_;
 };
 
+// Reads a whole file. False after its line if it cannot be opened.
+[[nodiscard]] bool ReadFileToString(const std::string& path, std::string& text);
+
+// Appends each line with blanks (not tabs) removed at both ends.
+[[nodiscard]] bool ReadFileLines(const std::string& path, std::vector<std::string>& lines);
+
 // Reads the lines of a file as LineCursor cuts them, through a buffer of its own that grows only
 // with the longest line, for files that need not lie in memory as a whole.
 class LineFile {

@@ -6,6 +6,9 @@
 #include <cstring>
 #include <vector>
 
+#include "foundation/console.h"
+#include "foundation/numbers.h"
+
 namespace zarn {
 namespace {
 
@@ -192,7 +195,8 @@ void WriteOrOpen(const JsonValue& value, rapidjson::StringBuffer& buffer,
 }  // namespace
 
 void FailJsonAssertion(const char* condition, const char* file, int line) noexcept {
-    std::fprintf(stderr, "zarn: %s:%d: JSON assertion `%s' failed.\n", file, line, condition);
+    PrintError(std::string("zarn: ") + file + ":" + std::to_string(line) + ": JSON assertion `" +
+               condition + "' failed.");
     std::abort();
 }
 
@@ -214,6 +218,11 @@ void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer) {
             open.pop_back();
         }
     }
+}
+
+void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document) {
+    JsonAllocator& allocator = document.GetAllocator();
+    document.AddMember(JsonValue(key, allocator), JsonValue(value, allocator), allocator);
 }
 
 }  // namespace zarn

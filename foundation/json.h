@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <string_view>
@@ -64,5 +63,8 @@ template <typename Handler>
 // express (not a number, infinite), where the library would stop and leave the text torn, becomes
 // null, so that the document stays readable.
 void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer);
+
+// Adds a copied string member to the document's root object.
+void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document);
 
 }  // namespace zarn

@@ -117,4 +117,15 @@ std::optional<std::regex> CompileGuarded(const std::string& pattern, std::string
     return compiled;
 }
 
+void SplitByRegex(const std::string& text, const std::regex& pattern,
+                  std::vector<std::string>& tokens) {
+    std::vector<std::string_view> pieces;
+    SplitGuarded(text, pattern, pieces);
+    for (const std::string_view piece : pieces) {
+        if (!piece.empty()) {
+            tokens.emplace_back(piece);
+        }
+    }
+}
+
 }  // namespace zarn

@@ -57,4 +57,9 @@ void SplitGuarded(std::string_view text, const std::regex& pattern,
     const std::string& pattern, std::string& error,
     std::regex::flag_type flags = std::regex::ECMAScript);
 
+// Appends the non-empty pieces between matches; a text beyond the regular expressions' limit stays
+// whole.
+void SplitByRegex(const std::string& text, const std::regex& pattern,
+                  std::vector<std::string>& tokens);
+
 }  // namespace zarn

@@ -1,8 +1,8 @@
+#include "foundation/statistics.h"
+
 #include <algorithm>
 #include <functional>
 #include <numeric>
-
-#include "foundation/zarn_utils.h"
 
 namespace zarn {
 namespace {

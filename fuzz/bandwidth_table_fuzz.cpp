@@ -1,6 +1,6 @@
 #include <stdexcept>
 
-#include "collectors/system/ddr_bandwidth_parser.h"
+#include "collectors/system/ddr/ddr_bandwidth_parser.h"
 #include "fuzz/fuzz_input.h"
 
 // The DDR collector's raw log: a "total" after every ten rows, or an error of the standard

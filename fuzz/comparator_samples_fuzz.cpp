@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "comparators/cpu_figures_parser.h"
-#include "comparators/cpu_sample_reader.h"
+#include "comparators/cpu/cpu_figures_parser.h"
+#include "comparators/cpu/cpu_sample_reader.h"
 #include "fuzz/fuzz_input.h"
 
 // The comparator's reading of a version's raw logs.

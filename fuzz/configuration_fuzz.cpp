@@ -1,11 +1,11 @@
 #include <array>
 
-#include "analyzers/cpu_settings.h"
-#include "collectors/system/ddr_settings.h"
-#include "comparators/cpu_comparison_settings.h"
+#include "analyzers/cpu/cpu_settings.h"
+#include "collectors/system/ddr/ddr_settings.h"
+#include "comparators/cpu/cpu_comparison_settings.h"
 #include "foundation/json.h"
 #include "fuzz/fuzz_input.h"
-#include "optimizer/optimizer_options.h"
+#include "optimizer/options/optimizer_options.h"
 
 namespace {
 

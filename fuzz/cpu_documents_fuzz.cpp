@@ -1,6 +1,6 @@
 #include <vector>
 
-#include "analyzers/cpu_all_processes.h"
+#include "analyzers/cpu/cpu_all_processes.h"
 #include "foundation/json.h"
 #include "fuzz/fuzz_input.h"
 

@@ -2,7 +2,7 @@
 #include <array>
 #include <string>
 
-#include "analyzers/cpu_patterns.h"
+#include "analyzers/cpu/cpu_patterns.h"
 #include "fuzz/fuzz_input.h"
 
 // The exact matchers against their expressions: same verdict, same groups. The first byte chooses

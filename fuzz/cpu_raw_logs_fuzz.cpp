@@ -1,5 +1,5 @@
-#include "analyzers/cpu_log_parser.h"
-#include "analyzers/cpu_patterns.h"
+#include "analyzers/cpu/cpu_log_parser.h"
+#include "analyzers/cpu/cpu_patterns.h"
 #include "fuzz/fuzz_input.h"
 
 // The analyzer's readers of usage logs and cores logs: whatever the log, the lists fit together.

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "collectors/system/cpu_samples_parser.h"
+#include "collectors/system/cpu/cpu_samples_parser.h"
 #include "fuzz/fuzz_input.h"
 
 namespace zarn {

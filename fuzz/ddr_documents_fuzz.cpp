@@ -1,11 +1,11 @@
 #include <string>
 #include <vector>
 
-#include "analyzers/ddr_info_reader.h"
-#include "comparators/ddr_version_reader.h"
-#include "foundation/event_line.h"
+#include "analyzers/ddr/ddr_info_reader.h"
+#include "comparators/ddr/ddr_version_reader.h"
 #include "foundation/files.h"
 #include "fuzz/fuzz_input.h"
+#include "kit/event_line.h"
 
 namespace zarn::fuzz {
 namespace {

@@ -1,5 +1,5 @@
 #include "fuzz/fuzz_input.h"
-#include "optimizer/stress_log_parser.h"
+#include "optimizer/benchmark/stress_log_parser.h"
 
 // The stress benchmark's log: at most 26 rates per group, as many for each.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -8,7 +8,7 @@
 
 #include "foundation/console.h"
 #include "foundation/files.h"
-#include "foundation/settings_reader.h"
+#include "kit/section.h"
 #include "mission/zarn_manager.h"
 
 namespace zarn {

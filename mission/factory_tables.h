@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "analyzers/basic_analyzer.h"
-#include "collectors/system/basic_collector.h"
-#include "comparators/basic_comparator.h"
+#include "kit/basic_analyzer.h"
+#include "kit/basic_collector.h"
+#include "kit/basic_comparator.h"
+#include "kit/basic_optimizer.h"
 #include "mission/mission_list.h"
-#include "optimizer/basic_optimizer.h"
 
 namespace zarn {
 

@@ -5,9 +5,10 @@
 #include <stdexcept>
 #include <thread>
 
+#include "formats/run_tree.h"
 #include "foundation/console.h"
-#include "foundation/run_tree.h"
-#include "foundation/settings_reader.h"
+#include "kit/event_writer.h"
+#include "kit/section.h"
 #include "mission/interrupt.h"
 #include "mission/zarn_manager.h"
 

@@ -2,8 +2,9 @@
 
 #include <filesystem>
 
+#include "formats/run_tree.h"
 #include "foundation/console.h"
-#include "foundation/run_tree.h"
+#include "foundation/paths.h"
 #include "mission/zarn_manager.h"
 
 namespace zarn {

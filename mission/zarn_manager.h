@@ -7,7 +7,8 @@
 
 #include "foundation/command_runner.h"
 #include "foundation/json.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/paths.h"
+#include "foundation/time.h"
 #include "mission/factory_tables.h"
 
 namespace zarn {

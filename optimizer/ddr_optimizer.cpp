@@ -2,13 +2,17 @@
 
 #include <utility>
 
+#include "formats/ddr.h"
+#include "foundation/command_runner.h"
 #include "foundation/console.h"
-#include "foundation/ddr_run_files.h"
-#include "foundation/mission_cost.h"
-#include "foundation/zarn_utils.h"
-#include "optimizer/optimizer_options.h"
-#include "optimizer/pso_search.h"
-#include "optimizer/stress_benchmark.h"
+#include "foundation/json.h"
+#include "foundation/paths.h"
+#include "foundation/stop_flag.h"
+#include "foundation/time.h"
+#include "kit/cost.h"
+#include "optimizer/benchmark/stress_benchmark.h"
+#include "optimizer/options/optimizer_options.h"
+#include "optimizer/search/pso_search.h"
 
 namespace zarn {
 namespace {

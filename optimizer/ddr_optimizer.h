@@ -3,11 +3,11 @@
 #include <string>
 #include <vector>
 
-#include "collectors/system/qos_access.h"
+#include "collectors/system/ddr/qos_access.h"
 #include "foundation/command_runner.h"
-#include "optimizer/basic_optimizer.h"
-#include "optimizer/optimizer_settings.h"
-#include "optimizer/pso_random.h"
+#include "kit/basic_optimizer.h"
+#include "optimizer/options/optimizer_settings.h"
+#include "optimizer/search/pso_random.h"
 
 namespace zarn {
 

@@ -4,7 +4,7 @@
 
 #include "foundation/console.h"
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/statistics.h"
 
 namespace zarn {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "optimizer/pso_types.h"
+#include "optimizer/search/pso_types.h"
 
 namespace zarn {
 

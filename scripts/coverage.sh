@@ -10,7 +10,7 @@ if [ -z "$(find build/asan -name '*.gcda' -print -quit 2>/dev/null)" ]; then
 fi
 
 # Files of pure functions: parsers, findings, documents, tables and the utilities below them.
-pure='(foundation/(text_utils|statistics|time_utils|settings_reader|json|regex_guard)|.*_(parser|patterns|matchers|findings|documents|tables?|figures|swarm|step|test)|board/model/.*)\.cpp'
+pure='(foundation/(text|numbers|statistics|time|json|regex_guard)|kit/(section|event_line|event_reader|csv_table)|.*_(parser|patterns|matchers|findings|documents|tables?|figures|swarm|step|test)|board/model/.*)\.cpp'
 mkdir -p build/coverage
 gcovr_options=(--root . --object-directory build/asan --exclude-throw-branches --exclude-unreachable-branches
                -j "$(nproc)")

@@ -24,7 +24,7 @@ if $all; then
     need_packages scripts/packages-dev.txt
     build_preset asan
     run_tests asan
-    threaded=(foundation_test collectors_system_test mission_test system_test)
+    threaded=(foundation_test collectors_system_cpu_test collectors_system_ddr_test mission_test system_test)
     build_preset tsan zarn "${threaded[@]}"
     for program in "${threaded[@]}"; do
         say "Testing preset tsan: $program"

@@ -7,14 +7,18 @@
 #include <utility>
 #include <vector>
 
-#include "analyzers/cpu_analysis_documents.h"
-#include "analyzers/cpu_analysis_tables.h"
-#include "analyzers/cpu_findings.h"
-#include "analyzers/cpu_patterns.h"
-#include "foundation/cpu_run_files.h"
+#include "analyzers/cpu/cpu_analysis_documents.h"
+#include "analyzers/cpu/cpu_analysis_tables.h"
+#include "analyzers/cpu/cpu_findings.h"
+#include "analyzers/cpu/cpu_patterns.h"
+#include "formats/cpu.h"
+#include "formats/run_tree.h"
+#include "foundation/file_search.h"
 #include "foundation/json.h"
-#include "foundation/run_tree.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/numbers.h"
+#include "foundation/text.h"
+#include "foundation/time.h"
+#include "kit/event_writer.h"
 
 namespace zarn::bench {
 namespace {

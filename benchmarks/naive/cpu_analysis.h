@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "analyzers/cpu_settings.h"
+#include "analyzers/cpu/cpu_settings.h"
 
 namespace zarn::bench {
 

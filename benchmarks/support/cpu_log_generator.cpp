@@ -5,10 +5,11 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "foundation/cpu_run_files.h"
+#include "formats/cpu.h"
+#include "formats/run_tree.h"
 #include "foundation/files.h"
-#include "foundation/run_tree.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/paths.h"
+#include "foundation/time.h"
 
 namespace zarn::bench {
 namespace {

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "benchmarks/support/generator.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/time.h"
 
 namespace zarn::bench {
 namespace {

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/text.h"
 
 namespace zarn::board {
 namespace {

@@ -11,7 +11,8 @@
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/numbers.h"
+#include "foundation/text.h"
 
 namespace zarn::board {
 namespace {

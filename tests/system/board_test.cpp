@@ -8,8 +8,8 @@
 #include <string>
 
 #include "foundation/command_runner.h"
+#include "tests/support/temp_dir.h"
 #include "tests/system/support/programs.h"
-#include "tests/unit/support/temp_dir.h"
 
 namespace zarn {
 namespace {

@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <set>
 
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
-#include "tests/unit/support/manager_texts.h"
 
 // The analysis of an earlier run by the built program, interrupted at each file it opens, and on a
 // full disk.

@@ -4,7 +4,8 @@
 #include <sstream>
 
 #include "foundation/json.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/numbers.h"
+#include "foundation/text.h"
 #include "tests/system/support/sandbox.h"
 
 // CPU collections with the machine's own top and ps: what the files say must agree with one

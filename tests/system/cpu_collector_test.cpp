@@ -2,7 +2,8 @@
 
 #include <sstream>
 
-#include "foundation/zarn_utils.h"
+#include "foundation/stop_flag.h"
+#include "foundation/text.h"
 #include "tests/system/support/sandbox.h"
 
 // CPU collections by the built program, with tools that print what real ones printed, or worse.

@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
-#include "tests/unit/support/manager_texts.h"
 
 // The stages with the CPU missions in them: what the manager makes of their results, of an
 // interrupt and of earlier runs.

@@ -12,8 +12,8 @@
 
 #include "foundation/command_runner.h"
 #include "foundation/json.h"
+#include "tests/support/temp_dir.h"
 #include "tests/system/support/programs.h"
-#include "tests/unit/support/temp_dir.h"
 
 // The DDR line of the built program on the virtual board: collection, analysis, comparison.
 namespace zarn {

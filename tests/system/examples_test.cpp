@@ -5,8 +5,8 @@
 #include <filesystem>
 
 #include "foundation/json.h"
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
-#include "tests/unit/support/manager_texts.h"
 
 // Every configuration of docs/examples that needs no board is run as a user would run it.
 namespace zarn::test {

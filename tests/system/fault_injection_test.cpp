@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "foundation/command_runner.h"
+#include "tests/support/temp_dir.h"
 #include "tests/system/support/programs.h"
 #include "tests/system/support/sandbox.h"
-#include "tests/unit/support/temp_dir.h"
 
 // Every fallible call of the program fails in turn, with each plausible error, and the program is
 // interrupted at random calls: each run ends as it is meant to and leaves documents that can be

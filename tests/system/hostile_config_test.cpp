@@ -2,8 +2,8 @@
 
 #include <filesystem>
 
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/sandbox.h"
-#include "tests/unit/support/manager_texts.h"
 
 // Configurations that nobody should write, and disks that are full.
 namespace zarn::test {

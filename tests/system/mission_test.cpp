@@ -5,8 +5,8 @@
 #include <filesystem>
 #include <regex>
 
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/sandbox.h"
-#include "tests/unit/support/manager_texts.h"
 
 // The course of a run as a user meets it: lines, streams, order, the tree, the status.
 namespace zarn::test {

@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "foundation/command_runner.h"
+#include "tests/support/temp_dir.h"
 #include "tests/system/support/programs.h"
-#include "tests/unit/support/temp_dir.h"
 
 // The optimizer of the built program on the virtual board, with the board's stress benchmark.
 namespace zarn {

@@ -25,9 +25,9 @@
 #include <string>
 #include <vector>
 
+#include "formats/run_tree.h"
 #include "foundation/files.h"
 #include "foundation/json.h"
-#include "foundation/run_tree.h"
 
 namespace fs = std::filesystem;
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn::test {
 namespace {

@@ -12,7 +12,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "foundation/run_tree.h"
+#include "formats/run_tree.h"
 #include "tests/system/support/private_usr.h"
 #include "tests/system/support/programs.h"
 #include "tests/system/support/tracked_process.h"

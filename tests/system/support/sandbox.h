@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/temp_dir.h"
 #include "tests/system/support/private_usr.h"
-#include "tests/unit/support/temp_dir.h"
 
 namespace zarn::test {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "board/state/board_state.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn::board {
 

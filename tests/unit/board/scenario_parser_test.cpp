@@ -8,7 +8,7 @@
 #include <string>
 
 #include "board/state/observation.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn::board {
 namespace {

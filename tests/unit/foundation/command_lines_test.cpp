@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdio>
 
-#include "foundation/zarn_utils.h"
+#include "foundation/commands.h"
 
 namespace zarn {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "foundation/files.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {

@@ -1,3 +1,5 @@
+#include "foundation/file_search.h"
+
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,9 +10,8 @@
 #include <vector>
 
 #include "foundation/regex_guard.h"
-#include "foundation/zarn_utils.h"
-#include "tests/unit/support/captured_streams.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/captured_streams.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {

@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
-#include "tests/unit/support/process_state.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/process_state.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {

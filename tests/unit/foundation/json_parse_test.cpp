@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "foundation/json.h"
-#include "foundation/settings_reader.h"
+#include "kit/section.h"
 
 namespace zarn {
 namespace {

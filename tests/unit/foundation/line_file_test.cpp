@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "foundation/files.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {

@@ -15,10 +15,10 @@
 
 #include "foundation/command_runner.h"
 #include "foundation/stop_flag.h"
-#include "tests/unit/support/captured_streams.h"
-#include "tests/unit/support/fake_runner.h"
-#include "tests/unit/support/process_state.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/captured_streams.h"
+#include "tests/support/fake_runner.h"
+#include "tests/support/process_state.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {

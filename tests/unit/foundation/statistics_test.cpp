@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
+#include "foundation/statistics.h"
 
-#include "foundation/zarn_utils.h"
+#include <gtest/gtest.h>
 
 namespace zarn {
 namespace {

@@ -6,8 +6,9 @@
 #include <string_view>
 #include <vector>
 
-#include "foundation/zarn_utils.h"
-#include "tests/unit/support/captured_streams.h"
+#include "foundation/numbers.h"
+#include "foundation/text.h"
+#include "tests/support/captured_streams.h"
 
 namespace zarn {
 namespace {

@@ -11,8 +11,8 @@
 #include <functional>
 #include <string>
 
-#include "foundation/zarn_utils.h"
-#include "tests/unit/support/captured_streams.h"
+#include "foundation/paths.h"
+#include "tests/support/captured_streams.h"
 
 // The checks of user-given paths, where there is an /opt/usr/.
 namespace zarn {

@@ -8,10 +8,10 @@
 #include <vector>
 
 #include "mission/zarn_manager.h"
-#include "tests/unit/support/captured_streams.h"
-#include "tests/unit/support/fake_runner.h"
-#include "tests/unit/support/manager_texts.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/captured_streams.h"
+#include "tests/support/fake_runner.h"
+#include "tests/support/manager_texts.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn::test {
 

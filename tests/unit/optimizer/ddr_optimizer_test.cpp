@@ -7,13 +7,13 @@
 #include <string>
 
 #include "foundation/files.h"
-#include "optimizer/stress_benchmark.h"
-#include "tests/unit/optimizer/options_fixture.h"
-#include "tests/unit/optimizer/pso_fixture.h"
-#include "tests/unit/support/captured_streams.h"
-#include "tests/unit/support/fake_device.h"
-#include "tests/unit/support/fake_runner.h"
-#include "tests/unit/support/temp_dir.h"
+#include "optimizer/benchmark/stress_benchmark.h"
+#include "tests/support/captured_streams.h"
+#include "tests/support/fake_device.h"
+#include "tests/support/fake_runner.h"
+#include "tests/support/temp_dir.h"
+#include "tests/unit/optimizer/options/options_fixture.h"
+#include "tests/unit/optimizer/search/pso_fixture.h"
 
 namespace zarn {
 namespace {

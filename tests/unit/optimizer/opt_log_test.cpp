@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "tests/unit/support/captured_streams.h"
-#include "tests/unit/support/temp_dir.h"
+#include "tests/support/captured_streams.h"
+#include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {

@@ -1,0 +1,290 @@
+#include "analyzers/cpu/cpu_analyzer.h"
+
+#include <stdexcept>
+
+#include "analyzers/cpu/cpu_all_processes.h"
+#include "analyzers/cpu/cpu_analysis_documents.h"
+#include "formats/cpu.h"
+#include "formats/run_tree.h"
+#include "foundation/console.h"
+#include "foundation/file_search.h"
+#include "foundation/files.h"
+#include "foundation/json.h"
+#include "foundation/paths.h"
+#include "foundation/stop_flag.h"
+#include "foundation/time.h"
+#include "kit/cost.h"
+#include "kit/event_writer.h"
+
+namespace zarn {
+namespace {
+
+using cpu_files::kRawDir;
+
+enum class TableMode { Rewrite, Append };
+
+// Where a table goes and what is said when it cannot be written to its end.
+struct TableTarget {
+    std::string path;
+    TableMode mode;
+    std::string wordsOnError;
+};
+
+// Writes the table that `fill` gives; false after its line.
+template <typename Fill>
+bool SaveTable(const TableTarget& target, Fill fill) {
+    FileResult result = FileResult::Ok;
+    bool rewrite = target.mode == TableMode::Rewrite;
+    TableText table([&](std::string_view piece) {
+        result = rewrite ? WriteFile(target.path, piece) : AppendFile(target.path, piece);
+        rewrite = false;
+        return result == FileResult::Ok;
+    });
+    fill(table);
+    if (result == FileResult::CannotOpen) {
+        return PrintFailure("[CpuAnalyzer] Failed to open file: " + target.path);
+    }
+    if (result == FileResult::Failed) {
+        return PrintFailure(target.wordsOnError + "the file cannot be written to its end");
+    }
+    return true;
+}
+
+// A file of documents, appended to in large pieces of whole documents.
+class DocumentFile {
+public:
+    explicit DocumentFile(std::string path) : path_(std::move(path)) {}
+
+    // Where the next document is written, behind those that wait to be saved.
+    [[nodiscard]] rapidjson::StringBuffer& Text() { return text_; }
+    // Ends the document that was written.
+    void Keep() {
+        text_.Put('\n');
+        kept_ = text_.GetSize();
+        if (kept_ >= kPiece) {
+            Save();
+        }
+    }
+    // Takes back what was written since the last document.
+    void Drop() { text_.Pop(text_.GetSize() - kept_); }
+    void Save() {
+        if (kept_ != 0) {
+            SaveJsonLines(path_, text_);
+        }
+        text_.Clear();
+        kept_ = 0;
+    }
+
+private:
+    static constexpr std::size_t kPiece = std::size_t{1} << 20U;
+
+    std::string path_;
+    rapidjson::StringBuffer text_;
+    std::size_t kept_ = 0;
+};
+
+// The path of a numbered file whose prefix is a whole path.
+std::string Numbered(const std::string& prefix, const std::string& number, const char* suffix) {
+    return prefix + number + "." + suffix;
+}
+
+bool PrintTableFault(const std::out_of_range& error) {
+    return PrintFailure(
+        std::string("[CpuAnalyzer] Failed to obtain the regular expression. Error: ") +
+        error.what());
+}
+
+}  // namespace
+
+bool CpuAnalyzer::Start(const JsonDocument& config, const std::string& dataPath,
+                        const StopFlag* stopFlag) {
+    const MissionCost cost;
+    dataPath_ = dataPath;
+    if (!ParseCpuAnalyzerSettings(config, processorCount_, settings_)) {
+        return PrintFailure("[CpuAnalyzer] Failed to parse cpu config!");
+    }
+    if (!ProcessCpuInfo(stopFlag)) {
+        return PrintFailure("[CpuAnalyzer] Failed to process cpu info!");
+    }
+    cost.Record(kName, dataPath);
+    PrintLine("[CpuAnalyzer] CpuAnalyzer Finished!");
+    return true;
+}
+
+bool CpuAnalyzer::ProcessCpuInfo(const StopFlag* stopFlag) {
+    if (IsSet(stopFlag)) {
+        return PrintFailure("[CpuAnalyzer] Failed to process cpu analyzer because of stopFlag!");
+    }
+    const bool needsUsage = Wants("global") || Wants("process_set");
+    const bool hasUsage = needsUsage && ReadUsageLog();
+    bool succeeded = hasUsage || !needsUsage;
+    if (hasUsage && Wants("global") && !IsSet(stopFlag)) {
+        succeeded = AnalyzeGlobal() && succeeded;
+    }
+    if (hasUsage && Wants("process_set") && !IsSet(stopFlag)) {
+        succeeded = AnalyzeProcessSets() && succeeded;
+    }
+    if (!IsSet(stopFlag)) {
+        FindLog(cpu_files::kCoresLog, coresFile_);
+        if (!coresFile_.path.empty() && Wants("core") && !AnalyzeCores()) {
+            succeeded = PrintFailure("[CpuAnalyzer] Failed to analyze Cores.");
+        }
+    }
+    if (!IsSet(stopFlag)) {
+        succeeded = WriteLoading() && succeeded;
+    }
+    return succeeded;
+}
+
+void CpuAnalyzer::FindLog(const char* prefix, LogFile& log) const {
+    const auto files = FindIndexedFiles(dataPath_ + kRawDir, prefix, cpu_files::kLogSuffix);
+    log.path = files.empty() ? "" : files.front();
+}
+
+bool CpuAnalyzer::ReadUsageLog() {
+    FindLog(cpu_files::kUsageLog, usageFile_);
+    if (usageFile_.path.empty()) {
+        return PrintFailure(
+            "[CpuAnalyzer] The CpuCollector does not output the soc_gea_cpu_usage_info_1 rawfile.");
+    }
+    const FileResult result = ReadFile(usageFile_.path, usageFile_.text);
+    if (result == FileResult::CannotOpen) {
+        return PrintFailure("[CpuAnalyzer] Cannot find cpuGlobalData file: " + usageFile_.path);
+    }
+    if (result == FileResult::Failed || usageFile_.text.empty()) {
+        return PrintFailure("[CpuAnalyzer] The file is not found or empty, check your file: " +
+                            usageFile_.path);
+    }
+    try {
+        usage_ = ParseUsageLog(usageFile_.text, patterns_);
+    } catch (const std::out_of_range& error) {
+        return PrintTableFault(error);
+    }
+    ranked_ = RankProcesses(usage_);
+    return true;
+}
+
+bool CpuAnalyzer::AnalyzeGlobal() {
+    const std::string time = GetFileTimestamp(usageFile_.path);
+    const std::string jsonDir = dataPath_ + run_tree::kJsonDir;
+    const CpuGlobalFindings findings = FindGlobal(usage_, settings_);
+    const std::string path =
+        Numbered(jsonDir + cpu_files::kGlobalAnalysis, time, cpu_files::kDataSuffix);
+    SaveJsonToFile(path, GlobalDocument(findings, time));
+    SaveJsonToFile(path, Top10Document(ranked_, time));
+    SaveJsonToFile(path, TotalDocument(findings, time));
+    SaveAllProcesses(Numbered(jsonDir + cpu_files::kAllProcesses, time, cpu_files::kDataSuffix));
+    const TableTarget target = {
+        Numbered(dataPath_ + kRawDir + cpu_files::kGlobalTable, time, cpu_files::kCsvSuffix),
+        TableMode::Rewrite, "[CpuAnalyzer] Error occurs when writing cpuglobal rawdata: "};
+    return SaveTable(target,
+                     [this](TableText& table) { WriteGlobalTable(usage_, ranked_, table); });
+}
+
+void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
+    const auto files = FindIndexedFiles(dataPath_ + run_tree::kJsonDir, cpu_files::kUsageDocuments,
+                                        cpu_files::kDataSuffix);
+    if (files.empty()) {
+        PrintError(
+            "[CpuAnalyzer] The CpuCollector does not output the soc_gea_cpu_usage_info jsonfile.");
+        return;
+    }
+    LineFile documents(files.front());
+    if (!documents.IsOpen()) {
+        PrintError("[CpuAnalyzer] Failed to open the cpuUsageFile file - '" + files.front() + "'");
+        return;
+    }
+    std::string_view document;
+    DocumentFile extended(path);
+    for (std::size_t sample = 0; documents.Next(document); ++sample) {
+        const bool hasRows = sample < usage_.sampleRows.Count();
+        const auto rows =
+            hasRows ? usage_.sampleRows.At(sample) : Batches<std::string_view>::Range{};
+        if (!AddAllProcesses(document, rows, extended.Text())) {
+            PrintError("[CpuAnalyzer] Exception occurs while parsing cpuUsageFile json file.");
+            extended.Drop();
+        } else if (!hasRows) {
+            PrintError(
+                "[CpuAnalyzer] The data volume of the analyzer is less than that of the "
+                "collector.");
+            extended.Drop();
+        } else {
+            extended.Keep();
+        }
+    }
+    extended.Save();
+}
+
+bool CpuAnalyzer::AnalyzeProcessSets() {
+    const std::string time = GetFileTimestamp(usageFile_.path);
+    const auto findings = FindProcessSets(usage_, ranked_, settings_);
+    SaveJsonToFile(Numbered(dataPath_ + run_tree::kJsonDir + cpu_files::kSelectedAnalysis, time,
+                            cpu_files::kDataSuffix),
+                   ProcessSetDocument(findings, time));
+    const TableTarget target = {
+        Numbered(dataPath_ + kRawDir + cpu_files::kSelectedTable, time, cpu_files::kCsvSuffix),
+        TableMode::Append, "[CpuAnalyzer] Error occurs when writing process set rawdata: "};
+    return SaveTable(target,
+                     [&](TableText& table) { WriteProcessSetTable(usage_, findings, table); });
+}
+
+bool CpuAnalyzer::AnalyzeCores() {
+    if (ReadFile(coresFile_.path, coresFile_.text) != FileResult::Ok || coresFile_.text.empty()) {
+        return PrintFailure("[CpuAnalyzer] The file is not found or empty, check your file: " +
+                            coresFile_.path);
+    }
+    try {
+        cores_ = ParseCoresLog(coresFile_.text, patterns_);
+    } catch (const std::out_of_range& error) {
+        return PrintTableFault(error);
+    }
+    return SaveCores();
+}
+
+bool CpuAnalyzer::SaveCores() {
+    const std::string time = GetFileTimestamp(coresFile_.path);
+    SaveJsonToFile(Numbered(dataPath_ + run_tree::kJsonDir + cpu_files::kCoreAnalysis, time,
+                            cpu_files::kDataSuffix),
+                   CoresDocument(FindCores(cores_, settings_), time));
+    const TableTarget target = {
+        Numbered(dataPath_ + kRawDir + cpu_files::kCoreTable, time, cpu_files::kCsvSuffix),
+        TableMode::Rewrite, "[CpuAnalyzer] Error occurs when writing cpu cores rawdata: "};
+    return SaveTable(target, [this](TableText& table) { WriteCoreTable(cores_, table); }) ||
+           PrintFailure("[CpuAnalyzer] Failed to Write Cores RawData.");
+}
+
+bool CpuAnalyzer::WriteLoading() {
+    if (!cores_.head.timeStamps.empty()) {
+        return SaveLoading(coresFile_.path,
+                           [this](TableText& table) {
+                               WriteCoresLoadingTable(usage_, cores_, settings_.processors, table);
+                           }) ||
+               PrintFailure("[CpuAnalyzer] Failed to Write cores CpuLoading RawData.");
+    }
+    if (!usage_.head.timeStamps.empty()) {
+        return SaveLoading(usageFile_.path,
+                           [this](TableText& table) { WriteGlobalLoadingTable(usage_, table); }) ||
+               PrintFailure("[CpuAnalyzer] Failed to Write global CpuLoading RawData.");
+    }
+    if (usageFile_.path.empty() && coresFile_.path.empty()) {
+        PrintError("[CpuAnalyzer] The file path: " + dataPath_ + kRawDir +
+                   (Wants("core") ? cpu_files::kCoresLog : cpu_files::kUsageLog) +
+                   " does not exist!");
+    }
+    return true;
+}
+
+bool CpuAnalyzer::SaveLoading(const std::string& source,
+                              const std::function<void(TableText&)>& fill) const {
+    const std::string directory = dataPath_ + kRawDir;
+    if (!ResolvePath(directory)) {
+        return PrintFailure("[CpuAnalyzer] Can't get real path");
+    }
+    return SaveTable(
+        {Numbered(directory + cpu_files::kLoadingTable, GetFileTimestamp(source),
+                  cpu_files::kCsvSuffix),
+         TableMode::Append, "[CpuAnalyzer] Error occurs when writing cpuLoading rawdata: "},
+        fill);
+}
+
+}  // namespace zarn

@@ -1,0 +1,195 @@
+#include "analyzers/ddr/ddr_analyzer.h"
+
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "analyzers/ddr/ddr_info_reader.h"
+#include "analyzers/ddr/ddr_master_info.h"
+#include "analyzers/ddr/ddr_results.h"
+#include "analyzers/ddr/ddr_statistics.h"
+#include "formats/ddr.h"
+#include "formats/run_tree.h"
+#include "foundation/console.h"
+#include "foundation/file_search.h"
+#include "foundation/files.h"
+#include "foundation/json.h"
+#include "foundation/paths.h"
+#include "foundation/stop_flag.h"
+#include "foundation/time.h"
+#include "kit/cost.h"
+#include "kit/section.h"
+
+namespace zarn {
+namespace {
+
+constexpr const char* kGlobalJob = "global";
+
+// The jobs of the section; throws std::invalid_argument if they are missing or no list.
+const JsonValue& JobsOf(const JsonDocument& config) {
+    const JsonValue* section = FindMember(config, DdrAnalyzer::kName);
+    const JsonValue* jobs = section == nullptr ? nullptr : FindMember(*section, "job");
+    if (jobs == nullptr) {
+        throw std::invalid_argument("[DdrAnalyzer] Ddr analyzer param is missing! Correct: [job]");
+    }
+    if (!jobs->IsArray()) {
+        throw std::invalid_argument("[DdrAnalyzer] Invalid JOB type, which should be list!");
+    }
+    if (jobs->Empty()) {
+        throw std::invalid_argument("[DdrAnalyzer] The JOB cannot be empty!");
+    }
+    return *jobs;
+}
+
+void RequireWritten(FileResult result, const std::string& path) {
+    if (result != FileResult::Ok) {
+        throw std::runtime_error("cannot write " + path);
+    }
+}
+
+}  // namespace
+
+DdrAnalyzer::DdrAnalyzer(std::string name) : BasicAnalyzer(std::move(name)) {}
+
+bool DdrAnalyzer::Start(const JsonDocument& config, const std::string& dataPath,
+                        const StopFlag* stopFlag) {
+    const MissionCost cost;
+    PrintLine("[DdrAnalyzer] DdrAnalyzer Start.");
+    if (!ParseConfig(config)) {
+        return PrintFailure("[DdrAnalyzer] Failed to parse ddr config!");
+    }
+    if (!InitPaths(dataPath)) {
+        return PrintFailure("[DdrAnalyzer] Failed to initialize file path!");
+    }
+    if (!Process(stopFlag)) {
+        return PrintFailure("[DdrAnalyzer] Failed to process ddr info!");
+    }
+    if (!Save()) {
+        return PrintFailure("[DdrAnalyzer] Failed to save ddr info!");
+    }
+    PrintLine("[DdrAnalyzer] DdrAnalyzer Finished!");
+    cost.Record(kName, dataPath);
+    return true;
+}
+
+bool DdrAnalyzer::ParseConfig(const JsonDocument& config) {
+    try {
+        return SetJobs(config);
+    } catch (const std::invalid_argument& error) {
+        return PrintFailure(
+            std::string("[DdrAnalyzer] Error occurs when parsing the ddr config: ") + error.what());
+    }
+}
+
+bool DdrAnalyzer::SetJobs(const JsonDocument& config) {
+    for (const JsonValue& job : JobsOf(config).GetArray()) {
+        if (!job.IsString()) {
+            throw std::invalid_argument(
+                "[DdrAnalyzer] Illegal item type of JOB! Items in JOB should be string!");
+        }
+        const std::string name(job.GetString(), job.GetStringLength());
+        if (name != kGlobalJob) {
+            PrintError("[DdrAnalyzer] Illegal job name: " + name + ", which should be 'global'.");
+            return PrintFailure("[DdrAnalyzer] Failed to SetJob!");
+        }
+        globalJob_ = true;
+    }
+    return true;
+}
+
+bool DdrAnalyzer::InitPaths(const std::string& dataPath) {
+    const std::string jsonDir = dataPath + run_tree::kJsonDir;
+    const std::vector<std::string> collections =
+        FindIndexedFiles(jsonDir, ddr_files::kBandwidth, ddr_files::kDataSuffix);
+    if (collections.size() != 1) {
+        return PrintFailure("[DdrAnalyzer] only one ddr_info file should be existed.");
+    }
+    timeStamp_ = GetFileTimestamp(collections.front());
+    const std::string dataName = timeStamp_ + "." + ddr_files::kDataSuffix;
+    ddrInfoPath_ = jsonDir + ddr_files::kBandwidth + dataName;
+    qosConfigPath_ = jsonDir + ddr_files::kQosSettings + dataName;
+    anaDataPath_ = jsonDir + ddr_files::kAnalysis + dataName;
+    anaCsvPath_ = dataPath + ddr_files::kRawDir + ddr_files::kAnalysis + timeStamp_ + "." +
+                  ddr_files::kCsvSuffix;
+    return true;
+}
+
+bool DdrAnalyzer::Process(const StopFlag* stopFlag) {
+    if (IsSet(stopFlag)) {
+        return PrintFailure("[DdrAnalyzer] Failed to process ddr analyzer because of stopFlag!");
+    }
+    try {
+        if (!globalJob_ || !LoadQosSettings() || !LoadBandwidth()) {
+            return PrintFailure("[DdrAnalyzer] Failed to load ddr collection info! ");
+        }
+        for (const std::string& name : ddrNameList) {
+            AnalyzeMaster(ddrInfoMap[name]);
+        }
+    } catch (const std::exception& error) {
+        PrintError(std::string("[DdrAnalyzer] Error occurs when analyzing ddr info: ") +
+                   error.what());
+        return PrintFailure("[DdrAnalyzer] Failed to analyzer ddr info! ");
+    }
+    PrintLine("[DdrAnalyzer] Successfully analyzer ddr info!");
+    return true;
+}
+
+bool DdrAnalyzer::LoadQosSettings() const {
+    LineFile file(qosConfigPath_);
+    if (!file.IsOpen()) {
+        return PrintFailure("[DdrAnalyzer] Failed to open the Qos config file - '" +
+                            qosConfigPath_ + "'");
+    }
+    PrintLine("[DdrAnalyzer] Successfully load qos info from " + qosConfigPath_);
+    return ReadQosSettings(LinesOf(file), ddrInfoMap);
+}
+
+bool DdrAnalyzer::LoadBandwidth() const {
+    LineFile file(ddrInfoPath_);
+    if (!file.IsOpen()) {
+        return PrintFailure("[DdrAnalyzer] Failed to open the DDR info file - '" + ddrInfoPath_ +
+                            "'");
+    }
+    PrintLine("[DdrAnalyzer] Successfully load ddr info from " + ddrInfoPath_);
+    return ReadBandwidthShares(LinesOf(file), ddrInfoMap);
+}
+
+bool DdrAnalyzer::Save() {
+    if (!SaveDocument()) {
+        return PrintFailure("[DdrAnalyzer] Failed to save the ddr analysis file!");
+    }
+    PrintLine("[DdrAnalyzer] Successfully save ddr ana info to " + anaDataPath_);
+    if (!SaveTable()) {
+        return PrintFailure("[DdrAnalyzer] Failed to save the ddr using info!");
+    }
+    PrintLine("[DdrAnalyzer] Successfully save ddr using info to " + anaCsvPath_);
+    return true;
+}
+
+bool DdrAnalyzer::SaveDocument() {
+    try {
+        rapidjson::StringBuffer line;
+        WriteAnalysisDocument(ddrInfoMap, timeStamp_, line);
+        line.Put('\n');
+        RequireWritten(AppendFile(anaDataPath_, {line.GetString(), line.GetSize()}), anaDataPath_);
+        return true;
+    } catch (const std::exception& error) {
+        return PrintFailure(std::string("[DdrAnalyzer] Error occurs when saving ddr ana info:") +
+                            error.what());
+    }
+}
+
+bool DdrAnalyzer::SaveTable() {
+    if (!ResolvePath(GetDirectoryOfPath(anaCsvPath_))) {
+        return PrintFailure("[DdrAnalyzer] Can't get real path");
+    }
+    try {
+        RequireWritten(WriteFile(anaCsvPath_, AnalysisTable(ddrInfoMap)), anaCsvPath_);
+        return true;
+    } catch (const std::exception& error) {
+        return PrintFailure(std::string("[DdrAnalyzer] Error occurs when saving ddr using info: ") +
+                            error.what());
+    }
+}
+
+}  // namespace zarn

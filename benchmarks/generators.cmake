@@ -1,0 +1,7 @@
+# Seeded generators of raw logs and documents, for benchmarks and for the tests that want much of them.
+zarn_library(zarn_generators
+  SOURCES
+    ${PROJECT_SOURCE_DIR}/benchmarks/support/cpu_log_generator.cpp
+    ${PROJECT_SOURCE_DIR}/benchmarks/support/ddr_generator.cpp
+    ${PROJECT_SOURCE_DIR}/benchmarks/support/generator.cpp
+  LINKS zarn_foundation)

@@ -1,0 +1,204 @@
+#include "collectors/system/ddr/ddr_collector.h"
+
+#include <chrono>
+#include <utility>
+#include <vector>
+
+#include "collectors/system/ddr/ddr_bandwidth_parser.h"
+#include "collectors/system/ddr/ddr_documents.h"
+#include "collectors/system/ddr/qos_access.h"
+#include "formats/ddr.h"
+#include "formats/run_tree.h"
+#include "foundation/console.h"
+#include "foundation/files.h"
+#include "foundation/paths.h"
+#include "kit/cost.h"
+#include "kit/event_writer.h"
+
+namespace zarn {
+namespace {
+
+constexpr std::uint32_t kMonitorSampling = 10000;
+constexpr std::chrono::microseconds kMonitorSettles{20000};
+
+// The moment of the next sample whose document is due; empty if the log holds more samples than
+// were taken.
+std::string TakeSampleTime() {
+    if (ddrTimeStampQueue.empty()) {
+        return "";
+    }
+    std::string time = std::move(ddrTimeStampQueue.front());
+    ddrTimeStampQueue.pop();
+    return time;
+}
+
+void SaveBandwidth(const std::vector<BandwidthRow>& rows, const std::string& path) {
+    // A log without whole samples has a result too, an empty one.
+    (void)AppendFile(path, "");
+    const std::size_t groupSize = mpamNameMap.size();
+    if (rows.size() % groupSize != 0) {
+        return;  // a torn sample must not shift the columns
+    }
+    for (std::size_t first = 0; first < rows.size(); first += groupSize) {
+        JsonDocument document;
+        MakeBandwidthDocument(rows, first, groupSize, TakeSampleTime(), document);
+        SaveJsonToFile(path, document);
+    }
+}
+
+}  // namespace
+
+std::queue<std::string> ddrTimeStampQueue;
+std::string ddrReadCommand;
+
+DdrCollector::DdrCollector(std::string name, CommandRunner& runner, DeviceLibrary& device,
+                           DdrClock clock)
+    : BasicCollector(std::move(name)), runner_(runner), device_(device), clock_(std::move(clock)) {}
+
+bool DdrCollector::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {
+    return ReadDdrSettings(config, settings_);
+}
+
+bool DdrCollector::Start(const JsonDocument& /*config*/, const std::string& runDirectory,
+                         const StopFlag* stopFlag) {
+    const MissionCost cost;
+    if (!InitOutputFile(runDirectory)) {
+        PrintError("[DdrCollector] Failed to init output file!");
+        return false;
+    }
+    if (!InitQosConfig()) {
+        PrintError("[DdrCollector] Failed to init qos config!");
+        return false;
+    }
+    if (!CollectDdrInfo(stopFlag)) {
+        PrintError("[DdrCollector] Failed to process ddr info!");
+        return false;
+    }
+    if (!OutputDdrInfo()) {
+        PrintError("[DdrCollector] Failed to output ddr info!");
+        return false;
+    }
+    cost.Record(kName, runDirectory);
+    return true;
+}
+
+bool DdrCollector::InitOutputFile(const std::string& runDirectory) {
+    const std::string rawDir = runDirectory + ddr_files::kRawFolder;
+    if (!CreateDirectory(rawDir)) {
+        return false;
+    }
+    PrintLine("[DdrCollector] Create ddr rawdata directory successfully! The output dir is " +
+              rawDir);
+    if (!clock_.currentTime(timeStamp_)) {
+        PrintError("[DdrCollector] Failed to get curr timeStamp!");
+        return false;
+    }
+    const std::string jsonDir = runDirectory + run_tree::kJsonDir;
+    rawLogPath_ = runDirectory + ddr_files::kRawDir + ddr_files::kBandwidth + timeStamp_ + "." +
+                  ddr_files::kLogSuffix;
+    dataPath_ = jsonDir + ddr_files::kBandwidth + timeStamp_ + "." + ddr_files::kDataSuffix;
+    qosConfigPath_ = jsonDir + ddr_files::kQosSettings + timeStamp_ + "." + ddr_files::kDataSuffix;
+    return true;
+}
+
+bool DdrCollector::InitQosConfig() {
+    std::vector<QosConfig> heldConfigs;
+    for (const QosConfig& defaults : defaultQosConfigs) {
+        QosConfig held = defaults;
+        if (!ConfigureMaster(defaults, held)) {
+            return false;
+        }
+        heldConfigs.push_back(std::move(held));
+    }
+    for (const QosConfig& held : heldConfigs) {
+        JsonDocument document;
+        MakeQosDocument(held, timeStamp_, document);
+        SaveJsonToFile(qosConfigPath_, document);
+    }
+    if (!SetMbwu(mbwuMpamIds, kMonitorSampling, device_)) {
+        PrintError("[DdrCollector] Failed to enable bandwidth monitoring.");
+        return false;
+    }
+    clock_.pause(kMonitorSettles);
+    return true;
+}
+
+// Gives the master `defaults` if it was never configured; `held`, at the call a copy of them,
+// becomes what the device holds. Reads that fail leave the defaults in it and do not count.
+bool DdrCollector::ConfigureMaster(const QosConfig& defaults, QosConfig& held) {
+    const bool hasMaster = defaults.master != kNoMaster;
+    GetMataConfig(held, device_);
+    if (held.bw_high != kNeverConfigured) {
+        if (hasMaster) {
+            CheckMasterConfig(held, device_);
+        }
+        return true;
+    }
+    PrintLine("[DdrCollector] " + defaults.mpam_name +
+              " has not yet set Qos conf, using default settings. ");
+    if (hasMaster &&
+        (!SetMasterConfig(defaults.master, defaults.mpamid, defaults.priority, device_) ||
+         !CheckMasterConfig(held, device_))) {
+        PrintError("[DdrCollector] Failed to set qos MasterConfig with default settings!");
+        return false;
+    }
+    if (!SetMataConfig(defaults.mpamid, defaults.bw_high, defaults.bw_low, defaults.hardlimit,
+                       device_) ||
+        !GetMataConfig(held, device_)) {
+        PrintError("[DdrCollector] Failed to set qos MataConfig with default settings!");
+        return false;
+    }
+    return true;
+}
+
+bool DdrCollector::CollectDdrInfo(const StopFlag* stopFlag) {
+    if (IsSet(stopFlag) || settings_.count == 0) {
+        return true;
+    }
+    for (std::uint32_t sample = 0; sample < settings_.count && !IsSet(stopFlag); ++sample) {
+        if (!settings_.globalJob || !TakeSample()) {
+            return false;
+        }
+        clock_.sleepSeconds(settings_.interval, stopFlag);  // after the last sample too
+    }
+    return true;
+}
+
+// Appends the moment and the kernel's table to the raw log.
+bool DdrCollector::TakeSample() {
+    std::string time;
+    if (!clock_.currentTime(time)) {
+        PrintError("[DdrCollector] Failed to get curr timeStamp!");
+        return false;
+    }
+    ddrTimeStampQueue.push(time);
+    bool saved = runner_.Run("echo " + time + " >> " + rawLogPath_) == 0;
+    if (saved) {
+        if (ddrReadCommand.empty()) {
+            ddrReadCommand = "cat /proc/qos/bwstat/bandwidth >> " + rawLogPath_;
+        }
+        saved = runner_.Run(ddrReadCommand) == 0;
+    }
+    if (!saved) {
+        PrintError("[DdrCollector] Fail to CollectDdrInfo!");
+    }
+    return saved;
+}
+
+bool DdrCollector::OutputDdrInfo() {
+    std::string log;
+    if (ReadFile(rawLogPath_, log) == FileResult::CannotOpen) {
+        PrintError("[DdrCollector] Cannot find ddr rawData file, check your config.");
+        return false;
+    }
+    const std::vector<BandwidthRow> rows = ParseBandwidthLog(log, mpamNameMap.size() - 1);
+    std::uint32_t ddrType = 0;
+    if (!GetDdrType(&ddrType, device_)) {
+        PrintError("[DdrCollector] Cannot get ddr type.");
+        return true;  // without a result, as designed
+    }
+    SaveBandwidth(rows, dataPath_);
+    return true;
+}
+
+}  // namespace zarn

@@ -1,0 +1,136 @@
+#include "comparators/ddr/ddr_version_reader.h"
+
+#include <array>
+#include <string>
+
+#include "foundation/console.h"
+#include "foundation/numbers.h"
+#include "foundation/statistics.h"
+#include "kit/event_reader.h"
+
+namespace zarn {
+namespace {
+
+constexpr double kDdrPeakGb = 51.0;  // the DDR's peak, GB/s
+constexpr double kPercent = 100.0;
+
+constexpr EventLineWords kQosLines = {
+    "[DdrComparator] Exception occurs while parsing qos json file.",
+    "[DdrComparator] Warning! Qos config file lacks of required field [content].",
+    "[DdrComparator] Warning! Wrong type of [content] in Qos config file."};
+
+constexpr MemberWords kQosMembers = {
+    "[DdrComparator] Warning! Qos config file lacks of required field [mpam_name], [bw_low] or "
+    "[bw_high] .",
+    "[DdrComparator] Warning! Wrong type of [mpam_name], [bw_low] or [bw_high]."};
+
+constexpr EventLineWords kAnalysisLines = {
+    "[DdrComparator] Exception occurs while parsing ddr_ana_info file.",
+    "[DdrComparator] Warning! DDR analyze file lacks of required field [content].",
+    "[DdrComparator] Warning! Wrong type of [content] in DDR analyze file."};
+
+constexpr MemberWords kAnalysisMembers = {
+    "[DdrComparator] Warning! DDR analyze file lacks of required field [mpam_name], [meanBw], "
+    "[maxBw], [minBw] or [over].",
+    "[DdrComparator] Warning! Wrong type of  [mpam_name], [meanBw], [maxBw], [minBw] or [over]  "
+    "in DDR analyze file. "};
+
+constexpr EventLineWords kShareLines = {
+    "[DdrComparator] Exception occurs while parsing ddr collect file.",
+    "[DdrComparator] Warning! DDR collection file lacks of required field [content].",
+    "[DdrComparator] Warning! Wrong type of [content] in DDR collection file."};
+
+constexpr const char* kBadFigures[] = {"[DdrComparator] Warning! Failed to read meanBw value!",
+                                       "[DdrComparator] Warning! Failed to read maxBw value!",
+                                       "[DdrComparator] Warning! Failed to read minBw value!",
+                                       "[DdrComparator] Warning! Failed to read over value!"};
+
+bool ReadBound(std::string_view text, const char* words, std::uint32_t& bound) {
+    return StringToUint32(std::string(text), bound) || PrintFailure(words);
+}
+
+// The share of the name finder.Names()[index].
+bool ReadShare(const MemberFinder& finder, std::size_t index, double& share) {
+    const std::string& name = finder.Names()[index];
+    const EventMember* value = finder.Find(index);
+    if (value == nullptr) {
+        return PrintFailure(
+            "[DdrComparator] Warning! DDR collection file lacks of required field [" + name + "].");
+    }
+    if (!value->isText) {
+        return PrintFailure("[DdrComparator] Warning! Wrong type of [" + name +
+                            "] in DDR collection file..");
+    }
+    return TextToDouble(value->text, share) ||
+           PrintFailure("[DdrComparator] Failed to read the ddr info of " + name);
+}
+
+}  // namespace
+
+bool ReadVersionLimits(const NextLine& next, DdrVersionInfo& info) {
+    MemberFinder finder({"mpam_name", "bw_low", "bw_high"});
+    std::vector<std::string_view> texts;
+    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
+        if (!TakeTexts(finder, element, kQosMembers, texts)) {
+            return false;
+        }
+        DdrBwLimits& limits = info.bwLimits[std::string(texts[0])];
+        return ReadBound(texts[1], "[DdrComparator] Warning! Failed to read bw_low value!",
+                         limits.bwLow) &&
+               ReadBound(texts[2], "[DdrComparator] Warning! Failed to read bw_high value!",
+                         limits.bwHigh);
+    };
+    return ReadEventLines(next, kQosLines, {}, take);
+}
+
+bool ReadVersionAnalysis(const NextLine& next, DdrVersionInfo& info) {
+    MemberFinder finder({"mpam_name", "meanBw", "maxBw", "minBw", "over"});
+    std::vector<std::string_view> texts;
+    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
+        if (!TakeTexts(finder, element, kAnalysisMembers, texts)) {
+            return false;
+        }
+        DdrBwUsage& usage = info.bwUsage[std::string(texts[0])];
+        const std::array<double*, 4> figures = {&usage.mean, &usage.max, &usage.min, &usage.over};
+        for (std::size_t i = 0; i < figures.size(); ++i) {
+            if (!TextToDouble(texts[i + 1], *figures.at(i))) {
+                return PrintFailure(kBadFigures[i]);
+            }
+        }
+        return true;
+    };
+    return ReadEventLines(next, kAnalysisLines, {}, take);
+}
+
+bool ReadVersionShares(const NextLine& next, std::vector<std::vector<double>>& values) {
+    MemberFinder finder(ddrCompNameList);
+    values.resize(ddrCompNameList.size());
+    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
+        finder.Enter(element);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            double share = 0.0;
+            if (!ReadShare(finder, i, share)) {
+                return false;
+            }
+            values[i].push_back(share);
+        }
+        return true;
+    };
+    return ReadEventLines(next, kShareLines, {}, take);
+}
+
+DdrBwUsage ComputeUsage(const std::vector<double>& shares, std::uint32_t bwHigh) {
+    DdrBwUsage usage;
+    GetMaxMinAverage(shares, usage.max, usage.min, usage.mean);
+    if (bwHigh != 0) {
+        const auto mean = static_cast<float>(usage.mean * kDdrPeakGb / kPercent);
+        const auto high = static_cast<float>(bwHigh);
+        if (mean > high) {
+            const float over = (mean - high) / high * static_cast<float>(kPercent);
+            usage.over = static_cast<double>(over);
+        }
+    }
+    return usage;
+}
+
+}  // namespace zarn

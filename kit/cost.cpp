@@ -1,0 +1,26 @@
+#include "kit/cost.h"
+
+#include <mutex>
+#include <sstream>
+
+#include "formats/run_tree.h"
+#include "foundation/files.h"
+
+namespace zarn {
+
+void MissionCost::Record(const std::string& missionName, const std::string& dataPath) const {
+    const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::steady_clock::now() - start_);
+    std::ostringstream text;
+    text << "[" << missionName << "] cost time: " << static_cast<double>(elapsed.count()) / 1000.0
+         << "s\n";
+    RecordCostTime(dataPath, text);
+}
+
+void RecordCostTime(const std::string& dataPath, const std::ostringstream& text) {
+    static std::mutex costLock;
+    const std::lock_guard<std::mutex> guard(costLock);
+    (void)AppendFile(dataPath + run_tree::kCostLog, text.str());
+}
+
+}  // namespace zarn

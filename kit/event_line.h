@@ -1,0 +1,64 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "foundation/json.h"
+#include "kit/event_reader.h"
+
+namespace zarn {
+
+// One line of event documents, taken apart. A plain line, as zarn's own missions write them, is
+// read without the JSON library; any other by it, so that both give the same.
+class EventLine {
+public:
+    enum class Content { Missing, NoArray, Array };
+
+    EventLine();
+
+    // Takes the next line; what was taken from the one before is lost. False if it is no JSON.
+    [[nodiscard]] bool Read(std::string_view line);
+
+    // The document; without members if it is no object.
+    [[nodiscard]] EventObject Document() const { return {members_.data(), members_.size()}; }
+    // What its member `content` is, the first of that name.
+    [[nodiscard]] Content ContentKind() const { return content_; }
+
+    // Calls `onElement` for the elements of `content`, an array, until it gives false, which is the
+    // result then.
+    [[nodiscard]] bool TellElements(const OnEventElement& onElement);
+
+private:
+    // Where the scanning of a plain line stands.
+    struct Scan {
+        const char* at;
+        const char* end;
+    };
+
+    // A plain line: {"name":"text",...} with one "content":[{"name":"text",...},...] among them, no
+    // space, no escape, no control byte, no other type. False, with nothing taken, for any other.
+    bool ReadPlain(std::string_view line);
+    bool ScanObject(Scan& scan, std::vector<EventMember>& members, bool mayHaveContent);
+    bool ScanContent(Scan& scan);
+    bool ReadJson(std::string_view line);
+
+    std::vector<EventMember> members_;
+    Content content_ = Content::Missing;
+    bool isPlain_ = false;
+
+    // Of a plain line: the members of all elements, and where each element's end.
+    std::vector<EventMember> elementMembers_;
+    std::vector<std::size_t> elementEnds_;
+
+    // Of any other line: the document, and the memory it is made in.
+    std::unique_ptr<std::array<char, std::size_t{64} << 10>> memory_;
+    JsonAllocator allocator_;
+    std::string text_;
+    std::unique_ptr<JsonDocument> document_;
+};
+
+}  // namespace zarn

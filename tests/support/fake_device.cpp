@@ -1,0 +1,107 @@
+#include "tests/support/fake_device.h"
+
+#include <cstring>
+#include <iomanip>
+#include <sstream>
+
+namespace zarn::test {
+namespace {
+
+constexpr std::uint32_t kQos = 13;
+constexpr int kUnknownCommand = 2;
+constexpr int kNotStarted = 6;
+
+std::uint32_t WordAt(const void* buffer, std::size_t offset) {
+    std::uint32_t word = 0;  // tests run on little-endian machines only
+    std::memcpy(&word, static_cast<const char*>(buffer) + offset, sizeof(word));
+    return word;
+}
+
+void PutWordAt(void* buffer, std::size_t offset, std::uint32_t word) {
+    std::memcpy(static_cast<char*>(buffer) + offset, &word, sizeof(word));
+}
+
+std::string HexBytes(const void* buffer, std::size_t size) {
+    const auto* bytes = static_cast<const unsigned char*>(buffer);
+    while (size > 0 && bytes[size - 1] == 0) {
+        --size;
+    }
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
+    for (std::size_t i = 0; i < size; ++i) {
+        text << std::setw(2) << static_cast<unsigned>(bytes[i]);
+    }
+    return text.str();
+}
+
+}  // namespace
+
+int FakeDevice::Note(Call call, const void* buffer) {
+    call.bytes = HexBytes(buffer, call.size);
+    calls_.push_back(std::move(call));
+    const auto failure = failures_.find(calls_.size() - 1);
+    return failure == failures_.end() ? 0 : failure->second;
+}
+
+int FakeDevice::GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,
+                        void* buffer, std::uint32_t* size) {
+    const int code = Note({false, device, mainCommand, subCommand, *size, ""}, buffer);
+    if (code != 0) {
+        return code;
+    }
+    if (calls_.size() - 1 == shrunk_) {
+        *size -= 1;
+    }
+    const std::uint32_t key = subCommand >> 8U;
+    if (mainCommand == 9 && subCommand == 0) {
+        PutWordAt(buffer, 0, ddrType);
+    } else if (mainCommand == kQos && (subCommand & 0xFFU) == 0) {
+        const Bounds& held = bounds[key];
+        PutWordAt(buffer, 4, held.high);
+        PutWordAt(buffer, 8, held.low);
+        PutWordAt(buffer, 12, held.hardlimit);
+    } else if (mainCommand == kQos && (subCommand & 0xFFU) == 1) {
+        const MasterSetting& held = masters[key];
+        PutWordAt(buffer, 4, held.mpamid);
+        PutWordAt(buffer, 8, held.priority);
+    } else {
+        return kUnknownCommand;
+    }
+    return 0;
+}
+
+int FakeDevice::SetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,
+                        const void* buffer, std::uint32_t size) {
+    const int code = Note({true, device, mainCommand, subCommand, size, ""}, buffer);
+    if (code != 0) {
+        return code;
+    }
+    if (mainCommand != kQos || subCommand > 3) {
+        return kUnknownCommand;
+    }
+    if (subCommand == 0) {
+        bounds[WordAt(buffer, 0)] = {WordAt(buffer, 4), WordAt(buffer, 8), WordAt(buffer, 12)};
+    } else if (subCommand == 1) {
+        masters[WordAt(buffer, 0)] = {WordAt(buffer, 4), WordAt(buffer, 8)};
+    } else if (subCommand == 2) {
+        const bool start = WordAt(buffer, 0) != 0;
+        if (!start && !monitoring) {
+            return kNotStarted;
+        }
+        monitoring = start;
+    }
+    return 0;
+}
+
+std::vector<std::string> FakeDevice::CallLines() const {
+    std::vector<std::string> lines;
+    for (const Call& call : calls_) {
+        std::ostringstream line;
+        line << (call.set ? "set " : "get ") << call.mainCommand << ":" << std::hex
+             << call.subCommand << std::dec << " " << call.size << " " << call.bytes;
+        lines.push_back(line.str());
+    }
+    return lines;
+}
+
+}  // namespace zarn::test

@@ -1,0 +1,99 @@
+#include "tests/unit/collectors/system/ddr/ddr_collector_fixture.h"
+
+#include <filesystem>
+#include <fstream>
+
+namespace zarn::test {
+namespace {
+
+constexpr const char* kEcho = "echo ";
+
+}  // namespace
+
+DdrCollectorTest::DdrCollectorTest() {
+    ddrTimeStampQueue = {};
+    ddrReadCommand.clear();
+    ConfigureDevice(51, 0);
+    std::filesystem::create_directories(dir.Path() + "json");
+    std::filesystem::create_directories(dir.Path() + "env_info");
+    runner.Before(kEcho, [](const std::string& command) {
+        const std::string text = command.substr(5);
+        Append(command, text.substr(0, text.find(' ')) + "\n");
+    });
+    runner.Before("cat ", [this](const std::string& command) { Append(command, table); });
+}
+
+void DdrCollectorTest::TearDown() {
+    ddrTimeStampQueue = {};
+    ddrReadCommand.clear();
+}
+
+DdrCollector DdrCollectorTest::MakeCollector(CommandRunner& commands, DeviceLibrary& library) {
+    DdrClock clock;
+    clock.currentTime = [this](std::string& time) {
+        const std::string tick = std::to_string(ticks);
+        time = std::string(kStart).substr(0, 17 - tick.size()) + tick;
+        return ticks++ != failingTick;
+    };
+    clock.sleepSeconds = [this](std::uint32_t seconds, const StopFlag* flag) {
+        EXPECT_EQ(flag, &stopFlag);
+        sleeps.push_back(seconds);
+        duringSleep();
+    };
+    clock.pause = [this](std::chrono::microseconds duration) { pauses.push_back(duration); };
+    return DdrCollector(DdrCollector::kName, commands, library, clock);
+}
+
+JsonDocument DdrCollectorTest::Options(unsigned count, unsigned interval) {
+    JsonDocument config;
+    EXPECT_TRUE(ParseJson(R"({"DdrCollector":{"job":["global"],"count":)" + std::to_string(count) +
+                              R"(,"interval":)" + std::to_string(interval) + "}}",
+                          config));
+    return config;
+}
+
+Captured DdrCollectorTest::Run(unsigned count, unsigned interval) {
+    DdrCollector collector = MakeCollector(runner, device);
+    const JsonDocument config = Options(count, interval);
+    EXPECT_TRUE(collector.CheckOptions(config, "collector"));
+    return Capture([&] { result = collector.Start(config, dir.Path(), &stopFlag); });
+}
+
+std::string DdrCollectorTest::RawLogPath() const {
+    return dir.Path() + "raw_data/ddr/soc_ddr_bandwidth_usage_info_1_" + kStart + ".log";
+}
+
+std::string DdrCollectorTest::DataName() const {
+    return std::string("json/soc_ddr_bandwidth_usage_info_1_") + kStart + ".data";
+}
+
+std::string DdrCollectorTest::QosName() const {
+    return std::string("json/soc_qos_mata_config_info_") + kStart + ".data";
+}
+
+bool DdrCollectorTest::Exists(const std::string& name) const {
+    return std::filesystem::exists(dir.Path() + name);
+}
+
+std::string DdrCollectorTest::Table(const std::string& bandwidth) {
+    std::string text = "| mpamid | bandwidth(MB/s) | low | high | hard |\n";
+    for (const std::uint32_t id : mbwuMpamIds) {
+        text += "| " + std::to_string(id) + " | " + bandwidth + " | 0 | 51 | 1 |\n";
+    }
+    return text;
+}
+
+void DdrCollectorTest::ConfigureDevice(std::uint32_t high, std::uint32_t low) {
+    for (const QosConfig& row : defaultQosConfigs) {
+        device.bounds[row.mpamid] = {high, low, 1};
+        device.masters[row.master] = {row.mpamid, 5};
+    }
+    device.masters.erase(kNoMaster);
+}
+
+void DdrCollectorTest::Append(const std::string& command, const std::string& text) {
+    std::ofstream(command.substr(command.find(">> ") + 3), std::ios::app | std::ios::binary)
+        << text;
+}
+
+}  // namespace zarn::test

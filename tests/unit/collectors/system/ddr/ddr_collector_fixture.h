@@ -1,0 +1,62 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "collectors/system/ddr/ddr_collector.h"
+#include "tests/support/captured_streams.h"
+#include "tests/support/fake_device.h"
+#include "tests/support/fake_runner.h"
+#include "tests/support/temp_dir.h"
+
+namespace zarn::test {
+
+// A DdrCollector in a run tree of its own, with a fake device, a clock that ticks one millisecond
+// at each question from 20230101120000000 on, and a runner that carries the two commands of a
+// sample out itself: `table` is the kernel's file.
+class DdrCollectorTest : public testing::Test {
+protected:
+    static constexpr const char* kStart = "20230101120000000";
+
+    DdrCollectorTest();
+    void TearDown() override;
+
+    // Checks the options for `count` samples and starts the collector; what it printed.
+    Captured Run(unsigned count = 1, unsigned interval = 1);
+    DdrCollector MakeCollector(CommandRunner& commands, DeviceLibrary& library);
+    // The options' document.
+    static JsonDocument Options(unsigned count, unsigned interval);
+
+    [[nodiscard]] std::string RawLogPath() const;
+    [[nodiscard]] std::string RawLog() const { return ReadText(RawLogPath()); }
+    [[nodiscard]] std::string DataName() const;
+    [[nodiscard]] std::string QosName() const;
+    [[nodiscard]] bool Exists(const std::string& name) const;
+
+    // A table of ten rows, the bandwidth of each master being `bandwidth`.
+    static std::string Table(const std::string& bandwidth);
+    // All masters configured, with these bounds.
+    void ConfigureDevice(std::uint32_t high, std::uint32_t low);
+
+    TempDir dir;
+    FakeRunner runner;
+    FakeDevice device;
+    std::string table = Table("5222");
+    StopFlag stopFlag{0};
+    bool result = false;
+    int ticks = 0;
+    int failingTick = -1;                           // the clock fails at this question
+    std::vector<std::uint32_t> sleeps;              // the sleeps asked for
+    std::vector<std::chrono::microseconds> pauses;  // and the pauses
+    std::function<void()> duringSleep = [] {};
+
+private:
+    // Appends to the file that the command names after ">> ".
+    static void Append(const std::string& command, const std::string& text);
+};
+
+}  // namespace zarn::test
