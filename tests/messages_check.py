@@ -28,7 +28,8 @@ CONVERSION = re.compile(r"%[sd]")
 
 
 def has_words(text):
-    return re.search(r"[A-Za-z]{2}", text) is not None
+    """Whether a text says something: marks and the ends of paths do not."""
+    return re.search(r"[A-Za-z]{2}", text) is not None and re.fullmatch(r"/[\w./-]*", text) is None
 
 
 class Literal:
@@ -186,7 +187,7 @@ void P(const std::string& tag) {
     PrintError("[Tool] twice");
     PrintLine("[Tool] twice");
     PrintFromSignalHandler("[Tool] stops\\n[Tool] soon\\n");
-    return PrintFailure(path + " is gone");
+    return PrintFailure(path + "/files" + " is gone");
 }
 '''
 ROWS = ("| `[Tool] started` | out | |", "| `[Tool] Warning: odd job <job>, left out` | err | |",
@@ -213,7 +214,7 @@ def breaks():
             ('PrintLine("[Tool] started")', 'PrintError("[Tool] started")', "has the stream out"),
             ('PrintLine("[Tool] twice")', 'PrintError("[Tool] twice")', "has the stream both"),
             ('PrintLine("[Tool] started")', 'log.WriteOptLog("[Tool] logged")', "[Tool] logged"),
-            ("path +", 'path + " not " + s + ', '"not"')):
+            ("path +", 'path + " not " + ', '"not"')):
         yield tree_of(source=SOURCE.replace(old, new)), words
     for row, words in (("| `[Tool] never` | out | |", "begins like no literal"),
                        ("| `[Tool] started <now>, again` | out | |", "no source has"),
