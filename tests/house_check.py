@@ -239,6 +239,8 @@ def check_missions(tree):
                 yield f"{folder}/{header}: declares no class of mission/factory_tables.cpp"
                 continue
             name = found.group(1)
+            if f"docs/missions/{name}.md" not in tree.names:
+                yield f"docs/missions/{name}.md: missing"
             if not any(f'"{name}"' in tree.read(example) for example in tree.names
                        if example.startswith("docs/examples/") and example.endswith(".json")):
                 yield f"docs/examples/: no example runs {name}"
@@ -377,6 +379,7 @@ def breaks():
     yield "analyzers/cpu/a.h", "#pragma once\n", "without a CMakeLists.txt"
     yield "optimizer/o.h", "#pragma once\nclass Other final : public BasicOptimizer {};\n", "declares no class"
     yield "docs/examples/all.json", '["CpuCollector", "DdrCollector"]', "no example runs DdrOptimizer"
+    yield "docs/missions/DdrOptimizer.md", None, "missing"
     for call in ("std::system(\"ls\");", "popen (c, \"r\");", "::fork();", "::execve(p, a, e);", "posix_spawn(a);"):
         yield "optimizer/b.cpp", f"void B() {{ {call} }}\n", "use a CommandRunner"
     for call in ("std::cout << 1;", "std::cerr << 1;", "printf(\"x\");", "std::fprintf(f, \"x\");", "puts(s);"):
