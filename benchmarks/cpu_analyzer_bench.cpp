@@ -53,7 +53,9 @@ public:
     [[nodiscard]] bool Analyze() const { return Analyze(Path()); }
     // The same analysis of another tree.
     [[nodiscard]] bool Analyze(const std::string& dataPath) const {
-        CpuAnalyzer analyzer(CpuAnalyzer::kName, [] { return 8L; });
+        Host host;
+        host.processorCount = [] { return 8L; };
+        CpuAnalyzer analyzer(CpuAnalyzer::kName, host);
         const StopFlag stopFlag(0);
         return analyzer.Start(config_, dataPath, &stopFlag);
     }

@@ -140,7 +140,7 @@ void RunMission(std::size_t count, bool documents) {
     std::filesystem::create_directories(tree.Path() + "json");
     const JsonDocument config = Config(count, documents);
     const StopFlag stopFlag{0};
-    CpuCollector collector;
+    CpuCollector collector(CpuCollector::kName);
     if (!collector.CheckOptions(config, "collector") ||
         !collector.Start(config, tree.Path(), &stopFlag)) {
         std::exit(1);

@@ -26,6 +26,8 @@ constexpr int kSamples = 26;
 // A device that takes everything at no cost.
 class NullDevice final : public DeviceLibrary {
 public:
+    int GetCount(int* /*count*/) override { return 1; }
+    int List(int* /*devices*/, int /*count*/) override { return 1; }
     int GetInfo(std::uint32_t /*device*/, std::uint32_t /*mainCommand*/,
                 std::uint32_t /*subCommand*/, void* /*buffer*/, std::uint32_t* /*size*/) override {
         return 0;

@@ -49,6 +49,8 @@ private:
 // The device calls on a board of this process.
 class SimulatedDevice final : public DeviceLibrary {
 public:
+    int GetCount(int* /*count*/) override { return 1; }
+    int List(int* /*devices*/, int /*count*/) override { return 1; }
     explicit SimulatedDevice(BoardState& state) : state_(state) {}
     int GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,
                 void* buffer, std::uint32_t* size) override {

@@ -11,6 +11,7 @@
 #include "kit/basic_collector.h"
 #include "kit/basic_comparator.h"
 #include "kit/basic_optimizer.h"
+#include "kit/host.h"
 #include "mission/mission_list.h"
 
 namespace zarn {
@@ -19,11 +20,13 @@ namespace zarn {
 using VersionMap = std::map<std::string, std::string>;
 
 // A class of missions: the name by which a configuration asks for it and how one is built. What is
-// built carries the name it was asked for by.
+// built carries the name it was asked for by, and works on the host it is given.
 template <class Base, class... Args>
 struct MissionClass {
     std::string name;
-    std::function<std::unique_ptr<Base>(const std::string& name, const Args&... args)> make;
+    std::function<std::unique_ptr<Base>(const std::string& name, const Args&... args,
+                                        const Host& host)>
+        make;
 };
 
 using CollectorClass = MissionClass<BasicCollector>;

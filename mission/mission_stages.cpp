@@ -47,7 +47,7 @@ bool ZarnManager::RunCollectors() {
         return true;
     }
     std::string start;
-    if (!seams_.currentTime(start)) {
+    if (!seams_.host.clock.currentTime(start)) {
         PrintError("[ZarnManager] Failed to get startCollector time stamp!");
         return false;
     }
@@ -56,7 +56,7 @@ bool ZarnManager::RunCollectors() {
         RunAll(collectors_, *document_, dataPath_,
                {"[ZarnManager] collector mode ", "[ZarnManager] collector mode "});
     std::string end;
-    if (!seams_.currentTime(end)) {
+    if (!seams_.host.clock.currentTime(end)) {
         PrintError("[ZarnManager] Failed to get end Collector time stamp!");
         return false;
     }

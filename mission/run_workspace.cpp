@@ -69,7 +69,7 @@ bool ZarnManager::HandlePublicAffairs() {
 
 bool ZarnManager::CreateDataDirectory() {
     std::string time;
-    if (!seams_.currentTime(time)) {
+    if (!seams_.host.clock.currentTime(time)) {
         PrintError("[ZarnManager] Failed to get time stamp!");
         return false;
     }
@@ -113,7 +113,7 @@ bool ZarnManager::SaveEnvironmentFiles() const {
 
 void ZarnManager::SaveToolVersion() const {
     const std::string output = envDir_ + run_tree::kToolVersion;
-    if (seams_.runner.Run(kToolVersionCommand + output) != 0) {
+    if (seams_.host.runner.Run(kToolVersionCommand + output) != 0) {
         PrintError("[ZarnManager] Fail to execute: rungate qvt-tool upgrade display version");
     }
     if (!Exists(output)) {

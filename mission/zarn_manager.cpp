@@ -15,25 +15,26 @@ ZarnManager::ZarnManager(std::string configFile, ManagerSeams seams)
 
 void ZarnManager::FillFactoryTables(const MissionClasses& missions) {
     for (const CollectorClass& row : missions.collectors) {
-        collectorFactory_.emplace(row.name, [make = row.make](const std::string& name,
-                                                              MissionList<BasicCollector>& list) {
-            list.Append(make(name));
-        });
+        collectorFactory_.emplace(
+            row.name,
+            [this, make = row.make](const std::string& name, MissionList<BasicCollector>& list) {
+                list.Append(make(name, seams_.host));
+            });
     }
     for (const AnalyzerClass& row : missions.analyzers) {
         analyzerFactory_.emplace(row.name, [this, make = row.make](const std::string& name) {
-            analyzers_.Append(make(name));
+            analyzers_.Append(make(name, seams_.host));
         });
     }
     for (const OptimizerClass& row : missions.optimizers) {
         optimizerFactory_.emplace(row.name, [this, make = row.make](const std::string& name) {
-            optimizers_.Append(make(name));
+            optimizers_.Append(make(name, seams_.host));
         });
     }
     for (const ComparatorClass& row : missions.comparators) {
         comparatorFactory_.emplace(
             row.name, [this, make = row.make](const std::string& name, const VersionMap& versions) {
-                comparators_.Append(make(name, versions));
+                comparators_.Append(make(name, versions, seams_.host));
             });
     }
 }

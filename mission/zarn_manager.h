@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "foundation/command_runner.h"
 #include "foundation/json.h"
 #include "foundation/paths.h"
-#include "foundation/time.h"
+#include "kit/host.h"
 #include "mission/factory_tables.h"
 
 namespace zarn {
@@ -19,8 +18,7 @@ namespace zarn {
 // What the manager meets outside itself. The defaults are the real things; tests replace them.
 struct ManagerSeams {
     const MissionClasses& missions = BuiltInMissions();
-    CommandRunner& runner = SystemCommandRunner();
-    std::function<bool(std::string&)> currentTime = GetCurrentTimeString;
+    Host host = {};  // the manager's own, and that of its missions
     // The rule for paths that a user gives.
     std::function<bool(const std::string&)> readable = CheckFileReadable;
     std::function<bool(const std::string&)> writable = CheckFileWritable;

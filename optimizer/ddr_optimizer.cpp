@@ -22,28 +22,26 @@ constexpr std::uint32_t kUnsetHighBound = 200;
 // The board itself: its device and its benchmark.
 class RealStressBoard final : public StressBoard {
 public:
-    RealStressBoard(DeviceLibrary& device, CommandRunner& runner, const std::string& stressLogPath)
-        : device_(device), runner_(runner), stressLogPath_(stressLogPath) {}
+    RealStressBoard(const Host& host, const std::string& stressLogPath)
+        : host_(host), stressLogPath_(stressLogPath) {}
 
     bool Apply(const std::vector<QosConfig>& configs) override {
-        return ApplyQosConfigs(configs, device_);
+        return ApplyQosConfigs(configs, host_.device);
     }
 
     bool RunBenchmark(PerfMap& perf) override {
-        return RunStressBenchmark(stressLogPath_, perf, runner_);
+        return RunStressBenchmark(stressLogPath_, perf, host_.runner);
     }
 
 private:
-    DeviceLibrary& device_;
-    CommandRunner& runner_;
+    const Host& host_;
     const std::string& stressLogPath_;
 };
 
 }  // namespace
 
-DdrOptimizer::DdrOptimizer(std::string name, CommandRunner& runner, DeviceLibrary& device,
-                           RandomSource& random)
-    : BasicOptimizer(std::move(name)), runner_(runner), device_(device), random_(random) {}
+DdrOptimizer::DdrOptimizer(std::string name, Host host, RandomSource& random)
+    : BasicOptimizer(std::move(name)), host_(std::move(host)), random_(random) {}
 
 bool DdrOptimizer::Start(const JsonDocument& config, const std::string& dataPath,
                          const StopFlag* stopFlag) {
@@ -102,10 +100,10 @@ bool DdrOptimizer::InitQosConfig(const std::vector<QosConfig>& rows) {
 }
 
 bool DdrOptimizer::ReadOrSetQosConfig(const QosConfig& row, QosConfig& held) {
-    if (!CheckMasterConfig(held, device_)) {
+    if (!CheckMasterConfig(held, host_.device)) {
         return PrintFailure("[DdrOptimizer] Failed to get init qos mpamid!");
     }
-    if (!GetMataConfig(held, device_)) {
+    if (!GetMataConfig(held, host_.device)) {
         return PrintFailure("[DdrOptimizer] Failed to get init qos conf!");
     }
     if (held.bw_high != kNeverConfigured) {
@@ -117,10 +115,10 @@ bool DdrOptimizer::ReadOrSetQosConfig(const QosConfig& row, QosConfig& held) {
 }
 
 bool DdrOptimizer::SetDefault(const QosConfig& row, QosConfig& held) {
-    return SetMasterConfig(row.master, row.mpamid, row.priority, device_) &&
-           CheckMasterConfig(held, device_) &&
-           SetMataConfig(row.mpamid, row.bw_high, row.bw_low, row.hardlimit, device_) &&
-           GetMataConfig(held, device_);
+    return SetMasterConfig(row.master, row.mpamid, row.priority, host_.device) &&
+           CheckMasterConfig(held, host_.device) &&
+           SetMataConfig(row.mpamid, row.bw_high, row.bw_low, row.hardlimit, host_.device) &&
+           GetMataConfig(held, host_.device);
 }
 
 bool DdrOptimizer::UpdateQosConfig(const StopFlag* stopFlag) {
@@ -128,7 +126,7 @@ bool DdrOptimizer::UpdateQosConfig(const StopFlag* stopFlag) {
         return PrintFailure("[DdrOptimizer] Failed to process ddr optimizer because of stopFlag!");
     }
     if (settings_.mode == "manual") {
-        return ApplyQosConfigs(settings_.manualQosConfigs, device_);
+        return ApplyQosConfigs(settings_.manualQosConfigs, host_.device);
     }
     if (settings_.mode == "auto") {
         return RunPso(stopFlag);
@@ -137,7 +135,7 @@ bool DdrOptimizer::UpdateQosConfig(const StopFlag* stopFlag) {
 }
 
 bool DdrOptimizer::RunPso(const StopFlag* stopFlag) {
-    RealStressBoard board(device_, runner_, stressLogPath_);
+    RealStressBoard board(host_, stressLogPath_);
     const OptLog log(optLogPath_);
     return PsoSearch(settings_.psoState, {board, log, random_, stopFlag}).RunPso();
 }

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "collectors/system/ddr/qos_access.h"
-#include "foundation/command_runner.h"
 #include "kit/basic_optimizer.h"
+#include "kit/host.h"
 #include "optimizer/options/optimizer_settings.h"
 #include "optimizer/search/pso_random.h"
 
@@ -17,8 +17,7 @@ class DdrOptimizer final : public BasicOptimizer {
 public:
     static constexpr const char* kName = "DdrOptimizer";
 
-    explicit DdrOptimizer(std::string name, CommandRunner& runner = SystemCommandRunner(),
-                          DeviceLibrary& device = SystemDeviceLibrary(),
+    explicit DdrOptimizer(std::string name, Host host = {},
                           RandomSource& random = DeviceRandomSource());
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& dataPath,
@@ -38,8 +37,7 @@ private:
     bool UpdateQosConfig(const StopFlag* stopFlag);
     bool RunPso(const StopFlag* stopFlag);
 
-    CommandRunner& runner_;
-    DeviceLibrary& device_;
+    Host host_;
     RandomSource& random_;
 
     OptimizerSettings settings_;

@@ -13,6 +13,12 @@ public:
     DeviceLibrary& operator=(const DeviceLibrary&) = delete;
     virtual ~DeviceLibrary() = default;
 
+    // Stores the number of devices in `count`.
+    virtual int GetCount(int* count) = 0;
+
+    // Stores the ids of the first `count` devices in `devices`, which has room for them.
+    virtual int List(int* devices, int count) = 0;
+
     // Reads what the two commands name. `buffer` carries the key of the question and takes the
     // answer; `size` is its size in bytes at the call and the size of the answer after it.
     virtual int GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,

@@ -100,7 +100,7 @@ bool CpuAnalyzer::Start(const JsonDocument& config, const std::string& dataPath,
                         const StopFlag* stopFlag) {
     const MissionCost cost;
     dataPath_ = dataPath;
-    if (!ParseCpuAnalyzerSettings(config, processorCount_, settings_)) {
+    if (!ParseCpuAnalyzerSettings(config, host_.processorCount, settings_)) {
         return PrintFailure("[CpuAnalyzer] Failed to parse cpu config!");
     }
     if (!ProcessCpuInfo(stopFlag)) {

@@ -11,6 +11,7 @@
 #include "analyzers/cpu/cpu_patterns.h"
 #include "analyzers/cpu/cpu_settings.h"
 #include "kit/basic_analyzer.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -21,13 +22,10 @@ class CpuAnalyzer final : public BasicAnalyzer {
 public:
     static constexpr const char* kName = "CpuAnalyzer";
 
-    // The seams: the number of processors, and the expressions that the logs are read with, which
-    // must outlive the object.
-    explicit CpuAnalyzer(std::string name, ProcessorCount processorCount = ConfiguredProcessors,
+    // `patterns`: the expressions that the logs are read with; they must outlive the object.
+    explicit CpuAnalyzer(std::string name, Host host = {},
                          const CpuPatternTable& patterns = CpuPatterns())
-        : BasicAnalyzer(std::move(name)),
-          processorCount_(std::move(processorCount)),
-          patterns_(patterns) {}
+        : BasicAnalyzer(std::move(name)), host_(std::move(host)), patterns_(patterns) {}
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& dataPath,
                              const StopFlag* stopFlag) override;
@@ -57,7 +55,7 @@ private:
     [[nodiscard]] bool SaveLoading(const std::string& source,
                                    const std::function<void(TableText&)>& fill) const;
 
-    ProcessorCount processorCount_;
+    Host host_;
     const CpuPatternTable& patterns_;
     CpuAnalyzerSettings settings_;
     std::string dataPath_;

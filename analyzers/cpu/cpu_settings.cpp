@@ -1,7 +1,5 @@
 #include "analyzers/cpu/cpu_settings.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <stdexcept>
 
@@ -111,10 +109,6 @@ bool ReadProcessSets(const JsonValue& sets, std::vector<CpuProcessSet>& processS
 }
 
 }  // namespace
-
-long ConfiguredProcessors() {
-    return ::sysconf(_SC_NPROCESSORS_CONF);
-}
 
 bool ParseCpuAnalyzerSettings(const JsonDocument& config, const ProcessorCount& processorCount,
                               CpuAnalyzerSettings& settings) {

@@ -25,9 +25,8 @@ struct CpuAnalyzerSettings {
     long processors = 0;                     // configured on this machine, at least 1
 };
 
-// The number of configured processors, or less than 1 if it cannot be had.
+// Gives the number of configured processors, or less than 1 if it cannot be had.
 using ProcessorCount = std::function<long()>;
-[[nodiscard]] long ConfiguredProcessors();
 
 // Fills `settings` from the member "CpuAnalyzer" of `config`, an object. Prints the number of
 // processors, and one line for the first rule that is broken; false then.

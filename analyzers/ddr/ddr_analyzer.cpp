@@ -49,7 +49,7 @@ void RequireWritten(FileResult result, const std::string& path) {
 
 }  // namespace
 
-DdrAnalyzer::DdrAnalyzer(std::string name) : BasicAnalyzer(std::move(name)) {}
+DdrAnalyzer::DdrAnalyzer(std::string name, const Host& /*host*/) : BasicAnalyzer(std::move(name)) {}
 
 bool DdrAnalyzer::Start(const JsonDocument& config, const std::string& dataPath,
                         const StopFlag* stopFlag) {

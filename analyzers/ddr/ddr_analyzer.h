@@ -3,6 +3,7 @@
 #include <string>
 
 #include "kit/basic_analyzer.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -15,7 +16,7 @@ class DdrAnalyzer final : public BasicAnalyzer {
 public:
     static constexpr const char* kName = "DdrAnalyzer";
 
-    explicit DdrAnalyzer(std::string name);
+    explicit DdrAnalyzer(std::string name, const Host& host = {});
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& dataPath,
                              const StopFlag* stopFlag) override;

@@ -66,7 +66,8 @@ void PrintTimeFailure(TimeFailure failure, const std::string& process) {
 
 }  // namespace
 
-CpuComparator::CpuComparator(std::string name, std::map<std::string, std::string> versionMap)
+CpuComparator::CpuComparator(std::string name, std::map<std::string, std::string> versionMap,
+                             const Host& /*host*/)
     : BasicComparator(std::move(name), std::move(versionMap)) {}
 
 bool CpuComparator::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {

@@ -8,6 +8,7 @@
 #include "comparators/cpu/cpu_comparison_settings.h"
 #include "comparators/cpu/cpu_figures.h"
 #include "kit/basic_comparator.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -18,7 +19,8 @@ class CpuComparator final : public BasicComparator {
 public:
     static constexpr const char* kName = "CpuComparator";
 
-    CpuComparator(std::string name, std::map<std::string, std::string> versionMap);
+    CpuComparator(std::string name, std::map<std::string, std::string> versionMap,
+                  const Host& host = {});
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& dataPath,
                              const StopFlag* stopFlag) override;

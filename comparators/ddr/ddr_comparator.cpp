@@ -38,7 +38,8 @@ const JsonValue* JobsOf(const JsonDocument& config) {
 
 }  // namespace
 
-DdrComparator::DdrComparator(std::string name, std::map<std::string, std::string> versionMap)
+DdrComparator::DdrComparator(std::string name, std::map<std::string, std::string> versionMap,
+                             const Host& /*host*/)
     : BasicComparator(std::move(name), std::move(versionMap)) {}
 
 bool DdrComparator::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {

@@ -5,6 +5,7 @@
 
 #include "comparators/ddr/ddr_version_info.h"
 #include "kit/basic_comparator.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -16,7 +17,8 @@ class DdrComparator final : public BasicComparator {
 public:
     static constexpr const char* kName = "DdrComparator";
 
-    DdrComparator(std::string name, std::map<std::string, std::string> versionMap);
+    DdrComparator(std::string name, std::map<std::string, std::string> versionMap,
+                  const Host& host = {});
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& dataPath,
                              const StopFlag* stopFlag) override;

@@ -1,5 +1,6 @@
 #include "tests/support/fake_device.h"
 
+#include <algorithm>
 #include <cstring>
 #include <iomanip>
 #include <sstream>
@@ -41,6 +42,16 @@ int FakeDevice::Note(Call call, const void* buffer) {
     calls_.push_back(std::move(call));
     const auto failure = failures_.find(calls_.size() - 1);
     return failure == failures_.end() ? 0 : failure->second;
+}
+
+int FakeDevice::GetCount(int* count) {
+    *count = static_cast<int>(devices.size());
+    return Note({}, "");
+}
+
+int FakeDevice::List(int* ids, int count) {
+    std::copy_n(devices.begin(), count, ids);
+    return Note({}, "");
 }
 
 int FakeDevice::GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,

@@ -42,12 +42,15 @@ public:
     std::map<std::uint32_t, MasterSetting> masters;
     bool monitoring = false;  // a monitor that does not run refuses to stop, with code 6
     std::uint32_t ddrType = 4;
+    std::vector<int> devices{0};  // their ids
 
     // The call with this index, counted from 0 over all calls, gives `code`, or reports a size one
     // smaller than the record's.
     void FailCall(std::size_t index, int code) { failures_[index] = code; }
     void ShrinkCall(std::size_t index) { shrunk_ = index; }
 
+    int GetCount(int* count) override;
+    int List(int* ids, int count) override;
     int GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,
                 void* buffer, std::uint32_t* size) override;
     int SetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,

@@ -84,7 +84,7 @@ bool CpuCollector::CheckOptions(const JsonDocument& config, const std::string& /
 bool CpuCollector::Start(const JsonDocument& /*config*/, const std::string& dataPath,
                          const StopFlag* stopFlag) {
     const MissionCost cost;
-    if (!clock_(timeStamp_)) {
+    if (!host_.clock.currentTime(timeStamp_)) {
         PrintError("[CpuCollector] Failed to get time stamp!");
         return false;
     }
@@ -158,21 +158,21 @@ std::string CpuCollector::TopCommand(const char* program, const char* options) c
 }
 
 void CpuCollector::TakeTime(const char* wordsIfFailed, std::string& time) const {
-    if (!clock_(time)) {
+    if (!host_.clock.currentTime(time)) {
         PrintError(wordsIfFailed);
         time.clear();
     }
 }
 
 void CpuCollector::RunCommand(const std::string& command, std::string& text) const {
-    if (!runner_.Capture(command, text)) {
+    if (!host_.runner.Capture(command, text)) {
         PrintError(kCommandFailed);
         text.clear();
     }
 }
 
 void CpuCollector::CutOutput(const std::string& command, TopOutputCutter* cutter) const {
-    const bool started = runner_.Stream(command, [cutter](std::string_view output) {
+    const bool started = host_.runner.Stream(command, [cutter](std::string_view output) {
         if (cutter != nullptr) {
             cutter->Feed(output);
         }
@@ -251,7 +251,8 @@ void CpuCollector::NameRawFileOf(const std::string& job) {
 // Empty, which leaves the file out, if there is no time to name it after.
 std::string CpuCollector::RawFileName(const char* prefix) const {
     std::string time;
-    return clock_(time) ? prefix + time + "." + cpu_files::kLogSuffix : std::string();
+    return host_.clock.currentTime(time) ? prefix + time + "." + cpu_files::kLogSuffix
+                                         : std::string();
 }
 
 // Every pass writes the same content anew. A pass that is stopped touches no further file, so what

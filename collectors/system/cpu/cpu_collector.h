@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -9,11 +8,10 @@
 #include "collectors/system/cpu/cpu_documents.h"
 #include "collectors/system/cpu/cpu_samples_parser.h"
 #include "collectors/system/cpu/cpu_settings.h"
-#include "foundation/command_runner.h"
 #include "foundation/json.h"
 #include "foundation/stop_flag.h"
-#include "foundation/time.h"
 #include "kit/basic_collector.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -24,12 +22,8 @@ class CpuCollector final : public BasicCollector {
 public:
     static constexpr const char* kName = "CpuCollector";
 
-    // Gives the current time as 17 digits; false if it cannot be had. Called from several threads.
-    using Clock = std::function<bool(std::string&)>;
-
-    explicit CpuCollector(std::string name = kName, CommandRunner& runner = SystemCommandRunner(),
-                          Clock clock = GetCurrentTimeString)
-        : BasicCollector(std::move(name)), runner_(runner), clock_(std::move(clock)) {}
+    explicit CpuCollector(std::string name, Host host = {})
+        : BasicCollector(std::move(name)), host_(std::move(host)) {}
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& dataPath,
                              const StopFlag* stopFlag) override;
@@ -93,8 +87,7 @@ private:
     void NameRawFileOf(const std::string& job);
     [[nodiscard]] std::string RawFileName(const char* prefix) const;
 
-    CommandRunner& runner_;
-    Clock clock_;
+    Host host_;
     CpuSettings settings_;
     std::string rawDir_;
     std::string jsonDir_;

@@ -51,9 +51,8 @@ void SaveBandwidth(const std::vector<BandwidthRow>& rows, const std::string& pat
 std::queue<std::string> ddrTimeStampQueue;
 std::string ddrReadCommand;
 
-DdrCollector::DdrCollector(std::string name, CommandRunner& runner, DeviceLibrary& device,
-                           DdrClock clock)
-    : BasicCollector(std::move(name)), runner_(runner), device_(device), clock_(std::move(clock)) {}
+DdrCollector::DdrCollector(std::string name, Host host)
+    : BasicCollector(std::move(name)), host_(std::move(host)) {}
 
 bool DdrCollector::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {
     return ReadDdrSettings(config, settings_);
@@ -89,7 +88,7 @@ bool DdrCollector::InitOutputFile(const std::string& runDirectory) {
     }
     PrintLine("[DdrCollector] Create ddr rawdata directory successfully! The output dir is " +
               rawDir);
-    if (!clock_.currentTime(timeStamp_)) {
+    if (!host_.clock.currentTime(timeStamp_)) {
         PrintError("[DdrCollector] Failed to get curr timeStamp!");
         return false;
     }
@@ -115,11 +114,11 @@ bool DdrCollector::InitQosConfig() {
         MakeQosDocument(held, timeStamp_, document);
         SaveJsonToFile(qosConfigPath_, document);
     }
-    if (!SetMbwu(mbwuMpamIds, kMonitorSampling, device_)) {
+    if (!SetMbwu(mbwuMpamIds, kMonitorSampling, host_.device)) {
         PrintError("[DdrCollector] Failed to enable bandwidth monitoring.");
         return false;
     }
-    clock_.pause(kMonitorSettles);
+    host_.clock.pause(kMonitorSettles);
     return true;
 }
 
@@ -127,24 +126,24 @@ bool DdrCollector::InitQosConfig() {
 // becomes what the device holds. Reads that fail leave the defaults in it and do not count.
 bool DdrCollector::ConfigureMaster(const QosConfig& defaults, QosConfig& held) {
     const bool hasMaster = defaults.master != kNoMaster;
-    GetMataConfig(held, device_);
+    GetMataConfig(held, host_.device);
     if (held.bw_high != kNeverConfigured) {
         if (hasMaster) {
-            CheckMasterConfig(held, device_);
+            CheckMasterConfig(held, host_.device);
         }
         return true;
     }
     PrintLine("[DdrCollector] " + defaults.mpam_name +
               " has not yet set Qos conf, using default settings. ");
     if (hasMaster &&
-        (!SetMasterConfig(defaults.master, defaults.mpamid, defaults.priority, device_) ||
-         !CheckMasterConfig(held, device_))) {
+        (!SetMasterConfig(defaults.master, defaults.mpamid, defaults.priority, host_.device) ||
+         !CheckMasterConfig(held, host_.device))) {
         PrintError("[DdrCollector] Failed to set qos MasterConfig with default settings!");
         return false;
     }
     if (!SetMataConfig(defaults.mpamid, defaults.bw_high, defaults.bw_low, defaults.hardlimit,
-                       device_) ||
-        !GetMataConfig(held, device_)) {
+                       host_.device) ||
+        !GetMataConfig(held, host_.device)) {
         PrintError("[DdrCollector] Failed to set qos MataConfig with default settings!");
         return false;
     }
@@ -159,7 +158,7 @@ bool DdrCollector::CollectDdrInfo(const StopFlag* stopFlag) {
         if (!settings_.globalJob || !TakeSample()) {
             return false;
         }
-        clock_.sleepSeconds(settings_.interval, stopFlag);  // after the last sample too
+        host_.clock.sleepSeconds(settings_.interval, stopFlag);  // after the last sample too
     }
     return true;
 }
@@ -167,17 +166,17 @@ bool DdrCollector::CollectDdrInfo(const StopFlag* stopFlag) {
 // Appends the moment and the kernel's table to the raw log.
 bool DdrCollector::TakeSample() {
     std::string time;
-    if (!clock_.currentTime(time)) {
+    if (!host_.clock.currentTime(time)) {
         PrintError("[DdrCollector] Failed to get curr timeStamp!");
         return false;
     }
     ddrTimeStampQueue.push(time);
-    bool saved = runner_.Run("echo " + time + " >> " + rawLogPath_) == 0;
+    bool saved = host_.runner.Run("echo " + time + " >> " + rawLogPath_) == 0;
     if (saved) {
         if (ddrReadCommand.empty()) {
             ddrReadCommand = "cat /proc/qos/bwstat/bandwidth >> " + rawLogPath_;
         }
-        saved = runner_.Run(ddrReadCommand) == 0;
+        saved = host_.runner.Run(ddrReadCommand) == 0;
     }
     if (!saved) {
         PrintError("[DdrCollector] Fail to CollectDdrInfo!");
@@ -193,7 +192,7 @@ bool DdrCollector::OutputDdrInfo() {
     }
     const std::vector<BandwidthRow> rows = ParseBandwidthLog(log, mpamNameMap.size() - 1);
     std::uint32_t ddrType = 0;
-    if (!GetDdrType(&ddrType, device_)) {
+    if (!GetDdrType(&ddrType, host_.device)) {
         PrintError("[DdrCollector] Cannot get ddr type.");
         return true;  // without a result, as designed
     }

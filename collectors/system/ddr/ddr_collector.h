@@ -1,20 +1,15 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <queue>
 #include <string>
-#include <thread>
 
 #include "collectors/system/ddr/ddr_settings.h"
 #include "collectors/system/ddr/qos_config.h"
-#include "foundation/command_runner.h"
 #include "foundation/json.h"
 #include "foundation/stop_flag.h"
-#include "foundation/time.h"
 #include "kit/basic_collector.h"
-#include "platform/device_library.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -26,15 +21,6 @@ extern std::queue<std::string> ddrTimeStampQueue;
 // sample of the process and kept, so that a second collector's tables go to the first one's log.
 extern std::string ddrReadCommand;
 
-// How a DdrCollector knows and spends time.
-struct DdrClock {
-    std::function<bool(std::string&)> currentTime = GetCurrentTimeString;
-    std::function<void(std::uint32_t, const StopFlag*)> sleepSeconds = SleepSeconds;
-    std::function<void(std::chrono::microseconds)> pause = [](std::chrono::microseconds duration) {
-        std::this_thread::sleep_for(duration);
-    };
-};
-
 // Samples the DDR bandwidth of every bus master: gives each master that was never configured the
 // default QoS settings, records the settings of all, switches the bandwidth monitor on (it stays
 // on), appends the kernel's bandwidth table to the raw log at each sample, and turns the log into
@@ -45,8 +31,7 @@ class DdrCollector final : public BasicCollector {
 public:
     static constexpr const char* kName = "DdrCollector";
 
-    explicit DdrCollector(std::string name, CommandRunner& runner = SystemCommandRunner(),
-                          DeviceLibrary& device = SystemDeviceLibrary(), DdrClock clock = {});
+    explicit DdrCollector(std::string name, Host host = {});
 
     [[nodiscard]] bool Start(const JsonDocument& config, const std::string& runDirectory,
                              const StopFlag* stopFlag) override;
@@ -61,9 +46,7 @@ private:
     bool TakeSample();
     bool OutputDdrInfo();
 
-    CommandRunner& runner_;
-    DeviceLibrary& device_;
-    DdrClock clock_;
+    Host host_;
     DdrSettings settings_;
     std::string rawLogPath_;
     std::string dataPath_;  // of the bandwidth documents

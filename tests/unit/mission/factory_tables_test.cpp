@@ -45,16 +45,16 @@ TEST(FactoryTables, EachNameIsOneOfTheConfigurationsNames) {
 
 TEST(FactoryTables, WhatARowBuildsCarriesTheNameItWasAskedFor) {
     for (const CollectorClass& row : BuiltInMissions().collectors) {
-        EXPECT_EQ(row.make(row.name)->Name(), row.name);
+        EXPECT_EQ(row.make(row.name, {})->Name(), row.name);
     }
     for (const AnalyzerClass& row : BuiltInMissions().analyzers) {
-        EXPECT_EQ(row.make(row.name)->Name(), row.name);
+        EXPECT_EQ(row.make(row.name, {})->Name(), row.name);
     }
     for (const OptimizerClass& row : BuiltInMissions().optimizers) {
-        EXPECT_EQ(row.make(row.name)->Name(), row.name);
+        EXPECT_EQ(row.make(row.name, {})->Name(), row.name);
     }
     for (const ComparatorClass& row : BuiltInMissions().comparators) {
-        EXPECT_EQ(row.make(row.name, {})->Name(), row.name);
+        EXPECT_EQ(row.make(row.name, {}, {})->Name(), row.name);
     }
 }
 

@@ -60,7 +60,7 @@ public:
 
 template <class Fake, class Base, class... Args>
 MissionClass<Base, Args...> ManagerTest::FakeClass(const std::string& name) {
-    return {name, [this](const std::string& asked, const Args&... args) {
+    return {name, [this](const std::string& asked, const Args&... args, const Host& /*host*/) {
                 return std::unique_ptr<Base>(std::make_unique<Fake>(*this, asked, args...));
             }};
 }
@@ -105,7 +105,8 @@ ManagerSeams ManagerTest::Seams() {
         return !time.empty();
     };
     const auto anyPath = [](const std::string&) { return true; };
-    return {classes_, runner, currentTime, anyPath, anyPath, root.Path() + "runs/", versionFiles};
+    host.currentTime = currentTime;
+    return {classes_, host.Get(), anyPath, anyPath, root.Path() + "runs/", versionFiles};
 }
 
 Captured ManagerTest::Run(const std::string& config) {

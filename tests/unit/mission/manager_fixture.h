@@ -9,7 +9,7 @@
 
 #include "mission/zarn_manager.h"
 #include "tests/support/captured_streams.h"
-#include "tests/support/fake_runner.h"
+#include "tests/support/fake_host.h"
 #include "tests/support/manager_texts.h"
 #include "tests/support/temp_dir.h"
 
@@ -31,7 +31,8 @@ protected:
     // Called at each entry into the journal.
     std::function<void(const std::string&)> onEvent;
     Journal journal;
-    FakeRunner runner;
+    FakeHost host;
+    FakeRunner& runner = host.runner;
     TempDir root;
     std::vector<std::string> versionFiles;
 

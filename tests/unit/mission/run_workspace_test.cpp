@@ -119,7 +119,7 @@ TEST_F(RunWorkspaceTest, ARunOfTheSameMillisecondReusesTheTree) {
 
 TEST_F(RunWorkspaceTest, AConfigurationThatIsGoneIsToldAndTheRunGoesOn) {
     ManagerSeams seams = Seams();
-    seams.currentTime = [this](std::string& time) {
+    seams.host.clock.currentTime = [this](std::string& time) {
         time = times.front();
         fs::remove(ConfigPath());
         return true;

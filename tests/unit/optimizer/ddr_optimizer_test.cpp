@@ -9,8 +9,7 @@
 #include "foundation/files.h"
 #include "optimizer/benchmark/stress_benchmark.h"
 #include "tests/support/captured_streams.h"
-#include "tests/support/fake_device.h"
-#include "tests/support/fake_runner.h"
+#include "tests/support/fake_host.h"
 #include "tests/support/temp_dir.h"
 #include "tests/unit/optimizer/options/options_fixture.h"
 #include "tests/unit/optimizer/search/pso_fixture.h"
@@ -22,6 +21,7 @@ using test::AutoConfig;
 using test::Captured;
 using test::Describe;
 using test::FakeDevice;
+using test::FakeHost;
 using test::FakeRunner;
 using test::Json;
 using test::ListedRandom;
@@ -60,7 +60,7 @@ protected:
 
     // One mission on the configuration `text`, in which ' stands for ".
     void Start(const std::string& text, bool expected) {
-        DdrOptimizer optimizer("DdrOptimizer", runner_, device_, random_);
+        DdrOptimizer optimizer("DdrOptimizer", host_.Get(), random_);
         const JsonDocument config = Json(text);
         captured_ = test::Capture(
             [&] { EXPECT_EQ(optimizer.Start(config, dir_.Path(), &stopFlag_), expected); });
@@ -68,8 +68,9 @@ protected:
     }
 
     TempDir dir_;
-    FakeRunner runner_;
-    FakeDevice device_;
+    FakeHost host_;
+    FakeRunner& runner_ = host_.runner;
+    FakeDevice& device_ = host_.device;
     ListedRandom random_;
     StopFlag stopFlag_{0};
     Captured captured_;

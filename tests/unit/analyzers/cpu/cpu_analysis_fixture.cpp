@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "analyzers/cpu/cpu_analyzer.h"
+#include "tests/support/fake_host.h"
 
 namespace zarn::test {
 
@@ -80,7 +81,8 @@ CpuRunTree::Result CpuRunTree::Analyze(const std::string& jobs, bool stopped) co
                               R"("none":["absent"]}}})",
                           config));
     const StopFlag stopFlag(stopped ? 1 : 0);
-    CpuAnalyzer analyzer("CpuAnalyzer", [] { return 2L; });
+    test::FakeHost host;
+    CpuAnalyzer analyzer("CpuAnalyzer", host.Get());
     Result result{};
     result.captured =
         Capture([&] { result.succeeded = analyzer.Start(config, dir_.Path(), &stopFlag); });

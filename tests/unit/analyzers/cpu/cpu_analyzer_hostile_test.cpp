@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "analyzers/cpu/cpu_analyzer.h"
+#include "tests/support/fake_host.h"
 #include "tests/unit/analyzers/cpu/cpu_analysis_fixture.h"
 
 // The analyzer on trees that lack something or hold what no collector writes.
@@ -182,8 +183,8 @@ TEST(CpuAnalyzerHostileTest, ATableOfExpressionsThatLacksOneIsSaid) {
         config));
     const StopFlag stopFlag(0);
     const CpuPatternTable empty;
-    CpuAnalyzer analyzer(
-        "CpuAnalyzer", [] { return 2L; }, empty);
+    test::FakeHost host;
+    CpuAnalyzer analyzer("CpuAnalyzer", host.Get(), empty);
     bool succeeded = true;
     const test::Captured captured =
         test::Capture([&] { succeeded = analyzer.Start(config, tree.Files().Path(), &stopFlag); });

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "kit/host.h"
 #include "tests/support/captured_streams.h"
 
 namespace zarn {
@@ -124,7 +125,7 @@ TEST(CpuAnalyzerSettingsTest, NeedsTheNumberOfProcessors) {
     EXPECT_FALSE(parsed.succeeded);
     EXPECT_EQ(parsed.captured.out, "");
     EXPECT_EQ(parsed.captured.err, "[CpuAnalyzer] Get CPU Cores failed!\n");
-    EXPECT_GE(ConfiguredProcessors(), 1);
+    EXPECT_GE(Host::ConfiguredProcessors(), 1);
 }
 
 }  // namespace

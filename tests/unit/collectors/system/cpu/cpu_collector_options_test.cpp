@@ -37,7 +37,7 @@ Checked Check(const std::string& text) {
     JsonDocument config;
     EXPECT_TRUE(ParseJson(text, config)) << text;
     Checked checked;
-    CpuCollector collector;
+    CpuCollector collector(CpuCollector::kName);
     checked.captured = test::Capture(
         [&] { checked.result = collector.CheckOptions(config, "parallelCollector"); });
     checked.settings = collector.Settings();
@@ -45,7 +45,7 @@ Checked Check(const std::string& text) {
 }
 
 TEST(CpuCollectorOptions, AnUnconfiguredCollectorHasItsDefaults) {
-    const CpuCollector collector;
+    const CpuCollector collector(CpuCollector::kName);
     EXPECT_EQ(collector.Name(), "CpuCollector");
     EXPECT_EQ(collector.Settings().count, 1U);
     EXPECT_EQ(collector.Settings().interval, 5.0);
@@ -125,7 +125,7 @@ TEST_P(CpuCollectorOptionsDeathTest, AWrongTypeTripsTheJsonLibrarysAssertion) {
     const std::string text = Config(GetParam().key, GetParam().value);
     JsonDocument config;
     ASSERT_TRUE(ParseJson(text, config));
-    CpuCollector collector;
+    CpuCollector collector(CpuCollector::kName);
     EXPECT_EXIT(static_cast<void>(collector.CheckOptions(config, "collector")),
                 testing::KilledBySignal(SIGABRT), "JSON assertion");
 }

@@ -8,7 +8,7 @@
 #include "foundation/files.h"
 #include "foundation/text.h"
 #include "tests/support/captured_streams.h"
-#include "tests/support/fake_runner.h"
+#include "tests/support/fake_host.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn {
@@ -56,7 +56,7 @@ protected:
 
     // Checks the options and starts. `clock` stands for the one that always gives kTime.
     test::Captured Run(const std::string& jobs, bool threads, bool json,
-                       CpuCollector::Clock clock = nullptr) {
+                       std::function<bool(std::string&)> clock = nullptr) {
         if (!clock) {
             clock = [](std::string& time) {
                 time = kTime;
@@ -69,7 +69,8 @@ protected:
                                   R"(,"thread_collector":)" + (threads ? "true" : "false") +
                                   R"(,"json_output":)" + (json ? "true" : "false") + "}}",
                               config));
-        CpuCollector collector(CpuCollector::kName, runner, clock);
+        host.currentTime = clock;
+        CpuCollector collector(CpuCollector::kName, host.Get());
         return test::Capture([&] {
             EXPECT_TRUE(collector.CheckOptions(config, "collector"));
             result = collector.Start(config, tree.Path(), &stopFlag);
@@ -107,7 +108,8 @@ protected:
                                    : testing::MatchesRegex(""));
     }
 
-    test::FakeRunner runner;
+    test::FakeHost host;
+    test::FakeRunner& runner = host.runner;
     test::TempDir tree;
     StopFlag stopFlag{0};
     unsigned count = 2;

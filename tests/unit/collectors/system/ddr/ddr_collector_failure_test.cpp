@@ -28,7 +28,7 @@ protected:
         std::filesystem::remove_all(dir.Path() + "json");
         std::filesystem::create_directories(dir.Path() + "json");
         ddrTimeStampQueue = {};
-        ticks = 0;
+        host.ticks = 0;
         refusing.emplace();
         refusing->bounds = device.bounds;
         refusing->masters = device.masters;
@@ -139,14 +139,14 @@ TEST_F(DdrCollectorFailure, ARawDirectoryThatCannotBeMadeEndsTheFirstStep) {
 }
 
 TEST_F(DdrCollectorFailure, AClockThatFailsEndsItsStep) {
-    failingTick = 0;
+    host.failingTick = 0;
     Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.err,
               "[DdrCollector] Failed to get curr timeStamp!\n"
               "[DdrCollector] Failed to init output file!\n");
-    ticks = 0;
-    failingTick = 2;
+    host.ticks = 0;
+    host.failingTick = 2;
     captured = Run(3);
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.err,
@@ -160,7 +160,7 @@ TEST_F(DdrCollectorFailure, ACommandThatFailsEndsTheSampling) {
         FakeRunner failing;
         failing.On(text, "", 256);
         ddrReadCommand.clear();
-        ticks = 0;
+        host.ticks = 0;
         DdrCollector collector = MakeCollector(failing, device);
         const JsonDocument config = Options(2, 1);
         EXPECT_TRUE(collector.CheckOptions(config, "collector"));
@@ -178,14 +178,14 @@ TEST_F(DdrCollectorFailure, AStopBeforeTheSamplingLeavesNoLog) {
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.err, kNoLog);
     EXPECT_TRUE(runner.Commands().empty());
-    EXPECT_TRUE(sleeps.empty());
+    EXPECT_TRUE(host.sleeps.empty());
     EXPECT_TRUE(Exists(QosName()));
 }
 
 TEST_F(DdrCollectorFailure, AStopKeepsTheSamplesTaken) {
     const auto stop = [this] { stopFlag = 1; };
     const std::function<void()> places[] = {
-        [&] { duringSleep = stop; },
+        [&] { host.duringSleep = stop; },
         [&] { runner.Before("echo ", [stop](const std::string&) { stop(); }); },
         [&] { runner.Before("cat ", [stop](const std::string&) { stop(); }); },
     };
@@ -193,7 +193,7 @@ TEST_F(DdrCollectorFailure, AStopKeepsTheSamplesTaken) {
         std::filesystem::remove_all(dir.Path() + "raw_data");
         std::filesystem::remove(dir.Path() + DataName());
         stopFlag = 0;
-        ticks = 0;
+        host.ticks = 0;
         place();
         const Captured captured = Run(2000, 60);
         EXPECT_TRUE(result);

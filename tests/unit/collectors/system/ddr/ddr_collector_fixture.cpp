@@ -29,19 +29,9 @@ void DdrCollectorTest::TearDown() {
 }
 
 DdrCollector DdrCollectorTest::MakeCollector(CommandRunner& commands, DeviceLibrary& library) {
-    DdrClock clock;
-    clock.currentTime = [this](std::string& time) {
-        const std::string tick = std::to_string(ticks);
-        time = std::string(kStart).substr(0, 17 - tick.size()) + tick;
-        return ticks++ != failingTick;
-    };
-    clock.sleepSeconds = [this](std::uint32_t seconds, const StopFlag* flag) {
-        EXPECT_EQ(flag, &stopFlag);
-        sleeps.push_back(seconds);
-        duringSleep();
-    };
-    clock.pause = [this](std::chrono::microseconds duration) { pauses.push_back(duration); };
-    return DdrCollector(DdrCollector::kName, commands, library, clock);
+    host.otherRunner = &commands;
+    host.otherDevice = &library;
+    return DdrCollector(DdrCollector::kName, host.Get());
 }
 
 JsonDocument DdrCollectorTest::Options(unsigned count, unsigned interval) {

@@ -3,24 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "collectors/system/ddr/ddr_collector.h"
 #include "tests/support/captured_streams.h"
-#include "tests/support/fake_device.h"
-#include "tests/support/fake_runner.h"
+#include "tests/support/fake_host.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn::test {
 
-// A DdrCollector in a run tree of its own, with a fake device, a clock that ticks one millisecond
-// at each question from 20230101120000000 on, and a runner that carries the two commands of a
-// sample out itself: `table` is the kernel's file.
+// A DdrCollector in a run tree of its own, on a fake host whose runner carries the two commands
+// of a sample out itself: `table` is the kernel's file.
 class DdrCollectorTest : public testing::Test {
 protected:
-    static constexpr const char* kStart = "20230101120000000";
+    static constexpr const char* kStart = FakeHost::kStart;
 
     DdrCollectorTest();
     void TearDown() override;
@@ -43,16 +40,12 @@ protected:
     void ConfigureDevice(std::uint32_t high, std::uint32_t low);
 
     TempDir dir;
-    FakeRunner runner;
-    FakeDevice device;
+    FakeHost host;
+    FakeRunner& runner = host.runner;
+    FakeDevice& device = host.device;
     std::string table = Table("5222");
     StopFlag stopFlag{0};
     bool result = false;
-    int ticks = 0;
-    int failingTick = -1;                           // the clock fails at this question
-    std::vector<std::uint32_t> sleeps;              // the sleeps asked for
-    std::vector<std::chrono::microseconds> pauses;  // and the pauses
-    std::function<void()> duringSleep = [] {};
 
 private:
     // Appends to the file that the command names after ">> ".

@@ -57,8 +57,8 @@ TEST_F(DdrCollectorTest, RunsTheTwoCommandsOfEachSampleAndWritesItsFiles) {
                             "cat /proc/qos/bwstat/bandwidth >> " + RawLogPath(),
                             "echo 20230101120000002 >> " + RawLogPath(),
                             "cat /proc/qos/bwstat/bandwidth >> " + RawLogPath()));
-    EXPECT_THAT(sleeps, ElementsAre(7U, 7U));
-    EXPECT_THAT(pauses, ElementsAre(std::chrono::microseconds(20000)));
+    EXPECT_THAT(host.sleeps, ElementsAre(7U, 7U));
+    EXPECT_THAT(host.pauses, ElementsAre(std::chrono::microseconds(20000)));
     EXPECT_EQ(RawLog(), "20230101120000001\n" + table + "20230101120000002\n" + table);
     EXPECT_EQ(dir.Read(DataName()),
               BandwidthLine("20230101120000001", "9.999234", "99.992341") +
@@ -162,7 +162,7 @@ TEST_F(DdrCollectorTest, ATableWithoutRowsGivesAnEmptyResult) {
         std::filesystem::remove_all(dir.Path() + "raw_data");
         std::filesystem::remove(dir.Path() + DataName());
         table = text;
-        ticks = 0;
+        host.ticks = 0;
         const Captured captured = Run();
         EXPECT_TRUE(result);
         EXPECT_EQ(captured.err, "");
