@@ -62,6 +62,8 @@ TOKEN = re.compile(
     r'|R"(?P<mark>[^\s()\\]{0,16})\((?P<raw>.*?)\)(?P=mark)"'
     r'|"(?P<text>(?:\\.|[^"\\\n])*)"'
     r"|(?<![0-9A-Fa-f])'(?:\\.[^'\n]*|[^'\\\n])'", re.S)
+# What a mission's header declares.
+MISSION_CLASS = re.compile(r"\bclass (\w+) final : public Basic\w+")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"(?P<path>[^"]+)"', re.M)
 
 
@@ -234,7 +236,7 @@ def check_missions(tree):
                 yield f"{folder}/CMakeLists.txt: names no {keyword}"
         for header in call.get("HEADERS", ()):
             text = tree.read(f"{folder}/{header}") if f"{folder}/{header}" in tree.names else ""
-            found = re.search(r"\bclass (\w+) final : public Basic\w+", text)
+            found = MISSION_CLASS.search(text)
             if found is None or found.group(1) not in classes:
                 yield f"{folder}/{header}: declares no class of mission/factory_tables.cpp"
                 continue
