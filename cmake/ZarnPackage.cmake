@@ -64,8 +64,8 @@ endfunction()
 zarn_manual(zarn zarn.1 zarn-config.5)
 zarn_manual(zarn-board zarn-board.1 zarn-board-server.1 zarn-board-optimum.1)
 install(TARGETS zarn RUNTIME DESTINATION bin COMPONENT zarn)
-install(DIRECTORY docs/examples/ DESTINATION share/doc/zarn/examples COMPONENT zarn
-        FILES_MATCHING PATTERN "*.json")
-install(FILES docs/configuration.md docs/results.md DESTINATION share/doc/zarn COMPONENT zarn)
+# All pages, since they point to each other, with the missions' pages and the examples in their folders.
+install(DIRECTORY docs/ DESTINATION share/doc/zarn COMPONENT zarn
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN man EXCLUDE)
 
 include(CPack)
