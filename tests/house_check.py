@@ -4,6 +4,7 @@
 usage: house_check.py [ROOT]       lists what breaks a rule, one line each; status 1 if there is any
        house_check.py --self-test  proves on small trees that each rule can fail
 """
+import posixpath
 import re
 import sys
 import tempfile
@@ -64,6 +65,10 @@ TOKEN = re.compile(
     r"|(?<![0-9A-Fa-f])'(?:\\.[^'\n]*|[^'\\\n])'", re.S)
 # What a mission's header declares.
 MISSION_CLASS = re.compile(r"\bclass (\w+) final : public Basic\w+")
+# What the common pages promise of a mission's page.
+PAGE_HEADINGS = ("Section", "Files", "Fields and units", "Edges", "Messages", "Example")
+LINK = re.compile(r"\]\((?P<path>[^()\s#]*)(?:#(?P<heading>[^()\s]*))?\)")
+INSTALLED_PAGE = re.compile(r"/usr/share/doc/zarn/(?P<path>[\w./-]*[\w/])")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"(?P<path>[^"]+)"', re.M)
 
 
@@ -222,6 +227,45 @@ def check_tests_are_built(tree):
             yield f"{source.name}: named in no CMakeLists.txt, so it is never built"
 
 
+def headings_of(text):
+    return re.findall(r"^#+ +(.*?) *$", text, re.M)
+
+
+def check_mission_page(tree, page):
+    if page not in tree.names:
+        yield f"{page}: missing"
+        return
+    found = headings_of(tree.read(page))
+    yield from (f"{page}: without the heading {heading}" for heading in PAGE_HEADINGS if heading not in found)
+
+
+def anchor_of(heading):
+    return re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-")
+
+
+def broken_link(tree, page, path, heading):
+    """What is wrong with a link from a page to `heading` of `path`, each of which may be missing; or None."""
+    target = posixpath.normpath(posixpath.join(posixpath.dirname(page), path)) if path else page
+    if target not in tree.names and not any(name.startswith(target + "/") for name in tree.names):
+        return f"{path} is no file or folder"
+    if heading and heading not in map(anchor_of, headings_of(tree.read(target))):
+        return f"{target} has no heading #{heading}"
+    return None
+
+
+def check_links(tree):
+    """What the pages and the manual point to is there."""
+    for page in tree.names:
+        if page.startswith("docs/man/"):
+            links = [("../" + match["path"], None) for match in INSTALLED_PAGE.finditer(tree.read(page))]
+        elif page.endswith(".md"):
+            links = [(match["path"], match["heading"]) for match in LINK.finditer(tree.read(page)) if ":" not in match["path"]]
+        else:
+            continue
+        broken = [broken_link(tree, page, *link) for link in links]
+        yield from (f"{page}: {words}" for words in broken if words)
+
+
 def check_missions(tree):
     """A mission is a folder with all that belongs to it, and its class stands in the factory tables."""
     tables = tree.read("mission/factory_tables.cpp") if "mission/factory_tables.cpp" in tree.names else ""
@@ -241,8 +285,7 @@ def check_missions(tree):
                 yield f"{folder}/{header}: declares no class of mission/factory_tables.cpp"
                 continue
             name = found.group(1)
-            if f"docs/missions/{name}.md" not in tree.names:
-                yield f"docs/missions/{name}.md: missing"
+            yield from check_mission_page(tree, f"docs/missions/{name}.md")
             if not any(f'"{name}"' in tree.read(example) for example in tree.names
                        if example.startswith("docs/examples/") and example.endswith(".json")):
                 yield f"docs/examples/: no example runs {name}"
@@ -298,7 +341,8 @@ def check_scratch_words(tree):
                 yield f"{name}:{line}: {SCRATCH_WORDS.search(text).group(0)} left behind"
 
 
-RULES = (check_includes, check_tests_are_built, check_missions, check_banned_calls, check_file_names, check_headers, check_scratch_words)
+RULES = (check_includes, check_tests_are_built, check_missions, check_links, check_banned_calls, check_file_names,
+         check_headers, check_scratch_words)
 
 
 def findings_of(root):
@@ -317,12 +361,15 @@ def mission(name):
             f"  BENCHMARK {name}_bench.cpp)\n")
 
 
+MISSION_PAGE = "".join(f"## {heading}\n" for heading in PAGE_HEADINGS)
 CLEAN = {
     "docs/architecture.md": "| shared | from | used by |\n|---|---|---|\n"
                             "| `shared.h`: what two missions need | `collectors/system/ddr` | `optimizer` |\n",
-    "docs/missions/CpuCollector.md": "",
-    "docs/missions/DdrCollector.md": "",
-    "docs/missions/DdrOptimizer.md": "",
+    "docs/missions/CpuCollector.md": MISSION_PAGE,
+    "docs/missions/DdrCollector.md": MISSION_PAGE + "[own](#edges) [other](CpuCollector.md#fields-and-units) [a](b:c)\n",
+    "docs/missions/DdrOptimizer.md": MISSION_PAGE,
+    "docs/page.md": "# What `x`, y-z\n[m](missions) [d](missions/DdrCollector.md) [o](../optimizer/o.h) [s](#what-x-y-z)\n",
+    "docs/man/zarn.1": ".IR /usr/share/doc/zarn/page.md .\n.I /usr/share/doc/zarn/missions/<name>.md\n",
     "docs/examples/all.json": '["CpuCollector", "DdrCollector", "DdrOptimizer"]',
     "foundation/console.cpp": "#include \"foundation/console.h\"\nvoid P() { std::cout << 1; }\n",
     "foundation/console.h": "#pragma once\n",
@@ -382,6 +429,14 @@ def breaks():
     yield "optimizer/o.h", "#pragma once\nclass Other final : public BasicOptimizer {};\n", "declares no class"
     yield "docs/examples/all.json", '["CpuCollector", "DdrCollector"]', "no example runs DdrOptimizer"
     yield "docs/missions/DdrOptimizer.md", None, "missing"
+    for heading in PAGE_HEADINGS:
+        yield "docs/missions/DdrOptimizer.md", MISSION_PAGE.replace(f"## {heading}\n", ""), f"without the heading {heading}"
+    yield "docs/page.md", "[x](missing.md)\n", "missing.md is no file"
+    yield "docs/page.md", "[x](missions/Cpu)\n", "missions/Cpu is no file"
+    yield "docs/page.md", "[x](../../away.md)\n", "../../away.md is no file"
+    yield "docs/page.md", "# A\n[x](missions/DdrOptimizer.md#a)\n", "docs/missions/DdrOptimizer.md has no heading #a"
+    yield "docs/page.md", "# A\n[x](#b)\n", "docs/page.md has no heading #b"
+    yield "docs/man/zarn.1", ".IR /usr/share/doc/zarn/pages.md .\n", "../pages.md is no file"
     for call in ("std::system(\"ls\");", "popen (c, \"r\");", "::fork();", "::execve(p, a, e);", "posix_spawn(a);"):
         yield "optimizer/b.cpp", f"void B() {{ {call} }}\n", "use a CommandRunner"
     for call in ("std::cout << 1;", "std::cerr << 1;", "printf(\"x\");", "std::fprintf(f, \"x\");", "puts(s);"):
