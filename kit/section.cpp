@@ -52,10 +52,32 @@ bool ReadStrings(const JsonValue& array, std::string_view wordsIfNotString,
                  std::vector<std::string>& list) {
     for (const auto& element : array.GetArray()) {
         if (!element.IsString()) {
-            PrintError(wordsIfNotString);
-            return false;
+            return PrintFailure(wordsIfNotString);
         }
-        list.emplace_back(element.GetString(), element.GetStringLength());
+        list.push_back(TextOf(element));
+    }
+    return true;
+}
+
+std::string TextOf(const JsonValue& string) {
+    return {string.GetString(), string.GetStringLength()};
+}
+
+bool ReadJobs(const JsonValue& list, const std::vector<std::string>& known, const JobWords& words,
+              std::set<std::string>& jobs) {
+    if (list.Empty() && words.empty != nullptr) {
+        return PrintFailure(words.empty);
+    }
+    for (const JsonValue& job : list.GetArray()) {
+        if (!job.IsString()) {
+            return PrintFailure(words.notString);
+        }
+        const std::string name = TextOf(job);
+        if (std::find(known.begin(), known.end(), name) == known.end()) {
+            PrintError(words.unknown + name + words.behindName);
+            return words.behind != nullptr && PrintFailure(words.behind);
+        }
+        jobs.insert(name);
     }
     return true;
 }

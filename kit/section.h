@@ -2,6 +2,7 @@
 
 #include <initializer_list>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,6 +38,23 @@ struct KeyRule {
 
 // True if every key is present and has its type.
 [[nodiscard]] bool AllHaveType(const JsonValue& section, std::initializer_list<KeyRule> rules);
+
+// The text of a string, NUL bytes included.
+[[nodiscard]] std::string TextOf(const JsonValue& string);
+
+// The lines about a list of jobs, for the error stream.
+struct JobWords {
+    const char* empty;             // the list is; nullptr where it may be
+    const char* notString;         // an element is no string
+    const char* unknown;           // followed by the name
+    const char* behindName = "";   // of the unknown one
+    const char* behind = nullptr;  // a second line behind that of an unknown one
+};
+
+// Inserts the names of `list`, an array, into `jobs`. At the first element that is no string or
+// none of `known` it prints the words and gives false; what was inserted before stays.
+[[nodiscard]] bool ReadJobs(const JsonValue& list, const std::vector<std::string>& known,
+                            const JobWords& words, std::set<std::string>& jobs);
 
 // Appends the strings of `array` to `list`, in order. At the first element that is no string prints
 // `wordsIfNotString` on the error stream and returns false; what was appended before stays.

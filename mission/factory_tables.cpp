@@ -10,9 +10,11 @@ namespace {
 // The row of a class: the name is the class's own.
 template <class Mission, class Base, class... Args>
 MissionClass<Base, Args...> Row() {
-    return {Mission::kName, [](const std::string& name, const Args&... args, const Host& host) {
+    return {Mission::kName,
+            [](const std::string& name, const Args&... args, const Host& host) {
                 return std::unique_ptr<Base>(std::make_unique<Mission>(name, args..., host));
-            }};
+            },
+            Mission::Keys()};
 }
 
 template <class Mission>

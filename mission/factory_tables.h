@@ -12,6 +12,7 @@
 #include "kit/basic_comparator.h"
 #include "kit/basic_optimizer.h"
 #include "kit/host.h"
+#include "kit/setting_key.h"
 #include "mission/mission_list.h"
 
 namespace zarn {
@@ -27,6 +28,7 @@ struct MissionClass {
     std::function<std::unique_ptr<Base>(const std::string& name, const Args&... args,
                                         const Host& host)>
         make;
+    SettingKeys keys = {};  // of its section
 };
 
 using CollectorClass = MissionClass<BasicCollector>;

@@ -6,6 +6,7 @@
 #include "collectors/system/ddr/qos_access.h"
 #include "kit/basic_optimizer.h"
 #include "kit/host.h"
+#include "optimizer/options/optimizer_options.h"
 #include "optimizer/options/optimizer_settings.h"
 #include "optimizer/search/pso_random.h"
 
@@ -16,6 +17,7 @@ namespace zarn {
 class DdrOptimizer final : public BasicOptimizer {
 public:
     static constexpr const char* kName = "DdrOptimizer";
+    [[nodiscard]] static const SettingKeys& Keys() { return DdrOptimizerKeys(); }
 
     explicit DdrOptimizer(std::string name, Host host = {},
                           RandomSource& random = DeviceRandomSource());

@@ -278,6 +278,9 @@ def check_missions(tree):
         for keyword in ("HEADERS", "SOURCES", "TESTS", "FUZZ_TARGETS", "BENCHMARK"):
             if not call.get(keyword):
                 yield f"{folder}/CMakeLists.txt: names no {keyword}"
+        if not any("ExpectKeysHold(" in tree.read(f"tests/unit/{folder}/{file}") for file in call.get("TESTS", ())
+                   if f"tests/unit/{folder}/{file}" in tree.names):
+            yield f"tests/unit/{folder}/: no test holds the option check to the declared keys"
         for header in call.get("HEADERS", ()):
             text = tree.read(f"{folder}/{header}") if f"{folder}/{header}" in tree.names else ""
             found = MISSION_CLASS.search(text)
@@ -393,7 +396,8 @@ CLEAN = {
     "tests/CMakeLists.txt": "add_subdirectory(unit)\n",
     "tests/unit/CMakeLists.txt": "zarn_test(unit_test SOURCES a_test.cpp)\n",
     "tests/unit/a_test.cpp": "const char* zone = \"XX" + "X-13:30\";\n",
-    "tests/unit/optimizer/o_test.cpp": "",
+    **{f"tests/unit/{folder}_test.cpp": "void K() { ExpectKeysHold(x); }\n"
+       for folder in ("optimizer/o", "collectors/system/cpu/c", "collectors/system/ddr/d")},
     "fuzz/CMakeLists.txt": "zarn_fuzz_target(json)\n",
     "fuzz/json_fuzz.cpp": "",
     "fuzz/o_fuzz.cpp": "",
@@ -424,8 +428,9 @@ def breaks():
     yield "fuzz/yaml_fuzz.cpp", "", "never built"
     yield "optimizer/CMakeLists.txt", mission("o").replace("BENCHMARK o_bench.cpp", ""), "names no BENCHMARK", 2
     yield "optimizer/CMakeLists.txt", mission("o").replace("FUZZ_TARGETS o", ""), "names no FUZZ_TARGETS", 2
-    yield "optimizer/CMakeLists.txt", mission("o").replace("TESTS o_test.cpp", ""), "names no TESTS", 2
+    yield "optimizer/CMakeLists.txt", mission("o").replace("TESTS o_test.cpp", ""), "names no TESTS", 3
     yield "analyzers/cpu/a.h", "#pragma once\n", "without a CMakeLists.txt"
+    yield "tests/unit/optimizer/o_test.cpp", "", "no test holds the option check"
     yield "optimizer/o.h", "#pragma once\nclass Other final : public BasicOptimizer {};\n", "declares no class"
     yield "docs/examples/all.json", '["CpuCollector", "DdrCollector"]', "no example runs DdrOptimizer"
     yield "docs/missions/DdrOptimizer.md", None, "missing"

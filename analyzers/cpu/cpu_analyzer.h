@@ -21,6 +21,7 @@ namespace zarn {
 class CpuAnalyzer final : public BasicAnalyzer {
 public:
     static constexpr const char* kName = "CpuAnalyzer";
+    [[nodiscard]] static const SettingKeys& Keys() { return CpuAnalyzerKeys(); }
 
     // `patterns`: the expressions that the logs are read with; they must outlive the object.
     explicit CpuAnalyzer(std::string name, Host host = {},
@@ -46,7 +47,7 @@ private:
     [[nodiscard]] bool AnalyzeCores();
     [[nodiscard]] bool WriteLoading();
 
-    [[nodiscard]] bool Wants(const char* job) const { return settings_.jobs.at(job); }
+    [[nodiscard]] bool Wants(const char* job) const { return settings_.jobs.count(job) != 0; }
     void FindLog(const char* prefix, LogFile& log) const;
     // Finds, for each of the collector's documents, the rows of its sample and saves both as one.
     void SaveAllProcesses(const std::string& path) const;

@@ -1,57 +1,28 @@
 #include "analyzers/cpu/cpu_settings.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 #include "foundation/console.h"
-#include "kit/section.h"
 
 namespace zarn {
 namespace {
 
 constexpr const char* kSection = "CpuAnalyzer";
 
-// The section, with all keys present and of their types; throws std::invalid_argument otherwise.
-const JsonValue& CheckedSection(const JsonDocument& config) {
-    const JsonValue* section = FindMember(config, kSection);
-    if (section == nullptr ||
-        FirstMissingKey(*section, {"job", "peak_trought_threshold", "process_set"})) {
-        throw std::invalid_argument("[CpuAnalyzer] CpuAnalyzer param is missing!");
-    }
-    if (!AllHaveType(*section, {{"job", JsonType::Array},
-                                {"peak_trought_threshold", JsonType::Floating},
-                                {"process_set", JsonType::Object}})) {
-        throw std::invalid_argument("[CpuAnalyzer] Invalid CpuAnalyzer param type");
-    }
-    return *section;
-}
-
-bool ReadJobs(const JsonValue& list, std::map<std::string, bool>& jobs) {
-    if (list.Empty()) {
-        PrintError("[CpuAnalyzer] The job cannot be empty!");
-        return false;
-    }
-    for (const JsonValue& job : list.GetArray()) {
-        if (!job.IsString()) {
-            PrintError("[CpuAnalyzer] Illegal job type!");
-            return false;
-        }
-        const std::string name(job.GetString(), job.GetStringLength());
-        const auto known = jobs.find(name);
-        if (known == jobs.end()) {
-            PrintError("[CpuAnalyzer] Illegal job name: " + name);
-            return false;
-        }
-        known->second = true;
-    }
-    return true;
-}
+constexpr SectionWords kSectionWords = {
+    "[CpuAnalyzer] Error occurs: [CpuAnalyzer] CpuAnalyzer param is missing!",
+    "[CpuAnalyzer] Error occurs: [CpuAnalyzer] Invalid CpuAnalyzer param type",
+};
+constexpr JobWords kJobWords = {
+    "[CpuAnalyzer] The job cannot be empty!",
+    "[CpuAnalyzer] Illegal job type!",
+    "[CpuAnalyzer] Illegal job name: ",
+};
 
 bool ReadProcessorCount(const ProcessorCount& processorCount, long& processors) {
     processors = processorCount();
     if (processors < 1) {
-        PrintError("[CpuAnalyzer] Get CPU Cores failed!");
-        return false;
+        return PrintFailure("[CpuAnalyzer] Get CPU Cores failed!");
     }
     PrintLine("[CpuAnalyzer] Get CPU Cores = " + std::to_string(processors));
     return true;
@@ -59,10 +30,9 @@ bool ReadProcessorCount(const ProcessorCount& processorCount, long& processors) 
 
 bool ReadThreshold(double threshold, CpuAnalyzerSettings& settings) {
     if (threshold <= 0.0 || threshold >= 1.0) {
-        PrintError(
+        return PrintFailure(
             "[CpuAnalyzer] The value range of peakTroughtThreshold is [0, 1). Please check "
             "config.");
-        return false;
     }
     settings.peakRatio = 1.0 + threshold;
     settings.troughRatio = 1.0 - threshold;
@@ -71,19 +41,16 @@ bool ReadThreshold(double threshold, CpuAnalyzerSettings& settings) {
 
 bool ReadCommands(const JsonValue& list, CpuProcessSet& set) {
     if (!list.IsArray()) {
-        PrintError("[CpuAnalyzer] Illegal process set value! Should be array type!");
-        return false;
+        return PrintFailure("[CpuAnalyzer] Illegal process set value! Should be array type!");
     }
     if (list.Empty()) {
-        PrintError("[CpuAnalyzer] The processSet " + set.name + " cannot be empty!");
-        return false;
+        return PrintFailure("[CpuAnalyzer] The processSet " + set.name + " cannot be empty!");
     }
     for (const JsonValue& command : list.GetArray()) {
         if (!command.IsString() || command.GetStringLength() == 0) {
-            PrintError("[CpuAnalyzer] Illegal process! Should be non-space string!");
-            return false;
+            return PrintFailure("[CpuAnalyzer] Illegal process! Should be non-space string!");
         }
-        set.commands.emplace(command.GetString(), command.GetStringLength());
+        set.commands.insert(TextOf(command));
     }
     return true;
 }
@@ -92,13 +59,11 @@ bool ReadProcessSets(const JsonValue& sets, std::vector<CpuProcessSet>& processS
     std::set<std::string> names;
     for (const auto& member : sets.GetObject()) {
         if (!member.name.IsString()) {
-            PrintError("[CpuAnalyzer] Illegal process set key! Should be string type!");
-            return false;
+            return PrintFailure("[CpuAnalyzer] Illegal process set key! Should be string type!");
         }
-        CpuProcessSet set{{member.name.GetString(), member.name.GetStringLength()}, {}};
+        CpuProcessSet set{TextOf(member.name), {}};
         if (!names.insert(set.name).second) {
-            PrintError("[CpuAnalyzer] Duplicate process set name! Should be unique!");
-            return false;
+            return PrintFailure("[CpuAnalyzer] Duplicate process set name! Should be unique!");
         }
         if (!ReadCommands(member.value, set)) {
             return false;
@@ -110,18 +75,37 @@ bool ReadProcessSets(const JsonValue& sets, std::vector<CpuProcessSet>& processS
 
 }  // namespace
 
+const SettingKeys& CpuAnalyzerKeys() {
+    using Outside = SettingKey::Outside;
+    static const SettingKeys keys = {
+        SettingKey::Required("job", JsonType::Array)
+            .Of(JsonType::String)
+            .NotEmpty()
+            .Words({"global", "process_set", "core"}, Outside::Refused)
+            .Means("the whole system and its busiest processes; the sets below; each core. Other "
+                   "words are refused"),
+        SettingKey::Required("peak_trought_threshold", JsonType::Floating)
+            .Limits("above 0, below 1")
+            .Unit("share of the mean")
+            .Means("a peak lies above mean * (1 + threshold), a trough below mean * (1 - "
+                   "threshold)"),
+        SettingKey::Required("process_set", JsonType::Object)
+            .Limits("may be empty; no array and no string in one is")
+            .Means("name of a set to an array of the command names in it, as they end a row of "
+                   "`top` (of a name with blanks the last word)"),
+    };
+    return keys;
+}
+
 bool ParseCpuAnalyzerSettings(const JsonDocument& config, const ProcessorCount& processorCount,
                               CpuAnalyzerSettings& settings) {
-    try {
-        const JsonValue& section = CheckedSection(config);
-        return ReadJobs(section["job"], settings.jobs) &&
-               ReadProcessorCount(processorCount, settings.processors) &&
-               ReadThreshold(section["peak_trought_threshold"].GetDouble(), settings) &&
-               ReadProcessSets(section["process_set"], settings.processSets);
-    } catch (const std::invalid_argument& error) {
-        PrintError(std::string("[CpuAnalyzer] Error occurs: ") + error.what());
-        return false;
-    }
+    const JsonValue* section = OpenSection(config, kSection, CpuAnalyzerKeys(), kSectionWords);
+    return section != nullptr &&
+           ReadJobs((*section)["job"], {"core", "global", "process_set"}, kJobWords,
+                    settings.jobs) &&
+           ReadProcessorCount(processorCount, settings.processors) &&
+           ReadThreshold((*section)["peak_trought_threshold"].GetDouble(), settings) &&
+           ReadProcessSets((*section)["process_set"], settings.processSets);
 }
 
 }  // namespace zarn

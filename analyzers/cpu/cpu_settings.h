@@ -1,12 +1,12 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "foundation/json.h"
+#include "kit/setting_key.h"
 
 namespace zarn {
 
@@ -18,12 +18,14 @@ struct CpuProcessSet {
 
 // The configuration section of CpuAnalyzer, checked.
 struct CpuAnalyzerSettings {
-    std::map<std::string, bool> jobs = {{"core", false}, {"global", false}, {"process_set", false}};
+    std::set<std::string> jobs;              // "core", "global", "process_set"
     double peakRatio = 1.0;                  // a peak lies above the mean times this; 1 to 2
     double troughRatio = 1.0;                // a trough lies below the mean times this; 0 to 1
     std::vector<CpuProcessSet> processSets;  // in the order of the configuration, no name twice
     long processors = 0;                     // configured on this machine, at least 1
 };
+
+[[nodiscard]] const SettingKeys& CpuAnalyzerKeys();
 
 // Gives the number of configured processors, or less than 1 if it cannot be had.
 using ProcessorCount = std::function<long()>;

@@ -18,28 +18,25 @@
 #include "foundation/stop_flag.h"
 #include "foundation/time.h"
 #include "kit/cost.h"
-#include "kit/section.h"
 
 namespace zarn {
 namespace {
 
-constexpr const char* kGlobalJob = "global";
-
-// The jobs of the section; throws std::invalid_argument if they are missing or no list.
-const JsonValue& JobsOf(const JsonDocument& config) {
-    const JsonValue* section = FindMember(config, DdrAnalyzer::kName);
-    const JsonValue* jobs = section == nullptr ? nullptr : FindMember(*section, "job");
-    if (jobs == nullptr) {
-        throw std::invalid_argument("[DdrAnalyzer] Ddr analyzer param is missing! Correct: [job]");
-    }
-    if (!jobs->IsArray()) {
-        throw std::invalid_argument("[DdrAnalyzer] Invalid JOB type, which should be list!");
-    }
-    if (jobs->Empty()) {
-        throw std::invalid_argument("[DdrAnalyzer] The JOB cannot be empty!");
-    }
-    return *jobs;
-}
+constexpr SectionWords kSectionWords = {
+    "[DdrAnalyzer] Error occurs when parsing the ddr config: [DdrAnalyzer] Ddr analyzer param is "
+    "missing! Correct: [job]",
+    "[DdrAnalyzer] Error occurs when parsing the ddr config: [DdrAnalyzer] Invalid JOB type, which "
+    "should be list!",
+};
+constexpr JobWords kJobWords = {
+    "[DdrAnalyzer] Error occurs when parsing the ddr config: [DdrAnalyzer] The JOB cannot be "
+    "empty!",
+    "[DdrAnalyzer] Error occurs when parsing the ddr config: [DdrAnalyzer] Illegal item type of "
+    "JOB! Items in JOB should be string!",
+    "[DdrAnalyzer] Illegal job name: ",
+    ", which should be 'global'.",
+    "[DdrAnalyzer] Failed to SetJob!",
+};
 
 void RequireWritten(FileResult result, const std::string& path) {
     if (result != FileResult::Ok) {
@@ -72,29 +69,20 @@ bool DdrAnalyzer::Start(const JsonDocument& config, const std::string& dataPath,
     return true;
 }
 
-bool DdrAnalyzer::ParseConfig(const JsonDocument& config) {
-    try {
-        return SetJobs(config);
-    } catch (const std::invalid_argument& error) {
-        return PrintFailure(
-            std::string("[DdrAnalyzer] Error occurs when parsing the ddr config: ") + error.what());
-    }
+const SettingKeys& DdrAnalyzer::Keys() {
+    static const SettingKeys keys = {
+        SettingKey::Required("job", JsonType::Array)
+            .Of(JsonType::String)
+            .NotEmpty()
+            .Words({"global"}, SettingKey::Outside::Refused)
+            .Means("the only job"),
+    };
+    return keys;
 }
 
-bool DdrAnalyzer::SetJobs(const JsonDocument& config) {
-    for (const JsonValue& job : JobsOf(config).GetArray()) {
-        if (!job.IsString()) {
-            throw std::invalid_argument(
-                "[DdrAnalyzer] Illegal item type of JOB! Items in JOB should be string!");
-        }
-        const std::string name(job.GetString(), job.GetStringLength());
-        if (name != kGlobalJob) {
-            PrintError("[DdrAnalyzer] Illegal job name: " + name + ", which should be 'global'.");
-            return PrintFailure("[DdrAnalyzer] Failed to SetJob!");
-        }
-        globalJob_ = true;
-    }
-    return true;
+bool DdrAnalyzer::ParseConfig(const JsonDocument& config) {
+    const JsonValue* section = OpenSection(config, kName, Keys(), kSectionWords);
+    return section != nullptr && ReadJobs((*section)["job"], {"global"}, kJobWords, jobs_);
 }
 
 bool DdrAnalyzer::InitPaths(const std::string& dataPath) {
@@ -119,7 +107,7 @@ bool DdrAnalyzer::Process(const StopFlag* stopFlag) {
         return PrintFailure("[DdrAnalyzer] Failed to process ddr analyzer because of stopFlag!");
     }
     try {
-        if (!globalJob_ || !LoadQosSettings() || !LoadBandwidth()) {
+        if (jobs_.empty() || !LoadQosSettings() || !LoadBandwidth()) {
             return PrintFailure("[DdrAnalyzer] Failed to load ddr collection info! ");
         }
         for (const std::string& name : ddrNameList) {

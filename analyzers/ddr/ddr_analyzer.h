@@ -1,9 +1,11 @@
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "kit/basic_analyzer.h"
 #include "kit/host.h"
+#include "kit/setting_key.h"
 
 namespace zarn {
 
@@ -15,6 +17,7 @@ namespace zarn {
 class DdrAnalyzer final : public BasicAnalyzer {
 public:
     static constexpr const char* kName = "DdrAnalyzer";
+    [[nodiscard]] static const SettingKeys& Keys();
 
     explicit DdrAnalyzer(std::string name, const Host& host = {});
 
@@ -23,7 +26,6 @@ public:
 
 private:
     bool ParseConfig(const JsonDocument& config);
-    bool SetJobs(const JsonDocument& config);
     bool InitPaths(const std::string& dataPath);
     bool Process(const StopFlag* stopFlag);
     [[nodiscard]] bool LoadQosSettings() const;
@@ -32,7 +34,7 @@ private:
     bool SaveDocument();
     bool SaveTable();
 
-    bool globalJob_ = false;
+    std::set<std::string> jobs_;
     std::string anaDataPath_;
     std::string anaCsvPath_;
     std::string ddrInfoPath_;

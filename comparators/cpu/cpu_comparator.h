@@ -18,6 +18,7 @@ namespace zarn {
 class CpuComparator final : public BasicComparator {
 public:
     static constexpr const char* kName = "CpuComparator";
+    [[nodiscard]] static const SettingKeys& Keys() { return CpuComparatorKeys(); }
 
     CpuComparator(std::string name, std::map<std::string, std::string> versionMap,
                   const Host& host = {});

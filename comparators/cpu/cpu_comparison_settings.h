@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/json.h"
+#include "kit/setting_key.h"
 
 namespace zarn {
 
@@ -18,6 +19,8 @@ struct CpuComparisonSettings {
 
     [[nodiscard]] bool Has(const char* job) const { return jobs.count(job) != 0; }
 };
+
+[[nodiscard]] const SettingKeys& CpuComparatorKeys();
 
 // Replaces `settings` by those of `config`, an object. False after its line on the error stream. A
 // section that is no object trips the JSON library's assertion.

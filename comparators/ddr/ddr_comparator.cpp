@@ -13,28 +13,21 @@
 #include "foundation/paths.h"
 #include "foundation/stop_flag.h"
 #include "kit/cost.h"
-#include "kit/section.h"
 
 namespace zarn {
 namespace {
 
-constexpr const char* kGlobalJob = "global";
-
-// The jobs of the section, at least one; nullptr after a line.
-const JsonValue* JobsOf(const JsonDocument& config) {
-    const JsonValue* section = FindMember(config, DdrComparator::kName);
-    const JsonValue* jobs = section == nullptr ? nullptr : FindMember(*section, "job");
-    if (jobs == nullptr) {
-        PrintError("[DdrComparator] Ddr comparator param is missing, which sholud contain JOB.");
-    } else if (!jobs->IsArray()) {
-        PrintError("[DdrComparator] Invalid JOB format, which should be list!");
-    } else if (jobs->Empty()) {
-        PrintError("[DdrComparator] The JOB cannot be empty! Please set job as 'global'!");
-    } else {
-        return jobs;
-    }
-    return nullptr;
-}
+constexpr SectionWords kSectionWords = {
+    "[DdrComparator] Ddr comparator param is missing, which sholud contain JOB.",
+    "[DdrComparator] Invalid JOB format, which should be list!",
+};
+constexpr JobWords kJobWords = {
+    "[DdrComparator] The JOB cannot be empty! Please set job as 'global'!",
+    "[DdrComparator] Illegal JOB type! Item in JOB should be string!",
+    "[DdrComparator] Illegal job name: ",
+    ", which should be 'global'.",
+    "[DdrComparator] Failed to set JOB!",
+};
 
 }  // namespace
 
@@ -42,23 +35,20 @@ DdrComparator::DdrComparator(std::string name, std::map<std::string, std::string
                              const Host& /*host*/)
     : BasicComparator(std::move(name), std::move(versionMap)) {}
 
+const SettingKeys& DdrComparator::Keys() {
+    static const SettingKeys keys = {
+        SettingKey::Required("job", JsonType::Array)
+            .Of(JsonType::String)
+            .NotEmpty()
+            .Words({"global"}, SettingKey::Outside::Refused)
+            .Means("the only job"),
+    };
+    return keys;
+}
+
 bool DdrComparator::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {
-    const JsonValue* jobs = JobsOf(config);
-    if (jobs == nullptr) {
-        return false;
-    }
-    for (const JsonValue& job : jobs->GetArray()) {
-        if (!job.IsString()) {
-            return PrintFailure("[DdrComparator] Illegal JOB type! Item in JOB should be string!");
-        }
-        const std::string name(job.GetString(), job.GetStringLength());
-        if (name != kGlobalJob) {
-            PrintError("[DdrComparator] Illegal job name: " + name + ", which should be 'global'.");
-            return PrintFailure("[DdrComparator] Failed to set JOB!");
-        }
-        globalJob_ = true;
-    }
-    return true;
+    const JsonValue* section = OpenSection(config, kName, Keys(), kSectionWords);
+    return section != nullptr && ReadJobs((*section)["job"], {"global"}, kJobWords, jobs_);
 }
 
 bool DdrComparator::Start(const JsonDocument& /*config*/, const std::string& dataPath,
@@ -99,7 +89,7 @@ bool DdrComparator::Compare(const StopFlag* stopFlag) {
         return PrintFailure(
             "[DdrComparator] Failed to process ddr comparator because of stopFlag!");
     }
-    if (!globalJob_) {
+    if (jobs_.empty()) {
         return PrintFailure(
             "[DdrComparator] Failed to start ddr DdrComparator, please set job as 'global' ! ");
     }

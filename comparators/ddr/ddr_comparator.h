@@ -1,11 +1,13 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
 
 #include "comparators/ddr/ddr_version_info.h"
 #include "kit/basic_comparator.h"
 #include "kit/host.h"
+#include "kit/setting_key.h"
 
 namespace zarn {
 
@@ -16,6 +18,7 @@ namespace zarn {
 class DdrComparator final : public BasicComparator {
 public:
     static constexpr const char* kName = "DdrComparator";
+    [[nodiscard]] static const SettingKeys& Keys();
 
     DdrComparator(std::string name, std::map<std::string, std::string> versionMap,
                   const Host& host = {});
@@ -30,7 +33,7 @@ private:
     bool Compare(const StopFlag* stopFlag);
     [[nodiscard]] bool Save() const;
 
-    bool globalJob_ = false;
+    std::set<std::string> jobs_;
     std::string compCsvPath_;
     std::map<std::string, DdrVersionInfo> versions_;
 };

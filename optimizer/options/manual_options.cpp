@@ -25,7 +25,7 @@ bool ParseName(const JsonValue& value, QosConfig& config) {
     if (!value.IsString()) {
         return PrintFailure("[DdrOptimizer] Illegal mpamName type! It should be string.");
     }
-    const std::string name(value.GetString(), value.GetStringLength());
+    const std::string name = TextOf(value);
     const auto known = mpamIdMap.find(name);
     if (known == mpamIdMap.end()) {
         return PrintFailure("[DdrOptimizer] Illegal mpamName: " + name);

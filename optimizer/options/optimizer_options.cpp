@@ -13,10 +13,6 @@ namespace {
 
 constexpr std::uint16_t kGreatestStressLevel = 10;
 
-std::string ToString(const JsonValue& value) {
-    return {value.GetString(), value.GetStringLength()};
-}
-
 bool CheckAutoShape(const JsonValue* mode) {
     if (mode == nullptr || !mode->IsObject()) {
         return PrintFailure("[DdrOptimizer] Configs of auto mode are missing.");
@@ -59,9 +55,9 @@ bool ParseAutoMode(const JsonValue& section, OptimizerSettings& settings) {
     if (!CheckAutoShape(mode) || !ReadStressLevels((*mode)["stressLevel"], settings)) {
         return false;
     }
-    settings.stressNode = ToString((*mode)["stressNode"]);
-    settings.omModel = ToString((*mode)["omModel"]);
-    settings.optAlg = ToString((*mode)["optAlg"]);
+    settings.stressNode = TextOf((*mode)["stressNode"]);
+    settings.omModel = TextOf((*mode)["omModel"]);
+    settings.optAlg = TextOf((*mode)["optAlg"]);
     if (settings.optAlg != "pso") {
         return PrintFailure("[DdrOptimizer] Failed to set opt algorithm! Only support 'pso'!");
     }
@@ -79,7 +75,7 @@ bool ReadMode(const JsonValue& section, std::string& mode) {
     if (!value->IsString()) {
         return PrintFailure("[DdrOptimizer] Invalid mode format, which should be string!");
     }
-    mode = ToString(*value);
+    mode = TextOf(*value);
     PrintLine("[DdrOptimizer] DdrOptimizer mode is : " + mode + ".");
     return true;
 }

@@ -13,7 +13,6 @@
 #include "foundation/paths.h"
 #include "kit/cost.h"
 #include "kit/event_writer.h"
-#include "kit/section.h"
 
 namespace zarn {
 namespace {
@@ -22,7 +21,6 @@ constexpr const char* kStopped = "[CpuCollector] StopFlag received, CPU collecto
 constexpr const char* kNoTopTime = "[CpuCollector] Failed to get cpu info time stamp!";
 constexpr const char* kNoCoresTime = "[CpuCollector] Failed to get cpu cores info time stamp!";
 constexpr const char* kCommandFailed = "[CpuCollector] execute command failed.";
-constexpr const char* kIllegalString = "[CpuCollector] Illegal job type, should be string.";
 
 constexpr const char* kGlobalJob = "global";
 constexpr const char* kCoreJob = "core";
@@ -45,40 +43,8 @@ std::string PsThreadsCommand(const std::string& pid) {
 
 }  // namespace
 
-bool CpuCollector::ParseOptions(const JsonDocument& config) {
-    const JsonValue* section = FindMember(config, kName);
-    const std::optional<std::string> missing =
-        section == nullptr ? std::string(kName)
-                           : FirstMissingKey(*section, {"job", "interval", "process", "count",
-                                                        "thread_collector", "json_output"});
-    if (missing.has_value()) {
-        PrintError("[CpuCollector] Failed to parse '" + *missing + "' field in config file.");
-        PrintError("[CpuCollector] Error occurs: Invalid CpuCollector param type");
-        return false;
-    }
-    return true;
-}
-
 bool CpuCollector::CheckOptions(const JsonDocument& config, const std::string& /*modeName*/) {
-    if (!ParseOptions(config)) {
-        return false;
-    }
-    const JsonValue& section = config[kName];
-    if (!ReadStrings(section["job"], kIllegalString, settings_.job)) {
-        return false;
-    }
-    settings_.interval = section["interval"].GetDouble();
-    settings_.count = section["count"].GetUint();
-    if (settings_.count > kMaxCpuSamples) {
-        PrintLine("[CpuCollector] over the CPU collect counts limit, resize it to 600");
-        settings_.count = kMaxCpuSamples;
-    }
-    if (!ReadStrings(section["process"], kIllegalString, settings_.process)) {
-        return false;
-    }
-    settings_.threadCollector = section["thread_collector"].GetBool();
-    settings_.jsonOutput = section["json_output"].GetBool();
-    return true;
+    return ReadCpuSettings(config, settings_);
 }
 
 bool CpuCollector::Start(const JsonDocument& /*config*/, const std::string& dataPath,

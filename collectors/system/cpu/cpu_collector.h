@@ -21,6 +21,7 @@ namespace zarn {
 class CpuCollector final : public BasicCollector {
 public:
     static constexpr const char* kName = "CpuCollector";
+    [[nodiscard]] static const SettingKeys& Keys() { return CpuCollectorKeys(); }
 
     explicit CpuCollector(std::string name, Host host = {})
         : BasicCollector(std::move(name)), host_(std::move(host)) {}
@@ -64,7 +65,6 @@ private:
         std::string threads;
     };
 
-    [[nodiscard]] static bool ParseOptions(const JsonDocument& config);
     [[nodiscard]] bool ProcessCpuInfo(const std::string& dataPath, const StopFlag* stopFlag);
     void CollectCpuInfo(const StopFlag* stopFlag);
     void SaveRawFiles(const StopFlag* stopFlag) const;

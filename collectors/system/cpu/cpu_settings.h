@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "foundation/json.h"
+#include "kit/setting_key.h"
+
 namespace zarn {
 
 // What the section CpuCollector asks for.
@@ -18,5 +21,12 @@ struct CpuSettings {
 
 // Bounds the memory that a run's samples take.
 inline constexpr std::uint32_t kMaxCpuSamples = 600;
+
+[[nodiscard]] const SettingKeys& CpuCollectorKeys();
+
+// Fills `settings` from the section CpuCollector of `config`, an object. False after its lines;
+// what was read before stays. A number or boolean of another JSON type, or a list that is no array,
+// trips the JSON library's assertion.
+[[nodiscard]] bool ReadCpuSettings(const JsonDocument& config, CpuSettings& settings);
 
 }  // namespace zarn

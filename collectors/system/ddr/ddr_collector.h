@@ -30,6 +30,7 @@ extern std::string ddrReadCommand;
 class DdrCollector final : public BasicCollector {
 public:
     static constexpr const char* kName = "DdrCollector";
+    [[nodiscard]] static const SettingKeys& Keys() { return DdrCollectorKeys(); }
 
     explicit DdrCollector(std::string name, Host host = {});
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "foundation/json.h"
+#include "kit/setting_key.h"
 
 namespace zarn {
 
@@ -15,6 +16,8 @@ struct DdrSettings {
     std::uint32_t count = 0;     // samples, 1 to kMaxCount
     std::uint32_t interval = 0;  // seconds between samples, 1 to kMaxInterval
 };
+
+[[nodiscard]] const SettingKeys& DdrCollectorKeys();
 
 // Replaces `settings` by those of `config`, an object. False after its line on the error stream;
 // `settings` is untouched then. A section that is no object trips the JSON library's assertion.

@@ -97,5 +97,27 @@ TEST(Console, EachLineGoesToItsStream) {
     EXPECT_EQ(captured.err, "err\n");
 }
 
+constexpr JobWords kWords = {"empty", "no string", "unknown ", "!", "behind"};
+
+TEST(ReadJobs, StopsAtTheFirstThatIsNone) {
+    const auto read = [](std::string_view text, const JobWords& words,
+                         std::set<std::string>& jobs) {
+        return test::Capture([&] {
+                   EXPECT_FALSE(ReadJobs(Parsed(text), {"a", "b"}, words, jobs));
+               })
+            .err;
+    };
+    std::set<std::string> jobs;
+    EXPECT_TRUE(ReadJobs(Parsed(R"(["b","a","b"])"), {"a", "b"}, kWords, jobs));
+    EXPECT_EQ(jobs, (std::set<std::string>{"a", "b"}));
+    jobs.clear();
+    EXPECT_EQ(read("[]", kWords, jobs), "empty\n");
+    EXPECT_EQ(read(R"(["a",1])", kWords, jobs), "no string\n");
+    EXPECT_EQ(jobs, (std::set<std::string>{"a"}));
+    EXPECT_EQ(read(R"(["a\u0000"])", kWords, jobs), std::string("unknown a\0!\nbehind\n", 19));
+    EXPECT_EQ(read(R"(["c"])", {nullptr, "", "unknown "}, jobs), "unknown c\n");
+    EXPECT_TRUE(ReadJobs(Parsed("[]"), {}, {nullptr, "", ""}, jobs));
+}
+
 }  // namespace
 }  // namespace zarn

@@ -5,6 +5,7 @@
 
 #include "kit/host.h"
 #include "tests/support/captured_streams.h"
+#include "tests/support/key_check.h"
 
 namespace zarn {
 namespace {
@@ -48,9 +49,7 @@ TEST(CpuAnalyzerSettingsTest, TakesALegalSection) {
     EXPECT_EQ(parsed.captured.out, "[CpuAnalyzer] Get CPU Cores = 4\n");
     EXPECT_EQ(parsed.captured.err, "");
     const CpuAnalyzerSettings& settings = parsed.settings;
-    EXPECT_THAT(settings.jobs,
-                testing::ElementsAre(testing::Pair("core", true), testing::Pair("global", true),
-                                     testing::Pair("process_set", false)));
+    EXPECT_THAT(settings.jobs, testing::ElementsAre("core", "global"));
     EXPECT_EQ(settings.peakRatio, 1.25);
     EXPECT_EQ(settings.troughRatio, 0.75);
     EXPECT_EQ(settings.processors, 4);
@@ -126,6 +125,17 @@ TEST(CpuAnalyzerSettingsTest, NeedsTheNumberOfProcessors) {
     EXPECT_EQ(parsed.captured.out, "");
     EXPECT_EQ(parsed.captured.err, "[CpuAnalyzer] Get CPU Cores failed!\n");
     EXPECT_GE(Host::ConfiguredProcessors(), 1);
+}
+
+TEST(CpuAnalyzerSettingsTest, TheCheckHoldsToTheDeclaredKeys) {
+    test::ExpectKeysHold(
+        "CpuAnalyzer", CpuAnalyzerKeys(),
+        R"({"CpuAnalyzer":{"job":["core"],"peak_trought_threshold":0.5,"process_set":{"a":["b"]}}})",
+        [](const JsonDocument& config) {
+            CpuAnalyzerSettings settings;
+            return ParseCpuAnalyzerSettings(
+                config, [] { return 4L; }, settings);
+        });
 }
 
 }  // namespace

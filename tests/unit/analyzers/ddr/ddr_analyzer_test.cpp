@@ -7,6 +7,7 @@
 #include <string>
 
 #include "analyzers/ddr/ddr_master_info.h"
+#include "tests/support/key_check.h"
 #include "tests/unit/analyzers/ddr/ddr_analyzer_fixture.h"
 
 namespace zarn::test {
@@ -181,6 +182,21 @@ TEST_F(DdrAnalyzerTest, AStopEndsTheProcessing) {
               "[DdrAnalyzer] Failed to process ddr analyzer because of stopFlag!\n"
               "[DdrAnalyzer] Failed to process ddr info!\n");
     EXPECT_FALSE(Exists(kAnalysisName));
+}
+
+// Its check is part of Start, which ends there or goes on to an empty tree.
+TEST(DdrAnalyzerOptions, TheCheckHoldsToTheDeclaredKeys) {
+    test::ExpectKeysHold(
+        "DdrAnalyzer", DdrAnalyzer::Keys(), R"({"DdrAnalyzer":{"job":["global"]}})",
+        [](const JsonDocument& config) {
+            const test::TempDir tree;
+            const StopFlag stopFlag(0);
+            const test::Captured captured = test::Capture([&] {
+                (void)DdrAnalyzer(DdrAnalyzer::kName).Start(config, tree.Path(), &stopFlag);
+            });
+            return captured.err.find("[DdrAnalyzer] Failed to parse ddr config!") ==
+                   std::string::npos;
+        });
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/captured_streams.h"
+#include "tests/support/key_check.h"
 
 namespace zarn {
 namespace {
@@ -88,6 +89,15 @@ TEST(CpuComparisonSettingsDeathTest, SectionThatIsNoObjectEndsTheProcess) {
     CpuComparisonSettings settings;
     EXPECT_EXIT((void)ReadCpuComparisonSettings(config, settings), testing::KilledBySignal(SIGABRT),
                 "JSON assertion");
+}
+
+TEST(CpuComparisonSettings, TheCheckHoldsToTheDeclaredKeys) {
+    test::ExpectKeysHold("CpuComparator", CpuComparatorKeys(),
+                         R"({"CpuComparator":{"job":["global"],"process":["a"]}})",
+                         [](const JsonDocument& config) {
+                             CpuComparisonSettings settings;
+                             return ReadCpuComparisonSettings(config, settings);
+                         });
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "tests/support/captured_streams.h"
 #include "tests/support/ddr_lines.h"
+#include "tests/support/key_check.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn::test {
@@ -294,6 +295,14 @@ TEST_F(DdrComparatorTest, AFullDiskIsTold) {
                   "/csv/ddr/soc_ddr_comp_info.csv\n"
                   "[DdrComparator] Failed to save the ddr comparison file!\n"
                   "[DdrComparator] Failed to save ddr comparison info!\n");
+}
+
+TEST(DdrComparatorOptions, TheCheckHoldsToTheDeclaredKeys) {
+    test::ExpectKeysHold(
+        "DdrComparator", DdrComparator::Keys(), R"({"DdrComparator":{"job":["global"]}})",
+        [](const JsonDocument& config) {
+            return DdrComparator(DdrComparator::kName, {}).CheckOptions(config, "comparator");
+        });
 }
 
 }  // namespace

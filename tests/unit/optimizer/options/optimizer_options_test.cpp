@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "tests/support/key_check.h"
 #include "tests/unit/optimizer/options/options_fixture.h"
 
 namespace zarn {
@@ -146,6 +147,26 @@ TEST(OptimizerOptionsTest, OtherAlgorithmsAreRefusedAfterTheRestIsStored) {
     EXPECT_EQ(run.settings.stressNode, "node");
     EXPECT_EQ(run.settings.omModel, "model");
     EXPECT_EQ(run.settings.optAlg, "ga");
+}
+
+TEST(OptimizerOptionsTest, TheCheckHoldsToTheDeclaredKeys) {
+    const auto check = [](const JsonDocument& config) {
+        OptimizerSettings settings;
+        return ReadOptimizerOptions(config, settings);
+    };
+    test::ExpectKeysHold("DdrOptimizer", DdrOptimizerKeys(),
+                         R"({"DdrOptimizer":{"mode":"manual","manualMode":{"mpamName":["cpu"],)"
+                         R"("bwLow":[1],"bwHigh":[9],"hardLimit":[1]}}})",
+                         check);
+    test::ExpectKeysHold(
+        "DdrOptimizer", DdrOptimizerKeys(),
+        R"({"DdrOptimizer":{"mode":"auto","autoMode":{"stressLevel":{"cpu":3},"stressNode":"n",)"
+        R"("omModel":"m","optAlg":"pso"},"psoConf":{)"
+        R"("psoSpaceBounds":{"aic":[1,9],"cpu":[1,9],"imgp":[1,9]},)"
+        R"("psoVelBounds":{"aic":[-1,9],"cpu":[-1,9],"imgp":[-1,9]},)"
+        R"("psoParams":{"numSize":2,"numIterate":2,"w_v":0.1,"w_p":0.1,"w_g":0.1,"perTime":1},)"
+        R"("psoIndexs":{"aiWorseRate":0.1,"camFpsBound":1,"beliefProb":0.1}}}})",
+        check);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 
 #include "collectors/system/cpu/cpu_collector.h"
 #include "tests/support/captured_streams.h"
+#include "tests/support/key_check.h"
 
 namespace zarn {
 namespace {
@@ -137,6 +138,16 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongType{"count", "4294967296"}, WrongType{"thread_collector", "1"},
                     WrongType{"json_output", R"("true")"}, WrongType{"job", R"("global")"},
                     WrongType{"process", "{}"}));
+
+TEST(CpuCollectorOptions, TheCheckHoldsToTheDeclaredKeys) {
+    test::ExpectKeysHold(
+        "CpuCollector", CpuCollector::Keys(),
+        R"({"CpuCollector":{"job":["global"],"interval":0.5,"process":["a"],)"
+        R"("count":3,"thread_collector":true,"json_output":false}})",
+        [](const JsonDocument& config) {
+            return CpuCollector(CpuCollector::kName).CheckOptions(config, "collector");
+        });
+}
 
 }  // namespace
 }  // namespace zarn

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tests/support/captured_streams.h"
+#include "tests/support/key_check.h"
 
 namespace zarn {
 namespace {
@@ -99,6 +100,15 @@ TEST(DdrSettingsDeathTest, ASectionThatIsNoObjectEndsTheProcess) {
     ASSERT_TRUE(ParseJson(R"({"DdrCollector":[1]})", config));
     DdrSettings settings;
     EXPECT_DEATH((void)ReadDdrSettings(config, settings), "JSON assertion");
+}
+
+TEST(DdrSettingsTest, TheCheckHoldsToTheDeclaredKeys) {
+    test::ExpectKeysHold("DdrCollector", DdrCollectorKeys(),
+                         R"({"DdrCollector":{"job":["global"],"count":3,"interval":2}})",
+                         [](const JsonDocument& config) {
+                             DdrSettings settings;
+                             return ReadDdrSettings(config, settings);
+                         });
 }
 
 }  // namespace
