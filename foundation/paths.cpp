@@ -85,16 +85,16 @@ bool CreateDirectory(const std::string& path) {
         return true;
     }
     const std::string directory = path.back() == '/' ? path.substr(0, path.size() - 1) : path;
+    std::string reason;
     try {
-        if (std::filesystem::create_directories(directory)) {
-            return true;
-        }
-        PrintError("[zarn_utils] Failed to create directory : " + path);
+        (void)std::filesystem::create_directories(directory);
     } catch (const std::filesystem::filesystem_error& error) {
-        PrintError("[zarn_utils] Failed to create directory : " + path +
-                   ", error code:" + error.what());
+        reason = std::string(", error code:") + error.what();
     }
-    return false;
+    // Another thread may have been faster. Whoever made it, it is there.
+    std::error_code ignored;
+    return std::filesystem::is_directory(directory, ignored) ||
+           PrintFailure("[zarn_utils] Failed to create directory : " + path + reason);
 }
 
 std::string GetDirectoryOfPath(const std::string& path) {

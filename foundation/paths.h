@@ -15,7 +15,8 @@ namespace zarn {
 [[nodiscard]] bool CheckFileReadable(const std::string& path);
 [[nodiscard]] bool CheckFileWritable(const std::string& path);
 
-// Makes the directory with all missing parents. Success at once if the path exists, whatever it is.
+// Makes the directory with all missing parents. Success at once if the path exists, whatever it is;
+// and also if another thread or process makes the directory at the same time.
 [[nodiscard]] bool CreateDirectory(const std::string& path);
 
 // Everything up to and including the last "/"; "./" if there is none.

@@ -4,10 +4,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "foundation/files.h"
@@ -107,6 +109,42 @@ TEST_F(CreateDirectoryTest, WhatExistsIsASuccessWhateverItIs) {
     EXPECT_TRUE(CreateDirectory(directory_.Write("file", "text")));
     EXPECT_TRUE(CreateDirectory("/dev/null"));
     EXPECT_TRUE(CreateDirectory("/"));
+}
+
+// Starts the threads of each round together, so that several see that the directory is missing.
+TEST_F(CreateDirectoryTest, ThreadsThatMakeTheSameOneAllSucceed) {
+    constexpr int kThreads = 8;
+    constexpr int kRounds = 200;
+    std::atomic<int> round{0};
+    std::atomic<int> ready{0};
+    std::atomic<int> failures{0};
+    const auto makeOneARound = [&] {
+        for (int mine = 1; mine <= kRounds; ++mine) {
+            ++ready;
+            while (round.load() < mine) {
+                std::this_thread::yield();
+            }
+            const std::string path = directory_.Path() + std::to_string(mine) + "/a/b/c/";
+            failures += CreateDirectory(path) && fs::is_directory(path) ? 0 : 1;
+        }
+    };
+    const Captured captured = Capture([&] {
+        std::vector<std::thread> threads;
+        for (int i = 0; i < kThreads; ++i) {
+            threads.emplace_back(makeOneARound);
+        }
+        for (int next = 1; next <= kRounds; ++next) {
+            while (ready.load() < next * kThreads) {
+                std::this_thread::yield();
+            }
+            round = next;
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    });
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(captured.err, "");
 }
 
 TEST_F(CreateDirectoryTest, SaysWhatFails) {
