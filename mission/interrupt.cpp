@@ -10,11 +10,10 @@ namespace {
 StopFlag stopFlag{0};
 
 extern "C" void HandleInterrupt(int /*signal*/) {
-    if (stopFlag.exchange(1) == 0) {
-        PrintFromSignalHandler(
-            "[ZarnManager] Signal Interactive attention received.\n"
-            "[ZarnManager] Wait until the execution is complete.\n");
-    }
+    stopFlag = 1;
+    PrintFromSignalHandler(
+        "[ZarnManager] Signal Interactive attention received.\n"
+        "[ZarnManager] Wait until the execution is complete.\n");
 }
 
 }  // namespace

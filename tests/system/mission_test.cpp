@@ -20,6 +20,9 @@ using testing::SizeIs;
 using testing::StartsWith;
 
 constexpr const char* kFinished = "[Main] Collection jobs finished.\n";
+constexpr const char* kInterruptTold =
+    "[ZarnManager] Signal Interactive attention received.\n"
+    "[ZarnManager] Wait until the execution is complete.\n";
 const std::vector<std::vector<std::string>> kNoNames(5);
 
 class MissionSystemTest : public testing::Test {
@@ -129,16 +132,32 @@ TEST_F(MissionSystemTest, VersionDirectoriesAreScreenedFirst) {
     EXPECT_THAT(sandbox.RunNames(), IsEmpty());
 }
 
-TEST_F(MissionSystemTest, AnInterruptAtTheLauncherIsToldOnceAndTheRunEndsInOrder) {
-    sandbox.Tool("rungate", "sandbox-event interrupt\nsandbox-event interrupt\necho version\n");
+TEST_F(MissionSystemTest, AnInterruptAtTheLauncherIsToldAndTheRunEndsInOrder) {
+    sandbox.Tool("rungate", "sandbox-event interrupt\necho version\n");
     const RunResult run = sandbox.Run(noMissions);
     EXPECT_TRUE(run.Succeeded());
-    EXPECT_EQ(run.out, ListLines(kNoNames) +
-                           "[ZarnManager] Signal Interactive attention received.\n"
-                           "[ZarnManager] Wait until the execution is complete.\n" +
-                           kFinished);
+    EXPECT_EQ(run.out, ListLines(kNoNames) + kInterruptTold + kFinished);
     EXPECT_EQ(sandbox.Read("env_info/qvt_tool_upgrade_display_version"), "version\n");
     EXPECT_EQ(sandbox.Read("env_info/zarn_config.json"), noMissions);
+}
+
+// The second one comes while another tool runs, so that the two are never held back together.
+TEST_F(MissionSystemTest, AnInterruptThatComesAgainIsToldAgain) {
+    sandbox.Tool("rungate", "sandbox-event interrupt\necho version\n");
+    sandbox.Tool("ps", "sandbox-event interrupt\n");
+    sandbox.Tool("top", "");
+    ConfigText config;
+    config.serial = R"(["CpuCollector"])";
+    const RunResult run = sandbox.Run(
+        config.Text({{"CpuCollector", R"({"job": [], "interval": 1, "process": [], "count": 1,
+                             "thread_collector": false, "json_output": false})"}}));
+    EXPECT_TRUE(run.Succeeded());
+    EXPECT_EQ(run.out, ListLines({{}, {"CpuCollector"}, {}, {}, {}}) + kInterruptTold +
+                           "[ZarnManager] Options check for collector mode CpuCollector passed!\n"
+                           "[ZarnManager] collector mode CpuCollector start ...\n" +
+                           kInterruptTold +
+                           "[CpuCollector] StopFlag received, CPU collector has stopped.\n" +
+                           kFinished);
 }
 
 // ---- Paths of the configuration

@@ -15,6 +15,7 @@
 #include "formats/run_tree.h"
 #include "tests/system/support/private_usr.h"
 #include "tests/system/support/programs.h"
+#include "tests/system/support/signal_state.h"
 #include "tests/system/support/tracked_process.h"
 
 namespace zarn::test {
@@ -55,6 +56,14 @@ SandboxKind Choose(SandboxKind kind) {
 void WriteExecutable(const std::string& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
     EXPECT_EQ(::chmod(path.c_str(), 0755), 0) << path;
+}
+
+std::size_t CountOf(const std::string& text, const std::string& piece) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(piece); at != std::string::npos; ++count) {
+        at = text.find(piece, at + piece.size());
+    }
+    return count;
 }
 
 std::string MachinePath() {
@@ -238,14 +247,21 @@ bool Sandbox::Deal(const std::string& word, pid_t program, const std::string& ou
         return true;
     }
     EXPECT_EQ(word, "interrupt") << "no action for this event";
+    return Interrupt(program, out);
+}
+
+// The handler prints after it has set the flag, so from its line on the flag is seen by all.
+bool Sandbox::Interrupt(pid_t program, const std::string& out) {
     if (!interruptSent_) {
+        interruptsTold_ = CountOf(out, kInterruptSeen) + 1;
         EXPECT_EQ(::kill(program, SIGINT), 0);
     }
-    if (kInterruptMayWait) {
-        return true;
-    }
-    // The handler prints after it has set the flag, so from its line on the flag is seen by all.
-    interruptSent_ = out.find(kInterruptSeen) == std::string::npos;
+    const bool told = kInterruptMayWait || CountOf(out, kInterruptSeen) >= interruptsTold_;
+    // What was printed meanwhile is in `out` at the next call only.
+    const bool silent = interruptDealtWith_ && !told;
+    EXPECT_FALSE(silent) << "the program does not tell of its interrupt";
+    interruptDealtWith_ = !told && !silent && IsDoneWith(SIGINT, program);
+    interruptSent_ = !told && !silent;
     return !interruptSent_;
 }
 

@@ -47,7 +47,8 @@ struct RunResult {
 // A fake tool meets the test by calling `sandbox-event WORD`: the test runs the action given by
 // On(WORD, ...) while tool and program wait, and the call returns afterwards. The word "interrupt"
 // is known: it sends SIGINT to the program and returns when the program has said that it received
-// it (a second one at once). So nothing depends on time.
+// it, each time. A program that has dealt with the signal and said nothing fails the test. So
+// nothing depends on time.
 //
 // A fresh sandbox has a `rungate` that prints a version and succeeds; the version files of /etc are
 // missing unless BindVersionFiles is called.
@@ -132,6 +133,7 @@ private:
     [[nodiscard]] std::vector<std::string> Environment() const;
     // Deals with an event; false while the program has not taken notice of its interrupt.
     bool Deal(const std::string& word, pid_t program, const std::string& out);
+    bool Interrupt(pid_t program, const std::string& out);
 
     SandboxKind kind_;
     TempDir dir_;
@@ -144,7 +146,9 @@ private:
     Additions additions_;
     bool mergeStreams_ = false;
     bool limited_ = false;
+    std::size_t interruptsTold_ = 0;  // once the one that was sent has been told
     bool interruptSent_ = false;
+    bool interruptDealtWith_ = false;
 };
 
 }  // namespace zarn::test

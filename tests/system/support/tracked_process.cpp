@@ -98,6 +98,8 @@ void Answer(const TrackedProcess& process, pid_t pid, int answers, const std::st
     }
 }
 
+constexpr int kAskAgainMs = 20;
+
 // Follows the running process: its streams, its requests, its end.
 void Follow(const TrackedProcess& process, pid_t pid, const Pipe& out, const Pipe& err,
             TrackedResult& result) {
@@ -112,7 +114,8 @@ void Follow(const TrackedProcess& process, pid_t pid, const Pipe& out, const Pip
                                   {requests.Get(), POLLIN, 0},
                                   {end.Get(), POLLIN, 0}}};
     while (events[3].revents == 0) {
-        if (::poll(events.data(), events.size(), -1) < 0) {
+        // Who has to put an answer off is asked again, also when no output comes.
+        if (::poll(events.data(), events.size(), waiting.empty() ? -1 : kAskAgainMs) < 0) {
             continue;
         }
         // A negative descriptor is passed over by the next poll.

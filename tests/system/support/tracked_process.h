@@ -21,8 +21,8 @@ struct TrackedProcess {
     // with.
     std::string requests;
     std::string answers;
-    // Deals with a word. False: not yet, ask again when more output has come. `out` is what has
-    // been written so far; `pid` is the process that was started.
+    // Deals with a word. False: not yet, ask again when more output has come or a moment later.
+    // `out` is what has been written so far; `pid` is the process that was started.
     std::function<bool(const std::string& word, pid_t pid, const std::string& out)> onRequest;
 };
 
