@@ -11,6 +11,7 @@
 
 #include "foundation/regex_guard.h"
 #include "tests/support/captured_streams.h"
+#include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn {
@@ -164,13 +165,10 @@ TEST(GetRegexMatchesFromFile, LinesBeyondTheLimitHaveNoMatch) {
 
 TEST(GetRegexMatchesFromFile, SaysThatTheFileCannotBeOpened) {
     const test::TempDir directory;
-    List paths = {directory.Path() + "missing", directory.Path()};
     const std::string readOnly = directory.Write("file", "text");
     ASSERT_EQ(::chmod(readOnly.c_str(), 0400), 0);
-    if (::access(readOnly.c_str(), W_OK) != 0) {  // root may write every file
-        paths.push_back(readOnly);
-    }
-    for (const std::string& path : paths) {
+    const test::OrdinaryRights rights;
+    for (const std::string& path : {directory.Path() + "missing", directory.Path(), readOnly}) {
         List matches{"before"};
         const Captured captured =
             Capture([&] { EXPECT_FALSE(GetRegexMatchesFromFile(path, "a", matches, {}, -1)); });

@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 
 #include "analyzers/cpu/cpu_analyzer.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/ordinary_rights.h"
 #include "tests/unit/analyzers/cpu/cpu_analysis_fixture.h"
 
 // The analyzer on trees that lack something or hold what no collector writes.
@@ -172,6 +174,45 @@ TEST(CpuAnalyzerHostileTest, WhatCannotBeWrittenIsSaid) {
                   "[CpuAnalyzer] Failed to open file: " +
                   raw + "soc_cpu_ana_loading_rawdata_20230101120000222.csv\n" +
                   "[CpuAnalyzer] Failed to Write cores CpuLoading RawData.\n" + kFailed);
+}
+
+TEST(CpuAnalyzerHostileTest, ALoadingTableOfTheUsageLogThatCannotBeWrittenIsSaid) {
+    const CpuRunTree tree;
+    tree.WriteCollection();
+    const std::string table =
+        tree.Files().Path() + "raw_data/cpu/soc_cpu_ana_loading_rawdata_20230101120000111.csv";
+    std::filesystem::create_directories(table);
+    const CpuRunTree::Result result = tree.Analyze(R"("global")");
+    EXPECT_FALSE(result.succeeded);
+    EXPECT_EQ(result.captured.err,
+              "[CpuAnalyzer] Failed to open file: " + table +
+                  "\n[CpuAnalyzer] Failed to Write global CpuLoading RawData.\n" + kFailed);
+}
+
+// Files that a search finds, since the folder may be read, but that may not be read themselves.
+TEST(CpuAnalyzerHostileTest, FilesThatMayNotBeReadAreSaid) {
+    const CpuRunTree tree;
+    tree.WriteCollection();
+    const test::OrdinaryRights rights;
+    const std::string documents = tree.Files().Path() + test::kDocumentsName;
+    ASSERT_EQ(::chmod(documents.c_str(), 0), 0);
+    CpuRunTree::Result result = tree.Analyze(R"("global")");
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_EQ(result.captured.err,
+              "[CpuAnalyzer] Failed to open the cpuUsageFile file - '" + documents + "'\n");
+    const std::string usage = tree.Files().Path() + test::kUsageLogName;
+    ASSERT_EQ(::chmod(usage.c_str(), 0), 0);
+    result = tree.Analyze(R"("global")");
+    EXPECT_FALSE(result.succeeded);
+    EXPECT_EQ(result.captured.err,
+              "[CpuAnalyzer] Cannot find cpuGlobalData file: " + usage + "\n" + kFailed);
+    const std::string cores = tree.Files().Path() + test::kCoresLogName;
+    ASSERT_EQ(::chmod(cores.c_str(), 0), 0);
+    result = tree.Analyze(R"("core")");
+    EXPECT_FALSE(result.succeeded);
+    EXPECT_EQ(result.captured.err,
+              "[CpuAnalyzer] The file is not found or empty, check your file: " + cores +
+                  "\n[CpuAnalyzer] Failed to analyze Cores.\n" + kFailed);
 }
 
 TEST(CpuAnalyzerHostileTest, ATableOfExpressionsThatLacksOneIsSaid) {

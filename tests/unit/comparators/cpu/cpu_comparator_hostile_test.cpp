@@ -7,6 +7,7 @@
 #include <array>
 #include <thread>
 
+#include "tests/support/ordinary_rights.h"
 #include "tests/unit/comparators/cpu/comparison_fixture.h"
 
 namespace zarn {
@@ -164,21 +165,6 @@ TEST_F(HostileComparison, BinaryLogsAreReadToTheirEnd) {
     EXPECT_EQ(Row("app_cpu_max"), "10,");
 }
 
-// Gives up the rights of root, if it is root that runs the tests, for as long as it lives.
-class OrdinaryUser {
-public:
-    OrdinaryUser() : before_(::geteuid()) {
-        constexpr uid_t kNobody = 65534;
-        EXPECT_EQ(before_ == 0 ? ::seteuid(kNobody) : 0, 0);
-    }
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-    ~OrdinaryUser() { EXPECT_EQ(::seteuid(before_), 0); }
-
-private:
-    uid_t before_;
-};
-
 class UnreadableLog : public HostileComparison {
 protected:
     // Compares a version of which `name` may not be read.
@@ -186,12 +172,8 @@ protected:
         AddLog("v1", "cpu_global_1_1.log", GlobalSample(5));
         AddLog("v1", name, "");
         path_ = trees_.Path() + "v1/raw_data/cpu/" + name;
-        std::filesystem::create_directories(run_.Path() + "csv/cpu");
-        for (const std::string& directory : {trees_.Path(), run_.Path(), run_.Path() + "csv/cpu"}) {
-            EXPECT_EQ(::chmod(directory.c_str(), 0777), 0);
-        }
         EXPECT_EQ(::chmod(path_.c_str(), 0), 0);
-        const OrdinaryUser user;
+        const test::OrdinaryRights rights;
         return Compare(kBothJobs);
     }
 

@@ -2,15 +2,21 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/captured_streams.h"
 #include "tests/support/ddr_lines.h"
 #include "tests/support/key_check.h"
+#include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn::test {
@@ -46,13 +52,15 @@ protected:
     }
 
     Captured Run() {
+        return Capture([this] { RunUncaptured(); });
+    }
+
+    void RunUncaptured() {
         JsonDocument config;
         EXPECT_TRUE(ParseJson(R"({"DdrComparator":{"job":["global"]}})", config));
-        return Capture([&] {
-            DdrComparator comparator(DdrComparator::kName, versions);
-            EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
-            result = comparator.Start(config, dir.Path(), &stopFlag);
-        });
+        DdrComparator comparator(DdrComparator::kName, versions);
+        EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
+        result = comparator.Start(config, dir.Path(), &stopFlag);
     }
 
     [[nodiscard]] std::string Table() const { return dir.Read("csv/ddr/soc_ddr_comp_info.csv"); }
@@ -181,6 +189,47 @@ TEST_F(DdrComparatorTest, AVersionThatCannotBeLoadedIsToldAndEmpty) {
     }
 }
 
+// Files that are found, since the folder may be read, but that may not be read themselves.
+TEST_F(DdrComparatorTest, AVersionThatMayNotBeReadIsToldAndEmpty) {
+    const OrdinaryRights rights;
+    const std::string json = JsonDir("v");
+    struct Row {
+        const char* unreadable;
+        std::map<std::string, std::string> files;
+        std::string words;
+    };
+    const Row rows[] = {
+        {kQos,
+         {{kQos, ""}},
+         "[DdrComparator] Failed to open the qos config file " + json + kQos +
+             "1.data\n[DdrComparator] Warning! Failed to load qos conf info from " + json + kQos +
+             "1.data\n"},
+        {kAnalysis,
+         {{kQos, ""}, {kAnalysis, ""}},
+         "[DdrComparator] Failed to open the ddr_ana_info file - '" + json + kAnalysis +
+             "1.data'\n[DdrComparator] Warning! Failed to load ddr ana info from " + json +
+             kAnalysis + "1.data\n"},
+        {kShares,
+         {{kQos, ""}, {kShares, ""}},
+         std::string("[DdrComparator] Warning! Failed to find ") + kAnalysis +
+             "YYMMDDMMSS.data in " + json +
+             "\n[DdrComparator] Warning! Failed to find ddr ana file for v\n"
+             "[DdrComparator] Failed to open the ddr info file - '" +
+             json + kShares +
+             "1.data'\n[DdrComparator] Failed to load ddr coll info!\n"
+             "[DdrComparator] Warning! Failed to analyze ddr using info! \n"}};
+    for (const Row& row : rows) {
+        std::filesystem::remove_all(dir.Path() + "v");
+        AddVersion("v", row.files);
+        ASSERT_EQ(::chmod((json + row.unreadable + "1.data").c_str(), 0), 0);
+        const Captured captured = Run();
+        EXPECT_TRUE(result);
+        EXPECT_EQ(captured.err, row.words);
+        EXPECT_THAT(captured.out, HasSubstr(kNotLoaded));
+        EXPECT_THAT(Table(), HasSubstr("cpu_bwHigh(GB/s),N/A,\n"));
+    }
+}
+
 TEST_F(DdrComparatorTest, SeveralFilesOfAKindCountAsNone) {
     AddVersion("v", {{kQos, ""}, {kAnalysis, Analysis("3")}, {kShares, ""}});
     dir.Write("v/json/" + std::string(kAnalysis) + "2.data", "x");
@@ -282,6 +331,33 @@ TEST_F(DdrComparatorTest, ADirectoryThatCannotBeMadeEndsTheFirstStep) {
     EXPECT_FALSE(result);
     EXPECT_THAT(captured.err, EndsWith("[DdrComparator] Failed to create ddr_comp_info dir\n"
                                        "[DdrComparator] Failed to initialize file path!\n"));
+}
+
+class DdrComparatorDeathTest : public DdrComparatorTest {
+protected:
+    // Ends the process, with 0 if the comparison failed.
+    [[noreturn]] void RunBelowALimitOfMemory() {
+        const rlimit limit{rlim_t{1} << 28, rlim_t{1} << 28};
+        ::setrlimit(RLIMIT_AS, &limit);
+        RunUncaptured();
+        std::exit(result ? 1 : 0);
+    }
+};
+
+TEST_F(DdrComparatorDeathTest, AVersionBeyondMemoryFailsTheComparison) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer's shadow does not fit below a limit of address space";
+#endif
+    if (!std::string_view(ZARN_EMULATOR).empty()) {
+        GTEST_SKIP() << "an emulator of another processor knows no limit of memory";
+    }
+    AddVersion("v", {{kQos, ""}});
+    ASSERT_EQ(::truncate((JsonDir("v") + kQos + "1.data").c_str(), off_t{1} << 33), 0);
+    EXPECT_EXIT(
+        RunBelowALimitOfMemory(), testing::ExitedWithCode(0),
+        testing::StrEq("[DdrComparator] Failed to compare ddr using info! \n"
+                       "[DdrComparator] Failed to compare the ddr using info between selected "
+                       "versions!\n"));
 }
 
 TEST_F(DdrComparatorTest, AFullDiskIsTold) {
