@@ -1,5 +1,6 @@
 #include "foundation/files.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -12,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/ordinary_rights.h"
 #include "tests/support/process_state.h"
 #include "tests/support/temp_dir.h"
 
@@ -114,6 +116,38 @@ TEST_F(FilesTest, NothingButARegularFileIsOpened) {
     EXPECT_EQ(ReadFile(directory_.Path() + "missing", text), FileResult::CannotOpen);
 }
 
+using ClosedInputDeathTest = FilesTest;
+
+// Whether a file is written and read in every way as usual.
+bool WorksAsUsual(const std::string& path) {
+    std::string whole;
+    std::string writable;
+    std::string head;
+    const bool opened = WriteFile(path, "one\n") == FileResult::Ok &&
+                        AppendFile(path, "two\n") == FileResult::Ok &&
+                        ReadFile(path, whole) == FileResult::Ok &&
+                        ReadWritableFile(path, writable) == FileResult::Ok &&
+                        ReadFileHead(path, 1, head) == FileResult::Ok;
+    LineFile lines(path);
+    std::string_view line;
+    return opened && whole == "one\ntwo\n" && writable == whole && head == "one\n" &&
+           lines.Next(line) && line == "one";
+}
+
+// With its standard input closed a process gets the descriptor 0 for the next file, and again for
+// each one after that, if the one before was closed.
+TEST_F(ClosedInputDeathTest, TheFirstDescriptorIsAsGoodAsAnother) {
+    const std::string path = directory_.Path() + "file";
+    EXPECT_EXIT(
+        {
+            ::close(STDIN_FILENO);
+            const bool works = WorksAsUsual(path);
+            const bool closed = ::open("/dev/null", O_RDONLY) == STDIN_FILENO;
+            std::exit(works && closed ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 using ReadFileDeathTest = FilesTest;
 
 [[noreturn]] void ReadBelowALimitOfMemory(const std::string& path) {
@@ -142,9 +176,7 @@ TEST_F(FilesTest, ReadWritableFileWantsAWritableFile) {
     EXPECT_EQ(ReadWritableFile(path, text), FileResult::Ok);
     EXPECT_EQ(text, "text");
     ASSERT_EQ(::chmod(path.c_str(), 0400), 0);
-    if (::access(path.c_str(), W_OK) == 0) {
-        GTEST_SKIP() << "root may write every file; the refusal needs an ordinary user";
-    }
+    const test::OrdinaryRights rights;
     EXPECT_EQ(ReadWritableFile(path, text), FileResult::CannotOpen);
 }
 

@@ -93,6 +93,16 @@ TEST(AddAllProcessesTest, AddsTheRowsAtTheEndOfTheContent) {
               R"({"x":{"content":[{}]},"content":{"content":{},"allProcsInfo":[]}})");
 }
 
+TEST(AddAllProcessesTest, PassesNumbersOfEverySizeOn) {
+    const std::string numbers =
+        "[0,-1,2147483647,-2147483648,2147483648,4294967295,4294967296,-2147483649,"
+        "9223372036854775807,-9223372036854775808,9223372036854775808,18446744073709551615,"
+        "0.1,-2.5e-300]";
+    EXPECT_EQ(
+        Extended(R"({"eventId":)" + numbers + R"(,"content":{"a":)" + numbers + "}}", {}),
+        R"({"eventId":)" + numbers + R"(,"content":{"a":)" + numbers + R"(,"allProcsInfo":[]}})");
+}
+
 TEST(AddAllProcessesTest, EscapesWhatJsonDoesNotTake) {
     const std::string line = std::string("1 u 3 4 5 6 7 8 9 10 11 \"a\\\t\x01") + '\0' + "\xff";
     EXPECT_EQ(Extended(R"({"content":{}})", {kLine, line, kLine}),

@@ -120,10 +120,15 @@ INSTANTIATE_TEST_SUITE_P(
                     "[CpuAnalyzer] Illegal process! Should be non-space string!\n", true}));
 
 TEST(CpuAnalyzerSettingsTest, NeedsTheNumberOfProcessors) {
-    const Parsed parsed = Parse(Section(kJobs, "0.1", "{}"), -1);
-    EXPECT_FALSE(parsed.succeeded);
-    EXPECT_EQ(parsed.captured.out, "");
-    EXPECT_EQ(parsed.captured.err, "[CpuAnalyzer] Get CPU Cores failed!\n");
+    for (const long processors : {-1L, 0L}) {
+        const Parsed parsed = Parse(Section(kJobs, "0.1", "{}"), processors);
+        EXPECT_FALSE(parsed.succeeded);
+        EXPECT_EQ(parsed.captured.out, "");
+        EXPECT_EQ(parsed.captured.err, "[CpuAnalyzer] Get CPU Cores failed!\n");
+    }
+    const Parsed one = Parse(Section(kJobs, "0.1", "{}"), 1);
+    EXPECT_TRUE(one.succeeded);
+    EXPECT_EQ(one.captured.out, "[CpuAnalyzer] Get CPU Cores = 1\n");
     EXPECT_GE(Host::ConfiguredProcessors(), 1);
 }
 
