@@ -23,16 +23,6 @@ void Copy(const std::string& from, const std::string& to) {
     std::filesystem::copy(from, to, std::filesystem::copy_options::overwrite_existing);
 }
 
-// Makes the directory and tells it behind `words`, on the error stream like all lines about the
-// workspace.
-bool MakeDirectory(const char* words, const std::string& path) {
-    if (!CreateDirectory(path)) {
-        return false;
-    }
-    PrintError(words + path);
-    return true;
-}
-
 bool EnvDirExists(const std::string& envDir) {
     if (!Exists(envDir)) {
         PrintError("[ZarnManager] The envDir does not exist! " + envDir);
@@ -75,13 +65,20 @@ bool ZarnManager::CreateDataDirectory() {
     }
     dataPath_ = seams_.rootOfRuns + run_tree::kRunPrefix + time + "/";
     envDir_ = dataPath_ + run_tree::kEnvInfo;
-    return MakeDirectory("[ZarnManager] Create env info directory successfully: ", envDir_) &&
-           MakeDirectory("[ZarnManager] Create raw data directory successfully: ",
-                         dataPath_ + run_tree::kRawData) &&
-           MakeDirectory("[ZarnManager] Create json directory successfully: ",
-                         dataPath_ + run_tree::kJson) &&
-           MakeDirectory("[ZarnManager] Create csv directory successfully: ",
-                         dataPath_ + run_tree::kCsv);
+    // Told on the error stream, like all lines about the workspace.
+    const auto make = [this](const char* words, const std::string& path) {
+        const bool made = seams_.createDirectory(path);
+        if (made) {
+            PrintError(words + path);
+        }
+        return made;
+    };
+    return make("[ZarnManager] Create env info directory successfully: ", envDir_) &&
+           make("[ZarnManager] Create raw data directory successfully: ",
+                dataPath_ + run_tree::kRawData) &&
+           make("[ZarnManager] Create json directory successfully: ",
+                dataPath_ + run_tree::kJson) &&
+           make("[ZarnManager] Create csv directory successfully: ", dataPath_ + run_tree::kCsv);
 }
 
 bool ZarnManager::SaveConfigFile() const {

@@ -26,6 +26,7 @@ struct ManagerSeams {
     // Version files of the platform that are kept with each run.
     std::vector<std::string> versionFiles = {"/etc/qvt_version", "/etc/orlo-latest",
                                              "/etc/sys_version_tepa.conf"};
+    std::function<bool(const std::string&)> createDirectory = CreateDirectory;
 };
 
 // A whole run: takes the configuration in, makes the run directory, builds the missions by name and

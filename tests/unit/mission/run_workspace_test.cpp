@@ -133,6 +133,27 @@ TEST_F(RunWorkspaceTest, AConfigurationThatIsGoneIsToldAndTheRunGoesOn) {
                   "[ZarnManager] Warning: Failed to save config file to output directory!\n");
 }
 
+TEST_F(RunWorkspaceTest, AFolderOfRecordsThatIsGoneIsToldAndTheRunGoesOn) {
+    ManagerSeams seams = Seams();
+    seams.createDirectory = [this](const std::string& path) {
+        const bool made = CreateDirectory(path);
+        if (path == DataPath() + "csv") {  // the last one
+            fs::remove(DataPath() + "env_info");
+        }
+        return made;
+    };
+    const Captured run = Run(config_, seams);
+    EXPECT_EQ(result, 1);
+    const std::string gone =
+        "[ZarnManager] The envDir does not exist! " + DataPath() + "env_info\n";
+    EXPECT_EQ(run.err, CreationLines(DataPath()) + gone + gone);
+    EXPECT_EQ(run.out,
+              ListLines({{}, {}, {}, {}, {}}) +
+                  "[ZarnManager] Warning: Failed to save config file to output directory!\n"
+                  "[ZarnManager] Warning: Failed to save environment file to output directory!\n");
+    EXPECT_THAT(runner.Commands(), ElementsAre());
+}
+
 TEST_F(RunWorkspaceTest, AFailedCopyIsNotCaught) {
     versionFiles = {root.Path() + "fifo"};
     ASSERT_EQ(::mkfifo(versionFiles.front().c_str(), 0600), 0);
