@@ -19,21 +19,41 @@ namespace zarn {
 namespace {
 
 constexpr int kNoNamespace = 77;
+constexpr int kBrokenTest = 78;
 
-// Gives this process an /opt of its own, where it is an ordinary user. False where the kernel does
-// not allow it.
-bool EnterPrivateOpt() {
-    constexpr uid_t kOrdinaryUser = 1000;
-    const uid_t user = ::getuid();
-    if (::unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) != 0) {
+void WriteMap(const char* path, unsigned id) {
+    std::ofstream(path) << id << " " << id << " 1\n";
+}
+
+// A mount namespace: root has it by right, anyone else in a user namespace in which he keeps his
+// identity. His group must have its place there too, else he can make no file.
+bool EnterNamespace() {
+    if (::getuid() == 0) {
+        return ::unshare(CLONE_NEWNS) == 0;
+    }
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
+    if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
         return false;
     }
-    if (user != 0) {
-        std::ofstream("/proc/self/uid_map") << kOrdinaryUser << " " << user << " 1";
+    std::ofstream("/proc/self/setgroups") << "deny";
+    WriteMap("/proc/self/uid_map", user);
+    WriteMap("/proc/self/gid_map", group);
+    return true;
+}
+
+// Gives this process an /opt of its own, where it is an ordinary user. False where the kernel lets
+// nobody but root mount; whatever fails behind that is a fault of this test.
+bool EnterPrivateOpt() {
+    constexpr uid_t kOrdinaryUser = 1000;
+    if (!EnterNamespace() || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+        return false;
     }
-    return ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           ::mount("tmpfs", "/opt", "tmpfs", 0, nullptr) == 0 && ::mkdir("/opt/usr", 0777) == 0 &&
-           ::chmod("/opt/usr", 0777) == 0 && ::setuid(kOrdinaryUser) == 0;
+    EXPECT_EQ(::mount("tmpfs", "/opt", "tmpfs", 0, "mode=0777"), 0);
+    EXPECT_EQ(::mkdir("/opt/usr", 0777), 0);
+    EXPECT_EQ(::chmod("/opt/usr", 0777), 0);
+    EXPECT_EQ(::getuid() == 0 ? ::setuid(kOrdinaryUser) : 0, 0);
+    return true;
 }
 
 void WriteText(const std::string& path) {
@@ -45,7 +65,10 @@ void WriteText(const std::string& path) {
 int FailuresInPrivateOpt(const std::function<int()>& checks) {
     const pid_t pid = ::fork();
     if (pid == 0) {
-        ::_exit(EnterPrivateOpt() ? checks() : kNoNamespace);
+        if (!EnterPrivateOpt()) {
+            ::_exit(kNoNamespace);
+        }
+        ::_exit(testing::Test::HasFailure() ? kBrokenTest : checks());
     }
     int status = 0;
     ::waitpid(pid, &status, 0);
@@ -100,7 +123,7 @@ int CheckPermissions() {
 void ExpectNoFailure(const std::function<int()>& checks) {
     const int failures = FailuresInPrivateOpt(checks);
     if (failures == kNoNamespace) {
-        GTEST_SKIP() << "needs root, or a kernel that lets users have name spaces";
+        GTEST_SKIP() << "needs root, or a kernel that lets users have namespaces";
     }
     EXPECT_EQ(failures, 0);
 }
