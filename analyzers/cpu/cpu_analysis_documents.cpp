@@ -101,7 +101,9 @@ private:
     [[nodiscard]] JsonAllocator& Allocator() { return document_.GetAllocator(); }
 
     [[nodiscard]] JsonValue Text(std::string_view text) {
-        return {text.data(), static_cast<rapidjson::SizeType>(text.size()), allocator_};
+        // An empty view, of a sample without a time, may point nowhere, which the library refuses.
+        const char* const bytes = text.empty() ? "" : text.data();
+        return {bytes, static_cast<rapidjson::SizeType>(text.size()), allocator_};
     }
 
     [[nodiscard]] JsonValue Extremes(const std::vector<CpuExtreme>& extremes) {

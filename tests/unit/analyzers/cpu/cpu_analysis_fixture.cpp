@@ -74,6 +74,11 @@ void CpuRunTree::WriteCollection() const {
 }
 
 CpuRunTree::Result CpuRunTree::Analyze(const std::string& jobs, bool stopped) const {
+    return AnalyzeTree(dir_.Path(), jobs, stopped);
+}
+
+CpuRunTree::Result CpuRunTree::AnalyzeTree(const std::string& dataPath, const std::string& jobs,
+                                           bool stopped) {
     JsonDocument config;
     EXPECT_TRUE(ParseJson(R"({"CpuAnalyzer":{"job":[)" + jobs +
                               R"(],"peak_trought_threshold":0.1,"process_set":{)"
@@ -85,7 +90,7 @@ CpuRunTree::Result CpuRunTree::Analyze(const std::string& jobs, bool stopped) co
     CpuAnalyzer analyzer("CpuAnalyzer", host.Get());
     Result result{};
     result.captured =
-        Capture([&] { result.succeeded = analyzer.Start(config, dir_.Path(), &stopFlag); });
+        Capture([&] { result.succeeded = analyzer.Start(config, dataPath, &stopFlag); });
     return result;
 }
 

@@ -43,6 +43,9 @@ public:
     // Starts an analyzer on a machine of two processors, with a section that has these jobs and the
     // sets "all" (init, worker, helper), "small" (helper) and "none" (absent).
     [[nodiscard]] Result Analyze(const std::string& jobs, bool stopped = false) const;
+    // The same of a tree that is not this object's.
+    [[nodiscard]] static Result AnalyzeTree(const std::string& dataPath, const std::string& jobs,
+                                            bool stopped = false);
 
     // The files below the tree, without the cost log, in byte order.
     [[nodiscard]] std::vector<std::string> FileNames() const;

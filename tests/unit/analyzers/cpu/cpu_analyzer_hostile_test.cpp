@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <regex>
 
 #include "analyzers/cpu/cpu_analyzer.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/ordinary_rights.h"
+#include "tests/support/unresolvable_folder.h"
 #include "tests/unit/analyzers/cpu/cpu_analysis_fixture.h"
 
 // The analyzer on trees that lack something or hold what no collector writes.
@@ -139,6 +142,17 @@ TEST(CpuAnalyzerHostileTest, ASampleBetweenLongLinesIsFound) {
               "'20230101120000123,60,0,,\n'20230101120005123,100,,,\n'20230101120010123,12,2,,\n");
 }
 
+// A collector that could not have the time leaves samples without one.
+TEST(CpuAnalyzerHostileTest, AnExtremeOfASampleWithoutATimeHasNone) {
+    const CpuRunTree tree;
+    tree.Files().Write(test::kUsageLogName, std::regex_replace(std::string(test::kUsageLogText),
+                                                               std::regex("[0-9]{17}\n"), ""));
+    const CpuRunTree::Result result = tree.Analyze(R"("global")");
+    EXPECT_TRUE(result.succeeded);
+    EXPECT_THAT(tree.Files().Read("json/soc_cpu_ana_global_20230101120000111.data"),
+                testing::HasSubstr(R"("peak":[{"cpuValue":"30.000000","timeStamp":""}])"));
+}
+
 TEST(CpuAnalyzerHostileTest, ALogTornAtAnyPlaceIsAnalysed) {
     const std::string whole = test::kUsageLogText;
     for (std::size_t size = 1; size < whole.size(); size += 23) {
@@ -187,6 +201,23 @@ TEST(CpuAnalyzerHostileTest, ALoadingTableOfTheUsageLogThatCannotBeWrittenIsSaid
     EXPECT_EQ(result.captured.err,
               "[CpuAnalyzer] Failed to open file: " + table +
                   "\n[CpuAnalyzer] Failed to Write global CpuLoading RawData.\n" + kFailed);
+}
+
+TEST(CpuAnalyzerHostileTest, AFolderThatCannotBeResolvedGetsNoLoadingTable) {
+    const test::UnresolvableFolder folder;
+    std::filesystem::create_directories("raw_data/cpu");
+    std::filesystem::create_directories("json");
+    std::ofstream(test::kUsageLogName) << test::kUsageLogText;
+    const std::string noPath = "[CpuAnalyzer] Can't get real path\n";
+    CpuRunTree::Result result = CpuRunTree::AnalyzeTree("./", R"("process_set")");
+    EXPECT_FALSE(result.succeeded);
+    EXPECT_EQ(result.captured.err,
+              noPath + "[CpuAnalyzer] Failed to Write global CpuLoading RawData.\n" + kFailed);
+    std::ofstream(test::kCoresLogName) << test::kCoresLogText;
+    result = CpuRunTree::AnalyzeTree("./", R"("core")");
+    EXPECT_FALSE(result.succeeded);
+    EXPECT_EQ(result.captured.err,
+              noPath + "[CpuAnalyzer] Failed to Write cores CpuLoading RawData.\n" + kFailed);
 }
 
 // Files that a search finds, since the folder may be read, but that may not be read themselves.
