@@ -20,6 +20,16 @@ using testing::HasSubstr;
 
 const std::string kWalk = std::string(ZARN_BUILD_DIR) + "/bin/fault_walk";
 const std::string kPreload = std::string(ZARN_BUILD_DIR) + "/lib/libzarn_faults.so";
+const std::string kJudge = std::string(ZARN_SOURCE_DIR) + "/tests/system/faults/judge_documents.py";
+
+// The calls of each run: a fault of each kind must happen. Interrupts: their number and a seed.
+const std::vector<std::string> kCpuCalls = {"close",   "localtime", "mkdir", "open",
+                                            "opendir", "pipe",      "read",  "spawn",
+                                            "thread",  "truncate",  "write"};
+const std::vector<std::string> kDdrCalls = {"close", "device_get", "device_set", "localtime",
+                                            "mkdir", "open",       "opendir",    "read",
+                                            "spawn", "truncate",   "write"};
+const std::vector<std::string> kInterrupts = {"200", "20261121"};
 
 constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],
     "collectMode": [], "analyzeMode": ["CpuAnalyzer"], "optimizeMode": [],
@@ -48,40 +58,45 @@ void WalkCpu(const std::vector<std::string>& more) {
     sandbox.ToolPrinting("top", ReadText(DataPath("top-4.0.2/two_cores.txt")));
     sandbox.ToolPrinting("ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
     sandbox.Write("config.json", kCpuConfig);
-    std::vector<std::string> command{kWalk, ProgramPath(), kPreload, "/opt/usr/config.json"};
+    std::vector<std::string> command{kWalk, ProgramPath(), kPreload, kJudge,
+                                     "/opt/usr/config.json"};
     command.insert(command.end(), more.begin(), more.end());
     const RunResult run = sandbox.RunCommand(command);
     ExpectNothingAtFault(run.out, run.Succeeded());
 }
 
 // On the virtual board, whose settings stay from run to run.
-void WalkDdr(const std::string& more) {
+void WalkDdr(const std::vector<std::string>& more) {
     const TempDir directory;
     directory.Write("usr/config.json", kDdrConfig);
+    std::string words;
+    for (const std::string& word : more) {
+        words += " " + word;
+    }
     std::string out;
     ASSERT_TRUE(SystemCommandRunner().Capture(
         "cd '" + directory.Path() +
             "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " + BoardLauncher() +
             " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" + kPreload +
-            "' /opt/usr/config.json " + more + " && echo done",
+            "' '" + kJudge + "' /opt/usr/config.json" + words + " && echo done",
         out));
     ExpectNothingAtFault(out, out.find("\ndone\n") != std::string::npos);
 }
 
 TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
-    WalkCpu({});
+    WalkCpu(kCpuCalls);
 }
 
 TEST(FaultInjection, ACpuRunIsInterruptedAtRandomCalls) {
-    WalkCpu({"200", "20261121"});
+    WalkCpu(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
-    WalkDdr("");
+    WalkDdr(kDdrCalls);
 }
 
 TEST(FaultInjection, ADdrRunIsInterruptedAtRandomCalls) {
-    WalkDdr("200 20261121");
+    WalkDdr(kInterrupts);
 }
 
 }  // namespace

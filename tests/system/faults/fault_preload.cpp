@@ -2,11 +2,12 @@
 // them fail.
 //
 //   ZARN_FAULT        "<call>:<n>:<how>": the n-th call (from 1) fails, how being an errno's name,
-//   "short" (write
-//                     half), "kill" (the child starts and is killed) or "code" (a device call's
-//                     error code)
+//                     "short" (write half), "kill" (the child starts and is killed), "code" (a
+//                     device call's error code) or "interrupt" (the call succeeds and the program
+//                     is interrupted). Several, each behind a comma: each of them happens.
 //   ZARN_FAULT_COUNTS file that gets "<call> <count>" lines when the process ends in an ordinary
-//   way
+//                     way
+//   ZARN_FAULT_HITS   file that gets a line "<call>" for each fault when it happens
 //
 // Sleeping costs no time here, so that a walk over all faults does not wait for sampling intervals.
 
@@ -27,8 +28,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -43,13 +46,14 @@ enum Call {
     Opendir,
     Truncate,
     Thread,
+    Localtime,
     DeviceGet,
     DeviceSet
 };
 
-constexpr std::array<const char*, 12> kNames{"open",     "read",   "write",      "close",
-                                             "spawn",    "pipe",   "mkdir",      "opendir",
-                                             "truncate", "thread", "device_get", "device_set"};
+constexpr std::array<const char*, 13> kNames{
+    "open",    "read",     "write",  "close",     "spawn",      "pipe",      "mkdir",
+    "opendir", "truncate", "thread", "localtime", "device_get", "device_set"};
 
 struct Plan {
     std::string call;
@@ -58,8 +62,9 @@ struct Plan {
 };
 
 bool enabled = false;  // set behind the strings, when they are there
-Plan plan;
+std::vector<Plan> plans;
 std::string countsPath;
+std::string hitsPath;
 std::array<std::atomic<long>, kNames.size()> counts{};
 
 template <typename Function>
@@ -71,9 +76,21 @@ void ReadPlan(const std::string& text) {
     const std::size_t first = text.find(':');
     const std::size_t second = text.find(':', first + 1);
     if (first != std::string::npos && second != std::string::npos) {
-        plan = {text.substr(0, first), std::atol(text.c_str() + first + 1),
-                text.substr(second + 1)};
+        plans.push_back(
+            {text.substr(0, first), std::atol(text.c_str() + first + 1), text.substr(second + 1)});
     }
+}
+
+void ReadPlans(const std::string& text) {
+    std::istringstream entries(text);
+    for (std::string entry; std::getline(entries, entry, ',');) {
+        ReadPlan(entry);
+    }
+}
+
+std::string GetVariable(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? "" : value;
 }
 
 // Only the program itself is touched; its children run without us.
@@ -81,10 +98,9 @@ bool Begin() {
     if (std::string_view(::program_invocation_short_name) != "zarn") {
         return false;
     }
-    const char* fault = std::getenv("ZARN_FAULT");
-    const char* path = std::getenv("ZARN_FAULT_COUNTS");
-    ReadPlan(fault == nullptr ? "" : fault);
-    countsPath = path == nullptr ? "" : path;
+    ReadPlans(GetVariable("ZARN_FAULT"));
+    countsPath = GetVariable("ZARN_FAULT_COUNTS");
+    hitsPath = GetVariable("ZARN_FAULT_HITS");
     ::unsetenv("LD_PRELOAD");
     return true;
 }
@@ -104,30 +120,42 @@ __attribute__((destructor)) void End() {
     }
 }
 
-// Counts the call; true if it is the one that is to fail.
-bool Fails(Call call) {
-    if (!enabled) {
-        return false;
-    }
-    const long count = ++counts[call];
-    if (count != plan.at || plan.call != kNames[call]) {
-        return false;
-    }
-    if (plan.how == "interrupt") {
-        ::kill(::getpid(), SIGINT);
-        return false;
-    }
-    return true;
+// Tells of a fault past the calls that are counted.
+void TellHit(const Plan& plan) {
+    const int fd = Real<int(const char*, int, ...)>("open")(hitsPath.c_str(),
+                                                            O_WRONLY | O_CREAT | O_APPEND, 0600);
+    const std::string line = plan.call + "\n";
+    (void)!Real<ssize_t(int, const void*, size_t)>("write")(fd, line.data(), line.size());
+    Real<int(int)>("close")(fd);
 }
 
-int PlannedErrno() {
-    constexpr std::array<std::pair<const char*, int>, 7> names{{{"ENOSPC", ENOSPC},
+// Counts the call. The plan by which it is to fail, or nullptr.
+const Plan* FaultOf(Call call) {
+    if (!enabled) {
+        return nullptr;
+    }
+    const long count = ++counts[call];
+    for (const Plan& plan : plans) {
+        if (plan.at == count && plan.call == kNames[call]) {
+            TellHit(plan);
+            if (plan.how != "interrupt") {
+                return &plan;
+            }
+            ::kill(::getpid(), SIGINT);
+        }
+    }
+    return nullptr;
+}
+
+int PlannedErrno(const Plan& plan) {
+    constexpr std::array<std::pair<const char*, int>, 8> names{{{"ENOSPC", ENOSPC},
                                                                 {"EIO", EIO},
                                                                 {"EMFILE", EMFILE},
                                                                 {"EACCES", EACCES},
                                                                 {"EINTR", EINTR},
                                                                 {"EAGAIN", EAGAIN},
-                                                                {"ENOMEM", ENOMEM}}};
+                                                                {"ENOMEM", ENOMEM},
+                                                                {"EOVERFLOW", EOVERFLOW}}};
     for (const auto& [name, value] : names) {
         if (plan.how == name) {
             return value;
@@ -136,8 +164,8 @@ int PlannedErrno() {
     return EIO;
 }
 
-int Fail() {
-    errno = PlannedErrno();
+int Fail(const Plan& plan) {
+    errno = PlannedErrno(plan);
     return -1;
 }
 
@@ -148,9 +176,9 @@ bool HoldsCounters(std::string_view path) {
 }
 
 int OpenAs(const char* realName, const char* path, int flags, mode_t mode) {
-    return !HoldsCounters(path) && Fails(Open)
-               ? Fail()
-               : Real<int(const char*, int, ...)>(realName)(path, flags, mode);
+    const Plan* fault = HoldsCounters(path) ? nullptr : FaultOf(Open);
+    return fault != nullptr ? Fail(*fault)
+                            : Real<int(const char*, int, ...)>(realName)(path, flags, mode);
 }
 
 int SleepNot(struct timespec* left) {
@@ -181,65 +209,79 @@ int open64(const char* path, int flags, ...) {
 }
 
 ssize_t read(int fd, void* buffer, size_t size) {
-    return Fails(Read) ? Fail() : Real<ssize_t(int, void*, size_t)>("read")(fd, buffer, size);
+    const Plan* fault = FaultOf(Read);
+    return fault != nullptr ? Fail(*fault)
+                            : Real<ssize_t(int, void*, size_t)>("read")(fd, buffer, size);
 }
 
 ssize_t write(int fd, const void* buffer, size_t size) {
     auto* realWrite = Real<ssize_t(int, const void*, size_t)>("write");
-    if (!Fails(Write)) {
+    const Plan* fault = FaultOf(Write);
+    if (fault == nullptr) {
         return realWrite(fd, buffer, size);
     }
-    return plan.how == "short" ? realWrite(fd, buffer, (size + 1) / 2) : Fail();
+    return fault->how == "short" ? realWrite(fd, buffer, (size + 1) / 2) : Fail(*fault);
 }
 
 int close(int fd) {
-    const bool fails = Fails(Close);
+    const Plan* fault = FaultOf(Close);
     const int result = Real<int(int)>("close")(fd);
-    return fails ? Fail() : result;
+    return fault != nullptr ? Fail(*fault) : result;
 }
 
 int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
                 const posix_spawnattr_t* attributes, char* const arguments[],
                 char* const environment[]) {
-    const bool fails = Fails(Spawn);
-    if (fails && plan.how != "kill") {
-        return PlannedErrno();
+    const Plan* fault = FaultOf(Spawn);
+    if (fault != nullptr && fault->how != "kill") {
+        return PlannedErrno(*fault);
     }
     const int result = Real<decltype(posix_spawn)>("posix_spawn")(pid, path, actions, attributes,
                                                                   arguments, environment);
-    if (fails && result == 0) {
+    if (fault != nullptr && result == 0) {
         ::kill(*pid, SIGKILL);
     }
     return result;
 }
 
 int pipe2(int ends[2], int flags) {
-    return Fails(Pipe) ? Fail() : Real<int(int*, int)>("pipe2")(ends, flags);
+    const Plan* fault = FaultOf(Pipe);
+    return fault != nullptr ? Fail(*fault) : Real<int(int*, int)>("pipe2")(ends, flags);
 }
 
 int mkdir(const char* path, mode_t mode) {
-    return Fails(Mkdir) ? Fail() : Real<int(const char*, mode_t)>("mkdir")(path, mode);
+    const Plan* fault = FaultOf(Mkdir);
+    return fault != nullptr ? Fail(*fault) : Real<int(const char*, mode_t)>("mkdir")(path, mode);
 }
 
 DIR* opendir(const char* path) {
-    if (Fails(Opendir)) {
-        Fail();
+    if (const Plan* fault = FaultOf(Opendir)) {
+        Fail(*fault);
         return nullptr;
     }
     return Real<DIR*(const char*)>("opendir")(path);
 }
 
 int ftruncate(int fd, off_t size) noexcept {
-    return Fails(Truncate) ? Fail() : Real<int(int, off_t)>("ftruncate")(fd, size);
+    const Plan* fault = FaultOf(Truncate);
+    return fault != nullptr ? Fail(*fault) : Real<int(int, off_t)>("ftruncate")(fd, size);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*),
                    void* argument) noexcept {
-    if (Fails(Thread)) {
-        return PlannedErrno();
+    if (const Plan* fault = FaultOf(Thread)) {
+        return PlannedErrno(*fault);
     }
     return Real<int(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create")(
         thread, attributes, start, argument);
+}
+
+struct tm* localtime_r(const time_t* time, struct tm* local) noexcept {
+    if (const Plan* fault = FaultOf(Localtime)) {
+        Fail(*fault);
+        return nullptr;
+    }
+    return Real<struct tm*(const time_t*, struct tm*)>("localtime_r")(time, local);
 }
 
 int nanosleep(const struct timespec* time, struct timespec* left) {
@@ -257,7 +299,7 @@ int clock_nanosleep(clockid_t clock, int flags, const struct timespec* time,
 int tovi_get_device_info(unsigned device, unsigned mainCommand, unsigned subCommand, void* buffer,
                          unsigned* size) {
     constexpr int kDeviceError = 77;
-    return Fails(DeviceGet)
+    return FaultOf(DeviceGet) != nullptr
                ? kDeviceError
                : Real<int(unsigned, unsigned, unsigned, void*, unsigned*)>("tovi_get_device_info")(
                      device, mainCommand, subCommand, buffer, size);
@@ -266,7 +308,7 @@ int tovi_get_device_info(unsigned device, unsigned mainCommand, unsigned subComm
 int tovi_set_device_info(unsigned device, unsigned mainCommand, unsigned subCommand,
                          const void* buffer, unsigned size) {
     constexpr int kDeviceError = 77;
-    return Fails(DeviceSet)
+    return FaultOf(DeviceSet) != nullptr
                ? kDeviceError
                : Real<int(unsigned, unsigned, unsigned, const void*, unsigned)>(
                      "tovi_set_device_info")(device, mainCommand, subCommand, buffer, size);

@@ -1,12 +1,13 @@
 // Runs zarn again and again on one configuration, letting each of its fallible calls fail in turn,
 // once each, with each plausible error, and judges every run: it ends in the ordinary way or by an
-// end that is meant, it does not hang, and every document it leaves can be read.
+// end that is meant, it does not hang, and every document it leaves can be read by the judge.
 //
-// usage: fault_walk ZARN PRELOAD CONFIGURATION                     every fault
-//        fault_walk ZARN PRELOAD CONFIGURATION INTERRUPTS SEED     so many interrupts, at calls
-//        drawn at random
-// Meant for a private /opt/usr, whose run directories it removes. Prints how many faults it
-// injected; its status is 0 if no run was at fault.
+// usage: fault_walk ZARN PRELOAD JUDGE CONFIGURATION CALL...
+//            every fault; of each kind of call named at least one must happen
+//        fault_walk ZARN PRELOAD JUDGE CONFIGURATION INTERRUPTS SEED
+//            so many interrupts, at calls drawn at random
+// Meant for a private /opt/usr, whose run directories it removes. Prints how many faults happened;
+// its status is 0 if they were of all kinds and no run was at fault.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -18,16 +19,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <random>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "formats/run_tree.h"
-#include "foundation/files.h"
-#include "foundation/json.h"
+#include "tests/system/faults/document_judge.h"
 
 namespace fs = std::filesystem;
 
@@ -46,11 +49,14 @@ const std::map<std::string, std::vector<std::string>> kErrors{
     {"pipe", {"EMFILE"}},
     {"mkdir", {"ENOSPC", "EACCES", "EIO"}},
     {"opendir", {"EMFILE", "EACCES"}},
-    {"truncate", {"EIO"}},
     {"thread", {"EAGAIN"}},
+    {"localtime", {"EOVERFLOW"}},
     {"device_get", {"code", "interrupt"}},
     {"device_set", {"code", "interrupt"}},
 };
+
+// A file is cut back only where writing it fails: this error comes behind each failing write.
+constexpr const char* kTruncateError = ",truncate:1:EIO";
 
 struct Fault {
     std::string call;
@@ -64,21 +70,31 @@ struct Ended {
     int status = 0;
     std::string out;
     std::string err;
+
+    // What was printed, whatever the time was.
+    [[nodiscard]] std::string Words() const {
+        return std::regex_replace(out + err, std::regex("[0-9]{17}"), "<time>");
+    }
 };
 
+// A call that was broken off or did half of its work is taken up again, and nothing shows.
+bool IsToHaveNoConsequence(const Fault& fault) {
+    return fault.how == "short" || (fault.how == "EINTR" && fault.call != "open");
+}
+
 std::string TextOf(const std::string& path) {
-    std::string text;
-    if (zarn::ReadFile(path, text) != zarn::FileResult::Ok) {
-        text.clear();
-    }
-    return text;
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // The walk over one configuration, with its scratch folder for what the runs print.
 class Walk {
 public:
-    Walk(std::string zarn, std::string preload, std::string config)
-        : zarn_(std::move(zarn)), preload_(std::move(preload)), config_(std::move(config)) {
+    Walk(std::string zarn, std::string preload, const std::string& judge, std::string config)
+        : zarn_(std::move(zarn)),
+          preload_(std::move(preload)),
+          config_(std::move(config)),
+          judge_(judge) {
         std::string scratch = (fs::temp_directory_path() / "zarn-faults-XXXXXX").string();
         scratch_ = ::mkdtemp(scratch.data()) == nullptr ? "" : scratch;
     }
@@ -91,6 +107,9 @@ public:
 
     // How often each call was made in a run without a fault; nothing if even that run failed.
     std::optional<std::map<std::string, long>> CountCalls() {
+        // The first run of all may find a device that nobody has set yet, and say so.
+        (void)RunOnce("");
+        RemoveRuns();
         const Ended clean = RunOnce("");
         if (!WIFEXITED(clean.status) || clean.err.find("[ZarnManager] Some") != std::string::npos) {
             std::printf("the run without a fault failed:\n%s%s", clean.out.c_str(),
@@ -98,29 +117,26 @@ public:
             return std::nullopt;
         }
         RemoveRuns();
+        cleanWords_ = clean.Words();
         return Counts();
     }
 
-    // Lets every call fail with each of its errors; the number of faults injected.
-    int FailEach(const std::map<std::string, long>& counts) {
-        int injected = 0;
+    // Lets every call fail with each of its errors.
+    void FailEach(const std::map<std::string, long>& counts) {
         for (const auto& [call, errors] : kErrors) {
-            const auto count = counts.find(call);
-            const long last = count == counts.end() ? 0 : count->second;
-            for (long at = 1; at <= last; ++at) {
+            for (long at = 1; at <= CountOf(counts, call); ++at) {
                 for (const std::string& how : errors) {
                     Try({call, at, how});
-                    ++injected;
                 }
             }
-            std::printf("%-12s %5ld calls\n", call.c_str(), last);
         }
-        return injected;
+        for (long at = 1; at <= CountOf(counts, "write"); ++at) {
+            Try({"write", at, std::string("ENOSPC") + kTruncateError});
+        }
     }
 
-    // Interrupts the program at calls drawn at random, each as likely as any other; the number of
-    // interrupts.
-    int Interrupt(const std::map<std::string, long>& counts, int interrupts, unsigned seed) {
+    // Interrupts the program at calls drawn at random, each as likely as any other.
+    void Interrupt(const std::map<std::string, long>& counts, int interrupts, unsigned seed) {
         std::vector<Fault> instants;
         for (const auto& [call, last] : counts) {
             for (long at = 1; at <= last; ++at) {
@@ -131,12 +147,37 @@ public:
         for (int i = 0; i < interrupts; ++i) {
             Try(instants[random() % instants.size()]);
         }
-        return interrupts;
     }
 
-    [[nodiscard]] int Faulty() const { return faulty_; }
+    // Prints how many faults of each kind happened, and in all. True if there were some of each of
+    // these kinds and no run was at fault.
+    [[nodiscard]] bool Report(const std::vector<std::string>& expected) const {
+        std::istringstream lines(TextOf(scratch_ + "/hits"));
+        std::map<std::string, long> hits;
+        long sum = 0;
+        for (std::string call; std::getline(lines, call); ++sum) {
+            ++hits[call];
+        }
+        for (const auto& [call, count] : hits) {
+            std::printf("%-12s %5ld faults\n", call.c_str(), count);
+        }
+        bool complete = sum > 0;
+        for (const std::string& call : expected) {
+            if (CountOf(hits, call) == 0) {
+                std::printf("no fault of the kind %s\n", call.c_str());
+                complete = false;
+            }
+        }
+        std::printf("%ld faults injected, %d runs at fault\n", sum, faulty_);
+        return complete && faulty_ == 0;
+    }
 
 private:
+    static long CountOf(const std::map<std::string, long>& counts, const std::string& call) {
+        const auto count = counts.find(call);
+        return count == counts.end() ? 0 : count->second;
+    }
+
     Ended RunOnce(const std::string& fault) {
         const std::string out = scratch_ + "/out";
         const std::string err = scratch_ + "/err";
@@ -160,6 +201,7 @@ private:
         ::setenv("LD_PRELOAD", preload_.c_str(), 1);
         ::setenv("ZARN_FAULT", fault.c_str(), 1);
         ::setenv("ZARN_FAULT_COUNTS", (scratch_ + "/counts").c_str(), 1);
+        ::setenv("ZARN_FAULT_HITS", (scratch_ + "/hits").c_str(), 1);
         ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
         ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
         ::alarm(kHangSeconds);  // outlives the exec: a run that hangs is killed by it
@@ -183,6 +225,9 @@ private:
         std::string complaint = JudgeEnd(fault, ended);
         if (complaint.empty()) {
             complaint = JudgeTree();
+        }
+        if (complaint.empty() && IsToHaveNoConsequence(fault) && ended.Words() != cleanWords_) {
+            complaint = "other words than without a fault";
         }
         if (complaint.empty() && fault.how == "interrupt" && !HasTimestamps()) {
             complaint = "the file of start and end is missing";
@@ -214,11 +259,15 @@ private:
         return complete || fault.call == "write" ? "" : "the last line is missing";
     }
 
-    static std::string JudgeTree() {
+    std::string JudgeTree() {
         std::error_code ignored;
         for (const auto& entry : fs::recursive_directory_iterator(zarn::run_tree::kRoot, ignored)) {
-            if (entry.path().extension() == ".data" && !AllDocumentsWhole(entry.path().string())) {
-                return "a torn document in " + entry.path().filename().string();
+            if (entry.path().extension() != ".data") {
+                continue;
+            }
+            const std::string complaint = judge_.Complaint(entry.path().string());
+            if (!complaint.empty()) {
+                return entry.path().filename().string() + ": " + complaint;
             }
         }
         return "";
@@ -235,19 +284,6 @@ private:
         return false;
     }
 
-    static bool AllDocumentsWhole(const std::string& path) {
-        const std::string text = TextOf(path);
-        zarn::LineCursor cursor(text);
-        std::string_view line;
-        zarn::JsonDocument document;
-        while (cursor.Next(line)) {
-            if (!zarn::ParseJson(line, document)) {
-                return false;
-            }
-        }
-        return text.empty() || text.back() == '\n';
-    }
-
     static void RemoveRuns() {
         std::error_code ignored;
         for (const auto& entry : fs::directory_iterator(zarn::run_tree::kRoot, ignored)) {
@@ -259,24 +295,32 @@ private:
     std::string preload_;
     std::string config_;
     std::string scratch_;
+    zarn::test::DocumentJudge judge_;
+    std::string cleanWords_;
     int faulty_ = 0;
 };
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4 && argc != 6) {
-        std::fprintf(stderr, "usage: fault_walk ZARN PRELOAD CONFIGURATION [INTERRUPTS SEED]\n");
+    if (argc < 6) {
+        std::fprintf(stderr,
+                     "usage: fault_walk ZARN PRELOAD JUDGE CONFIGURATION {CALL... | INTERRUPTS "
+                     "SEED}\n");
         return 2;
     }
-    Walk walk(argv[1], argv[2], argv[3]);
+    Walk walk(argv[1], argv[2], argv[3], argv[4]);
     const auto counts = walk.CountCalls();
     if (!counts) {
         return 2;
     }
-    const int injected = argc == 4 ? walk.FailEach(*counts)
-                                   : walk.Interrupt(*counts, std::stoi(argv[4]),
-                                                    static_cast<unsigned>(std::stoul(argv[5])));
-    std::printf("%d faults injected, %d runs at fault\n", injected, walk.Faulty());
-    return walk.Faulty() == 0 && injected > 0 ? 0 : 1;
+    std::vector<std::string> expected;
+    const int interrupts = std::atoi(argv[5]);
+    if (interrupts > 0 && argc == 7) {
+        walk.Interrupt(*counts, interrupts, static_cast<unsigned>(std::stoul(argv[6])));
+    } else {
+        expected.assign(argv + 5, argv + argc);
+        walk.FailEach(*counts);
+    }
+    return walk.Report(expected) ? 0 : 1;
 }

@@ -1,0 +1,109 @@
+#include <gmock/gmock.h>
+
+#include <set>
+
+#include "tests/system/support/sandbox.h"
+#include "tests/support/manager_texts.h"
+
+// What the program says of one call that fails, where nothing but such a fault makes it say so.
+namespace zarn::test {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+class SingleFaults : public testing::Test {
+protected:
+    SingleFaults() {
+        sandbox_.SetEnvironment("LD_PRELOAD",
+                                std::string(ZARN_BUILD_DIR) + "/lib/libzarn_faults.so");
+        sandbox_.SetEnvironment("ASAN_OPTIONS", "verify_asan_link_order=0");
+    }
+
+    // Runs the program with a fault, as the preloaded library takes it.
+    RunResult RunWithFault(const std::string& config, const std::string& fault) {
+        sandbox_.SetEnvironment("ZARN_FAULT", fault);
+        sandbox_.SetEnvironment("ZARN_FAULT_HITS", sandbox_.WriteScratch("hits", ""));
+        return sandbox_.Run(config);
+    }
+
+    // Whether the fault of the last run happened.
+    [[nodiscard]] bool Happened() const { return !sandbox_.ReadScratch("hits").empty(); }
+
+    Sandbox sandbox_;
+};
+
+constexpr const char* kNoTime = ":EOVERFLOW";
+constexpr const char* kComparator = R"({"job": ["global"], "process": []})";
+
+TEST_F(SingleFaults, WithoutATimeTheRunHasNoDirectory) {
+    const RunResult run = RunWithFault(ConfigText().Text(), std::string("localtime:1") + kNoTime);
+    EXPECT_EQ(run.err,
+              "[ZarnManager] Failed to get time stamp!\n"
+              "[ZarnManager] Output directory not exist!\n"
+              "[ZarnManager] Failed to handle public affairs!\n");
+}
+
+TEST_F(SingleFaults, WithoutATimeTheComparatorFails) {
+    ConfigText config;
+    config.compare = R"(["CpuComparator"])";
+    const RunResult run = RunWithFault(config.Text({{"CpuComparator", kComparator}}),
+                                       std::string("localtime:2") + kNoTime);
+    EXPECT_THAT(run.err, EndsWith("[CpuComparator] Failed to get time stamp!\n"
+                                  "[ZarnManager] comparators mode CpuComparator failed!\n"
+                                  "[ZarnManager] Some Comparator missions failed to start!\n"));
+}
+
+TEST_F(SingleFaults, WithoutATimeTheOptimizerFails) {
+    ConfigText config;
+    config.optimize = R"(["DdrOptimizer"])";
+    const RunResult run = RunWithFault(config.Text(), std::string("localtime:2") + kNoTime);
+    EXPECT_THAT(run.err, EndsWith("[DdrOptimizer] Failed to get curr timeStamp!\n"
+                                  "[DdrOptimizer] Failed to init file path!\n"
+                                  "[ZarnManager] optimizers mode DdrOptimizer failed!\n"
+                                  "[ZarnManager] Some Optimizer missions failed to start!\n"));
+}
+
+// A disk across the network tells only at the closing that it has lost what was written. A copy
+// into env_info ends the process then.
+TEST_F(SingleFaults, AFileThatCannotBeClosedIsNotWritten) {
+    sandbox_.Tool("top", "");
+    sandbox_.Tool("ps", "");
+    ConfigText lists;
+    lists.serial = R"(["CpuCollector"])";
+    lists.compare = R"(["CpuComparator"])";
+    const std::string config =
+        lists.Text({{"CpuCollector", R"({"job": [], "interval": 1, "process": [], "count": 1,
+                                        "thread_collector": false, "json_output": true})"},
+                    {"CpuComparator", kComparator}});
+    std::string errors;
+    int call = 0;
+    do {
+        ++call;
+        errors += RunWithFault(config, "close:" + std::to_string(call) + ":EIO").err;
+    } while (Happened());
+    EXPECT_GT(call, 10);
+    EXPECT_THAT(errors, HasSubstr("[zarn_utils] Cannot open outfile, check your filePath.\n"));
+    EXPECT_THAT(errors, HasSubstr("[CpuComparator] Failed to write cpu info!\n"));
+}
+
+// Interrupted at each file that it opens, the collector has filed none, one, two or all three.
+TEST_F(SingleFaults, AnInterruptDuringTheFilingEndsItBeforeTheNextFile) {
+    sandbox_.Tool("top", "");
+    sandbox_.Tool("ps", "");
+    ConfigText lists;
+    lists.serial = R"(["CpuCollector"])";
+    const std::string config = lists.Text({{"CpuCollector", R"({"job": ["global"], "interval": 1,
+        "process": [], "count": 1, "thread_collector": false, "json_output": false})"}});
+    std::set<std::size_t> filed;
+    int call = 0;
+    do {
+        ++call;
+        (void)RunWithFault(config, "open:" + std::to_string(call) + ":interrupt");
+        filed.insert(sandbox_.Files("raw_data/cpu").size());
+    } while (Happened());
+    EXPECT_THAT(filed, testing::ElementsAre(0, 1, 2, 3));
+}
+
+}  // namespace
+}  // namespace zarn::test
