@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/resource.h>
+
 #include <csignal>
 #include <cstdlib>
 #include <optional>
@@ -48,6 +50,23 @@ public:
 private:
     int signal_;
     struct sigaction before_ {};
+};
+
+// No file may grow beyond `size` bytes, as on a full disk: the part that fits is written.
+class ScopedFileSizeLimit {
+public:
+    explicit ScopedFileSizeLimit(rlim_t size) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit{size, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
+    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
+    ~ScopedFileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+
+private:
+    ScopedHandling signal_{SIGXFSZ, SIG_IGN};
+    rlimit before_{};
 };
 
 }  // namespace zarn::test

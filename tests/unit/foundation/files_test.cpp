@@ -20,23 +20,6 @@
 namespace zarn {
 namespace {
 
-// No file may grow beyond `size` bytes, as on a full disk: the part that fits is written.
-class ScopedFileSizeLimit {
-public:
-    explicit ScopedFileSizeLimit(rlim_t size) {
-        ::getrlimit(RLIMIT_FSIZE, &before_);
-        const rlimit limit{size, before_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
-    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
-    ~ScopedFileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
-
-private:
-    test::ScopedHandling signal_{SIGXFSZ, SIG_IGN};
-    rlimit before_{};
-};
-
 std::string ReadBack(const std::string& path) {
     std::string text;
     EXPECT_EQ(ReadFile(path, text), FileResult::Ok);
@@ -193,7 +176,7 @@ TEST_F(WriteFileTest, CreatesAndReplaces) {
 TEST_F(WriteFileTest, AFullDiskLeavesWhatTheFileHeld) {
     const std::string path = directory_.Write("file", "saved before");
     {
-        const ScopedFileSizeLimit limit(20);
+        const test::ScopedFileSizeLimit limit(20);
         EXPECT_EQ(WriteFile(path, std::string(100, 'x')), FileResult::Failed);
         EXPECT_EQ(WriteFile(directory_.Path() + "new", std::string(100, 'x')), FileResult::Failed);
     }
@@ -214,7 +197,7 @@ TEST_F(AppendFileTest, CreatesAndAppends) {
 TEST_F(AppendFileTest, AFullDiskTakesTheWholeTextOrNothing) {
     const std::string path = directory_.Write("file", "one\n");
     {
-        const ScopedFileSizeLimit limit(10);
+        const test::ScopedFileSizeLimit limit(10);
         EXPECT_EQ(AppendFile(path, "two, longer\n"), FileResult::Failed);
         EXPECT_EQ(AppendFile(path, "three\n"), FileResult::Ok);
         EXPECT_EQ(AppendFile(path, "4"), FileResult::Failed);

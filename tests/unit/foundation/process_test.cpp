@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -100,6 +101,19 @@ TEST(Run, ACommandThatIsTooLongCannotBeExecuted) {
     std::string output = "before";
     EXPECT_FALSE(SystemCommandRunner().Capture(command, output));
     EXPECT_EQ(output, "before");
+}
+
+TEST(RunDeathTest, AChildForWhichMemoryDoesNotSufficeIsNotStarted) {
+    if (kSanitized || kEmulated) {
+        GTEST_SKIP() << "neither a sanitizer nor an emulator knows such a limit";
+    }
+    EXPECT_EXIT(
+        {
+            (void)StatusOf("true");
+            SetLimit(RLIMIT_AS, 1);
+            ::_exit(StatusOf("true") == -1 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 TEST(Run, LeavesTheStreamsToTheChild) {
@@ -250,6 +264,8 @@ TEST(Children, GetTheRestOfTheEnvironment) {
 
 TEST(Children, HaveDefaultHandlingAndNoBlockedSignals) {
     const test::ScopedHandling interrupt(SIGINT, SIG_IGN);
+    const test::ScopedHandling quit(SIGQUIT, SIG_IGN);
+    const test::ScopedHandling term(SIGTERM, SIG_IGN);
     const test::ScopedHandling pipe(SIGPIPE, SIG_IGN);
     sigset_t blocked;
     sigset_t before;
@@ -259,8 +275,10 @@ TEST(Children, HaveDefaultHandlingAndNoBlockedSignals) {
     ::sigaddset(&blocked, SIGCHLD);
     ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
     EXPECT_EQ(Output("grep SigBlk /proc/self/status"), "SigBlk:\t0000000000000000\n");
-    const int status = StatusOf("kill -INT $$; exit 1");
-    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT) << status;
+    for (const int signal : {SIGINT, SIGQUIT, SIGTERM, SIGPIPE}) {
+        const int status = StatusOf("ulimit -c 0; kill -" + std::to_string(signal) + " $$; exit 1");
+        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == signal) << signal << " " << status;
+    }
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
@@ -299,6 +317,36 @@ TEST_P(InterruptTest, ReachesTheCallerWhileItWaits) {
     interrupted = 0;
     EXPECT_EQ(Output("kill -INT $PPID; kill -INT $PPID; echo on"), "on\n");
     EXPECT_TRUE(IsSet(&interrupted));
+}
+
+// The child lives until the caller's handler has run, so that it surely breaks a wait off.
+TEST_P(InterruptTest, EndsNoWait) {
+    const test::ScopedHandling handling(SIGINT, NoteInterrupt, GetParam());
+    const test::TempDir directory;
+    const std::string fifo = directory.Path() + "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const auto letGoAfterInterrupt = [&fifo] {
+        while (!IsSet(&interrupted)) {
+            std::this_thread::yield();
+        }
+        ::close(::open(fifo.c_str(), O_WRONLY));
+    };
+    const std::string command = "kill -INT $PPID; read line < " + fifo + "; ";
+    for (const bool captures : {false, true}) {
+        interrupted = 0;
+        sigset_t interrupt;
+        ::sigemptyset(&interrupt);
+        ::sigaddset(&interrupt, SIGINT);
+        ::pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);  // left to the thread that waits
+        std::thread other(letGoAfterInterrupt);
+        ::pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
+        if (captures) {
+            EXPECT_EQ(Output(command + "echo on"), "on\n");
+        } else {
+            EXPECT_EQ(StatusOf(command + "exit 5"), 5 << 8);
+        }
+        other.join();
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Flags, InterruptTest, testing::Values(0, SA_RESTART));

@@ -43,5 +43,13 @@ TEST(FindPeaks, TheReferenceTimesTheRatioIsABoundThatDoesNotCount) {
     EXPECT_EQ(peaks, Indexes{3});
 }
 
+TEST(CompareByValueDescending, OrdersEqualValuesByTheirNames) {
+    EXPECT_TRUE(CompareByValueDescending({"b", 2.0}, {"a", 1.0}));
+    EXPECT_FALSE(CompareByValueDescending({"a", 1.0}, {"b", 2.0}));
+    EXPECT_TRUE(CompareByValueDescending({"Z", 1.0}, {"a", 1.0}));
+    EXPECT_FALSE(CompareByValueDescending({"a", 1.0}, {"Z", 1.0}));
+    EXPECT_FALSE(CompareByValueDescending({"a", 1.0}, {"a", 1.0}));
+}
+
 }  // namespace
 }  // namespace zarn

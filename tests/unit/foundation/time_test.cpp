@@ -172,6 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "[zarn_utils] Error: strptime Failed to convert timeString to tm!!\n"
                              "[zarn_utils] Error: Failed to convert timeString to timeStamp!\n"},
                     TimeText{kPlainZone, "19691231235959000", false, 7, kNoTimestamp},
+                    TimeText{kPlainZone, "19700101000000005", true, 5, ""},
                     // The record says that no summer time is meant.
                     TimeText{kSummerZone, "20230701120000000", true, 1688209200000, ""}));
 

@@ -1,7 +1,9 @@
 #include "kit/section.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -117,6 +119,17 @@ TEST(ReadJobs, StopsAtTheFirstThatIsNone) {
     EXPECT_EQ(read(R"(["a\u0000"])", kWords, jobs), std::string("unknown a\0!\nbehind\n", 19));
     EXPECT_EQ(read(R"(["c"])", {nullptr, "", "unknown "}, jobs), "unknown c\n");
     EXPECT_TRUE(ReadJobs(Parsed("[]"), {}, {nullptr, "", ""}, jobs));
+}
+
+TEST(ConsoleDeathTest, ASignalHandlerChangesNoErrorOfTheCodeThatItInterrupts) {
+    EXPECT_EXIT(
+        {
+            ::close(STDOUT_FILENO);
+            errno = EDOM;
+            PrintFromSignalHandler("cannot be written\n");
+            ::_exit(errno == EDOM ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

@@ -4,8 +4,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <thread>
 
 #include "tests/unit/mission/manager_fixture.h"
 
@@ -78,6 +83,44 @@ TEST_F(InterruptTest, IsReceivedFromTheConfigurationOn) {
         EXPECT_THAT(Starts(), testing::Each(testing::EndsWith(" stopped")));
         EXPECT_EQ(Starts().size(), 5U);
         EXPECT_EQ(result, 1);
+    });
+}
+
+// What thread `id` of this process does, by its letter: S sleeps, R runs.
+char StateOfThread(pid_t id) {
+    std::ifstream status("/proc/self/task/" + std::to_string(id) + "/status");
+    for (std::string key; status >> key;) {
+        if (key == "State:") {
+            status >> key;
+            return key.front();
+        }
+    }
+    return '?';
+}
+
+TEST_F(InterruptTest, BreaksNoSystemCallOff) {
+    InChild([] {
+        InstallInterruptHandler();
+        std::array<int, 2> ends{};
+        ASSERT_EQ(::pipe(ends.data()), 0);
+        std::thread interrupter([reader = ::gettid(), write = ends[1]] {
+            sigset_t leftToTheReader;
+            ::sigemptyset(&leftToTheReader);
+            ::sigaddset(&leftToTheReader, SIGINT);
+            ::pthread_sigmask(SIG_BLOCK, &leftToTheReader, nullptr);
+            while (StateOfThread(reader) != 'S') {
+                std::this_thread::yield();
+            }
+            ::kill(::getpid(), SIGINT);
+            while (!IsSet(&ProcessStopFlag())) {
+                std::this_thread::yield();
+            }
+            EXPECT_EQ(::write(write, "x", 1), 1);
+        });
+        char byte = 0;
+        const ssize_t got = ::read(ends[0], &byte, 1);
+        EXPECT_EQ(got, 1) << std::strerror(errno);
+        interrupter.join();
     });
 }
 

@@ -129,5 +129,25 @@ TEST_F(MissionObjectsTest, EveryIllegalSectionIsListed) {
     EXPECT_THAT(Starts(), IsEmpty());
 }
 
+TEST_F(MissionObjectsTest, OneIllegalSectionOfAnyKindEndsTheRun) {
+    failures = {"check B"};
+    const std::vector<std::pair<std::string ConfigText::*, std::string>> kinds = {
+        {&ConfigText::parallel, "parallelCollector"},
+        {&ConfigText::serial, "collector"},
+        {&ConfigText::compare, "comparator"}};
+    for (const auto& [list, modeName] : kinds) {
+        ConfigText config;
+        config.*list = R"(["B"])";
+        const Captured run = Run(config.Text());
+        EXPECT_EQ(result, 0) << modeName;
+        EXPECT_EQ(run.err,
+                  CreationLines(DataPath()) + NoToolVersionLine(DataPath()) +
+                      "[ZarnManager] Options check for " + modeName +
+                      " mode B failed!\n"
+                      "[ZarnManager] Some illegal config settings found, failed to start !\n");
+    }
+    EXPECT_THAT(Starts(), IsEmpty());
+}
+
 }  // namespace
 }  // namespace zarn::test

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include "tests/support/process_state.h"
 #include "tests/unit/comparators/cpu/comparison_fixture.h"
 
 namespace zarn {
@@ -181,6 +182,25 @@ TEST_F(CpuComparatorTest, TableThatCannotBeOpenedFailsIt) {
               "[CpuComparator] Failed to open the output file.\n"
               "[CpuComparator] Failed to write cpu info!\n"
               "[CpuComparator] Failed to process cpu comparator!\n");
+    EXPECT_FALSE(HasCostLine());
+}
+
+// The table of so many processes does not fit; what is printed meanwhile does.
+TEST_F(CpuComparatorTest, TableThatDoesNotFitFailsIt) {
+    std::string names;
+    for (int i = 0; i < 1000; ++i) {
+        names += (names.empty() ? "\"p" : ",\"p") + std::to_string(i) + "\"";
+    }
+    AddLog("v1", "cpu_global_1_1.log", GlobalSample(5));
+    AddLog("v1", "soc_gea_cpu_usage_info_1_1.log", UsageSample(UsageRow("p1", 10)));
+    const test::ScopedFileSizeLimit limit(8192);
+    const Captured printed =
+        Compare(R"({"job": ["selected_process"], "process": [)" + names + "]}");
+    EXPECT_FALSE(passed_);
+    EXPECT_EQ(printed.err,
+              "[CpuComparator] Failed to write cpu info!\n"
+              "[CpuComparator] Failed to process cpu comparator!\n");
+    EXPECT_EQ(Table(), "");
     EXPECT_FALSE(HasCostLine());
 }
 

@@ -18,6 +18,7 @@
 #include "tests/support/key_check.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/unresolvable_folder.h"
 
 namespace zarn::test {
 namespace {
@@ -55,12 +56,14 @@ protected:
         return Capture([this] { RunUncaptured(); });
     }
 
-    void RunUncaptured() {
+    void RunUncaptured() { RunAt(dir.Path()); }
+
+    void RunAt(const std::string& dataPath) {
         JsonDocument config;
         EXPECT_TRUE(ParseJson(R"({"DdrComparator":{"job":["global"]}})", config));
         DdrComparator comparator(DdrComparator::kName, versions);
         EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
-        result = comparator.Start(config, dir.Path(), &stopFlag);
+        result = comparator.Start(config, dataPath, &stopFlag);
     }
 
     [[nodiscard]] std::string Table() const { return dir.Read("csv/ddr/soc_ddr_comp_info.csv"); }
@@ -358,6 +361,16 @@ TEST_F(DdrComparatorDeathTest, AVersionBeyondMemoryFailsTheComparison) {
         testing::StrEq("[DdrComparator] Failed to compare ddr using info! \n"
                        "[DdrComparator] Failed to compare the ddr using info between selected "
                        "versions!\n"));
+}
+
+TEST_F(DdrComparatorTest, ADirectoryThatCannotBeResolvedEndsTheFirstStep) {
+    const UnresolvableFolder folder;
+    const Captured captured = Capture([this] { RunAt("./"); });
+    EXPECT_FALSE(result);
+    EXPECT_EQ(captured.err,
+              "[DdrComparator] Can't get real path\n"
+              "[DdrComparator] Failed to initialize file path!\n");
+    EXPECT_EQ(captured.out, "[DdrComparator] DdrComparator Start.\n");
 }
 
 TEST_F(DdrComparatorTest, AFullDiskIsTold) {

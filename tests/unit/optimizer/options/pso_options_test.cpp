@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
 
 #include "tests/unit/optimizer/options/options_fixture.h"
@@ -139,6 +140,16 @@ TEST(PsoOptionsTest, NumbersMayBeWrittenAsIntegers) {
     EXPECT_EQ(run.settings.psoState.w_v, 1.0);
     EXPECT_EQ(run.settings.psoState.w_p, -2.0);
     EXPECT_EQ(run.settings.psoState.w_g, double{3.4e38F});
+}
+
+TEST(PsoOptionsTest, TheGreatestNumberOfSinglePrecisionIsTaken) {
+    // Written out, since the library rounds most shorter forms to a neighbour.
+    const std::string greatest = "340282346638528859811704183484516925440";
+    const OptionsRun run =
+        ReadOptions(Whole("'psoParams': {'w_v': " + greatest + ", 'w_p': -" + greatest + "}"));
+    EXPECT_TRUE(run.ok);
+    EXPECT_EQ(run.settings.psoState.w_v, double{std::numeric_limits<float>::max()});
+    EXPECT_EQ(run.settings.psoState.w_p, double{std::numeric_limits<float>::lowest()});
 }
 
 TEST(PsoOptionsTest, IndexesOfAWrongTypeAreRefused) {

@@ -125,12 +125,16 @@ TEST(BuildCpuJson, TornSummariesAddNoEntry) {
 }
 
 TEST(BuildCpuJson, ACoreWithoutANumberIsCoreZero) {
-    EXPECT_EQ(
-        CpuArray({}, {"top", "Tasks: 1", " Cpu12 : 1 us", "CpuX : 2 us", "C : 3 us", "Cpu: 4 us"}),
-        R"([{"cpuId":12,"cpuInfo":"1"},{"cpuId":0,"cpuInfo":"2"},{"cpuId":0,"cpuInfo":"3"},)"
-        R"({"cpuId":0,"cpuInfo":"4"}])");
     std::string array;
-    const auto captured = test::Capture([&array] {
+    auto captured = test::Capture([&array] {
+        array = CpuArray({}, {"top", "Tasks: 1", " Cpu12 : 1 us", "CpuX : 2 us", "C : 3 us",
+                              "Cpu: 4 us", "Cpu5x : 5 us"});
+    });
+    EXPECT_EQ(array,
+              R"([{"cpuId":12,"cpuInfo":"1"},{"cpuId":0,"cpuInfo":"2"},{"cpuId":0,"cpuInfo":"3"},)"
+              R"({"cpuId":0,"cpuInfo":"4"},{"cpuId":0,"cpuInfo":"5"}])");
+    EXPECT_EQ(captured.err, "");
+    captured = test::Capture([&array] {
         array = CpuArray(
             {}, {"top", "Tasks: 1", "Cpu4294967295 : 1 us", "Cpu99999999999999999999 : 2 us"});
     });
