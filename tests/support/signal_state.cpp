@@ -1,4 +1,4 @@
-#include "tests/system/support/signal_state.h"
+#include "tests/support/signal_state.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -10,8 +10,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool ThreadIsDoneWith(int signal, const fs::path& status) {
-    std::ifstream file(status);
+fs::path ThreadsOf(pid_t process) {
+    return "/proc/" + std::to_string(process) + "/task";
+}
+
+}  // namespace
+
+bool IsThreadDoneWith(int signal, pid_t process, pid_t thread) {
+    std::ifstream file(ThreadsOf(process) / std::to_string(thread) / "status");
     const std::uint64_t bit = std::uint64_t{1} << static_cast<unsigned>(signal - 1);
     bool isDone = true;
     for (std::string key; file >> key;) {
@@ -26,13 +32,10 @@ bool ThreadIsDoneWith(int signal, const fs::path& status) {
     return isDone;
 }
 
-}  // namespace
-
 bool IsDoneWith(int signal, pid_t process) {
     std::error_code gone;
-    for (const auto& thread :
-         fs::directory_iterator("/proc/" + std::to_string(process) + "/task", gone)) {
-        if (!ThreadIsDoneWith(signal, thread.path() / "status")) {
+    for (const auto& thread : fs::directory_iterator(ThreadsOf(process), gone)) {
+        if (!IsThreadDoneWith(signal, process, std::stoi(thread.path().filename()))) {
             return false;
         }
     }

@@ -13,9 +13,9 @@
 #include <sstream>
 
 #include "formats/run_tree.h"
+#include "tests/support/signal_state.h"
 #include "tests/system/support/private_usr.h"
 #include "tests/system/support/programs.h"
-#include "tests/system/support/signal_state.h"
 #include "tests/system/support/tracked_process.h"
 
 namespace zarn::test {

@@ -19,6 +19,7 @@
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_runner.h"
 #include "tests/support/process_state.h"
+#include "tests/support/signal_state.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn {
@@ -319,33 +320,61 @@ TEST_P(InterruptTest, ReachesTheCallerWhileItWaits) {
     EXPECT_TRUE(IsSet(&interrupted));
 }
 
-// The child lives until the caller's handler has run, so that it surely breaks a wait off.
+// A named pipe, open at both ends, so that nobody waits for the other end.
+class Gate {
+public:
+    Gate() : path_(directory_.Path() + "gate") {
+        EXPECT_EQ(::mkfifo(path_.c_str(), 0600), 0);
+        fd_ = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+    }
+    Gate(const Gate&) = delete;
+    Gate& operator=(const Gate&) = delete;
+    ~Gate() { ::close(fd_); }
+
+    [[nodiscard]] const std::string& Path() const { return path_; }
+    void Open() const { EXPECT_EQ(::write(fd_, "\n", 1), 1); }
+    void Pass() const {
+        char byte = 0;
+        EXPECT_EQ(::read(fd_, &byte, 1), 1);
+    }
+
+private:
+    test::TempDir directory_;
+    std::string path_;
+    int fd_ = -1;
+};
+
+// The child lives until the caller has dealt with the interrupt and waits again, so that the
+// interrupt surely breaks a wait off.
 TEST_P(InterruptTest, EndsNoWait) {
     const test::ScopedHandling handling(SIGINT, NoteInterrupt, GetParam());
-    const test::TempDir directory;
-    const std::string fifo = directory.Path() + "fifo";
-    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    const auto letGoAfterInterrupt = [&fifo] {
-        while (!IsSet(&interrupted)) {
-            std::this_thread::yield();
-        }
-        ::close(::open(fifo.c_str(), O_WRONLY));
-    };
-    const std::string command = "kill -INT $PPID; read line < " + fifo + "; ";
     for (const bool captures : {false, true}) {
+        const Gate sent;
+        const Gate go;
         interrupted = 0;
-        sigset_t interrupt;
-        ::sigemptyset(&interrupt);
-        ::sigaddset(&interrupt, SIGINT);
-        ::pthread_sigmask(SIG_BLOCK, &interrupt, nullptr);  // left to the thread that waits
-        std::thread other(letGoAfterInterrupt);
-        ::pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
+        std::thread other([&sent, &go, waiter = ::gettid()] {
+            sigset_t leftToTheWaiter;
+            ::sigemptyset(&leftToTheWaiter);
+            ::sigaddset(&leftToTheWaiter, SIGINT);
+            ::pthread_sigmask(SIG_BLOCK, &leftToTheWaiter, nullptr);
+            sent.Pass();
+            while (!test::IsThreadDoneWith(SIGINT, ::getpid(), waiter)) {
+                std::this_thread::yield();
+            }
+            go.Open();
+        });
+        const std::string command = "kill -INT $PPID; echo > " + sent.Path() + "; read line < " +
+                                    go.Path() + "; echo on; exit 5";
         if (captures) {
-            EXPECT_EQ(Output(command + "echo on"), "on\n");
+            EXPECT_EQ(Output(command), "on\n");
         } else {
-            EXPECT_EQ(StatusOf(command + "exit 5"), 5 << 8);
+            const test::Captured captured =
+                test::Capture([&command] { EXPECT_EQ(StatusOf(command), 5 << 8); });
+            EXPECT_EQ(captured.out, "on\n");
         }
+        sent.Open();  // should the child not have come so far
         other.join();
+        EXPECT_TRUE(IsSet(&interrupted));
     }
 }
 

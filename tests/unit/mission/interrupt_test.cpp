@@ -9,9 +9,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <thread>
 
+#include "tests/support/signal_state.h"
 #include "tests/unit/mission/manager_fixture.h"
 
 namespace zarn::test {
@@ -86,18 +86,6 @@ TEST_F(InterruptTest, IsReceivedFromTheConfigurationOn) {
     });
 }
 
-// What thread `id` of this process does, by its letter: S sleeps, R runs.
-char StateOfThread(pid_t id) {
-    std::ifstream status("/proc/self/task/" + std::to_string(id) + "/status");
-    for (std::string key; status >> key;) {
-        if (key == "State:") {
-            status >> key;
-            return key.front();
-        }
-    }
-    return '?';
-}
-
 TEST_F(InterruptTest, BreaksNoSystemCallOff) {
     InChild([] {
         InstallInterruptHandler();
@@ -108,19 +96,21 @@ TEST_F(InterruptTest, BreaksNoSystemCallOff) {
             ::sigemptyset(&leftToTheReader);
             ::sigaddset(&leftToTheReader, SIGINT);
             ::pthread_sigmask(SIG_BLOCK, &leftToTheReader, nullptr);
-            while (StateOfThread(reader) != 'S') {
-                std::this_thread::yield();
-            }
+            const auto letItSleep = [reader] {
+                while (!IsThreadDoneWith(SIGINT, ::getpid(), reader)) {
+                    std::this_thread::yield();
+                }
+            };
+            letItSleep();
             ::kill(::getpid(), SIGINT);
-            while (!IsSet(&ProcessStopFlag())) {
-                std::this_thread::yield();
-            }
+            letItSleep();
             EXPECT_EQ(::write(write, "x", 1), 1);
         });
         char byte = 0;
         const ssize_t got = ::read(ends[0], &byte, 1);
         EXPECT_EQ(got, 1) << std::strerror(errno);
         interrupter.join();
+        EXPECT_TRUE(IsSet(&ProcessStopFlag()));
     });
 }
 
