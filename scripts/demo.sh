@@ -2,7 +2,10 @@
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
 # settings, the analysis of an old tree, the comparison of both, and the optimizer by hand and by search.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
+#
+# usage: scripts/demo.sh
 source "$(dirname "$0")/lib.sh"
+take_arguments 0 '' "$@"
 
 need_packages scripts/packages.txt
 build_preset release zarn-and-board

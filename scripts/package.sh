@@ -4,6 +4,7 @@
 #
 # usage: scripts/package.sh
 source "$(dirname "$0")/lib.sh"
+take_arguments 0 '' "$@"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
 mkdir -p build/packages

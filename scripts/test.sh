@@ -5,13 +5,10 @@
 #
 # usage: scripts/test.sh [--all]
 source "$(dirname "$0")/lib.sh"
+take_arguments 1 --all "$@"
 
 all=false
-case "${1:-}" in
-    "") ;;
-    --all) all=true ;;
-    *) echo "usage: scripts/test.sh [--all]" >&2; exit 2 ;;
-esac
+[ $# -eq 0 ] || all=true
 
 # run_tests PRESET [CTEST_OPTION...]
 run_tests() {
