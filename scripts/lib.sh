@@ -72,3 +72,16 @@ build_preset() {
     cmake --preset "$preset" "${launcher[@]}" >"/dev/null"
     cmake --build --preset "$preset" ${*:+--target "$@"}
 }
+
+# Where the results of tests are put, in JUnit's form: a file for each run.
+test_results=$root/build/test_results
+
+# Runs the suite of a built preset, or what options let through of it; NAME is that of the results, else the preset's.
+# run_tests PRESET[:NAME] [CTEST_OPTION...]
+run_tests() {
+    local preset=${1%%:*} name=${1##*:}
+    say "Testing preset $preset"
+    mkdir -p "$test_results"
+    rm -f "$test_results/$name.xml"
+    ctest --preset "$preset" -j "$(nproc)" --output-junit "$test_results/$name.xml" "${@:2}"
+}

@@ -23,5 +23,5 @@ rm -rf "$installed"
 for package in build/packages/*_"$(dpkg --print-architecture)".deb; do
     dpkg-deb --extract "$package" "$installed"
 done
-ZARN_PREFIX=$installed/usr ctest --preset release -j "$(nproc)" -L system
+ZARN_PREFIX=$installed/usr run_tests release:packages -L system
 ls -l build/packages

@@ -27,5 +27,22 @@ for script in "$root"/scripts/*.sh; do
     expect "$name --no-such-option: error stream" "$("$script" --help | grep '^usage:')" "$(cat err)"
 done
 
+# The forms of ctest and of GoogleTest.
+cat >ctest.xml <<'EOF'
+<testsuite name="x" tests="4" failures="1" disabled="1" skipped="1">
+  <testcase name="a" status="run"/><testcase name="b" status="fail"><failure message=""/></testcase>
+  <testcase name="c" status="notrun"><skipped message="SKIP_REGULAR_EXPRESSION_MATCHED"/></testcase>
+  <testcase name="d" status="disabled"/>
+</testsuite>
+EOF
+cat >gtest.xml <<'EOF'
+<testsuites tests="4" failures="1"><testsuite name="s">
+  <testcase name="a" status="run" result="completed"/><testcase name="b" status="run" result="completed"><failure message=""/></testcase>
+  <testcase name="c" status="run" result="skipped"><skipped message=""/></testcase>
+  <testcase name="e" status="run" result="completed"/>
+</testsuite></testsuites>
+EOF
+expect "the total of tests" "3 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml gtest.xml)"
+
 [ "$failures" -gt 0 ] || echo "the scripts are in order"
 [ "$failures" -eq 0 ]
