@@ -85,3 +85,11 @@ run_tests() {
     rm -f "$test_results/$name.xml"
     ctest --preset "$preset" -j "$(nproc)" --output-junit "$test_results/$name.xml" "${@:2}"
 }
+
+# Makes the Debian packages of a built folder below it, in packages/. The times in them are that of the last commit.
+# pack FOLDER [CPACK_OPTION...]
+pack() {
+    rm -rf "$1/packages"
+    export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
+    (umask 022 && cd "$1" && cpack -G DEB "${@:2}" >/dev/null)
+}

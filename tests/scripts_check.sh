@@ -44,5 +44,27 @@ cat >gtest.xml <<'EOF'
 EOF
 expect "the total of tests" "3 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml gtest.xml)"
 
+# completions COMMAND WORD...: what is offered for the last word.
+completions() (
+    command=$1
+    # shellcheck source=/dev/null
+    source "$root/packaging/completions/$(basename "$command")"
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMPREPLY=()
+    "$(complete -p "$(basename "$command")" | sed 's/.*-F \([^ ]*\).*/\1/')"
+    printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd' '
+)
+mkdir folder && touch a.json b.txt 'with blank.json'
+board=$root/board/zarn-board
+expect "zarn completes configurations" "a.json folder with blank.json" "$(completions zarn '')"
+expect "zarn takes one argument" "" "$(completions zarn a.json '')"
+expect "zarn-board completes scenarios" "throttled_cpu" "$(completions "$board" --scenario thr)"
+expect "zarn-board completes options" "--scenario --seed" "$(completions "$board" --s)"
+expect "zarn-board completes folders" "folder" "$(completions "$board" --opt-usr '')"
+expect "zarn-board completes a plan's file" "b.txt" "$(completions "$board" --faults b)"
+expect "zarn-board completes the command" "unshare" "$(completions "$board" --seed 1 -- unshar)"
+expect "zarn-board completes the command's files" "a.json" "$(completions "$board" -- cat a)"
+expect "zarn-board-server completes commands" "serve status" "$(completions zarn-board-server s)"
+expect "zarn-board-server completes files" "b.txt" "$(completions zarn-board-server status b)"
+
 [ "$failures" -gt 0 ] || echo "the scripts are in order"
 [ "$failures" -eq 0 ]
