@@ -1,6 +1,14 @@
-# The Debian packages: zarn, the program with its manual and examples, and zarn-board, the virtual board with the
-# simulated device libraries apart from it. On the real board its own libraries take their place.
+# The Debian packages: zarn, the program with its manual and examples; zarn-board-libs, the simulated device libraries
+# without which it does not start; and zarn-board, the virtual board, which needs both. On the real board a package of
+# the board's own libraries provides zarn-platform-libs instead.
 include(GNUInstallDirs)
+
+set(packages zarn)
+set(ZARN_LIBRARIES "zarn-platform-libs")
+if(ZARN_PLATFORM STREQUAL "simulated")
+  list(APPEND packages zarn-board-libs zarn-board)
+  set(ZARN_LIBRARIES "zarn-board-libs (= ${PROJECT_VERSION}) | zarn-platform-libs")
+endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zarn)
@@ -11,7 +19,7 @@ set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR}/packages)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL zarn zarn-board)
+set(CPACK_COMPONENTS_ALL ${packages})
 set(CPACK_COMPONENTS_GROUPING IGNORE)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
@@ -23,24 +31,40 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
   set(CPACK_STRIP_EXECUTABLE aarch64-linux-gnu-strip)
 endif()
 
+# What the libraries of the system must be is computed from the symbols that the built files use. A cross build has no
+# list of the other architecture's symbols to compute it from: scripts/package.sh tells it there.
+if(NOT CMAKE_CROSSCOMPILING)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+endif()
+
 set(CPACK_DEBIAN_ZARN_PACKAGE_NAME zarn)
-set(CPACK_DEBIAN_ZARN_PACKAGE_DEPENDS "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), procps")
+set(CPACK_DEBIAN_ZARN_PACKAGE_DEPENDS "${ZARN_LIBRARIES}, procps")
 set(CPACK_DEBIAN_ZARN_PACKAGE_SUGGESTS "zarn-board")
 set(CPACK_DEBIAN_ZARN_DESCRIPTION "performance tool of an automotive computing board
 A single-shot tool driven by one JSON file: collectors measure the running
 system, analyzers turn raw data into peaks, averages and abnormal events,
 comparators set software versions side by side, and an optimizer searches
 DDR bandwidth settings. Results are raw text, JSON lines and CSV.")
+# The simulated libraries stand before the system's on the program's search path, so both at once will not do.
+set(CPACK_DEBIAN_ZARN-BOARD-LIBS_PACKAGE_NAME zarn-board-libs)
+set(CPACK_DEBIAN_ZARN-BOARD-LIBS_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_ZARN-BOARD-LIBS_PACKAGE_PROVIDES zarn-platform-libs)
+set(CPACK_DEBIAN_ZARN-BOARD-LIBS_PACKAGE_CONFLICTS zarn-platform-libs)
+set(CPACK_DEBIAN_ZARN-BOARD-LIBS_DESCRIPTION "simulated device libraries for zarn
+The libraries of the board's devices as zarn meets them. Without a virtual
+board they answer that there is no device; on one they answer from its
+memory model.")
 set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_NAME zarn-board)
 set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_DEPENDS
-    "libc6 (>= 2.36), libgcc-s1, libstdc++6 (>= 12), proot, procps")
+    "zarn (= ${PROJECT_VERSION}), zarn-board-libs (= ${PROJECT_VERSION}), mount, procps, proot")
 set(CPACK_DEBIAN_ZARN-BOARD_DESCRIPTION "virtual board for zarn
-Simulated device libraries, kernel files and platform tools with a launcher
-that puts them where they stand on the real board, so that every mission of
-zarn runs on a plain Linux machine without root.")
+Simulated kernel files and platform tools with a launcher that puts them
+where they stand on the real board, so that every mission of zarn runs on
+a plain Linux machine without root.")
 
 # The files that Debian's policy wants beside a package's own.
-foreach(package zarn zarn-board)
+foreach(package ${packages})
   install(FILES packaging/copyright DESTINATION share/doc/${package} COMPONENT ${package})
   install(CODE "
     execute_process(COMMAND gzip -9nc \"${PROJECT_SOURCE_DIR}/packaging/changelog\"
@@ -67,5 +91,10 @@ install(TARGETS zarn RUNTIME DESTINATION bin COMPONENT zarn)
 # All pages, since they point to each other, with the missions' pages and the examples in their folders.
 install(DIRECTORY docs/ DESTINATION share/doc/zarn COMPONENT zarn
         FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN man EXCLUDE)
+# Bash completes the arguments of a command by the file of its name.
+set(completions ${PROJECT_SOURCE_DIR}/packaging/completions)
+install(FILES ${completions}/zarn DESTINATION share/bash-completion/completions COMPONENT zarn)
+install(FILES ${completions}/zarn-board ${completions}/zarn-board-server
+        DESTINATION share/bash-completion/completions COMPONENT zarn-board)
 
 include(CPack)

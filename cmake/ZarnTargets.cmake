@@ -12,6 +12,7 @@ endif()
 function(zarn_flags target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZARN_WARNINGS}>)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  zarn_fortify(${target})
   if(ZARN_SANITIZE)
     # Instrumented code makes the compiler suspect the regular expressions of its own library. And
     # the JSON library's headers add an offset to a null pointer where nothing is read: not our finding.

@@ -4,6 +4,7 @@
 #
 # usage: scripts/bench.sh [FILTER]     a regular expression on the names
 source "$(dirname "$0")/lib.sh"
+take_arguments 1 '[^-].*' "$@"
 
 need_packages scripts/packages.txt
 build_preset release

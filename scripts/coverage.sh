@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Prints line and branch figures, of all and of the pure functions, of the last run of the suite in the asan preset,
 # which carries the counters; runs it first if there was none. The report is build/coverage/index.html.
+#
+# usage: scripts/coverage.sh
 source "$(dirname "$0")/lib.sh"
+take_arguments 0 '' "$@"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
 if [ -z "$(find build/asan -name '*.gcda' -print -quit 2>/dev/null)" ]; then

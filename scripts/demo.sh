@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
-# settings, the analysis of an old tree, the comparison of both, and the optimizer by hand and by search.
+# settings, the analysis of an old tree, the comparison of both, and the optimizer by hand and by search. Says at its
+# end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
+#
+# usage: scripts/demo.sh
 source "$(dirname "$0")/lib.sh"
+take_arguments 0 '' "$@"
 
 need_packages scripts/packages.txt
 build_preset release zarn-and-board
@@ -10,7 +14,7 @@ build_preset release zarn-and-board
 demo=$root/build/demo
 usr=$demo/usr
 rm -rf "$demo"
-mkdir -p "$usr"
+mkdir -p "$usr" "$demo/log"
 cp docs/examples/tour_*.json docs/examples/ddr_optimize_auto.json "$usr/"
 
 # zarn_on_board SCENARIO BOARD CONFIGURATION [OPTION...]: runs zarn on the board of that name, which keeps its settings.
@@ -20,7 +24,7 @@ zarn_on_board() {
 }
 
 # The newest run directory.
-newest() { ls -d "$usr"/mnt/zarn/zarn_data_* | tail -n 1; }
+newest() { find "$usr/mnt/zarn" -maxdepth 1 -name 'zarn_data_*' | sort | tail -n 1; }
 
 # keep_as NAME: the newest run can be named so in a configuration.
 keep_as() { ln -sfn "$(basename "$(newest)")" "$usr/mnt/zarn/$1"; }
@@ -38,46 +42,69 @@ under_load() {
     return "$status"
 }
 
-# rows FILE PATTERN...: the head line and the rows that begin with a pattern, as a table.
-rows() {
-    local file=$1
-    shift
-    { head -n 1 "$file"; for row in "$@"; do grep "^$row" "$file"; done; } | column -s, -t
+ticker=
+stop_ticking() {
+    [ -n "$ticker" ] || return 0
+    kill "$ticker"
+    wait "$ticker" 2>/dev/null || true
+    ticker=
+    printf '\r\033[K'
+}
+trap stop_ticking EXIT
+
+# Seconds count in the title's line until they are stopped.
+tick() {
+    local second
+    for ((second = 0; ; second++)); do
+        printf '\r%s ... %d s' "$1" "$second"
+        sleep 1
+    done
 }
 
-say "1. Baseline: CPU and DDR measured in parallel, then analysed"
-zarn_on_board camera_pipeline board tour_collect.json
+stages=6 stage=0
+# stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
+stage() {
+    local title log begun=$SECONDS status=0
+    stage=$((stage + 1))
+    title="[$stage/$stages] $1"
+    log=$demo/log/$stage.log
+    if [ -t 1 ]; then
+        tick "$title" &
+        ticker=$!
+    fi
+    "${@:2}" >"$log" 2>&1 || status=$?
+    stop_ticking
+    if [ "$status" -ne 0 ] || ! grep -qFx '[Main] Collection jobs finished.' "$log"; then
+        tail -n 20 "$log" >&2
+        echo "$title failed, see $log" >&2
+        exit 1
+    fi
+    printf '%s (%d s)\n' "$title" $((SECONDS - begun))
+}
+
+say "The tour"
+begun=$SECONDS
+stage "Baseline: CPU and DDR measured in parallel, then analysed" zarn_on_board camera_pipeline board tour_collect.json
 keep_as baseline
-
-say "2. Bandwidth of three masters cut by hand"
-zarn_on_board camera_pipeline board tour_throttle.json
-
-say "3. The same measurement, throttled and under CPU load"
-under_load zarn_on_board camera_pipeline board tour_collect.json
+stage "The bandwidth of some masters cut by hand" zarn_on_board camera_pipeline board tour_throttle.json
+stage "The same measurement, throttled and under CPU load" under_load zarn_on_board camera_pipeline board tour_collect.json
 keep_as throttled
-
-say "4. The baseline analysed again from its tree"
-zarn_on_board camera_pipeline board tour_history.json
-
-say "5. Both versions side by side"
-zarn_on_board camera_pipeline board tour_compare.json
+stage "The baseline analysed again from its tree" zarn_on_board camera_pipeline board tour_history.json
+stage "Both versions side by side" zarn_on_board camera_pipeline board tour_compare.json
 comparison=$(newest)
-
-say "6. The optimizer searches bounds under a memory-hungry AI and image load"
-zarn_on_board memory_hungry search ddr_optimize_auto.json --workdir "$demo/bench" >"$demo/search.out"
+stage "The optimizer searches bounds under a memory-hungry AI and image load" \
+    zarn_on_board memory_hungry search ddr_optimize_auto.json --workdir "$demo/bench"
 search=$(newest)
+echo "The tour took $((SECONDS - begun)) s."
 
-say "CPU load, baseline and loaded"
-rows "$comparison/csv/cpu/cpu_comparator_result.csv" cpu_us_avg cpu_id_avg load_avg_1_min_max tasks_total_avg
-say "DDR bandwidth in percent of the peak, untouched and throttled by QoS settings"
-rows "$comparison/csv/ddr/soc_ddr_comp_info.csv" 'total_mean' 'cpu_' 'imgp_vpc_' 'isp_viproc_'
-say "Frame rates of the search (the labels stand as the optimizer writes them)"
-grep -E 'best bw|best cpu perf|benchmark :|optimized :' "$search"/raw_data/ddr/soc_ddr_opt_info_1_*.log | tail -n 5
-say "Files to look at"
+say "What was found"
+scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search"
+say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
 throttled run     $usr/mnt/zarn/throttled/
 comparison tables $comparison/csv/cpu/cpu_comparator_result.csv
                   $comparison/csv/ddr/soc_ddr_comp_info.csv
-search log        $(ls "$search"/raw_data/ddr/soc_ddr_opt_info_1_*.log)
+search log        $(find "$search/raw_data/ddr" -name 'soc_ddr_opt_info_1_*.log')
+what zarn said    $demo/log/
 EOT

@@ -3,8 +3,9 @@
 #
 # usage: scripts/fuzz.sh SECONDS [TARGET...]     seconds for each target
 source "$(dirname "$0")/lib.sh"
+take_arguments 1000 '[0-9]+|[a-z][a-z_]*' "$@"
 
-[[ "${1:-}" =~ ^[0-9]+$ ]] || { echo "usage: scripts/fuzz.sh SECONDS [TARGET...]" >&2; exit 2; }
+[[ ${1:-} =~ ^[0-9]+$ ]] || usage_error
 seconds=$1
 shift
 need_packages scripts/packages.txt scripts/packages-dev.txt

@@ -3,6 +3,7 @@
 #
 # usage: scripts/key_tables.sh
 source "$(dirname "$0")/lib.sh"
+take_arguments 0 '' "$@"
 
 need_packages scripts/packages.txt
 build_preset release setting_keys

@@ -1,8 +1,34 @@
-# Shared by the scripts of this folder: where the project is, which packages a job needs, how a preset is built.
+# Shared by the scripts of this folder: where the project is, how a script is called, which packages a job needs, how a
+# preset is built and packed.
 
 set -euo pipefail
+script=$(readlink -f -- "$0")
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
+
+# Prints the comment at the head of the script, which is its help and holds the line "usage: ...".
+print_help() { awk 'NR > 1 { if (!/^#/) exit; sub(/^# ?/, ""); print }' "$script"; }
+
+# Ends a script that was called in a way that it does not know.
+usage_error() {
+    print_help | grep '^usage:' >&2
+    exit 2
+}
+
+# Answers --help, and refuses more than MOST arguments or one that is not, as a whole, of PATTERN, an extended regular
+# expression.
+# take_arguments MOST PATTERN ARGUMENT...
+take_arguments() {
+    local most=$1 pattern=$2 argument
+    shift 2
+    for argument in "$@"; do
+        [ "$argument" != --help ] || { print_help; exit 0; }
+    done
+    [ $# -le "$most" ] || usage_error
+    for argument in "$@"; do
+        [[ $argument =~ ^($pattern)$ ]] || usage_error
+    done
+}
 
 # Prints a headline.
 say() { printf '\n== %s\n' "$*"; }
@@ -45,4 +71,25 @@ build_preset() {
     say "Building preset $preset"
     cmake --preset "$preset" "${launcher[@]}" >"/dev/null"
     cmake --build --preset "$preset" ${*:+--target "$@"}
+}
+
+# Where the results of tests are put, in JUnit's form: a file for each run.
+test_results=$root/build/test_results
+
+# Runs the suite of a built preset, or what options let through of it; NAME is that of the results, else the preset's.
+# run_tests PRESET[:NAME] [CTEST_OPTION...]
+run_tests() {
+    local preset=${1%%:*} name=${1##*:}
+    say "Testing preset $preset"
+    mkdir -p "$test_results"
+    rm -f "$test_results/$name.xml"
+    ctest --preset "$preset" -j "$(nproc)" --output-junit "$test_results/$name.xml" "${@:2}"
+}
+
+# Makes the Debian packages of a built folder below it, in packages/. The times in them are that of the last commit.
+# pack FOLDER [CPACK_OPTION...]
+pack() {
+    rm -rf "$1/packages"
+    export SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-$(git log -1 --format=%ct)}
+    (umask 022 && cd "$1" && cpack -G DEB "${@:2}" >/dev/null)
 }

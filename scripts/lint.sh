@@ -4,6 +4,7 @@
 #
 # usage: scripts/lint.sh [--all]
 source "$(dirname "$0")/lib.sh"
+take_arguments 1 --all "$@"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
 say "Format"

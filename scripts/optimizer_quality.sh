@@ -1,28 +1,23 @@
 #!/usr/bin/env bash
-# Makes the tables of docs/optimizer.md anew: five scenarios, 20 seeds each. Takes some minutes.
-# Usage: scripts/optimizer_quality.sh [BUILD_DIRECTORY [SEEDS]]
-set -euo pipefail
+# How good the optimizer's search is: five scenarios, 20 seeds each. Prints the tables, and puts those of 20 seeds into
+# docs/optimizer.md. Takes some minutes.
+#
+# usage: scripts/optimizer_quality.sh [SEEDS]
+source "$(dirname "$0")/lib.sh"
+take_arguments 1 '[1-9][0-9]*' "$@"
 
-root=$(cd "$(dirname "$0")/.." && pwd -P)
-build=${1:-$root/build/release}
-seeds=${2:-20}
-page=$root/docs/optimizer.md
-
-ninja -C "$build" optimizer_quality >&2
+need_packages scripts/packages.txt
+build_preset release optimizer_quality
+seeds=${1:-20}
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
+say "Searching, $seeds seeds"
 scenarios=
 for name in camera_pipeline ai_burst throttled_cpu memory_hungry image_flood; do
-    scenarios+=${scenarios:+,}$root/board/scenarios/$name.json
+    scenarios+=${scenarios:+,}board/scenarios/$name.json
 done
-"$build/bin/optimizer_quality" "$scenarios" "$root/board/virtual_node/config/Config.yaml" "$seeds" 2 \
+build/release/bin/optimizer_quality "$scenarios" board/virtual_node/config/Config.yaml "$seeds" 2 \
     "$scratch/table.md" >"$scratch/lines" 2>&1 || { tail -n 3 "$scratch/lines" >&2; exit 1; }
-
-# The tables stand between two marks.
-awk -v table="$scratch/table.md" '
-    /<!-- tables end -->/ { skip = 0 }
-    !skip { print }
-    /<!-- tables begin/ { skip = 1; while ((getline line < table) > 0) print line }
-' "$page" >"$scratch/page.md"
-cp "$scratch/page.md" "$page"
+cat "$scratch/table.md"
+[ "$seeds" -ne 20 ] || scripts/put_section.py docs/optimizer.md quality <"$scratch/table.md"

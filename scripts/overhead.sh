@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is
-# and once with 400 more processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of
-# 60 samples goes into docs/performance.md.
+# What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
+# once with 400 more processes, and there one sample more that asks for the threads of every process. Prints zarn's own
+# CPU seconds beside those of the tools it starts; a run of 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
+take_arguments 1 '[1-9][0-9]*' "$@"
 
 need_packages scripts/packages.txt
 build_preset release zarn
@@ -12,31 +13,38 @@ samples=${1:-60}
 usr=$(mktemp -d)
 sleepers=()
 trap 'kill "${sleepers[@]}" 2>/dev/null; rm -rf "$usr"' EXIT
-cat >"$usr/config.json" <<EOT
-{"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
-  "compareMode": {"comparatorName": [], "versionMap": {}}},
- "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 1, "process": ["zarn"],
-  "count": $samples, "thread_collector": false, "json_output": true}}
-EOT
 
 # A private /opt/usr: by a mount namespace for root, else in a user namespace.
 namespace=(unshare --mount --propagation private)
 [ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --mount --propagation private)
+# measure SAMPLES THREADS: whether it asks for threads too is true or false.
 measure() {
-    printf '\n%d samples, %d processes:\n\n' "$samples" "$(ps -e --no-headers | wc -l)"
+    local processes
+    processes=$(ps -e --no-headers | wc -l)
+    cat >"$usr/config.json" <<EOT
+{"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
+  "compareMode": {"comparatorName": [], "versionMap": {}}},
+ "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 1, "process": ["zarn"],
+  "count": $1, "thread_collector": $2, "json_output": true}}
+EOT
+    printf '\nsamples: %d, processes: %d, thread_collector: %s\n\n' "$1" "$processes" "$2"
     "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
-        exec python3 "$2" "$3" /opt/usr/config.json' sh "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn"
-    rm -rf "$usr/mnt"
+        exec python3 "$2" "$3" /opt/usr/config.json "$4"' sh \
+        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" $((processes * $1))
+    rm -rf "${usr:?}/mnt"
 }
 
 mkdir -p build/bench
 {
     echo "$(machine)."
-    measure
+    measure "$samples" false
 } | tee build/bench/overhead.md
 for _ in $(seq 400); do
     sleep 100000 &
     sleepers+=($!)
 done
-measure | tee -a build/bench/overhead.md
+{
+    measure "$samples" false
+    measure 1 true
+} | tee -a build/bench/overhead.md
 [ "$samples" -ne 60 ] || scripts/put_section.py docs/performance.md overhead <build/bench/overhead.md

@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Runs zarn on a configuration and prints what it cost, as a table: overhead_of.py ZARN CONFIGURATION."""
+"""Runs zarn on a configuration and prints what it cost, as a table: overhead_of.py ZARN CONFIGURATION SHARES.
+
+SHARES, processes times passes, divides the CPU time in the table's second row."""
 import os
 import sys
 import time
@@ -18,7 +20,8 @@ def peak_kib(pid):
 
 
 def main():
-    pid = os.posix_spawn(sys.argv[1], sys.argv[1:], os.environ,
+    program, configuration, shares = sys.argv[1:]
+    pid = os.posix_spawn(program, [program, configuration], os.environ,
                          file_actions=[(os.POSIX_SPAWN_OPEN, stream, os.devnull, os.O_WRONLY, 0) for stream in (1, 2)])
     own_peak = 0
     # A process that has ended but is not waited for still has its own times apart from its children's.
@@ -34,6 +37,7 @@ def main():
     print("| | zarn | its tools |")
     print("|---|---|---|")
     print(f"| CPU time, s | {own:.2f} | {children:.2f} |")
+    print(f"| CPU time for a process and pass, ms | {1000 * own / int(shares):.3f} | {1000 * children / int(shares):.3f} |")
     print(f"| largest memory, MiB | {own_peak / 1024:.1f} | {tools_peak} |")
     print(f"| left in the run directory, MB | {tree_bytes('/opt/usr/mnt') / 1e6:.2f} | |")
     return os.waitstatus_to_exitcode(status)

@@ -1,0 +1,81 @@
+#!/usr/bin/env python3
+"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH, three run
+directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load."""
+import csv
+import glob
+import json
+import re
+import sys
+
+
+def the_file(pattern):
+    """The one file of a pattern."""
+    found = glob.glob(pattern)
+    if len(found) != 1:
+        sys.exit(f"{len(found)} files are {pattern}")
+    return found[0]
+
+
+def rows_of(path):
+    """The cells of a comparison table by the name of the row: one cell for each version."""
+    with open(path) as file:
+        return {row[0]: [cell for cell in row[1:] if cell] for row in csv.reader(file) if row}
+
+
+def moved(before, after):
+    """How a figure moved from one version to the other; what a single digit shows counts."""
+    verb = "rose" if round(after, 1) > round(before, 1) else "fell" if round(after, 1) < round(before, 1) else "stayed"
+    return f"{verb} at {before:.1f}" if verb == "stayed" else f"{verb} from {before:.1f} to {after:.1f}"
+
+
+def busiest_process(baseline):
+    """Command and mean load of the process that was on top of the baseline."""
+    with open(the_file(f"{baseline}/json/soc_cpu_ana_global_*.data")) as file:
+        for content in (json.loads(line)["content"] for line in file):
+            for process in content.get("top10ProcInfo", {}).values():
+                return process["procCommand"], float(process["meanUsage"])
+    return None
+
+
+def cpu_sentences(baseline, comparison):
+    table = rows_of(f"{comparison}/csv/cpu/cpu_comparator_result.csv")
+    user, idle, tasks = ([float(cell) for cell in table[f"{row}_avg"]] for row in ("cpu_us", "cpu_id", "tasks_total"))
+    yield (f"CPU: with two busy loops beside it user time {moved(*user)} %, idle time {moved(*idle)} %, "
+           f"with {tasks[0]:.0f} and {tasks[1]:.0f} tasks.")
+    top = busiest_process(baseline)
+    if top:
+        yield f"The busiest process of the baseline was {top[0]}, with {top[1]:.1f} % of a core on average."
+
+
+def ddr_sentences(comparison):
+    table = rows_of(f"{comparison}/csv/ddr/soc_ddr_comp_info.csv")
+    held = {row.removesuffix("_bwHigh(GB/s)"): bounds for row, bounds in table.items()
+            if row.endswith("_bwHigh(GB/s)") and bounds[0] != bounds[1]}
+    yield f"DDR: the traffic {moved(*map(float, table['total_mean(%)']))} % of the peak with {len(held)} masters held down:"
+    for master, bounds in held.items():
+        yield f"  {master}, {bounds[1]} GB/s at most instead of {bounds[0]}, {moved(*map(float, table[f'{master}_mean(%)']))} %."
+
+
+def search_sentences(search):
+    """The optimizer heads the rates with its best bounds by "benchmark", those before the search by "optimized"."""
+    with open(the_file(f"{search}/raw_data/ddr/soc_ddr_opt_info_1_*.log")) as file:
+        log = file.read()
+
+    def rates(label):
+        return {name: float(rate) for name, rate in re.findall(r"(\w+) : ([\d.]+),", re.search(f"{label} :(.*)", log).group(1))}
+
+    before, after = rates("optimized"), rates("benchmark")
+    best = dict(re.findall(r"(\d+) : (\d+),", re.findall("best bwHigh setting:(.*)", log)[-1]))
+    yield (f"Optimizer: the best of {log.count('t-value  cpu')} trials holds the CPU at {best['0']} GB/s, the image block at "
+           f"{best['3']} and AI at {best['5']}. With it")
+    for name, words in (("cpu", "the CPU's rate"), ("aic", "AI's"), ("imgp", "the image block's"), ("isp", "the camera's")):
+        yield f"  {words} {moved(before[name], after[name])} a second{'.' if name == 'isp' else ','}"
+
+
+def main():
+    baseline, comparison, search = sys.argv[1:]
+    for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search)):
+        print(*sentences, sep="\n")
+
+
+main()

@@ -1,0 +1,70 @@
+#!/usr/bin/env bash
+# Checks what of the scripts and the shell's completions can be told without building: scripts_check.sh ROOT
+set -u
+root=$1 failures=0
+
+# expect WHAT EXPECTED ACTUAL
+expect() {
+    [ "$2" != "$3" ] || return 0
+    printf '%s\n  expected: %s\n  but is:   %s\n' "$1" "$2" "$3"
+    failures=$((failures + 1))
+}
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+cd "$scratch" || exit 1
+
+for script in "$root"/scripts/*.sh; do
+    name=scripts/$(basename "$script")
+    [ "$name" != scripts/lib.sh ] || continue
+    "$script" --help >out 2>err </dev/null
+    expect "$name --help: status" 0 $?
+    expect "$name --help: usage lines" 1 "$(grep -c "^usage: $name" out)"
+    expect "$name --help: error stream" "" "$(cat err)"
+    "$script" --no-such-option >out 2>err </dev/null
+    expect "$name --no-such-option: status" 2 $?
+    expect "$name --no-such-option: standard output" "" "$(cat out)"
+    expect "$name --no-such-option: error stream" "$("$script" --help | grep '^usage:')" "$(cat err)"
+done
+
+# The forms of ctest and of GoogleTest.
+cat >ctest.xml <<'EOF'
+<testsuite name="x" tests="4" failures="1" disabled="1" skipped="1">
+  <testcase name="a" status="run"/><testcase name="b" status="fail"><failure message=""/></testcase>
+  <testcase name="c" status="notrun"><skipped message="SKIP_REGULAR_EXPRESSION_MATCHED"/></testcase>
+  <testcase name="d" status="disabled"/>
+</testsuite>
+EOF
+cat >gtest.xml <<'EOF'
+<testsuites tests="4" failures="1"><testsuite name="s">
+  <testcase name="a" status="run" result="completed"/><testcase name="b" status="run" result="completed"><failure message=""/></testcase>
+  <testcase name="c" status="run" result="skipped"><skipped message=""/></testcase>
+  <testcase name="e" status="run" result="completed"/>
+</testsuite></testsuites>
+EOF
+expect "the total of tests" "3 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml gtest.xml)"
+
+# completions COMMAND WORD...: what is offered for the last word.
+completions() (
+    command=$1
+    # shellcheck source=/dev/null
+    source "$root/packaging/completions/$(basename "$command")"
+    COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMPREPLY=()
+    "$(complete -p "$(basename "$command")" | sed 's/.*-F \([^ ]*\).*/\1/')"
+    printf '%s\n' "${COMPREPLY[@]}" | sort | paste -sd' '
+)
+mkdir folder && touch a.json b.txt 'with blank.json'
+board=$root/board/zarn-board
+expect "zarn completes configurations" "a.json folder with blank.json" "$(completions zarn '')"
+expect "zarn takes one argument" "" "$(completions zarn a.json '')"
+expect "zarn-board completes scenarios" "throttled_cpu" "$(completions "$board" --scenario thr)"
+expect "zarn-board completes options" "--scenario --seed" "$(completions "$board" --s)"
+expect "zarn-board completes folders" "folder" "$(completions "$board" --opt-usr '')"
+expect "zarn-board completes a plan's file" "b.txt" "$(completions "$board" --faults b)"
+expect "zarn-board completes the command" "unshare" "$(completions "$board" --seed 1 -- unshar)"
+expect "zarn-board completes the command's files" "a.json" "$(completions "$board" -- cat a)"
+expect "zarn-board-server completes commands" "serve status" "$(completions zarn-board-server s)"
+expect "zarn-board-server completes files" "b.txt" "$(completions zarn-board-server status b)"
+
+[ "$failures" -gt 0 ] || echo "the scripts are in order"
+[ "$failures" -eq 0 ]
