@@ -84,9 +84,9 @@ public:
     [[nodiscard]] std::vector<std::string> Inputs() const {
         std::vector<std::string> read;
         for (const std::string& path : inputs_) {
-            for (const char* name :
+            for (const NumberedFile& file :
                  {cpu_files::kUsageLog, cpu_files::kCoresLog, cpu_files::kUsageDocuments}) {
-                if (fs::path(path).filename().string().rfind(name, 0) == 0) {
+                if (fs::path(path).filename().string().rfind(file.prefix, 0) == 0) {
                     read.push_back(path);
                     break;
                 }
@@ -247,10 +247,9 @@ void AnalyzeLongLine(benchmark::State& state, const std::string& piece) {
     for (const char* folder : {"raw_data/cpu", "json", "env_info"}) {
         fs::create_directories(directory.Path() + folder);
     }
-    const std::string raw = directory.Path() + cpu_files::kRawDir;
     const std::string line = LongLine(piece);
-    (void)WriteFile(raw + cpu_files::kUsageLog + "1.log", line);
-    (void)WriteFile(raw + cpu_files::kCoresLog + "1.log", line);
+    (void)WriteFile(cpu_files::kUsageLog.Path(directory.Path(), "1"), line);
+    (void)WriteFile(cpu_files::kCoresLog.Path(directory.Path(), "1"), line);
     for (auto _ : state) {
         if (!TheTree().Analyze(directory.Path())) {
             state.SkipWithError("the analysis failed");

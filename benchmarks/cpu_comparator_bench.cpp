@@ -42,10 +42,9 @@ public:
             load.seed = static_cast<std::uint64_t>(i) + 1;
             const std::string root = directory_.Path() + "v" + std::to_string(i) + "/";
             const CpuLogGenerator generator(load);
-            const std::string raw = root + cpu_files::kRawDir;
-            ready_ = CreateDirectory(raw) && ready_;
-            Write(raw + cpu_files::kGlobalLog, generator.GlobalLog());
-            Write(raw + cpu_files::kUsageLog, generator.UsageLog());
+            ready_ = CreateDirectory(root + cpu_files::kRawDir) && ready_;
+            Write(cpu_files::kGlobalLog.Path(root, "1"), generator.GlobalLog());
+            Write(cpu_files::kUsageLog.Path(root, "1"), generator.UsageLog());
             versions_["v" + std::to_string(i)] = root;
         }
         ready_ = CreateDirectory(directory_.Path() + "env_info") && ready_;
@@ -59,9 +58,7 @@ public:
     [[nodiscard]] std::size_t Bytes() const { return bytes_; }
 
 private:
-    // `prefix` is all of the path before the log's number.
-    void Write(const std::string& prefix, const std::string& text) {
-        const std::string path = prefix + "1." + cpu_files::kLogSuffix;
+    void Write(const std::string& path, const std::string& text) {
         ready_ = WriteFile(path, text) == FileResult::Ok && ready_;
         files_.push_back(path);
         bytes_ += text.size();

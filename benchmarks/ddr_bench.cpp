@@ -27,10 +27,6 @@ constexpr std::size_t kSamples = 2000;
 constexpr int kVersions = 20;
 constexpr const char* kTime = "20240101120000000";
 
-std::string Name(const char* prefix) {
-    return std::string(prefix) + kTime + "." + ddr_files::kDataSuffix;
-}
-
 // Run trees of as many versions, made once for all rows. They hold no analysis, so that the
 // comparison has to compute its figures.
 class Trees {
@@ -44,11 +40,10 @@ public:
             const DdrGenerator generator(static_cast<std::uint64_t>(i) + 1);
             const std::string shares = generator.BandwidthDocuments(kSamples);
             bytes_ = shares.size();
-            ready_ =
-                WriteFile(root + "json/" + Name(ddr_files::kBandwidth), shares) == FileResult::Ok &&
-                WriteFile(root + "json/" + Name(ddr_files::kQosSettings),
-                          generator.QosDocuments()) == FileResult::Ok &&
-                ready_;
+            ready_ = WriteFile(ddr_files::kBandwidth.Path(root, kTime), shares) == FileResult::Ok &&
+                     WriteFile(ddr_files::kQosSettings.Path(root, kTime),
+                               generator.QosDocuments()) == FileResult::Ok &&
+                     ready_;
             versions_["v" + std::to_string(i)] = root;
         }
         std::filesystem::create_directories(directory_.Path() + "env_info");
@@ -59,10 +54,10 @@ public:
     [[nodiscard]] const std::map<std::string, std::string>& Versions() const { return versions_; }
     [[nodiscard]] const std::string& First() const { return versions_.begin()->second; }
     [[nodiscard]] std::string FirstShares() const {
-        return First() + "json/" + Name(ddr_files::kBandwidth);
+        return ddr_files::kBandwidth.Path(First(), kTime);
     }
     [[nodiscard]] std::string FirstAnalysis() const {
-        return First() + "json/" + Name(ddr_files::kAnalysis);
+        return ddr_files::kAnalysis.Path(First(), kTime);
     }
     // Of one collection.
     [[nodiscard]] std::size_t Bytes() const { return bytes_; }

@@ -77,10 +77,8 @@ bool DdrOptimizer::InitFilePath(const std::string& dataPath) {
     if (!GetCurrentTimeString(timeStamp)) {
         return PrintFailure("[DdrOptimizer] Failed to get curr timeStamp!");
     }
-    const std::string rawDir = dataPath + ddr_files::kRawDir;
-    const std::string end = timeStamp + "." + ddr_files::kLogSuffix;
-    optLogPath_ = rawDir + ddr_files::kOptimizerLog + end;
-    stressLogPath_ = rawDir + ddr_files::kStressLog + end;
+    optLogPath_ = ddr_files::kOptimizerLog.Path(dataPath, timeStamp);
+    stressLogPath_ = ddr_files::kStressLog.Path(dataPath, timeStamp);
     return true;
 }
 

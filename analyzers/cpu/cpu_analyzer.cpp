@@ -5,9 +5,7 @@
 #include "analyzers/cpu/cpu_all_processes.h"
 #include "analyzers/cpu/cpu_analysis_documents.h"
 #include "formats/cpu.h"
-#include "formats/run_tree.h"
 #include "foundation/console.h"
-#include "foundation/file_search.h"
 #include "foundation/files.h"
 #include "foundation/json.h"
 #include "foundation/paths.h"
@@ -18,8 +16,6 @@
 
 namespace zarn {
 namespace {
-
-using cpu_files::kRawDir;
 
 enum class TableMode { Rewrite, Append };
 
@@ -83,11 +79,6 @@ private:
     std::size_t kept_ = 0;
 };
 
-// The path of a numbered file whose prefix is a whole path.
-std::string Numbered(const std::string& prefix, const std::string& number, const char* suffix) {
-    return prefix + number + "." + suffix;
-}
-
 bool PrintTableFault(const std::out_of_range& error) {
     return PrintFailure(
         std::string("[CpuAnalyzer] Failed to obtain the regular expression. Error: ") +
@@ -136,8 +127,8 @@ bool CpuAnalyzer::ProcessCpuInfo(const StopFlag* stopFlag) {
     return succeeded;
 }
 
-void CpuAnalyzer::FindLog(const char* prefix, LogFile& log) const {
-    const auto files = FindIndexedFiles(dataPath_ + kRawDir, prefix, cpu_files::kLogSuffix);
+void CpuAnalyzer::FindLog(const NumberedFile& file, LogFile& log) const {
+    const auto files = file.FindAll(dataPath_);
     log.path = files.empty() ? "" : files.front();
 }
 
@@ -166,24 +157,20 @@ bool CpuAnalyzer::ReadUsageLog() {
 
 bool CpuAnalyzer::AnalyzeGlobal() {
     const std::string time = GetFileTimestamp(usageFile_.path);
-    const std::string jsonDir = dataPath_ + run_tree::kJsonDir;
     const CpuGlobalFindings findings = FindGlobal(usage_, settings_);
-    const std::string path =
-        Numbered(jsonDir + cpu_files::kGlobalAnalysis, time, cpu_files::kDataSuffix);
+    const std::string path = cpu_files::kGlobalAnalysis.Path(dataPath_, time);
     SaveJsonToFile(path, GlobalDocument(findings, time));
     SaveJsonToFile(path, Top10Document(ranked_, time));
     SaveJsonToFile(path, TotalDocument(findings, time));
-    SaveAllProcesses(Numbered(jsonDir + cpu_files::kAllProcesses, time, cpu_files::kDataSuffix));
-    const TableTarget target = {
-        Numbered(dataPath_ + kRawDir + cpu_files::kGlobalTable, time, cpu_files::kCsvSuffix),
-        TableMode::Rewrite, "[CpuAnalyzer] Error occurs when writing cpuglobal rawdata: "};
+    SaveAllProcesses(cpu_files::kAllProcesses.Path(dataPath_, time));
+    const TableTarget target = {cpu_files::kGlobalTable.Path(dataPath_, time), TableMode::Rewrite,
+                                "[CpuAnalyzer] Error occurs when writing cpuglobal rawdata: "};
     return SaveTable(target,
                      [this](TableText& table) { WriteGlobalTable(usage_, ranked_, table); });
 }
 
 void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
-    const auto files = FindIndexedFiles(dataPath_ + run_tree::kJsonDir, cpu_files::kUsageDocuments,
-                                        cpu_files::kDataSuffix);
+    const auto files = cpu_files::kUsageDocuments.FindAll(dataPath_);
     if (files.empty()) {
         PrintError(
             "[CpuAnalyzer] The CpuCollector does not output the soc_gea_cpu_usage_info jsonfile.");
@@ -218,12 +205,10 @@ void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
 bool CpuAnalyzer::AnalyzeProcessSets() {
     const std::string time = GetFileTimestamp(usageFile_.path);
     const auto findings = FindProcessSets(usage_, ranked_, settings_);
-    SaveJsonToFile(Numbered(dataPath_ + run_tree::kJsonDir + cpu_files::kSelectedAnalysis, time,
-                            cpu_files::kDataSuffix),
+    SaveJsonToFile(cpu_files::kSelectedAnalysis.Path(dataPath_, time),
                    ProcessSetDocument(findings, time));
-    const TableTarget target = {
-        Numbered(dataPath_ + kRawDir + cpu_files::kSelectedTable, time, cpu_files::kCsvSuffix),
-        TableMode::Append, "[CpuAnalyzer] Error occurs when writing process set rawdata: "};
+    const TableTarget target = {cpu_files::kSelectedTable.Path(dataPath_, time), TableMode::Append,
+                                "[CpuAnalyzer] Error occurs when writing process set rawdata: "};
     return SaveTable(target,
                      [&](TableText& table) { WriteProcessSetTable(usage_, findings, table); });
 }
@@ -243,12 +228,10 @@ bool CpuAnalyzer::AnalyzeCores() {
 
 bool CpuAnalyzer::SaveCores() {
     const std::string time = GetFileTimestamp(coresFile_.path);
-    SaveJsonToFile(Numbered(dataPath_ + run_tree::kJsonDir + cpu_files::kCoreAnalysis, time,
-                            cpu_files::kDataSuffix),
+    SaveJsonToFile(cpu_files::kCoreAnalysis.Path(dataPath_, time),
                    CoresDocument(FindCores(cores_, settings_), time));
-    const TableTarget target = {
-        Numbered(dataPath_ + kRawDir + cpu_files::kCoreTable, time, cpu_files::kCsvSuffix),
-        TableMode::Rewrite, "[CpuAnalyzer] Error occurs when writing cpu cores rawdata: "};
+    const TableTarget target = {cpu_files::kCoreTable.Path(dataPath_, time), TableMode::Rewrite,
+                                "[CpuAnalyzer] Error occurs when writing cpu cores rawdata: "};
     return SaveTable(target, [this](TableText& table) { WriteCoreTable(cores_, table); }) ||
            PrintFailure("[CpuAnalyzer] Failed to Write Cores RawData.");
 }
@@ -267,8 +250,8 @@ bool CpuAnalyzer::WriteLoading() {
                PrintFailure("[CpuAnalyzer] Failed to Write global CpuLoading RawData.");
     }
     if (usageFile_.path.empty() && coresFile_.path.empty()) {
-        PrintError("[CpuAnalyzer] The file path: " + dataPath_ + kRawDir +
-                   (Wants("core") ? cpu_files::kCoresLog : cpu_files::kUsageLog) +
+        const NumberedFile& log = Wants("core") ? cpu_files::kCoresLog : cpu_files::kUsageLog;
+        PrintError("[CpuAnalyzer] The file path: " + dataPath_ + log.folder + log.prefix +
                    " does not exist!");
     }
     return true;
@@ -276,14 +259,12 @@ bool CpuAnalyzer::WriteLoading() {
 
 bool CpuAnalyzer::SaveLoading(const std::string& source,
                               const std::function<void(TableText&)>& fill) const {
-    const std::string directory = dataPath_ + kRawDir;
-    if (!ResolvePath(directory)) {
+    if (!ResolvePath(dataPath_ + cpu_files::kRawDir)) {
         return PrintFailure("[CpuAnalyzer] Can't get real path");
     }
     return SaveTable(
-        {Numbered(directory + cpu_files::kLoadingTable, GetFileTimestamp(source),
-                  cpu_files::kCsvSuffix),
-         TableMode::Append, "[CpuAnalyzer] Error occurs when writing cpuLoading rawdata: "},
+        {cpu_files::kLoadingTable.Path(dataPath_, GetFileTimestamp(source)), TableMode::Append,
+         "[CpuAnalyzer] Error occurs when writing cpuLoading rawdata: "},
         fill);
 }
 

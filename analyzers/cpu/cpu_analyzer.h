@@ -10,6 +10,7 @@
 #include "analyzers/cpu/cpu_log_parser.h"
 #include "analyzers/cpu/cpu_patterns.h"
 #include "analyzers/cpu/cpu_settings.h"
+#include "formats/run_tree.h"
 #include "kit/basic_analyzer.h"
 #include "kit/host.h"
 
@@ -48,7 +49,7 @@ private:
     [[nodiscard]] bool WriteLoading();
 
     [[nodiscard]] bool Wants(const char* job) const { return settings_.jobs.count(job) != 0; }
-    void FindLog(const char* prefix, LogFile& log) const;
+    void FindLog(const NumberedFile& file, LogFile& log) const;
     // Finds, for each of the collector's documents, the rows of its sample and saves both as one.
     void SaveAllProcesses(const std::string& path) const;
     [[nodiscard]] bool SaveCores();

@@ -9,9 +9,7 @@
 #include "analyzers/ddr/ddr_results.h"
 #include "analyzers/ddr/ddr_statistics.h"
 #include "formats/ddr.h"
-#include "formats/run_tree.h"
 #include "foundation/console.h"
-#include "foundation/file_search.h"
 #include "foundation/files.h"
 #include "foundation/json.h"
 #include "foundation/paths.h"
@@ -86,19 +84,15 @@ bool DdrAnalyzer::ParseConfig(const JsonDocument& config) {
 }
 
 bool DdrAnalyzer::InitPaths(const std::string& dataPath) {
-    const std::string jsonDir = dataPath + run_tree::kJsonDir;
-    const std::vector<std::string> collections =
-        FindIndexedFiles(jsonDir, ddr_files::kBandwidth, ddr_files::kDataSuffix);
+    const std::vector<std::string> collections = ddr_files::kBandwidth.FindAll(dataPath);
     if (collections.size() != 1) {
         return PrintFailure("[DdrAnalyzer] only one ddr_info file should be existed.");
     }
     timeStamp_ = GetFileTimestamp(collections.front());
-    const std::string dataName = timeStamp_ + "." + ddr_files::kDataSuffix;
-    ddrInfoPath_ = jsonDir + ddr_files::kBandwidth + dataName;
-    qosConfigPath_ = jsonDir + ddr_files::kQosSettings + dataName;
-    anaDataPath_ = jsonDir + ddr_files::kAnalysis + dataName;
-    anaCsvPath_ = dataPath + ddr_files::kRawDir + ddr_files::kAnalysis + timeStamp_ + "." +
-                  ddr_files::kCsvSuffix;
+    ddrInfoPath_ = ddr_files::kBandwidth.Path(dataPath, timeStamp_);
+    qosConfigPath_ = ddr_files::kQosSettings.Path(dataPath, timeStamp_);
+    anaDataPath_ = ddr_files::kAnalysis.Path(dataPath, timeStamp_);
+    anaCsvPath_ = ddr_files::kAnalysisTable.Path(dataPath, timeStamp_);
     return true;
 }
 

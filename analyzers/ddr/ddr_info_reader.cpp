@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "formats/ddr.h"
 #include "foundation/console.h"
 #include "foundation/numbers.h"
 #include "kit/event_reader.h"

@@ -2,10 +2,6 @@
 
 namespace zarn {
 
-const std::vector<std::string> ddrNameList = {"total",     "cpu",        "imgp_venc", "imgp_vdec",
-                                              "imgp_vpc",  "aic_dat",    "aic_ins",   "sdma",
-                                              "isp_vicap", "isp_viproc", "isp_vipe"};
-
 DdrInfoMap ddrInfoMap;
 
 }  // namespace zarn

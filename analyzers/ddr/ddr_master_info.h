@@ -28,9 +28,6 @@ struct DdrMasterInfo {
 
 using DdrInfoMap = std::map<std::string, DdrMasterInfo>;
 
-// The names of the analysis and of the table's columns, in their order.
-extern const std::vector<std::string> ddrNameList;
-
 // Process-wide, by name: filled once per process and never cleared, so that a second DdrAnalyzer
 // adds to it. Unguarded: analyzers run one after the other on the main thread.
 extern DdrInfoMap ddrInfoMap;

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "formats/ddr.h"
 #include "foundation/numbers.h"
 
 namespace zarn {
@@ -91,7 +92,7 @@ std::string AnalysisTable(const DdrInfoMap& infos) {
         columns.push_back(&InfoOf(infos, name));
     }
     table.push_back('\n');
-    const std::vector<std::string>& moments = InfoOf(infos, "total").timeStamps;
+    const std::vector<std::string>& moments = InfoOf(infos, kDdrTotal).timeStamps;
     table.reserve(table.size() + moments.size() * (columns.size() + 2) * kCellSize);
     for (std::size_t i = 0; i < moments.size(); ++i) {
         table.append("'").append(moments[i]).push_back(',');

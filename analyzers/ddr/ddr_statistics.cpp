@@ -1,13 +1,13 @@
 #include "analyzers/ddr/ddr_statistics.h"
 
+#include "formats/ddr.h"
 #include "foundation/console.h"
 #include "foundation/time.h"
 
 namespace zarn {
 namespace {
 
-constexpr double kBand = 0.1;        // of the mean, to both sides
-constexpr double kDdrPeakGb = 51.0;  // the DDR's peak, GB/s
+constexpr double kBand = 0.1;  // of the mean, to both sides
 constexpr double kPercent = 100.0;
 constexpr std::size_t kMinuteIndex = 10;  // of MMSSmmm in a moment of 17 digits
 
@@ -82,7 +82,7 @@ void FindExtremes(DdrMasterInfo& info) {
 
 // In single precision up to the quotient; the percentage is made of the widened one.
 void ComputeExcess(DdrMasterInfo& info) {
-    if (info.bwHigh == 0 || info.name == "total") {
+    if (info.bwHigh == 0 || info.name == kDdrTotal) {
         return;
     }
     const auto mean = static_cast<float>(info.meanBw * kDdrPeakGb / kPercent);

@@ -240,12 +240,9 @@ CpuCoresLog PlainCores(const std::string& path, PlainUsageLog& plain,
 }  // namespace
 
 bool AnalyzeCpuPlainly(const std::string& dataPath, const CpuAnalyzerSettings& settings) {
-    const std::string raw = dataPath + cpu_files::kRawDir;
-    const std::string json = dataPath + run_tree::kJsonDir;
-    const auto usageLogs = FindIndexedFiles(raw, cpu_files::kUsageLog, cpu_files::kLogSuffix);
-    const auto coresLogs = FindIndexedFiles(raw, cpu_files::kCoresLog, cpu_files::kLogSuffix);
-    const auto documents =
-        FindIndexedFiles(json, cpu_files::kUsageDocuments, cpu_files::kDataSuffix);
+    const auto usageLogs = cpu_files::kUsageLog.FindAll(dataPath);
+    const auto coresLogs = cpu_files::kCoresLog.FindAll(dataPath);
+    const auto documents = cpu_files::kUsageDocuments.FindAll(dataPath);
     if (usageLogs.empty() || coresLogs.empty() || documents.empty()) {
         return false;
     }
@@ -255,30 +252,28 @@ bool AnalyzeCpuPlainly(const std::string& dataPath, const CpuAnalyzerSettings& s
     const CpuUsageLog usage = RecordsOf(plain);
     const auto ranked = RankProcesses(usage);
     const std::string time = GetFileTimestamp(usageLogs[0]);
-    const auto table = [&](const char* prefix) { return raw + prefix + time + ".csv"; };
-    const auto document = [&](const char* prefix) { return json + prefix + time + ".data"; };
+    const auto path = [&](const NumberedFile& file) { return file.Path(dataPath, time); };
 
     const CpuGlobalFindings global = FindGlobal(usage, settings);
-    SaveJsonToFile(document(cpu_files::kGlobalAnalysis), GlobalDocument(global, time));
-    SaveJsonToFile(document(cpu_files::kGlobalAnalysis), Top10Document(ranked, time));
-    SaveJsonToFile(document(cpu_files::kGlobalAnalysis), TotalDocument(global, time));
-    SaveAllProcesses(documents[0], document(cpu_files::kAllProcesses), plain.sampleRows);
-    SaveTable(table(cpu_files::kGlobalTable), std::ios::trunc,
+    SaveJsonToFile(path(cpu_files::kGlobalAnalysis), GlobalDocument(global, time));
+    SaveJsonToFile(path(cpu_files::kGlobalAnalysis), Top10Document(ranked, time));
+    SaveJsonToFile(path(cpu_files::kGlobalAnalysis), TotalDocument(global, time));
+    SaveAllProcesses(documents[0], path(cpu_files::kAllProcesses), plain.sampleRows);
+    SaveTable(path(cpu_files::kGlobalTable), std::ios::trunc,
               [&](TableText& text) { WriteGlobalTable(usage, ranked, text); });
 
     const auto sets = FindProcessSets(usage, ranked, settings);
-    SaveJsonToFile(document(cpu_files::kSelectedAnalysis), ProcessSetDocument(sets, time));
-    SaveTable(table(cpu_files::kSelectedTable), std::ios::app,
+    SaveJsonToFile(path(cpu_files::kSelectedAnalysis), ProcessSetDocument(sets, time));
+    SaveTable(path(cpu_files::kSelectedTable), std::ios::app,
               [&](TableText& text) { WriteProcessSetTable(usage, sets, text); });
 
     PlainUsageLog plainCores;
     std::map<std::string, std::map<std::string, std::vector<double>>> fields;
     const CpuCoresLog cores = PlainCores(coresLogs[0], plainCores, fields);
-    SaveJsonToFile(document(cpu_files::kCoreAnalysis),
-                   CoresDocument(FindCores(cores, settings), time));
-    SaveTable(table(cpu_files::kCoreTable), std::ios::trunc,
+    SaveJsonToFile(path(cpu_files::kCoreAnalysis), CoresDocument(FindCores(cores, settings), time));
+    SaveTable(path(cpu_files::kCoreTable), std::ios::trunc,
               [&](TableText& text) { WriteCoreTable(cores, text); });
-    SaveTable(table(cpu_files::kLoadingTable), std::ios::app, [&](TableText& text) {
+    SaveTable(path(cpu_files::kLoadingTable), std::ios::app, [&](TableText& text) {
         WriteCoresLoadingTable(usage, cores, settings.processors, text);
     });
     return true;

@@ -357,20 +357,16 @@ std::string CpuLogGenerator::Documents(const std::vector<std::string>& commands)
 
 bool CpuLogGenerator::WriteRunTree(const std::string& dataPath,
                                    const std::vector<std::string>& commands) const {
-    const std::string raw = dataPath + cpu_files::kRawDir;
-    const std::string json = dataPath + run_tree::kJsonDir;
-    const std::string log = load_.startTime + "." + cpu_files::kLogSuffix;
-    const auto write = [](const std::string& path, const std::string& text) {
-        return WriteFile(path, text) == FileResult::Ok;
+    const auto write = [&](const NumberedFile& file, const std::string& text) {
+        return WriteFile(file.Path(dataPath, load_.startTime), text) == FileResult::Ok;
     };
-    return CreateDirectory(raw) && CreateDirectory(json) &&
-           write(raw + cpu_files::kUsageLog + log, UsageLog()) &&
-           write(raw + cpu_files::kGlobalLog + log, GlobalLog()) &&
-           write(raw + cpu_files::kCoresLog + log, CoresLog()) &&
-           write(raw + cpu_files::kSelectedLog + log, SelectedLog(commands)) &&
-           write(raw + cpu_files::kThreadLog + log, ThreadLog()) &&
-           write(json + cpu_files::kUsageDocuments + load_.startTime + "." + cpu_files::kDataSuffix,
-                 Documents(commands));
+    return CreateDirectory(dataPath + cpu_files::kRawDir) &&
+           CreateDirectory(dataPath + run_tree::kJsonDir) &&
+           write(cpu_files::kUsageLog, UsageLog()) && write(cpu_files::kGlobalLog, GlobalLog()) &&
+           write(cpu_files::kCoresLog, CoresLog()) &&
+           write(cpu_files::kSelectedLog, SelectedLog(commands)) &&
+           write(cpu_files::kThreadLog, ThreadLog()) &&
+           write(cpu_files::kUsageDocuments, Documents(commands));
 }
 
 }  // namespace zarn::bench

@@ -14,7 +14,6 @@
 #include "foundation/time.h"
 #include "kit/cost.h"
 #include "kit/csv_table.h"
-#include "kit/version_files.h"
 
 namespace zarn {
 namespace {
@@ -114,14 +113,14 @@ bool CpuComparator::Read() {
         if (TakeStop()) {
             return true;
         }
-        const std::string directory = root + cpu_files::kRawDir;
+        const VersionTree tree{Name(), version, root};
         VersionFigures figures;
         figures.processes.resize(settings_.processes.size());
-        if (!ReadSystemFigures(version, directory, figures.system)) {
+        if (!ReadSystemFigures(tree, figures.system)) {
             return false;
         }
         if (settings_.Has(CpuComparisonSettings::kSelectedProcessJob) &&
-            !ReadProcessFigures(version, directory, figures.processes)) {
+            !ReadProcessFigures(tree, figures.processes)) {
             PrintError("[CpuComparator] Failed to read log file.");
             return false;
         }
@@ -130,10 +129,9 @@ bool CpuComparator::Read() {
     return true;
 }
 
-bool CpuComparator::ReadSystemFigures(const std::string& version, const std::string& directory,
-                                      SystemValues& values) const {
+bool CpuComparator::ReadSystemFigures(const VersionTree& tree, SystemValues& values) const {
     std::vector<std::string> texts;
-    if (!ReadVersionLogs({Name(), version, directory}, cpu_files::kGlobalLog, texts)) {
+    if (!ReadVersionFiles(tree, cpu_files::kGlobalLog, texts)) {
         return false;
     }
     if (!settings_.Has(CpuComparisonSettings::kGlobalJob)) {
@@ -148,10 +146,10 @@ bool CpuComparator::ReadSystemFigures(const std::string& version, const std::str
     return true;
 }
 
-bool CpuComparator::ReadProcessFigures(const std::string& version, const std::string& directory,
+bool CpuComparator::ReadProcessFigures(const VersionTree& tree,
                                        std::vector<ProcessValues>& values) const {
     std::vector<std::string> texts;
-    if (!ReadVersionLogs({Name(), version, directory}, cpu_files::kUsageLog, texts)) {
+    if (!ReadVersionFiles(tree, cpu_files::kUsageLog, texts)) {
         return false;
     }
     const std::vector<std::string>& names = settings_.processes;

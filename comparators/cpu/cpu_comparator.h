@@ -9,6 +9,7 @@
 #include "comparators/cpu/cpu_figures.h"
 #include "kit/basic_comparator.h"
 #include "kit/host.h"
+#include "kit/version_files.h"
 
 namespace zarn {
 
@@ -35,9 +36,8 @@ private:
     void Reduce();
     [[nodiscard]] bool Write(const std::string& targetDir);
 
-    [[nodiscard]] bool ReadSystemFigures(const std::string& version, const std::string& directory,
-                                         SystemValues& values) const;
-    [[nodiscard]] bool ReadProcessFigures(const std::string& version, const std::string& directory,
+    [[nodiscard]] bool ReadSystemFigures(const VersionTree& tree, SystemValues& values) const;
+    [[nodiscard]] bool ReadProcessFigures(const VersionTree& tree,
                                           std::vector<ProcessValues>& values) const;
 
     // True, after the line, at the first sight of the set flag: a stop ends the step that it falls

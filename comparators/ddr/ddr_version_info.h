@@ -5,13 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "formats/ddr.h"
+
 namespace zarn {
 
 // The names of the comparison, in the order of its rows.
-extern const std::vector<std::string> ddrCompNameList;
-
-// The one name that has no bounds: the sum of all masters.
-inline constexpr const char* kDdrTotal = "total";
+inline const std::vector<std::string>& ddrCompNameList = ddrNameList;
 
 // QoS bounds of one bus master, GB/s.
 struct DdrBwLimits {

@@ -5,23 +5,21 @@
 
 #include "comparators/ddr/ddr_version_reader.h"
 #include "formats/ddr.h"
-#include "formats/run_tree.h"
 #include "foundation/console.h"
-#include "foundation/file_search.h"
 #include "foundation/files.h"
 #include "kit/event_reader.h"
 
 namespace zarn {
 namespace {
 
-// The one file of the version with that prefix; nothing, after a line, if there is not exactly one.
-std::optional<std::string> FindOnly(const DdrVersionInfo& info, const std::string& prefix) {
-    const std::string directory = info.dirPath + run_tree::kJsonDir;
-    const std::vector<std::string> paths =
-        FindIndexedFiles(directory, prefix, ddr_files::kDataSuffix);
+// The one such file of the version; nothing, after a line, if there is not exactly one.
+std::optional<std::string> FindOnly(const DdrVersionInfo& info, const NumberedFile& file) {
+    const std::vector<std::string> paths = file.FindAll(info.dirPath);
     if (paths.size() == 1) {
         return paths.front();
     }
+    const std::string prefix = file.prefix;
+    const std::string directory = info.dirPath + file.folder;
     if (paths.empty()) {
         PrintError("[DdrComparator] Warning! Failed to find " + prefix + "YYMMDDMMSS.data in " +
                    directory);

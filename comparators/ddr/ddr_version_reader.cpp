@@ -3,6 +3,7 @@
 #include <array>
 #include <string>
 
+#include "formats/ddr.h"
 #include "foundation/console.h"
 #include "foundation/numbers.h"
 #include "foundation/statistics.h"
@@ -11,7 +12,6 @@
 namespace zarn {
 namespace {
 
-constexpr double kDdrPeakGb = 51.0;  // the DDR's peak, GB/s
 constexpr double kPercent = 100.0;
 
 constexpr EventLineWords kQosLines = {

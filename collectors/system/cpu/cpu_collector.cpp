@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "formats/cpu.h"
-#include "formats/run_tree.h"
 #include "foundation/commands.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -63,9 +62,9 @@ bool CpuCollector::Start(const JsonDocument& /*config*/, const std::string& data
 }
 
 bool CpuCollector::ProcessCpuInfo(const std::string& dataPath, const StopFlag* stopFlag) {
-    rawDir_ = dataPath + cpu_files::kRawDir;
-    jsonDir_ = dataPath + run_tree::kJsonDir;
-    (void)CreateDirectory(rawDir_);  // a missing directory shows when the files are opened
+    dataPath_ = dataPath;
+    // A missing directory shows when the files are opened.
+    (void)CreateDirectory(dataPath + cpu_files::kRawDir);
     CollectCpuInfo(stopFlag);
     if (IsSet(stopFlag)) {
         PrintLine(kStopped);
@@ -192,8 +191,8 @@ bool CpuCollector::Wants(const char* job) const {
 }
 
 void CpuCollector::NameRawFiles(const StopFlag* stopFlag) {
-    rawFiles_.usage = RawFileName(cpu_files::kUsageLog);
-    rawFiles_.threads = RawFileName(cpu_files::kThreadLog);
+    rawFiles_.usage = RawFilePath(cpu_files::kUsageLog);
+    rawFiles_.threads = RawFilePath(cpu_files::kThreadLog);
     for (const std::string& job : settings_.job) {
         if (IsSet(stopFlag)) {
             return;
@@ -204,21 +203,20 @@ void CpuCollector::NameRawFiles(const StopFlag* stopFlag) {
 
 void CpuCollector::NameRawFileOf(const std::string& job) {
     if (job == kGlobalJob) {
-        rawFiles_.global = RawFileName(cpu_files::kGlobalLog);
+        rawFiles_.global = RawFilePath(cpu_files::kGlobalLog);
     } else if (job == kCoreJob) {
-        rawFiles_.cores = RawFileName(cpu_files::kCoresLog);
+        rawFiles_.cores = RawFilePath(cpu_files::kCoresLog);
     } else if (job == kSelectedJob) {
-        rawFiles_.selected = RawFileName(cpu_files::kSelectedLog);
+        rawFiles_.selected = RawFilePath(cpu_files::kSelectedLog);
     } else {
         PrintLine("[CpuCollector] Warning: Unexpected job: " + job);
     }
 }
 
 // Empty, which leaves the file out, if there is no time to name it after.
-std::string CpuCollector::RawFileName(const char* prefix) const {
+std::string CpuCollector::RawFilePath(const NumberedFile& file) const {
     std::string time;
-    return host_.clock.currentTime(time) ? prefix + time + "." + cpu_files::kLogSuffix
-                                         : std::string();
+    return host_.clock.currentTime(time) ? file.Path(dataPath_, time) : std::string();
 }
 
 // Every pass writes the same content anew. A pass that is stopped touches no further file, so what
@@ -231,11 +229,11 @@ void CpuCollector::SaveRawFiles(const StopFlag* stopFlag) const {
          {rawFiles_.selected, collectData_.selected},
          {rawFiles_.threads, collectData_.threads}}};
     for (std::uint32_t pass = 0; pass < settings_.count; ++pass) {
-        for (const auto& [name, log] : files) {
+        for (const auto& [path, log] : files) {
             if (IsSet(stopFlag)) {
                 return;
             }
-            if (!name.empty() && WriteFile(rawDir_ + name, log.Text()) == FileResult::CannotOpen) {
+            if (!path.empty() && WriteFile(path, log.Text()) == FileResult::CannotOpen) {
                 PrintError("[CpuCollector] Failed to open the file.");
             }
         }
@@ -243,8 +241,7 @@ void CpuCollector::SaveRawFiles(const StopFlag* stopFlag) const {
 }
 
 bool CpuCollector::SaveDocuments() const {
-    const std::string path =
-        jsonDir_ + cpu_files::kUsageDocuments + timeStamp_ + "." + cpu_files::kDataSuffix;
+    const std::string path = cpu_files::kUsageDocuments.Path(dataPath_, timeStamp_);
     const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
     const CpuDocumentSources sources{collectData_.global, collectData_.cores, collectData_.top10,
                                      collectData_.selectedPs, collectData_.threadRowsByPid};

@@ -8,6 +8,7 @@
 #include "collectors/system/cpu/cpu_documents.h"
 #include "collectors/system/cpu/cpu_samples_parser.h"
 #include "collectors/system/cpu/cpu_settings.h"
+#include "formats/run_tree.h"
 #include "foundation/json.h"
 #include "foundation/stop_flag.h"
 #include "kit/basic_collector.h"
@@ -56,8 +57,8 @@ private:
         CpuThreadRows threadRowsByPid;  // of the last pass that showed the pid
     };
 
-    // Names of the raw files; a list whose file has none is not written.
-    struct RawFileNames {
+    // Where the raw files go; a list whose file has no path is not written.
+    struct RawFilePaths {
         std::string usage;
         std::string global;
         std::string cores;
@@ -85,15 +86,14 @@ private:
     [[nodiscard]] bool Wants(const char* job) const;
     void NameRawFiles(const StopFlag* stopFlag);
     void NameRawFileOf(const std::string& job);
-    [[nodiscard]] std::string RawFileName(const char* prefix) const;
+    [[nodiscard]] std::string RawFilePath(const NumberedFile& file) const;
 
     Host host_;
     CpuSettings settings_;
-    std::string rawDir_;
-    std::string jsonDir_;
+    std::string dataPath_;
     std::string timeStamp_;
     CollectData collectData_;
-    RawFileNames rawFiles_;
+    RawFilePaths rawFiles_;
 };
 
 }  // namespace zarn

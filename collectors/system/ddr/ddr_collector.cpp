@@ -8,7 +8,6 @@
 #include "collectors/system/ddr/ddr_documents.h"
 #include "collectors/system/ddr/qos_access.h"
 #include "formats/ddr.h"
-#include "formats/run_tree.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/paths.h"
@@ -92,11 +91,9 @@ bool DdrCollector::InitOutputFile(const std::string& runDirectory) {
         PrintError("[DdrCollector] Failed to get curr timeStamp!");
         return false;
     }
-    const std::string jsonDir = runDirectory + run_tree::kJsonDir;
-    rawLogPath_ = runDirectory + ddr_files::kRawDir + ddr_files::kBandwidth + timeStamp_ + "." +
-                  ddr_files::kLogSuffix;
-    dataPath_ = jsonDir + ddr_files::kBandwidth + timeStamp_ + "." + ddr_files::kDataSuffix;
-    qosConfigPath_ = jsonDir + ddr_files::kQosSettings + timeStamp_ + "." + ddr_files::kDataSuffix;
+    rawLogPath_ = ddr_files::kBandwidthLog.Path(runDirectory, timeStamp_);
+    dataPath_ = ddr_files::kBandwidth.Path(runDirectory, timeStamp_);
+    qosConfigPath_ = ddr_files::kQosSettings.Path(runDirectory, timeStamp_);
     return true;
 }
 

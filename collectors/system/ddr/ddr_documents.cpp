@@ -1,5 +1,7 @@
 #include "collectors/system/ddr/ddr_documents.h"
 
+#include "formats/ddr.h"
+
 namespace zarn {
 namespace {
 

@@ -11,12 +11,6 @@ const std::vector<QosConfig> defaultQosConfigs = {
     {"isp_viproc", 9, 0, 51, 1, 16, 5}, {"isp_vipe", 10, 0, 51, 1, 17, 5},
 };
 
-const std::map<std::string, std::string> mpamNameMap = {
-    {"0", "cpu"},        {"1", "imgp_venc"}, {"2", "imgp_vdec"}, {"3", "imgp_vpc"},
-    {"5", "aic_dat"},    {"6", "aic_ins"},   {"7", "sdma"},      {"8", "isp_vicap"},
-    {"9", "isp_viproc"}, {"10", "isp_vipe"}, {"total", "total"},
-};
-
 const std::vector<std::uint32_t> mbwuMpamIds = {0, 1, 2, 3, 5, 6, 7, 8, 9, 10};
 
 }  // namespace zarn

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
-// The vocabulary of everything that deals with the bandwidth of the DDR: one bus master's settings,
-// and the tables of masters. The tables are never changed.
+// The vocabulary of everything that sets the bandwidth of the DDR: one bus master's settings, and
+// the tables of masters. The tables are never changed.
 namespace zarn {
 
 // One bus master's QoS setting. Its members bear the names that the result files and the
@@ -27,16 +26,8 @@ inline constexpr std::uint32_t kNoMaster = 0xFFFFFFFF;
 // The upper bound by which the device marks a master that was never configured.
 inline constexpr std::uint32_t kNeverConfigured = 101;
 
-// The DDR's peak, in GB/s and in MB/s: shares are percent of it.
-inline constexpr double kDdrPeakGb = 51.0;
-inline constexpr double kDdrPeakMb = 52224.0;
-
 // The ten masters with the settings of a fresh system. There is no partition 4.
 extern const std::vector<QosConfig> defaultQosConfigs;
-
-// The id in the bandwidth table to the name in the results, and `total`, the sum of the ten. Its
-// size is the number of rows that make one sample.
-extern const std::map<std::string, std::string> mpamNameMap;
 
 // The partitions that the bandwidth monitor watches.
 extern const std::vector<std::uint32_t> mbwuMpamIds;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "analyzers/ddr/ddr_master_info.h"
+#include "formats/ddr.h"
 #include "tests/support/key_check.h"
 #include "tests/unit/analyzers/ddr/ddr_analyzer_fixture.h"
 
