@@ -5,7 +5,7 @@
 #include "comparators/ddr/ddr_version_reader.h"
 #include "foundation/files.h"
 #include "fuzz/fuzz_input.h"
-#include "kit/event_line.h"
+#include "kit/internal/event_line.h"
 
 namespace zarn::fuzz {
 namespace {

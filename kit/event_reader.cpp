@@ -4,10 +4,13 @@
 #include <utility>
 
 #include "foundation/console.h"
-#include "kit/event_line.h"
+#include "foundation/numbers.h"
+#include "kit/internal/event_line.h"
 
 namespace zarn {
 namespace {
+
+constexpr std::string_view kHappenTime = "happenTime";
 
 bool CheckLine(const EventLine& line, const EventLineWords& words,
                std::initializer_list<const char*> texts) {
@@ -26,7 +29,37 @@ bool CheckLine(const EventLine& line, const EventLineWords& words,
            PrintFailure(words.wrongContent);
 }
 
+// Reads the member finder.Names()[index] of the object that was entered.
+bool ReadNumber(const MemberFinder& finder, std::size_t index, const EventNumberWords& words,
+                double& number) {
+    const std::string& name = finder.Names()[index];
+    const EventMember* member = finder.Find(index);
+    if (member == nullptr) {
+        return PrintFailure(words.lacks(name));
+    }
+    if (!member->isText) {
+        return PrintFailure(words.wrongType(name));
+    }
+    return TextToDouble(member->text, number) || PrintFailure(words.noNumber(name));
+}
+
 }  // namespace
+
+EventDocument::EventDocument()
+    : memory_(std::make_unique<std::array<char, kFirstMemory>>()),
+      allocator_(memory_->data(), memory_->size()) {}
+
+// Strings are decoded in the place of a copy of the line.
+bool EventDocument::Read(std::string_view line) {
+    constexpr unsigned kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseInsituFlag;
+    text_.assign(line);
+    document_.reset();
+    allocator_.Clear();
+    document_ = std::make_unique<JsonDocument>(&allocator_);
+    rapidjson::InsituStringStream stream(text_.data());
+    document_->ParseStream<kFlags>(stream);
+    return !document_->HasParseError() && stream.Tell() == text_.size();
+}
 
 const EventMember* EventObject::Find(std::string_view name) const {
     const auto* found = std::find_if(
@@ -47,6 +80,36 @@ bool ReadEventLines(const NextLine& next, const EventLineWords& words,
         }
     }
     return true;
+}
+
+bool ReadEventTexts(const NextLine& next, const EventTextWords& words,
+                    std::vector<std::string> names, const OnEventTexts& onTexts) {
+    MemberFinder finder(std::move(names));
+    std::vector<std::string_view> texts;
+    return ReadEventLines(
+        next, words.lines, {}, [&](const EventObject& /*event*/, const EventObject& element) {
+            return TakeTexts(finder, element, words.members, texts) && onTexts(texts);
+        });
+}
+
+bool ReadEventNumbers(const NextLine& next, const EventNumberWords& words,
+                      std::initializer_list<const char*> texts, std::vector<std::string> names,
+                      const OnEventNumber& onNumber) {
+    MemberFinder finder(std::move(names));
+    const auto take = [&](const EventObject& event, const EventObject& element) {
+        finder.Enter(element);
+        const EventMember* time = event.Find(kHappenTime);
+        const std::string_view moment = time == nullptr ? std::string_view() : time->text;
+        for (std::size_t i = 0; i < finder.Names().size(); ++i) {
+            double number = 0.0;
+            if (!ReadNumber(finder, i, words, number)) {
+                return false;
+            }
+            onNumber(moment, i, number);
+        }
+        return true;
+    };
+    return ReadEventLines(next, words.lines, texts, take);
 }
 
 MemberFinder::MemberFinder(std::vector<std::string> names)

@@ -1,15 +1,42 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// Reading of event documents, one to a line, whose `content` is an array of objects with texts:
-// shared by the missions that read what others wrote. The words of a failure are the mission's own.
+#include "foundation/json.h"
+
+// Reading of event documents, one to a line: shared by the missions that read what others wrote.
+// Documents of any shape go through EventDocument; those whose `content` is an array of objects
+// with texts are read faster, and all at once, by the functions below. The words of a failure are
+// the mission's own.
 namespace zarn {
+
+// A document of any shape. Its memory serves the next one, so that a file takes no more of it than
+// its longest line.
+class EventDocument {
+public:
+    EventDocument();
+
+    // Takes a line; what was taken from the one before is lost. False if it is no JSON.
+    [[nodiscard]] bool Read(std::string_view line);
+
+    // What the line holds; after a line was read.
+    [[nodiscard]] const JsonValue& Get() const { return *document_; }
+
+private:
+    static constexpr std::size_t kFirstMemory = std::size_t{64} << 10;
+
+    std::unique_ptr<std::array<char, kFirstMemory>> memory_;
+    JsonAllocator allocator_;
+    std::string text_;
+    std::unique_ptr<JsonDocument> document_;
+};
 
 // A member of a document or of an element. Only strings have a text.
 struct EventMember {
@@ -64,6 +91,46 @@ template <typename Lines>
                                   std::initializer_list<const char*> texts,
                                   const OnEventElement& onElement);
 
+// The words of an element's texts that cannot be taken.
+struct MemberWords {
+    const char* lacks;      // a member is missing
+    const char* wrongType;  // one is no string
+};
+
+struct EventTextWords {
+    EventLineWords lines;
+    MemberWords members;
+};
+
+// Called with the texts of one element, in the order of their names; false ends the reading.
+using OnEventTexts = std::function<bool(const std::vector<std::string_view>& texts)>;
+
+// Reads all lines, and from each element the members called `names`, as texts. An element that
+// cannot be read ends the reading as a line does.
+[[nodiscard]] bool ReadEventTexts(const NextLine& next, const EventTextWords& words,
+                                  std::vector<std::string> names, const OnEventTexts& onTexts);
+
+// The words of a number that cannot be read, made of its member's name.
+using NumberWords = std::string (*)(const std::string& name);
+
+struct EventNumberWords {
+    EventLineWords lines;
+    NumberWords lacks;      // the member is missing
+    NumberWords wrongType;  // it is no string
+    NumberWords noNumber;   // its text is no number
+};
+
+// Called with each number, the one called names[index]. `time` is the document's `happenTime`,
+// empty if that is no text.
+using OnEventNumber = std::function<void(std::string_view time, std::size_t index, double number)>;
+
+// Reads all lines, and from each element the members called `names`, in that order, as texts that
+// are numbers. What cannot be read ends the reading; the numbers before it have been told. `texts`
+// as in ReadEventLines.
+[[nodiscard]] bool ReadEventNumbers(const NextLine& next, const EventNumberWords& words,
+                                    std::initializer_list<const char*> texts,
+                                    std::vector<std::string> names, const OnEventNumber& onNumber);
+
 // Finds the members called `names` in objects that, as a rule, come with the same members in the
 // same order, so that their names need not be searched for in each.
 class MemberFinder {
@@ -85,12 +152,6 @@ private:
     std::vector<std::string> shape_;      // the last object's member names
     std::vector<std::size_t> positions_;  // of each of names_ in it; shape_.size(): none
     EventObject object_;
-};
-
-// The words of texts that cannot be taken from an object.
-struct MemberWords {
-    const char* lacks;      // a member is missing
-    const char* wrongType;  // one is no string
 };
 
 // Enters `object` and takes all members of the finder as texts. False after its words if one is

@@ -14,31 +14,37 @@ namespace {
 
 constexpr double kPercent = 100.0;
 
-constexpr EventLineWords kQosLines = {
-    "[DdrComparator] Exception occurs while parsing qos json file.",
-    "[DdrComparator] Warning! Qos config file lacks of required field [content].",
-    "[DdrComparator] Warning! Wrong type of [content] in Qos config file."};
+constexpr EventTextWords kQosWords = {
+    {"[DdrComparator] Exception occurs while parsing qos json file.",
+     "[DdrComparator] Warning! Qos config file lacks of required field [content].",
+     "[DdrComparator] Warning! Wrong type of [content] in Qos config file."},
+    {"[DdrComparator] Warning! Qos config file lacks of required field [mpam_name], [bw_low] or "
+     "[bw_high] .",
+     "[DdrComparator] Warning! Wrong type of [mpam_name], [bw_low] or [bw_high]."}};
 
-constexpr MemberWords kQosMembers = {
-    "[DdrComparator] Warning! Qos config file lacks of required field [mpam_name], [bw_low] or "
-    "[bw_high] .",
-    "[DdrComparator] Warning! Wrong type of [mpam_name], [bw_low] or [bw_high]."};
+constexpr EventTextWords kAnalysisWords = {
+    {"[DdrComparator] Exception occurs while parsing ddr_ana_info file.",
+     "[DdrComparator] Warning! DDR analyze file lacks of required field [content].",
+     "[DdrComparator] Warning! Wrong type of [content] in DDR analyze file."},
+    {"[DdrComparator] Warning! DDR analyze file lacks of required field [mpam_name], [meanBw], "
+     "[maxBw], [minBw] or [over].",
+     "[DdrComparator] Warning! Wrong type of  [mpam_name], [meanBw], [maxBw], [minBw] or [over]  "
+     "in DDR analyze file. "}};
 
-constexpr EventLineWords kAnalysisLines = {
-    "[DdrComparator] Exception occurs while parsing ddr_ana_info file.",
-    "[DdrComparator] Warning! DDR analyze file lacks of required field [content].",
-    "[DdrComparator] Warning! Wrong type of [content] in DDR analyze file."};
-
-constexpr MemberWords kAnalysisMembers = {
-    "[DdrComparator] Warning! DDR analyze file lacks of required field [mpam_name], [meanBw], "
-    "[maxBw], [minBw] or [over].",
-    "[DdrComparator] Warning! Wrong type of  [mpam_name], [meanBw], [maxBw], [minBw] or [over]  "
-    "in DDR analyze file. "};
-
-constexpr EventLineWords kShareLines = {
-    "[DdrComparator] Exception occurs while parsing ddr collect file.",
-    "[DdrComparator] Warning! DDR collection file lacks of required field [content].",
-    "[DdrComparator] Warning! Wrong type of [content] in DDR collection file."};
+constexpr EventNumberWords kShareWords = {
+    {"[DdrComparator] Exception occurs while parsing ddr collect file.",
+     "[DdrComparator] Warning! DDR collection file lacks of required field [content].",
+     "[DdrComparator] Warning! Wrong type of [content] in DDR collection file."},
+    [](const std::string& name) {
+        return "[DdrComparator] Warning! DDR collection file lacks of required field [" + name +
+               "].";
+    },
+    [](const std::string& name) {
+        return "[DdrComparator] Warning! Wrong type of [" + name + "] in DDR collection file..";
+    },
+    [](const std::string& name) {
+        return "[DdrComparator] Failed to read the ddr info of " + name;
+    }};
 
 constexpr const char* kBadFigures[] = {"[DdrComparator] Warning! Failed to read meanBw value!",
                                        "[DdrComparator] Warning! Failed to read maxBw value!",
@@ -49,47 +55,21 @@ bool ReadBound(std::string_view text, const char* words, std::uint32_t& bound) {
     return StringToUint32(std::string(text), bound) || PrintFailure(words);
 }
 
-// The share of the name finder.Names()[index].
-bool ReadShare(const MemberFinder& finder, std::size_t index, double& share) {
-    const std::string& name = finder.Names()[index];
-    const EventMember* value = finder.Find(index);
-    if (value == nullptr) {
-        return PrintFailure(
-            "[DdrComparator] Warning! DDR collection file lacks of required field [" + name + "].");
-    }
-    if (!value->isText) {
-        return PrintFailure("[DdrComparator] Warning! Wrong type of [" + name +
-                            "] in DDR collection file..");
-    }
-    return TextToDouble(value->text, share) ||
-           PrintFailure("[DdrComparator] Failed to read the ddr info of " + name);
-}
-
 }  // namespace
 
 bool ReadVersionLimits(const NextLine& next, DdrVersionInfo& info) {
-    MemberFinder finder({"mpam_name", "bw_low", "bw_high"});
-    std::vector<std::string_view> texts;
-    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
-        if (!TakeTexts(finder, element, kQosMembers, texts)) {
-            return false;
-        }
+    const auto take = [&info](const std::vector<std::string_view>& texts) {
         DdrBwLimits& limits = info.bwLimits[std::string(texts[0])];
         return ReadBound(texts[1], "[DdrComparator] Warning! Failed to read bw_low value!",
                          limits.bwLow) &&
                ReadBound(texts[2], "[DdrComparator] Warning! Failed to read bw_high value!",
                          limits.bwHigh);
     };
-    return ReadEventLines(next, kQosLines, {}, take);
+    return ReadEventTexts(next, kQosWords, {"mpam_name", "bw_low", "bw_high"}, take);
 }
 
 bool ReadVersionAnalysis(const NextLine& next, DdrVersionInfo& info) {
-    MemberFinder finder({"mpam_name", "meanBw", "maxBw", "minBw", "over"});
-    std::vector<std::string_view> texts;
-    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
-        if (!TakeTexts(finder, element, kAnalysisMembers, texts)) {
-            return false;
-        }
+    const auto take = [&info](const std::vector<std::string_view>& texts) {
         DdrBwUsage& usage = info.bwUsage[std::string(texts[0])];
         const std::array<double*, 4> figures = {&usage.mean, &usage.max, &usage.min, &usage.over};
         for (std::size_t i = 0; i < figures.size(); ++i) {
@@ -99,24 +79,16 @@ bool ReadVersionAnalysis(const NextLine& next, DdrVersionInfo& info) {
         }
         return true;
     };
-    return ReadEventLines(next, kAnalysisLines, {}, take);
+    return ReadEventTexts(next, kAnalysisWords, {"mpam_name", "meanBw", "maxBw", "minBw", "over"},
+                          take);
 }
 
 bool ReadVersionShares(const NextLine& next, std::vector<std::vector<double>>& values) {
-    MemberFinder finder(ddrCompNameList);
     values.resize(ddrCompNameList.size());
-    const auto take = [&](const EventObject& /*event*/, const EventObject& element) {
-        finder.Enter(element);
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            double share = 0.0;
-            if (!ReadShare(finder, i, share)) {
-                return false;
-            }
-            values[i].push_back(share);
-        }
-        return true;
+    const auto take = [&values](std::string_view /*time*/, std::size_t index, double share) {
+        values[index].push_back(share);
     };
-    return ReadEventLines(next, kShareLines, {}, take);
+    return ReadEventNumbers(next, kShareWords, {}, ddrCompNameList, take);
 }
 
 DdrBwUsage ComputeUsage(const std::vector<double>& shares, std::uint32_t bwHigh) {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "foundation/files.h"
-#include "kit/event_line.h"
+#include "kit/internal/event_line.h"
 #include "tests/support/captured_streams.h"
 
 namespace zarn {
@@ -202,6 +202,78 @@ TEST(TakeTextsTest, PresenceIsTestedBeforeTypes) {
     EXPECT_EQ(take(R"({"a":1,"b":"y"})"), "bad member wrong\n");
     EXPECT_EQ(take(R"({"a":"x","b":null})"), "bad member wrong\n");
     EXPECT_EQ(take("7"), "bad member lacks\n");
+}
+
+TEST(EventDocumentTest, TakesLinesOfAnyShapeOneAfterTheOther) {
+    EventDocument document;
+    ASSERT_TRUE(document.Read(R"({"content":{"a":[1,{"b":"\u0041"}]}})"));
+    EXPECT_STREQ(document.Get()["content"]["a"][1]["b"].GetString(), "A");
+    EXPECT_FALSE(document.Read(R"({"content":)"));
+    EXPECT_FALSE(document.Read(""));
+    const std::string huge(1U << 20U, 'x');
+    ASSERT_TRUE(document.Read("[\"" + huge + "\"]"));
+    EXPECT_EQ(document.Get()[0].GetString(), huge);
+    ASSERT_TRUE(document.Read("7 "));
+    EXPECT_EQ(document.Get().GetInt(), 7);
+}
+
+TEST(ReadEventTextsTest, TellsTheTextsOfEachElementUpToTheFirstFault) {
+    std::vector<std::string> told;
+    const auto read = [&told](const std::string& text) {
+        told.clear();
+        LineCursor lines(text);
+        bool good = false;
+        const auto take = [&told](const std::vector<std::string_view>& texts) {
+            told.push_back(std::string(texts[0]) + "," + std::string(texts[1]));
+            return texts[0] != "stop";
+        };
+        const std::string err =
+            test::Capture([&] {
+                good = ReadEventTexts(LinesOf(lines), {kWords, kMembers}, {"b", "a"}, take);
+            }).err;
+        return (good ? "good " : "bad ") + err;
+    };
+    EXPECT_EQ(read("{\"content\":[{\"a\":\"1\",\"b\":\"2\"}]}\n"
+                   "{\"content\":[{\"b\":\"3\",\"x\":0,\"a\":\"4\"}]}"),
+              "good ");
+    EXPECT_THAT(told, ElementsAre("2,1", "3,4"));
+    EXPECT_EQ(read(R"({"content":[{"a":"1","b":"2"},{"a":"1"}]})"), "bad member lacks\n");
+    EXPECT_THAT(told, ElementsAre("2,1"));
+    EXPECT_EQ(read(R"({"content":[{"a":1,"b":"2"}]})"), "bad member wrong\n");
+    EXPECT_EQ(read("{}"), "bad lacks\n");
+    EXPECT_EQ(read(R"({"content":[{"a":"1","b":"stop"},{"a":"5","b":"6"}]})"), "bad ");
+    EXPECT_THAT(told, ElementsAre("stop,1"));
+}
+
+TEST(ReadEventNumbersTest, TellsTheNumbersBeforeTheFirstFault) {
+    constexpr EventNumberWords kNumberWords = {
+        kWords, [](const std::string& name) { return "lacks " + name; },
+        [](const std::string& name) { return "wrong " + name; },
+        [](const std::string& name) { return "bad " + name; }};
+    std::string told;
+    const auto read = [&](const std::string& text) {
+        told.clear();
+        LineCursor lines(text);
+        bool good = false;
+        const auto take = [&told](std::string_view time, std::size_t index, double number) {
+            told.append(time).append(index == 0 ? ":a=" : ":b=");
+            told.append(std::to_string(static_cast<int>(number))).append(" ");
+        };
+        const std::string err =
+            test::Capture([&] {
+                good = ReadEventNumbers(LinesOf(lines), kNumberWords, {}, {"a", "b"}, take);
+            }).err;
+        return (good ? "good " : "bad ") + err;
+    };
+    EXPECT_EQ(read("{\"happenTime\":\"t\",\"content\":[{\"b\":\"2\",\"a\":\"1\"}]}\n"
+                   "{\"content\":[{\"a\":\"3\",\"b\":\"4\"}],\"happenTime\":5}"),
+              "good ");
+    EXPECT_EQ(told, "t:a=1 t:b=2 :a=3 :b=4 ");
+    EXPECT_EQ(read(R"({"content":[{"a":"1"}]})"), "bad lacks b\n");
+    EXPECT_EQ(told, ":a=1 ");
+    EXPECT_EQ(read(R"({"content":[{"a":1,"b":"2"}]})"), "bad wrong a\n");
+    EXPECT_EQ(read(R"({"content":[{"a":"1","b":"x"}]})"), "bad [Utils] Invalid argument\nbad b\n");
+    EXPECT_EQ(read("{}"), "bad lacks\n");
 }
 
 }  // namespace

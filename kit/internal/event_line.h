@@ -1,13 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
-#include <memory>
-#include <string>
 #include <string_view>
 #include <vector>
 
-#include "foundation/json.h"
 #include "kit/event_reader.h"
 
 namespace zarn {
@@ -17,8 +13,6 @@ namespace zarn {
 class EventLine {
 public:
     enum class Content { Missing, NoArray, Array };
-
-    EventLine();
 
     // Takes the next line; what was taken from the one before is lost. False if it is no JSON.
     [[nodiscard]] bool Read(std::string_view line);
@@ -54,11 +48,7 @@ private:
     std::vector<EventMember> elementMembers_;
     std::vector<std::size_t> elementEnds_;
 
-    // Of any other line: the document, and the memory it is made in.
-    std::unique_ptr<std::array<char, std::size_t{64} << 10>> memory_;
-    JsonAllocator allocator_;
-    std::string text_;
-    std::unique_ptr<JsonDocument> document_;
+    EventDocument document_;  // of any other line
 };
 
 }  // namespace zarn

@@ -1,4 +1,4 @@
-#include "kit/event_line.h"
+#include "kit/internal/event_line.h"
 
 namespace zarn {
 namespace {
@@ -52,10 +52,6 @@ void ListMembers(const JsonValue& value, std::vector<EventMember>& members) {
 
 }  // namespace
 
-EventLine::EventLine()
-    : memory_(std::make_unique<std::array<char, std::size_t{64} << 10>>()),
-      allocator_(memory_->data(), memory_->size()) {}
-
 bool EventLine::Read(std::string_view line) {
     isPlain_ = line.size() <= kMaxPlainLine && ReadPlain(line);
     return isPlain_ || ReadJson(line);
@@ -108,22 +104,14 @@ bool EventLine::ScanContent(Scan& scan) {
     return Take(scan.at, scan.end, ']');
 }
 
-// Strings are decoded in the place of a copy of the line.
 bool EventLine::ReadJson(std::string_view line) {
-    constexpr unsigned kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseInsituFlag;
-    text_.assign(line);
-    document_.reset();
-    allocator_.Clear();
-    document_ = std::make_unique<JsonDocument>(&allocator_);
-    rapidjson::InsituStringStream stream(text_.data());
-    document_->ParseStream<kFlags>(stream);
-    if (document_->HasParseError() || stream.Tell() != text_.size()) {
+    if (!document_.Read(line)) {
         return false;
     }
-    ListMembers(*document_, members_);
+    ListMembers(document_.Get(), members_);
     content_ = Content::Missing;
     if (Document().Find(kContent) != nullptr) {
-        content_ = (*document_)[kContent.data()].IsArray() ? Content::Array : Content::NoArray;
+        content_ = document_.Get()[kContent.data()].IsArray() ? Content::Array : Content::NoArray;
     }
     return true;
 }
@@ -139,7 +127,7 @@ bool EventLine::TellElements(const OnEventElement& onElement) {
         }
         return true;
     }
-    for (const JsonValue& element : (*document_)[kContent.data()].GetArray()) {
+    for (const JsonValue& element : document_.Get()[kContent.data()].GetArray()) {
         ListMembers(element, elementMembers_);
         if (!onElement(Document(), {elementMembers_.data(), elementMembers_.size()})) {
             return false;
