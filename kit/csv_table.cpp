@@ -2,42 +2,93 @@
 
 #include <cmath>
 #include <limits>
-#include <sstream>
+
+#include "foundation/numbers.h"
 
 namespace zarn {
 namespace {
 
+constexpr std::size_t kPiece = std::size_t{1} << 20U;
 constexpr double kTolerance = std::numeric_limits<float>::epsilon();
+
+void AddVersionCell(double value, CsvTable& table) {
+    if (std::fabs(value - kNoValue) <= kTolerance) {
+        table.MissingCell();
+    } else {
+        table.Cell(value);
+    }
+}
 
 }  // namespace
 
-std::string CellText(double value) {
-    if (std::fabs(value - kNoValue) <= kTolerance) {
-        return kNoValueText;
+void CsvTable::Cell(std::string_view text) {
+    text_.append(text).push_back(',');
+}
+
+void CsvTable::Cell(double value) {
+    AppendNumber(text_, value);
+    text_.push_back(',');
+}
+
+void CsvTable::Cell(const double* value) {
+    if (value == nullptr) {
+        text_.push_back(',');
+    } else {
+        Cell(*value);
     }
-    std::ostringstream text;
-    text << value;
-    return text.str();
+}
+
+void CsvTable::FixedCell(double value) {
+    AppendFixed(text_, value);
+    text_.push_back(',');
+}
+
+void CsvTable::MissingCell() {
+    Cell(std::string_view("N/A"));
+}
+
+void CsvTable::TimeCell(std::string_view timeStamp) {
+    text_.push_back('\'');
+    Cell(timeStamp);
+}
+
+void CsvTable::EndLine() {
+    text_.push_back('\n');
+    if (take_ && text_.size() >= kPiece) {
+        HandOn();
+    }
+}
+
+void CsvTable::Finish() {
+    if (take_) {
+        HandOn();
+    }
+}
+
+void CsvTable::HandOn() {
+    taken_ = taken_ && take_(text_);
+    text_.clear();
 }
 
 std::string ComparisonTable(const std::vector<std::string>& versions, const ComparisonRows& rows,
                             const std::function<bool()>& stop) {
-    std::string table = "version,";
+    CsvTable table;
+    table.Cell("version");
     for (const std::string& version : versions) {
-        table += version + ",";
+        table.Cell(version);
     }
-    table += '\n';
+    table.EndLine();
     for (const auto& [name, values] : rows) {
         if (stop()) {
             break;
         }
-        table += name + ",";
+        table.Cell(name);
         for (std::size_t i = 0; i < versions.size(); ++i) {
-            table += CellText(i < values.size() ? values[i] : kNoValue) + ",";
+            AddVersionCell(i < values.size() ? values[i] : kNoValue, table);
         }
-        table += '\n';
+        table.EndLine();
     }
-    return table;
+    return table.Text();
 }
 
 }  // namespace zarn

@@ -2,12 +2,8 @@
 
 #include <algorithm>
 
-#include "foundation/numbers.h"
-
 namespace zarn {
 namespace {
-
-constexpr std::size_t kPiece = std::size_t{1} << 20U;
 
 // Walks a series along the samples: the value of each, the last one if a sample has several.
 class SeriesCursor {
@@ -31,20 +27,9 @@ private:
     std::size_t next_ = 0;
 };
 
-void ValueCell(const double* value, TableText& table) {
-    if (value == nullptr) {
-        table.Cell("");
-    } else {
-        table.Cell(*value);
-    }
-}
-
-void LoadCell(const double* idle, TableText& table) {
-    if (idle == nullptr) {
-        table.Cell("");
-    } else {
-        table.Cell(100.0 - *idle);
-    }
+void LoadCell(const double* idle, CsvTable& table) {
+    const double load = idle == nullptr ? 0.0 : 100.0 - *idle;
+    table.Cell(idle == nullptr ? nullptr : &load);
 }
 
 const CpuSeries* IdleOf(const CpuCoresLog& log, const std::string& core) {
@@ -55,38 +40,8 @@ const CpuSeries* IdleOf(const CpuCoresLog& log, const std::string& core) {
 
 }  // namespace
 
-void TableText::Cell(std::string_view text) {
-    text_.append(text).push_back(',');
-}
-
-void TableText::Cell(double value) {
-    AppendNumber(text_, value);
-    text_.push_back(',');
-}
-
-void TableText::TimeCell(std::string_view timeStamp) {
-    text_.push_back('\'');
-    Cell(timeStamp);
-}
-
-void TableText::EndLine() {
-    text_.push_back('\n');
-    if (text_.size() >= kPiece) {
-        HandOn();
-    }
-}
-
-void TableText::Finish() {
-    HandOn();
-}
-
-void TableText::HandOn() {
-    taken_ = taken_ && take_(text_);
-    text_.clear();
-}
-
 void WriteGlobalTable(const CpuUsageLog& log, const std::vector<CpuProcessStatistics>& ranked,
-                      TableText& table) {
+                      CsvTable& table) {
     table.Cell("Times");
     table.Cell("oneCollecTotal");
     for (const CpuProcessStatistics& process : ranked) {
@@ -102,7 +57,7 @@ void WriteGlobalTable(const CpuUsageLog& log, const std::vector<CpuProcessStatis
             usageOf[row.process] = &row.usage;
         }
         for (const CpuProcessStatistics& process : ranked) {
-            ValueCell(usageOf[process.process], table);
+            table.Cell(usageOf[process.process]);
         }
         table.EndLine();
     }
@@ -110,7 +65,7 @@ void WriteGlobalTable(const CpuUsageLog& log, const std::vector<CpuProcessStatis
 }
 
 void WriteProcessSetTable(const CpuUsageLog& log, const std::vector<CpuSetFindings>& findings,
-                          TableText& table) {
+                          CsvTable& table) {
     table.Cell("Times");
     std::vector<SeriesCursor> totals;
     for (const CpuSetFindings& found : findings) {
@@ -121,14 +76,14 @@ void WriteProcessSetTable(const CpuUsageLog& log, const std::vector<CpuSetFindin
     for (std::size_t sample = 0; sample < log.head.timeStamps.size(); ++sample) {
         table.TimeCell(log.head.timeStamps[sample]);
         for (SeriesCursor& total : totals) {
-            ValueCell(total.At(sample), table);
+            table.Cell(total.At(sample));
         }
         table.EndLine();
     }
     table.Finish();
 }
 
-void WriteCoreTable(const CpuCoresLog& log, TableText& table) {
+void WriteCoreTable(const CpuCoresLog& log, CsvTable& table) {
     table.Cell("CoreID");
     table.Cell("Field");
     for (const std::string_view time : log.head.timeStamps) {
@@ -141,7 +96,7 @@ void WriteCoreTable(const CpuCoresLog& log, TableText& table) {
             table.Cell(kCpuFieldNames[field]);
             SeriesCursor values(&core.fields[field]);
             for (std::size_t sample = 0; sample < log.head.timeStamps.size(); ++sample) {
-                ValueCell(values.At(sample), table);
+                table.Cell(values.At(sample));
             }
             table.EndLine();
         }
@@ -149,7 +104,7 @@ void WriteCoreTable(const CpuCoresLog& log, TableText& table) {
     table.Finish();
 }
 
-void WriteGlobalLoadingTable(const CpuUsageLog& log, TableText& table) {
+void WriteGlobalLoadingTable(const CpuUsageLog& log, CsvTable& table) {
     table.Cell("happen_time");
     table.Cell("total");
     table.EndLine();
@@ -165,7 +120,7 @@ void WriteGlobalLoadingTable(const CpuUsageLog& log, TableText& table) {
 }
 
 void WriteCoresLoadingTable(const CpuUsageLog& usage, const CpuCoresLog& cores, long processors,
-                            TableText& table) {
+                            CsvTable& table) {
     table.Cell("happen_time");
     table.Cell("total");
     std::vector<SeriesCursor> coreIdle;

@@ -31,7 +31,7 @@ template <typename Fill>
 bool SaveTable(const TableTarget& target, Fill fill) {
     FileResult result = FileResult::Ok;
     bool rewrite = target.mode == TableMode::Rewrite;
-    TableText table([&](std::string_view piece) {
+    CsvTable table([&](std::string_view piece) {
         result = rewrite ? WriteFile(target.path, piece) : AppendFile(target.path, piece);
         rewrite = false;
         return result == FileResult::Ok;
@@ -165,8 +165,7 @@ bool CpuAnalyzer::AnalyzeGlobal() {
     SaveAllProcesses(cpu_files::kAllProcesses.Path(dataPath_, time));
     const TableTarget target = {cpu_files::kGlobalTable.Path(dataPath_, time), TableMode::Rewrite,
                                 "[CpuAnalyzer] Error occurs when writing cpuglobal rawdata: "};
-    return SaveTable(target,
-                     [this](TableText& table) { WriteGlobalTable(usage_, ranked_, table); });
+    return SaveTable(target, [this](CsvTable& table) { WriteGlobalTable(usage_, ranked_, table); });
 }
 
 void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
@@ -210,7 +209,7 @@ bool CpuAnalyzer::AnalyzeProcessSets() {
     const TableTarget target = {cpu_files::kSelectedTable.Path(dataPath_, time), TableMode::Append,
                                 "[CpuAnalyzer] Error occurs when writing process set rawdata: "};
     return SaveTable(target,
-                     [&](TableText& table) { WriteProcessSetTable(usage_, findings, table); });
+                     [&](CsvTable& table) { WriteProcessSetTable(usage_, findings, table); });
 }
 
 bool CpuAnalyzer::AnalyzeCores() {
@@ -232,21 +231,21 @@ bool CpuAnalyzer::SaveCores() {
                    CoresDocument(FindCores(cores_, settings_), time));
     const TableTarget target = {cpu_files::kCoreTable.Path(dataPath_, time), TableMode::Rewrite,
                                 "[CpuAnalyzer] Error occurs when writing cpu cores rawdata: "};
-    return SaveTable(target, [this](TableText& table) { WriteCoreTable(cores_, table); }) ||
+    return SaveTable(target, [this](CsvTable& table) { WriteCoreTable(cores_, table); }) ||
            PrintFailure("[CpuAnalyzer] Failed to Write Cores RawData.");
 }
 
 bool CpuAnalyzer::WriteLoading() {
     if (!cores_.head.timeStamps.empty()) {
         return SaveLoading(coresFile_.path,
-                           [this](TableText& table) {
+                           [this](CsvTable& table) {
                                WriteCoresLoadingTable(usage_, cores_, settings_.processors, table);
                            }) ||
                PrintFailure("[CpuAnalyzer] Failed to Write cores CpuLoading RawData.");
     }
     if (!usage_.head.timeStamps.empty()) {
         return SaveLoading(usageFile_.path,
-                           [this](TableText& table) { WriteGlobalLoadingTable(usage_, table); }) ||
+                           [this](CsvTable& table) { WriteGlobalLoadingTable(usage_, table); }) ||
                PrintFailure("[CpuAnalyzer] Failed to Write global CpuLoading RawData.");
     }
     if (usageFile_.path.empty() && coresFile_.path.empty()) {
@@ -258,7 +257,7 @@ bool CpuAnalyzer::WriteLoading() {
 }
 
 bool CpuAnalyzer::SaveLoading(const std::string& source,
-                              const std::function<void(TableText&)>& fill) const {
+                              const std::function<void(CsvTable&)>& fill) const {
     if (!ResolvePath(dataPath_ + cpu_files::kRawDir)) {
         return PrintFailure("[CpuAnalyzer] Can't get real path");
     }

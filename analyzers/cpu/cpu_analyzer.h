@@ -55,7 +55,7 @@ private:
     [[nodiscard]] bool SaveCores();
     // Appends to the loading table that is named after the log `source`.
     [[nodiscard]] bool SaveLoading(const std::string& source,
-                                   const std::function<void(TableText&)>& fill) const;
+                                   const std::function<void(CsvTable&)>& fill) const;
 
     Host host_;
     const CpuPatternTable& patterns_;

@@ -4,13 +4,13 @@
 
 #include "formats/ddr.h"
 #include "foundation/numbers.h"
+#include "kit/csv_table.h"
 
 namespace zarn {
 namespace {
 
 constexpr const char* kObjectId = "soc_ddr_ana";
 constexpr const char* kEventId = "222210070";
-constexpr std::size_t kCellSize = 10;  // of a share and its comma, at most as a rule
 
 const DdrMasterInfo& InfoOf(const DdrInfoMap& infos, const std::string& name) {
     static const DdrMasterInfo none;
@@ -86,23 +86,22 @@ void WriteAnalysisDocument(const DdrInfoMap& infos, const std::string& happenTim
 
 std::string AnalysisTable(const DdrInfoMap& infos) {
     std::vector<const DdrMasterInfo*> columns;
-    std::string table = "happen_time,";
+    CsvTable table;
+    table.Cell("happen_time");
     for (const std::string& name : ddrNameList) {
-        table.append(name).push_back(',');
+        table.Cell(name);
         columns.push_back(&InfoOf(infos, name));
     }
-    table.push_back('\n');
+    table.EndLine();
     const std::vector<std::string>& moments = InfoOf(infos, kDdrTotal).timeStamps;
-    table.reserve(table.size() + moments.size() * (columns.size() + 2) * kCellSize);
     for (std::size_t i = 0; i < moments.size(); ++i) {
-        table.append("'").append(moments[i]).push_back(',');
+        table.TimeCell(moments[i]);
         for (const DdrMasterInfo* column : columns) {
-            AppendNumber(table, column->values.at(i));
-            table.push_back(',');
+            table.Cell(column->values.at(i));
         }
-        table.push_back('\n');
+        table.EndLine();
     }
-    return table;
+    return table.Text();
 }
 
 }  // namespace zarn

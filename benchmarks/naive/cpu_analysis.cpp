@@ -185,9 +185,9 @@ CpuUsageLog RecordsOf(const PlainUsageLog& plain) {
 }
 
 void SaveTable(const std::string& path, std::ios::openmode mode,
-               const std::function<void(TableText&)>& fill) {
+               const std::function<void(CsvTable&)>& fill) {
     std::ofstream file(path, mode);
-    TableText table([&file](std::string_view piece) {
+    CsvTable table([&file](std::string_view piece) {
         file << piece;
         return file.good();
     });
@@ -260,20 +260,20 @@ bool AnalyzeCpuPlainly(const std::string& dataPath, const CpuAnalyzerSettings& s
     SaveJsonToFile(path(cpu_files::kGlobalAnalysis), TotalDocument(global, time));
     SaveAllProcesses(documents[0], path(cpu_files::kAllProcesses), plain.sampleRows);
     SaveTable(path(cpu_files::kGlobalTable), std::ios::trunc,
-              [&](TableText& text) { WriteGlobalTable(usage, ranked, text); });
+              [&](CsvTable& text) { WriteGlobalTable(usage, ranked, text); });
 
     const auto sets = FindProcessSets(usage, ranked, settings);
     SaveJsonToFile(path(cpu_files::kSelectedAnalysis), ProcessSetDocument(sets, time));
     SaveTable(path(cpu_files::kSelectedTable), std::ios::app,
-              [&](TableText& text) { WriteProcessSetTable(usage, sets, text); });
+              [&](CsvTable& text) { WriteProcessSetTable(usage, sets, text); });
 
     PlainUsageLog plainCores;
     std::map<std::string, std::map<std::string, std::vector<double>>> fields;
     const CpuCoresLog cores = PlainCores(coresLogs[0], plainCores, fields);
     SaveJsonToFile(path(cpu_files::kCoreAnalysis), CoresDocument(FindCores(cores, settings), time));
     SaveTable(path(cpu_files::kCoreTable), std::ios::trunc,
-              [&](TableText& text) { WriteCoreTable(cores, text); });
-    SaveTable(path(cpu_files::kLoadingTable), std::ios::app, [&](TableText& text) {
+              [&](CsvTable& text) { WriteCoreTable(cores, text); });
+    SaveTable(path(cpu_files::kLoadingTable), std::ios::app, [&](CsvTable& text) {
         WriteCoresLoadingTable(usage, cores, settings.processors, text);
     });
     return true;

@@ -1,33 +1,39 @@
 #include "comparators/ddr/ddr_comparison_table.h"
 
-#include <functional>
-#include <vector>
+#include <array>
+
+#include "kit/csv_table.h"
 
 namespace zarn {
 namespace {
 
-constexpr const char* kNoCell = "N/A";
-
 // What one row of a name shows of a version.
 struct RowKind {
     const char* label;  // after the name
-    std::function<std::string(const DdrBwUsage&, const DdrBwLimits&)> cell;
-    bool isBound = false;
+    void (*addCell)(const DdrBwUsage& usage, const DdrBwLimits& limits, CsvTable& table);
+    bool isBound;
 };
 
-const std::vector<RowKind>& RowKinds() {
-    static const std::vector<RowKind> kinds = {
-        {"_mean(%)", [](const auto& usage, const auto&) { return std::to_string(usage.mean); }},
-        {"_max(%)", [](const auto& usage, const auto&) { return std::to_string(usage.max); }},
-        {"_min(%)", [](const auto& usage, const auto&) { return std::to_string(usage.min); }},
-        {"_over(%)", [](const auto& usage, const auto&) { return std::to_string(usage.over); }},
-        {"_bwHigh(GB/s)",
-         [](const auto&, const auto& limits) { return std::to_string(limits.bwHigh); }, true},
-        {"_bwLow(GB/s)",
-         [](const auto&, const auto& limits) { return std::to_string(limits.bwLow); }, true},
-    };
-    return kinds;
-}
+constexpr std::array<RowKind, 6> kRowKinds = {{
+    {"_mean(%)",
+     [](const auto& usage, const auto&, CsvTable& table) { table.FixedCell(usage.mean); }, false},
+    {"_max(%)", [](const auto& usage, const auto&, CsvTable& table) { table.FixedCell(usage.max); },
+     false},
+    {"_min(%)", [](const auto& usage, const auto&, CsvTable& table) { table.FixedCell(usage.min); },
+     false},
+    {"_over(%)",
+     [](const auto& usage, const auto&, CsvTable& table) { table.FixedCell(usage.over); }, false},
+    {"_bwHigh(GB/s)",
+     [](const auto&, const auto& limits, CsvTable& table) {
+         table.Cell(std::to_string(limits.bwHigh));
+     },
+     true},
+    {"_bwLow(GB/s)",
+     [](const auto&, const auto& limits, CsvTable& table) {
+         table.Cell(std::to_string(limits.bwLow));
+     },
+     true},
+}};
 
 template <typename Record>
 Record Lookup(const std::map<std::string, Record>& records, const std::string& name) {
@@ -35,31 +41,34 @@ Record Lookup(const std::map<std::string, Record>& records, const std::string& n
     return found == records.end() ? Record() : found->second;
 }
 
-std::string Cell(const DdrVersionInfo& version, const std::string& name, const RowKind& kind) {
+void AddCell(const DdrVersionInfo& version, const std::string& name, const RowKind& kind,
+             CsvTable& table) {
     if (!version.loaded || (kind.isBound && name == kDdrTotal)) {
-        return kNoCell;
+        table.MissingCell();
+    } else {
+        kind.addCell(Lookup(version.bwUsage, name), Lookup(version.bwLimits, name), table);
     }
-    return kind.cell(Lookup(version.bwUsage, name), Lookup(version.bwLimits, name));
 }
 
 }  // namespace
 
 std::string DdrComparisonTable(const std::map<std::string, DdrVersionInfo>& versions) {
-    std::string table = "version_id,";
+    CsvTable table;
+    table.Cell("version_id");
     for (const auto& [id, version] : versions) {
-        table.append(id).push_back(',');
+        table.Cell(id);
     }
-    table.push_back('\n');
+    table.EndLine();
     for (const std::string& name : ddrCompNameList) {
-        for (const RowKind& kind : RowKinds()) {
-            table.append(name).append(kind.label).push_back(',');
+        for (const RowKind& kind : kRowKinds) {
+            table.Cell(name + kind.label);
             for (const auto& [id, version] : versions) {
-                table.append(Cell(version, name, kind)).push_back(',');
+                AddCell(version, name, kind, table);
             }
-            table.push_back('\n');
+            table.EndLine();
         }
     }
-    return table;
+    return table.Text();
 }
 
 }  // namespace zarn
