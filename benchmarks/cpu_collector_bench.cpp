@@ -108,8 +108,11 @@ public:
 
     void SaveDocuments(const std::string& path) const {
         const CpuDocumentSources sources{global_, cores_, top10_, selected_, threads_};
+        EventWriter events;
         for (std::size_t sample = 0; sample < kSamples; ++sample) {
-            SaveJsonToFile(path, BuildCpuJson(sources, times_, sample));
+            if (BuildCpuJson(sources, times_, sample, events)) {
+                events.Save(path);
+            }
         }
     }
 

@@ -97,24 +97,8 @@ bool CopyPlain(std::string_view text, char* out) {
     return plain;
 }
 
-// Bytes from 0x80 on pass as they are.
 void AppendString(rapidjson::StringBuffer& buffer, const JsonValue& value) {
-    const std::string_view text(value.GetString(), value.GetStringLength());
-    char* const out = buffer.Push(text.size() + 2);
-    out[0] = '"';
-    if (CopyPlain(text, out + 1)) {
-        out[text.size() + 1] = '"';
-        return;
-    }
-    buffer.Pop(text.size() + 1);
-    for (const char c : text) {
-        if (kEscapes[static_cast<unsigned char>(c)] != 0) {
-            AppendEscape(buffer, static_cast<unsigned char>(c));
-        } else {
-            buffer.Put(c);
-        }
-    }
-    buffer.Put('"');
+    WriteJsonString({value.GetString(), value.GetStringLength()}, buffer);
 }
 
 void AppendNumber(rapidjson::StringBuffer& buffer, const JsonValue& value) {
@@ -218,6 +202,25 @@ void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer) {
             open.pop_back();
         }
     }
+}
+
+// Bytes from 0x80 on pass as they are.
+void WriteJsonString(std::string_view text, rapidjson::StringBuffer& buffer) {
+    char* const out = buffer.Push(text.size() + 2);
+    out[0] = '"';
+    if (CopyPlain(text, out + 1)) {
+        out[text.size() + 1] = '"';
+        return;
+    }
+    buffer.Pop(text.size() + 1);
+    for (const char c : text) {
+        if (kEscapes[static_cast<unsigned char>(c)] != 0) {
+            AppendEscape(buffer, static_cast<unsigned char>(c));
+        } else {
+            buffer.Put(c);
+        }
+    }
+    buffer.Put('"');
 }
 
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document) {

@@ -64,6 +64,9 @@ template <typename Handler>
 // null, so that the document stays readable.
 void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer);
 
+// Appends `text` as a JSON string, escaped as WriteJson does it.
+void WriteJsonString(std::string_view text, rapidjson::StringBuffer& buffer);
+
 // Adds a copied string member to the document's root object.
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document);
 

@@ -3,8 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "foundation/numbers.h"
-
 namespace zarn {
 namespace {
 
@@ -20,23 +18,6 @@ void AddVersionCell(double value, CsvTable& table) {
 }
 
 }  // namespace
-
-void CsvTable::Cell(std::string_view text) {
-    text_.append(text).push_back(',');
-}
-
-void CsvTable::Cell(double value) {
-    AppendNumber(text_, value);
-    text_.push_back(',');
-}
-
-void CsvTable::Cell(const double* value) {
-    if (value == nullptr) {
-        text_.push_back(',');
-    } else {
-        Cell(*value);
-    }
-}
 
 void CsvTable::FixedCell(double value) {
     AppendFixed(text_, value);

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/numbers.h"
+
 // Tables as CSV text. Every cell, the last of a line too, is followed by ",".
 namespace zarn {
 
@@ -20,11 +22,20 @@ public:
     // again.
     explicit CsvTable(Take take) : take_(std::move(take)) {}
 
-    void Cell(std::string_view text);
+    void Cell(std::string_view text) { text_.append(text).push_back(','); }
     // In a stream's default format: six significant digits, no zeros at their end.
-    void Cell(double value);
+    void Cell(double value) {
+        AppendNumber(text_, value);
+        text_.push_back(',');
+    }
     // The number, or an empty cell for nullptr.
-    void Cell(const double* value);
+    void Cell(const double* value) {
+        if (value == nullptr) {
+            text_.push_back(',');
+        } else {
+            Cell(*value);
+        }
+    }
     // In fixed notation with six decimals.
     void FixedCell(double value);
     // "N/A", for a value that is not known.

@@ -2,27 +2,105 @@
 
 #include "foundation/console.h"
 #include "foundation/files.h"
+#include "foundation/numbers.h"
 
 namespace zarn {
+namespace {
 
-void SaveJsonToFile(const std::string& path, const JsonValue& document) {
-    // Kept from document to document, unless a huge one has swollen it.
-    constexpr std::size_t kKeptSize = 1 << 20;
-    thread_local rapidjson::StringBuffer buffer;
-    buffer.Clear();
-    WriteJson(document, buffer);
-    buffer.Put('\n');
-    SaveJsonLines(path, buffer);
-    if (buffer.GetSize() > kKeptSize) {
-        buffer.Clear();
-        buffer.ShrinkToFit();
-    }
+// Memory that is kept from file to file, unless a huge document has swollen it: more than callers
+// gather before they save.
+constexpr std::size_t kKeptSize = 4U << 20U;
+
+}  // namespace
+
+void EventWriter::Begin() {
+    needsComma_ = false;
+    Open('{');
 }
 
-void SaveJsonLines(const std::string& path, const rapidjson::StringBuffer& lines) {
-    if (AppendFile(path, {lines.GetString(), lines.GetSize()}) != FileResult::Ok) {
+void EventWriter::End() {
+    Close('}');
+    EndLine();
+}
+
+void EventWriter::EndLine() {
+    buffer_.Put('\n');
+    whole_ = buffer_.GetSize();
+}
+
+void EventWriter::Key(std::string_view name) {
+    Separate();
+    WriteJsonString(name, buffer_);
+    buffer_.Put(':');
+    needsComma_ = false;
+}
+
+void EventWriter::Text(std::string_view text) {
+    Separate();
+    WriteJsonString(text, buffer_);
+}
+
+void EventWriter::Fixed(double value) {
+    digits_.clear();
+    AppendFixed(digits_, value);
+    Text(digits_);
+}
+
+void EventWriter::Integer(std::int64_t value) {
+    Separate();
+    WriteJson(JsonValue(value), buffer_);
+}
+
+void EventWriter::Number(double value) {
+    Separate();
+    WriteJson(JsonValue(value), buffer_);
+}
+
+void EventWriter::Text(std::string_view name, std::string_view text) {
+    Key(name);
+    Text(text);
+}
+
+void EventWriter::Fixed(std::string_view name, double value) {
+    Key(name);
+    Fixed(value);
+}
+
+void EventWriter::Separate() {
+    if (needsComma_) {
+        buffer_.Put(',');
+    }
+    needsComma_ = true;
+}
+
+void EventWriter::Open(char bracket) {
+    Separate();
+    buffer_.Put(bracket);
+    needsComma_ = false;
+}
+
+void EventWriter::Close(char bracket) {
+    buffer_.Put(bracket);
+    needsComma_ = true;
+}
+
+void EventWriter::Save(const std::string& path) {
+    if (AppendFile(path, Lines()) != FileResult::Ok) {
         PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
     }
+    const bool isSwollen = buffer_.GetSize() > kKeptSize;
+    buffer_.Clear();
+    if (isSwollen) {
+        buffer_.ShrinkToFit();
+    }
+    whole_ = 0;
+}
+
+void SaveJsonToFile(const std::string& path, const JsonValue& document) {
+    thread_local EventWriter writer;
+    WriteJson(document, writer.Buffer());
+    writer.EndLine();
+    writer.Save(path);
 }
 
 }  // namespace zarn

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -15,189 +14,162 @@ constexpr const char* kCoreObject = "soc_cpu_ana_core";
 constexpr const char* kFields = "us, sy, id, hi, si, st";
 constexpr std::size_t kTopProcesses = 10;
 
-// The default number conversion, six decimals, as std::to_string gives it but in a third of the
-// time.
-std::string_view NumberText(double value, std::array<char, 352>& digits) {
-    constexpr int kDecimals = 6;
-    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
-                                       std::chars_format::fixed, kDecimals);
-    return {digits.data(), static_cast<std::size_t>(written.ptr - digits.data())};
+// All up to the members of the content, which is an object.
+void BeginDocument(const char* objectId, const std::string& happenTime, EventWriter& events) {
+    events.Begin();
+    events.Text("eventId", kEventId);
+    events.Text("happenTime", happenTime);
+    events.Text("objectId", objectId);
+    events.Key("content");
+    events.BeginObject();
 }
 
-// Builds the content of one event document.
-class Builder {
-public:
-    Builder(const char* objectId, const std::string& happenTime) : allocator_(Allocator()) {
-        document_.SetObject();
-        Add(document_, "eventId", std::string_view(kEventId));
-        Add(document_, "happenTime", std::string_view(happenTime));
-        Add(document_, "objectId", std::string_view(objectId));
-    }
+void EndDocument(EventWriter& events) {
+    events.EndObject();
+    events.End();
+}
 
-    [[nodiscard]] JsonDocument Finish(JsonValue content) {
-        Add(document_, "content", std::move(content));
-        return std::move(document_);
+void AddHead(const CpuHeadMeans& head, EventWriter& events) {
+    events.Fixed("task", head.tasks);
+    events.Key("loadAverage");
+    events.BeginArray();
+    for (const auto& [name, mean] : head.loads) {
+        // A document has no word for infinity.
+        events.Number(std::isfinite(mean) ? mean : std::numeric_limits<double>::max());
     }
+    events.EndArray();
+}
 
-    [[nodiscard]] static JsonValue Object() { return JsonValue(rapidjson::kObjectType); }
+template <typename Statistics>
+void AddUsage(const Statistics& statistics, EventWriter& events) {
+    events.Fixed("meanUsage", statistics.mean);
+    events.Fixed("maxUsage", statistics.maximum);
+    events.Fixed("minUsage", statistics.minimum);
+}
 
-    // `key` must be a constant of the program; a name from outside goes through AddNamed.
-    void Add(JsonValue& object, const char* key, JsonValue value) {
-        object.AddMember(JsonValue(rapidjson::StringRef(key)), value, allocator_);
+void AddExtremes(std::string_view name, const std::vector<CpuExtreme>& extremes,
+                 EventWriter& events) {
+    events.Key(name);
+    events.BeginArray();
+    for (const CpuExtreme& extreme : extremes) {
+        events.BeginObject();
+        events.Fixed("cpuValue", extreme.value);
+        events.Text("timeStamp", extreme.timeStamp);
+        events.EndObject();
     }
-    void Add(JsonValue& object, const char* key, std::string_view text) {
-        Add(object, key, Text(text));
-    }
-    void Add(JsonValue& object, const char* key, double value) {
-        std::array<char, 352> digits;  // the largest double has 309 before the point
-        Add(object, key, NumberText(value, digits));
-    }
-    void AddNamed(JsonValue& object, std::string_view name, JsonValue value) {
-        object.AddMember(Text(name), value, allocator_);
-    }
-    void Append(JsonValue& array, JsonValue value) { array.PushBack(value, allocator_); }
+    events.EndArray();
+}
 
-    void AddHead(JsonValue& object, const CpuHeadMeans& head) {
-        Add(object, "task", head.tasks);
-        JsonValue loads(rapidjson::kArrayType);
-        for (const auto& [name, mean] : head.loads) {
-            // A document has no word for infinity.
-            loads.PushBack(std::isfinite(mean) ? mean : std::numeric_limits<double>::max(),
-                           allocator_);
-        }
-        Add(object, "loadAverage", std::move(loads));
+void AddPeaks(const CpuStatistics& statistics, EventWriter& events) {
+    AddExtremes("peak", statistics.peaks, events);
+    AddExtremes("trought", statistics.troughs, events);
+}
+
+void AddFields(const std::array<CpuStatistics, kCpuFieldCount>& fields, EventWriter& events) {
+    for (std::size_t field = 0; field < kCpuFieldCount; ++field) {
+        events.Key(kCpuFieldNames[field]);
+        events.BeginObject();
+        AddUsage(fields[field], events);
+        AddPeaks(fields[field], events);
+        events.EndObject();
     }
+}
 
-    template <typename Statistics>
-    void AddUsage(JsonValue& object, const Statistics& statistics) {
-        Add(object, "meanUsage", statistics.mean);
-        Add(object, "maxUsage", statistics.maximum);
-        Add(object, "minUsage", statistics.minimum);
+void AddProcess(const CpuProcessStatistics& process, EventWriter& events) {
+    events.BeginObject();
+    events.Text("procPID", process.pid);
+    events.Text("procCommand", process.command);
+    AddUsage(process, events);
+    events.EndObject();
+}
+
+void AddSet(const CpuSetFindings& found, EventWriter& events) {
+    events.Key(found.name);
+    events.BeginObject();
+    events.Key("procInfo");
+    events.BeginArray();
+    for (const CpuProcessStatistics& process : found.processes) {
+        AddProcess(process, events);
     }
-
-    void AddExtremes(JsonValue& object, const CpuStatistics& statistics) {
-        Add(object, "peak", Extremes(statistics.peaks));
-        Add(object, "trought", Extremes(statistics.troughs));
-    }
-
-    void AddFields(JsonValue& object, const std::array<CpuStatistics, kCpuFieldCount>& fields) {
-        for (std::size_t field = 0; field < kCpuFieldCount; ++field) {
-            JsonValue block = Object();
-            AddUsage(block, fields[field]);
-            AddExtremes(block, fields[field]);
-            Add(object, kCpuFieldNames[field], std::move(block));
-        }
-    }
-
-    [[nodiscard]] JsonValue Process(const CpuProcessStatistics& process) {
-        JsonValue object = Object();
-        Add(object, "procPID", process.pid);
-        Add(object, "procCommand", process.command);
-        AddUsage(object, process);
-        return object;
-    }
-
-private:
-    [[nodiscard]] JsonAllocator& Allocator() { return document_.GetAllocator(); }
-
-    [[nodiscard]] JsonValue Text(std::string_view text) {
-        // An empty view, of a sample without a time, may point nowhere, which the library refuses.
-        const char* const bytes = text.empty() ? "" : text.data();
-        return {bytes, static_cast<rapidjson::SizeType>(text.size()), allocator_};
-    }
-
-    [[nodiscard]] JsonValue Extremes(const std::vector<CpuExtreme>& extremes) {
-        JsonValue array(rapidjson::kArrayType);
-        for (const CpuExtreme& extreme : extremes) {
-            JsonValue object = Object();
-            Add(object, "cpuValue", extreme.value);
-            Add(object, "timeStamp", extreme.timeStamp);
-            array.PushBack(object, allocator_);
-        }
-        return array;
-    }
-
-    JsonDocument document_;
-    JsonAllocator& allocator_;
-};
+    events.EndArray();
+    AddUsage(found.statistics, events);
+    events.Fixed("usagePercent", found.usagePercent);
+    AddPeaks(found.statistics, events);
+    events.EndObject();
+}
 
 }  // namespace
 
-JsonDocument GlobalDocument(const CpuGlobalFindings& findings, const std::string& happenTime) {
-    Builder builder(kGlobalObject, happenTime);
-    JsonValue content = Builder::Object();
-    builder.AddHead(content, findings.head);
-    builder.Add(content, "fields", std::string_view(kFields));
-    builder.AddFields(content, findings.fields);
-    return builder.Finish(std::move(content));
+void WriteGlobalDocument(const CpuGlobalFindings& findings, const std::string& happenTime,
+                         EventWriter& events) {
+    BeginDocument(kGlobalObject, happenTime, events);
+    AddHead(findings.head, events);
+    events.Text("fields", kFields);
+    AddFields(findings.fields, events);
+    EndDocument(events);
 }
 
-JsonDocument Top10Document(const std::vector<CpuProcessStatistics>& ranked,
-                           const std::string& happenTime) {
-    Builder builder(kGlobalObject, happenTime);
-    JsonValue processes = Builder::Object();
+void WriteTop10Document(const std::vector<CpuProcessStatistics>& ranked,
+                        const std::string& happenTime, EventWriter& events) {
+    BeginDocument(kGlobalObject, happenTime, events);
+    events.Key("top10ProcInfo");
+    events.BeginObject();
     for (std::size_t i = 0; i < std::min(ranked.size(), kTopProcesses); ++i) {
-        builder.AddNamed(processes, "Top_" + std::to_string(i + 1), builder.Process(ranked[i]));
+        events.Key("Top_" + std::to_string(i + 1));
+        AddProcess(ranked[i], events);
     }
-    JsonValue content = Builder::Object();
-    builder.Add(content, "top10ProcInfo", std::move(processes));
-    return builder.Finish(std::move(content));
+    events.EndObject();
+    EndDocument(events);
 }
 
-JsonDocument TotalDocument(const CpuGlobalFindings& findings, const std::string& happenTime) {
-    Builder builder(kGlobalObject, happenTime);
-    JsonValue total = Builder::Object();
-    builder.AddHead(total, findings.head);
-    builder.AddUsage(total, findings.total);
-    builder.AddExtremes(total, findings.total);
-    JsonValue content = Builder::Object();
-    builder.Add(content, "cpuTotalInfo", std::move(total));
-    return builder.Finish(std::move(content));
+void WriteTotalDocument(const CpuGlobalFindings& findings, const std::string& happenTime,
+                        EventWriter& events) {
+    BeginDocument(kGlobalObject, happenTime, events);
+    events.Key("cpuTotalInfo");
+    events.BeginObject();
+    AddHead(findings.head, events);
+    AddUsage(findings.total, events);
+    AddPeaks(findings.total, events);
+    events.EndObject();
+    EndDocument(events);
 }
 
-JsonDocument ProcessSetDocument(const std::vector<CpuSetFindings>& findings,
-                                const std::string& happenTime) {
-    Builder builder(kGlobalObject, happenTime);
-    JsonValue sets = Builder::Object();
+void WriteProcessSetDocument(const std::vector<CpuSetFindings>& findings,
+                             const std::string& happenTime, EventWriter& events) {
+    BeginDocument(kGlobalObject, happenTime, events);
+    events.Key("procSetInfo");
+    events.BeginObject();
     for (const CpuSetFindings& found : findings) {
-        JsonValue processes(rapidjson::kArrayType);
-        for (const CpuProcessStatistics& process : found.processes) {
-            builder.Append(processes, builder.Process(process));
-        }
-        JsonValue set = Builder::Object();
-        builder.Add(set, "procInfo", std::move(processes));
-        builder.AddUsage(set, found.statistics);
-        builder.Add(set, "usagePercent", found.usagePercent);
-        builder.AddExtremes(set, found.statistics);
-        builder.AddNamed(sets, found.name, std::move(set));
+        AddSet(found, events);
     }
-    JsonValue content = Builder::Object();
-    builder.Add(content, "procSetInfo", std::move(sets));
-    return builder.Finish(std::move(content));
+    events.EndObject();
+    EndDocument(events);
 }
 
-JsonDocument CoresDocument(const CpuCoresFindings& findings, const std::string& happenTime) {
-    Builder builder(kCoreObject, happenTime);
-    JsonValue sorted(rapidjson::kArrayType);
+void WriteCoresDocument(const CpuCoresFindings& findings, const std::string& happenTime,
+                        EventWriter& events) {
+    BeginDocument(kCoreObject, happenTime, events);
+    AddHead(findings.head, events);
+    events.Text("fields", kFields);
+    events.Key("coresUsageSorted");
+    events.BeginArray();
     for (const auto& [core, usage] : findings.usageSorted) {
-        JsonValue object = Builder::Object();
-        builder.Add(object, "coreID", std::string_view(core));
-        builder.Add(object, "meanUsage", usage);
-        builder.Append(sorted, std::move(object));
+        events.BeginObject();
+        events.Text("coreID", core);
+        events.Fixed("meanUsage", usage);
+        events.EndObject();
     }
-    JsonValue cores(rapidjson::kArrayType);
+    events.EndArray();
+    events.Key("cpuUsage");
+    events.BeginArray();
     for (const CpuCoreFindings& core : findings.cores) {
-        JsonValue object = Builder::Object();
-        builder.Add(object, "coreID", core.name);
-        builder.AddFields(object, core.fields);
-        builder.Append(cores, std::move(object));
+        events.BeginObject();
+        events.Text("coreID", core.name);
+        AddFields(core.fields, events);
+        events.EndObject();
     }
-    JsonValue content = Builder::Object();
-    builder.AddHead(content, findings.head);
-    builder.Add(content, "fields", std::string_view(kFields));
-    builder.Add(content, "coresUsageSorted", std::move(sorted));
-    builder.Add(content, "cpuUsage", std::move(cores));
-    return builder.Finish(std::move(content));
+    events.EndArray();
+    EndDocument(events);
 }
 
 }  // namespace zarn

@@ -1,32 +1,31 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "analyzers/cpu/cpu_findings.h"
-#include "foundation/json.h"
+#include "kit/event_writer.h"
 
 // The event documents of the CPU analysis: findings in, document out. Percentages are texts with
 // six decimals unless said otherwise. `happenTime` is the time stamp of the log that was analysed.
 namespace zarn {
 
 // The shares of CPU time of the whole system.
-[[nodiscard]] JsonDocument GlobalDocument(const CpuGlobalFindings& findings,
-                                          const std::string& happenTime);
+void WriteGlobalDocument(const CpuGlobalFindings& findings, const std::string& happenTime,
+                         EventWriter& events);
 
 // The first ten of `ranked`, or all if there are fewer.
-[[nodiscard]] JsonDocument Top10Document(const std::vector<CpuProcessStatistics>& ranked,
-                                         const std::string& happenTime);
+void WriteTop10Document(const std::vector<CpuProcessStatistics>& ranked,
+                        const std::string& happenTime, EventWriter& events);
 
 // The samples' sums over all processes.
-[[nodiscard]] JsonDocument TotalDocument(const CpuGlobalFindings& findings,
-                                         const std::string& happenTime);
+void WriteTotalDocument(const CpuGlobalFindings& findings, const std::string& happenTime,
+                        EventWriter& events);
 
-[[nodiscard]] JsonDocument ProcessSetDocument(const std::vector<CpuSetFindings>& findings,
-                                              const std::string& happenTime);
+void WriteProcessSetDocument(const std::vector<CpuSetFindings>& findings,
+                             const std::string& happenTime, EventWriter& events);
 
-[[nodiscard]] JsonDocument CoresDocument(const CpuCoresFindings& findings,
-                                         const std::string& happenTime);
+void WriteCoresDocument(const CpuCoresFindings& findings, const std::string& happenTime,
+                        EventWriter& events);
 
 }  // namespace zarn

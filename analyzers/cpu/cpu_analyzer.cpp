@@ -17,6 +17,9 @@
 namespace zarn {
 namespace {
 
+// Documents are gathered to about so much before they are saved.
+constexpr std::size_t kPiece = std::size_t{1} << 20U;
+
 enum class TableMode { Rewrite, Append };
 
 // Where a table goes and what is said when it cannot be written to its end.
@@ -45,39 +48,6 @@ bool SaveTable(const TableTarget& target, Fill fill) {
     }
     return true;
 }
-
-// A file of documents, appended to in large pieces of whole documents.
-class DocumentFile {
-public:
-    explicit DocumentFile(std::string path) : path_(std::move(path)) {}
-
-    // Where the next document is written, behind those that wait to be saved.
-    [[nodiscard]] rapidjson::StringBuffer& Text() { return text_; }
-    // Ends the document that was written.
-    void Keep() {
-        text_.Put('\n');
-        kept_ = text_.GetSize();
-        if (kept_ >= kPiece) {
-            Save();
-        }
-    }
-    // Takes back what was written since the last document.
-    void Drop() { text_.Pop(text_.GetSize() - kept_); }
-    void Save() {
-        if (kept_ != 0) {
-            SaveJsonLines(path_, text_);
-        }
-        text_.Clear();
-        kept_ = 0;
-    }
-
-private:
-    static constexpr std::size_t kPiece = std::size_t{1} << 20U;
-
-    std::string path_;
-    rapidjson::StringBuffer text_;
-    std::size_t kept_ = 0;
-};
 
 bool PrintTableFault(const std::out_of_range& error) {
     return PrintFailure(
@@ -159,9 +129,13 @@ bool CpuAnalyzer::AnalyzeGlobal() {
     const std::string time = GetFileTimestamp(usageFile_.path);
     const CpuGlobalFindings findings = FindGlobal(usage_, settings_);
     const std::string path = cpu_files::kGlobalAnalysis.Path(dataPath_, time);
-    SaveJsonToFile(path, GlobalDocument(findings, time));
-    SaveJsonToFile(path, Top10Document(ranked_, time));
-    SaveJsonToFile(path, TotalDocument(findings, time));
+    EventWriter events;
+    WriteGlobalDocument(findings, time, events);
+    events.Save(path);
+    WriteTop10Document(ranked_, time, events);
+    events.Save(path);
+    WriteTotalDocument(findings, time, events);
+    events.Save(path);
     SaveAllProcesses(cpu_files::kAllProcesses.Path(dataPath_, time));
     const TableTarget target = {cpu_files::kGlobalTable.Path(dataPath_, time), TableMode::Rewrite,
                                 "[CpuAnalyzer] Error occurs when writing cpuglobal rawdata: "};
@@ -181,12 +155,12 @@ void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
         return;
     }
     std::string_view document;
-    DocumentFile extended(path);
+    EventWriter extended;
     for (std::size_t sample = 0; documents.Next(document); ++sample) {
         const bool hasRows = sample < usage_.sampleRows.Count();
         const auto rows =
             hasRows ? usage_.sampleRows.At(sample) : Batches<std::string_view>::Range{};
-        if (!AddAllProcesses(document, rows, extended.Text())) {
+        if (!AddAllProcesses(document, rows, extended.Buffer())) {
             PrintError("[CpuAnalyzer] Exception occurs while parsing cpuUsageFile json file.");
             extended.Drop();
         } else if (!hasRows) {
@@ -195,17 +169,23 @@ void CpuAnalyzer::SaveAllProcesses(const std::string& path) const {
                 "collector.");
             extended.Drop();
         } else {
-            extended.Keep();
+            extended.EndLine();
+        }
+        if (extended.Lines().size() >= kPiece) {
+            extended.Save(path);
         }
     }
-    extended.Save();
+    if (!extended.Lines().empty()) {
+        extended.Save(path);
+    }
 }
 
 bool CpuAnalyzer::AnalyzeProcessSets() {
     const std::string time = GetFileTimestamp(usageFile_.path);
     const auto findings = FindProcessSets(usage_, ranked_, settings_);
-    SaveJsonToFile(cpu_files::kSelectedAnalysis.Path(dataPath_, time),
-                   ProcessSetDocument(findings, time));
+    EventWriter events;
+    WriteProcessSetDocument(findings, time, events);
+    events.Save(cpu_files::kSelectedAnalysis.Path(dataPath_, time));
     const TableTarget target = {cpu_files::kSelectedTable.Path(dataPath_, time), TableMode::Append,
                                 "[CpuAnalyzer] Error occurs when writing process set rawdata: "};
     return SaveTable(target,
@@ -227,8 +207,9 @@ bool CpuAnalyzer::AnalyzeCores() {
 
 bool CpuAnalyzer::SaveCores() {
     const std::string time = GetFileTimestamp(coresFile_.path);
-    SaveJsonToFile(cpu_files::kCoreAnalysis.Path(dataPath_, time),
-                   CoresDocument(FindCores(cores_, settings_), time));
+    EventWriter events;
+    WriteCoresDocument(FindCores(cores_, settings_), time, events);
+    events.Save(cpu_files::kCoreAnalysis.Path(dataPath_, time));
     const TableTarget target = {cpu_files::kCoreTable.Path(dataPath_, time), TableMode::Rewrite,
                                 "[CpuAnalyzer] Error occurs when writing cpu cores rawdata: "};
     return SaveTable(target, [this](CsvTable& table) { WriteCoreTable(cores_, table); }) ||

@@ -150,10 +150,9 @@ bool DdrAnalyzer::Save() {
 
 bool DdrAnalyzer::SaveDocument() {
     try {
-        rapidjson::StringBuffer line;
-        WriteAnalysisDocument(ddrInfoMap, timeStamp_, line);
-        line.Put('\n');
-        RequireWritten(AppendFile(anaDataPath_, {line.GetString(), line.GetSize()}), anaDataPath_);
+        EventWriter events;
+        WriteAnalysisDocument(ddrInfoMap, timeStamp_, events);
+        RequireWritten(AppendFile(anaDataPath_, events.Lines()), anaDataPath_);
         return true;
     } catch (const std::exception& error) {
         return PrintFailure(std::string("[DdrAnalyzer] Error occurs when saving ddr ana info:") +

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "formats/ddr.h"
-#include "foundation/numbers.h"
 #include "kit/csv_table.h"
 
 namespace zarn {
@@ -18,70 +17,53 @@ const DdrMasterInfo& InfoOf(const DdrInfoMap& infos, const std::string& name) {
     return found == infos.end() ? none : found->second;
 }
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer>;
-
-void WriteText(const char* key, const std::string& text, Writer& writer) {
-    writer.Key(key);
-    writer.String(text);
-}
-
-// As text in fixed notation with six decimals; `text` is scratch memory.
-void WriteFigure(const char* key, double figure, std::string& text, Writer& writer) {
-    text.clear();
-    AppendFixed(text, figure);
-    WriteText(key, text, writer);
-}
-
 // A master's peaks or troughs.
-void WriteExtremes(const char* key, const std::vector<double>& values,
-                   const std::vector<std::string>& moments, Writer& writer) {
-    std::string text;
-    writer.Key(key);
-    writer.StartArray();
+void WriteExtremes(std::string_view name, const std::vector<double>& values,
+                   const std::vector<std::string>& moments, EventWriter& events) {
+    events.Key(name);
+    events.BeginArray();
     for (std::size_t i = 0; i < values.size(); ++i) {
-        writer.StartObject();
-        WriteFigure("Value", values[i], text, writer);
-        WriteText("timeStamp", moments[i], writer);
-        writer.EndObject();
+        events.BeginObject();
+        events.Fixed("Value", values[i]);
+        events.Text("timeStamp", moments[i]);
+        events.EndObject();
     }
-    writer.EndArray();
+    events.EndArray();
 }
 
-void WriteMaster(const std::string& name, const DdrMasterInfo& info, Writer& writer) {
-    std::string text;
-    writer.StartObject();
-    WriteText("mpam_name", name, writer);
-    WriteFigure("meanBw", info.meanBw, text, writer);
-    WriteFigure("maxBw", info.maxBw, text, writer);
-    WriteFigure("minBw", info.minBw, text, writer);
-    WriteFigure("over", info.over, text, writer);
-    writer.Key("peak_interval");
-    writer.StartArray();
+void WriteMaster(const std::string& name, const DdrMasterInfo& info, EventWriter& events) {
+    events.BeginObject();
+    events.Text("mpam_name", name);
+    events.Fixed("meanBw", info.meanBw);
+    events.Fixed("maxBw", info.maxBw);
+    events.Fixed("minBw", info.minBw);
+    events.Fixed("over", info.over);
+    events.Key("peak_interval");
+    events.BeginArray();
     for (const std::int32_t interval : info.peakIntervals) {
-        writer.Int(interval);
+        events.Integer(interval);
     }
-    writer.EndArray();
-    WriteExtremes("peak", info.peaks, info.peakTimeStamps, writer);
-    WriteExtremes("trough", info.troughs, info.troughTimeStamps, writer);
-    writer.EndObject();
+    events.EndArray();
+    WriteExtremes("peak", info.peaks, info.peakTimeStamps, events);
+    WriteExtremes("trough", info.troughs, info.troughTimeStamps, events);
+    events.EndObject();
 }
 
 }  // namespace
 
 void WriteAnalysisDocument(const DdrInfoMap& infos, const std::string& happenTime,
-                           rapidjson::StringBuffer& line) {
-    Writer writer(line);
-    writer.StartObject();
-    WriteText("objectId", kObjectId, writer);
-    WriteText("eventId", kEventId, writer);
-    WriteText("happenTime", happenTime, writer);
-    writer.Key("content");
-    writer.StartArray();
+                           EventWriter& events) {
+    events.Begin();
+    events.Text("objectId", kObjectId);
+    events.Text("eventId", kEventId);
+    events.Text("happenTime", happenTime);
+    events.Key("content");
+    events.BeginArray();
     for (const std::string& name : ddrNameList) {
-        WriteMaster(name, InfoOf(infos, name), writer);
+        WriteMaster(name, InfoOf(infos, name), events);
     }
-    writer.EndArray();
-    writer.EndObject();
+    events.EndArray();
+    events.End();
 }
 
 std::string AnalysisTable(const DdrInfoMap& infos) {

@@ -255,22 +255,28 @@ bool AnalyzeCpuPlainly(const std::string& dataPath, const CpuAnalyzerSettings& s
     const auto path = [&](const NumberedFile& file) { return file.Path(dataPath, time); };
 
     const CpuGlobalFindings global = FindGlobal(usage, settings);
-    SaveJsonToFile(path(cpu_files::kGlobalAnalysis), GlobalDocument(global, time));
-    SaveJsonToFile(path(cpu_files::kGlobalAnalysis), Top10Document(ranked, time));
-    SaveJsonToFile(path(cpu_files::kGlobalAnalysis), TotalDocument(global, time));
+    EventWriter events;
+    WriteGlobalDocument(global, time, events);
+    events.Save(path(cpu_files::kGlobalAnalysis));
+    WriteTop10Document(ranked, time, events);
+    events.Save(path(cpu_files::kGlobalAnalysis));
+    WriteTotalDocument(global, time, events);
+    events.Save(path(cpu_files::kGlobalAnalysis));
     SaveAllProcesses(documents[0], path(cpu_files::kAllProcesses), plain.sampleRows);
     SaveTable(path(cpu_files::kGlobalTable), std::ios::trunc,
               [&](CsvTable& text) { WriteGlobalTable(usage, ranked, text); });
 
     const auto sets = FindProcessSets(usage, ranked, settings);
-    SaveJsonToFile(path(cpu_files::kSelectedAnalysis), ProcessSetDocument(sets, time));
+    WriteProcessSetDocument(sets, time, events);
+    events.Save(path(cpu_files::kSelectedAnalysis));
     SaveTable(path(cpu_files::kSelectedTable), std::ios::app,
               [&](CsvTable& text) { WriteProcessSetTable(usage, sets, text); });
 
     PlainUsageLog plainCores;
     std::map<std::string, std::map<std::string, std::vector<double>>> fields;
     const CpuCoresLog cores = PlainCores(coresLogs[0], plainCores, fields);
-    SaveJsonToFile(path(cpu_files::kCoreAnalysis), CoresDocument(FindCores(cores, settings), time));
+    WriteCoresDocument(FindCores(cores, settings), time, events);
+    events.Save(path(cpu_files::kCoreAnalysis));
     SaveTable(path(cpu_files::kCoreTable), std::ios::trunc,
               [&](CsvTable& text) { WriteCoreTable(cores, text); });
     SaveTable(path(cpu_files::kLoadingTable), std::ios::app, [&](CsvTable& text) {

@@ -245,13 +245,13 @@ bool CpuCollector::SaveDocuments() const {
     const CpuSampleTimes topTimes(collectData_.topTime, settings_.interval);
     const CpuDocumentSources sources{collectData_.global, collectData_.cores, collectData_.top10,
                                      collectData_.selectedPs, collectData_.threadRowsByPid};
+    EventWriter events;
     for (std::uint32_t i = 0; i < settings_.count; ++i) {
-        const JsonDocument document = BuildCpuJson(sources, topTimes, i);
-        if (document.IsNull()) {
+        if (!BuildCpuJson(sources, topTimes, i, events)) {
             PrintLine("[CpuCollector] Error: Document is empty.");
             return false;
         }
-        SaveJsonToFile(path, document);
+        events.Save(path);
     }
     return true;
 }

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "foundation/files.h"
-#include "foundation/json.h"
 #include "foundation/numbers.h"
 #include "foundation/text.h"
 
@@ -21,16 +20,12 @@ constexpr std::int64_t kWholeSystem = -1;  // as cpuId
 constexpr std::size_t kFirstCpuLine = 3;   // after the time and two head lines of `top`
 constexpr std::size_t kCoreNumberAt = 3;   // in "Cpu12"
 
-JsonValue Reference(std::string_view text) {
-    return text.empty() ? JsonValue("", 0)
-                        : JsonValue(text.data(), static_cast<rapidjson::SizeType>(text.size()));
-}
-
-JsonValue MakeCpuEntry(std::int64_t cpuId, std::string_view numbers, JsonAllocator& allocator) {
-    JsonValue entry(rapidjson::kObjectType);
-    entry.AddMember("cpuId", cpuId, allocator);
-    entry.AddMember("cpuInfo", JsonValue(ParseCpuNumbers(numbers), allocator), allocator);
-    return entry;
+void AddCpu(std::int64_t cpuId, std::string_view numbers, EventWriter& events) {
+    events.BeginObject();
+    events.Key("cpuId");
+    events.Integer(cpuId);
+    events.Text("cpuInfo", ParseCpuNumbers(numbers));
+    events.EndObject();
 }
 
 // The number in a name such as "Cpu12"; 0 if there is none.
@@ -47,7 +42,7 @@ bool CutCpuLine(std::string_view line, std::string_view& name, std::string_view&
     return pieces.Next(name) && pieces.Next(numbers);
 }
 
-void AddWholeSystem(std::string_view batch, JsonValue& cpu, JsonAllocator& allocator) {
+void AddWholeSystem(std::string_view batch, EventWriter& events) {
     LineCursor lines(batch);
     std::string_view line;
     for (std::size_t i = 0; i <= kFirstCpuLine; ++i) {
@@ -58,63 +53,53 @@ void AddWholeSystem(std::string_view batch, JsonValue& cpu, JsonAllocator& alloc
     std::string_view name;
     std::string_view numbers;
     if (CutCpuLine(line, name, numbers)) {
-        cpu.PushBack(MakeCpuEntry(kWholeSystem, numbers, allocator), allocator);
+        AddCpu(kWholeSystem, numbers, events);
     }
 }
 
-void AddCores(std::string_view batch, JsonValue& cpu, JsonAllocator& allocator) {
+void AddCores(std::string_view batch, EventWriter& events) {
     LineCursor lines(batch);
     std::string_view line;
     std::string_view name;
     std::string_view numbers;
     for (std::size_t i = 0; lines.Next(line); ++i) {
         if (i >= kFirstCpuLine && line.size() > 1 && CutCpuLine(line, name, numbers)) {
-            cpu.PushBack(MakeCpuEntry(CoreNumber(name), numbers, allocator), allocator);
+            AddCpu(CoreNumber(name), numbers, events);
         }
     }
 }
 
-JsonValue BuildCpuArray(const CpuDocumentSources& sources, std::size_t sampleIndex,
-                        JsonAllocator& allocator) {
-    JsonValue cpu(rapidjson::kArrayType);
-    AddWholeSystem(sources.global.Batch(sampleIndex), cpu, allocator);
-    AddCores(sources.cores.Batch(sampleIndex), cpu, allocator);
-    return cpu;
-}
-
-JsonValue BuildThreadArray(const CpuThreadRows& threadRowsByPid, std::string_view pid,
-                           JsonAllocator& allocator) {
-    JsonValue threads(rapidjson::kArrayType);
+void AddThreads(const CpuThreadRows& threadRowsByPid, std::string_view pid, EventWriter& events) {
+    events.Key("top10Threads");
+    events.BeginArray();
     const auto rows = threadRowsByPid.find(pid);
-    if (rows == threadRowsByPid.end()) {
-        return threads;
+    if (rows != threadRowsByPid.end()) {
+        for (const std::string& row : rows->second) {
+            events.BeginObject();
+            events.Text("threadInfo", row);
+            events.EndObject();
+        }
     }
-    for (const std::string& row : rows->second) {
-        JsonValue thread(rapidjson::kObjectType);
-        thread.AddMember("threadInfo", Reference(row), allocator);
-        threads.PushBack(thread, allocator);
-    }
-    return threads;
+    events.EndArray();
 }
 
-JsonValue BuildProcessArray(const std::vector<CpuRows>& samples, std::size_t sampleIndex,
-                            const CpuThreadRows& threadRowsByPid, JsonAllocator& allocator) {
-    JsonValue processes(rapidjson::kArrayType);
-    if (sampleIndex >= samples.size()) {
-        return processes;
-    }
-    for (const std::string& row : samples[sampleIndex]) {
-        const std::string_view pid = PidOfPsRow(row);
-        if (pid.empty()) {
-            continue;
+// The rows of sample `sampleIndex`, if there is one.
+void AddProcesses(const std::vector<CpuRows>& samples, std::size_t sampleIndex,
+                  const CpuThreadRows& threadRowsByPid, EventWriter& events) {
+    events.BeginArray();
+    if (sampleIndex < samples.size()) {
+        for (const std::string& row : samples[sampleIndex]) {
+            const std::string_view pid = PidOfPsRow(row);
+            if (pid.empty()) {
+                continue;
+            }
+            events.BeginObject();
+            events.Text("procInfo", row);
+            AddThreads(threadRowsByPid, pid, events);
+            events.EndObject();
         }
-        JsonValue process(rapidjson::kObjectType);
-        process.AddMember("procInfo", Reference(row), allocator);
-        process.AddMember("top10Threads", BuildThreadArray(threadRowsByPid, pid, allocator),
-                          allocator);
-        processes.PushBack(process, allocator);
     }
-    return processes;
+    events.EndArray();
 }
 
 }  // namespace
@@ -133,33 +118,33 @@ std::string ParseCpuNumbers(std::string_view text) {
     return numbers;
 }
 
-JsonDocument BuildCpuJson(const CpuDocumentSources& sources, const CpuSampleTimes& topTimes,
-                          std::size_t sampleIndex) {
-    JsonDocument document;
+bool BuildCpuJson(const CpuDocumentSources& sources, const CpuSampleTimes& topTimes,
+                  std::size_t sampleIndex, EventWriter& events) {
     std::string happenTime;
     if (!topTimes.At(sampleIndex, happenTime)) {
-        return document;
+        return false;
     }
-    document.SetObject();
-    JsonAllocator& allocator = document.GetAllocator();
-    JsonValue content(rapidjson::kObjectType);
-    content.AddMember("cpuFields", Reference(kCpuFields), allocator);
-    content.AddMember("procFields", Reference(kProcFields), allocator);
-    content.AddMember("threadFields", Reference(kThreadFields), allocator);
-    content.AddMember("cpu", BuildCpuArray(sources, sampleIndex, allocator), allocator);
-    content.AddMember(
-        "top10Procs",
-        BuildProcessArray(sources.top10, sampleIndex, sources.threadRowsByPid, allocator),
-        allocator);
-    content.AddMember(
-        "selectedProcs",
-        BuildProcessArray(sources.selected, sampleIndex, sources.threadRowsByPid, allocator),
-        allocator);
-    document.AddMember("eventId", Reference(kEventId), allocator);
-    document.AddMember("happenTime", JsonValue(happenTime, allocator), allocator);
-    document.AddMember("objectId", Reference(kObjectId), allocator);
-    document.AddMember("content", content, allocator);
-    return document;
+    events.Begin();
+    events.Text("eventId", kEventId);
+    events.Text("happenTime", happenTime);
+    events.Text("objectId", kObjectId);
+    events.Key("content");
+    events.BeginObject();
+    events.Text("cpuFields", kCpuFields);
+    events.Text("procFields", kProcFields);
+    events.Text("threadFields", kThreadFields);
+    events.Key("cpu");
+    events.BeginArray();
+    AddWholeSystem(sources.global.Batch(sampleIndex), events);
+    AddCores(sources.cores.Batch(sampleIndex), events);
+    events.EndArray();
+    events.Key("top10Procs");
+    AddProcesses(sources.top10, sampleIndex, sources.threadRowsByPid, events);
+    events.Key("selectedProcs");
+    AddProcesses(sources.selected, sampleIndex, sources.threadRowsByPid, events);
+    events.EndObject();
+    events.End();
+    return true;
 }
 
 }  // namespace zarn

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "collectors/system/cpu/cpu_samples_parser.h"
-#include "foundation/json.h"
+#include "kit/event_writer.h"
 
 namespace zarn {
 
@@ -24,11 +24,10 @@ struct CpuDocumentSources {
     const CpuThreadRows& threadRowsByPid;
 };
 
-// The event document of sample `sampleIndex`, made of the batches of that index; a source that has
-// none adds nothing. A null document if the sample has no valid time. The document's strings refer
-// to `sources`, which must outlive it, and so have no NUL at their end.
-[[nodiscard]] JsonDocument BuildCpuJson(const CpuDocumentSources& sources,
-                                        const CpuSampleTimes& topTimes, std::size_t sampleIndex);
+// Writes the event document of sample `sampleIndex`, made of the batches of that index; a source
+// that has none adds nothing. False, and no document, if the sample has no valid time.
+[[nodiscard]] bool BuildCpuJson(const CpuDocumentSources& sources, const CpuSampleTimes& topTimes,
+                                std::size_t sampleIndex, EventWriter& events);
 
 // "1.0 us, 2.0 sy, ..." to "1.0 2.0 ...": of each part between commas the first token, if there is
 // a second one and the first is a decimal number.

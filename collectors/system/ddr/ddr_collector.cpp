@@ -38,10 +38,10 @@ void SaveBandwidth(const std::vector<BandwidthRow>& rows, const std::string& pat
     if (rows.size() % groupSize != 0) {
         return;  // a torn sample must not shift the columns
     }
+    EventWriter events;
     for (std::size_t first = 0; first < rows.size(); first += groupSize) {
-        JsonDocument document;
-        MakeBandwidthDocument(rows, first, groupSize, TakeSampleTime(), document);
-        SaveJsonToFile(path, document);
+        WriteBandwidthDocument(rows, first, groupSize, TakeSampleTime(), events);
+        events.Save(path);
     }
 }
 
@@ -106,10 +106,10 @@ bool DdrCollector::InitQosConfig() {
         }
         heldConfigs.push_back(std::move(held));
     }
+    EventWriter events;
     for (const QosConfig& held : heldConfigs) {
-        JsonDocument document;
-        MakeQosDocument(held, timeStamp_, document);
-        SaveJsonToFile(qosConfigPath_, document);
+        WriteQosDocument(held, timeStamp_, events);
+        events.Save(qosConfigPath_);
     }
     if (!SetMbwu(mbwuMpamIds, kMonitorSampling, host_.device)) {
         PrintError("[DdrCollector] Failed to enable bandwidth monitoring.");

@@ -6,7 +6,7 @@
 
 #include "collectors/system/ddr/ddr_bandwidth_parser.h"
 #include "collectors/system/ddr/qos_config.h"
-#include "foundation/json.h"
+#include "kit/event_writer.h"
 
 // The DDR collector's documents.
 namespace zarn {
@@ -15,14 +15,13 @@ namespace zarn {
 // std::stod throws.
 [[nodiscard]] double DdrShare(const std::string& bandwidth);
 
-// Makes `document` that of one sample, `rows[first]` to `rows[first + size - 1]`: the share of each
+// Writes the document of one sample, `rows[first]` to `rows[first + size - 1]`: the share of each
 // under the name of its id. Throws std::out_of_range for an id that is not in mpamNameMap, and what
-// DdrShare throws.
-void MakeBandwidthDocument(const std::vector<BandwidthRow>& rows, std::size_t first,
-                           std::size_t size, const std::string& happenTime, JsonDocument& document);
+// DdrShare throws; a document is begun then that must not be kept.
+void WriteBandwidthDocument(const std::vector<BandwidthRow>& rows, std::size_t first,
+                            std::size_t size, const std::string& happenTime, EventWriter& events);
 
-// Makes `document` that of one master's QoS settings.
-void MakeQosDocument(const QosConfig& config, const std::string& happenTime,
-                     JsonDocument& document);
+// Writes the document of one master's QoS settings.
+void WriteQosDocument(const QosConfig& config, const std::string& happenTime, EventWriter& events);
 
 }  // namespace zarn

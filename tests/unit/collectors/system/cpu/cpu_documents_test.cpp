@@ -2,18 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include "foundation/json.h"
 #include "tests/support/captured_streams.h"
 
 namespace zarn {
 namespace {
 
 const CpuSampleTimes kTimes("20240118120000250", 0.5);
-
-std::string Text(const JsonDocument& document) {
-    rapidjson::StringBuffer buffer;
-    WriteJson(document, buffer);
-    return {buffer.GetString(), buffer.GetSize()};
-}
 
 // What stands before "cpu" in the document of a sample.
 std::string Head(std::size_t index) {
@@ -34,8 +29,12 @@ struct Sources {
     std::vector<CpuRows> selected;
     CpuThreadRows threadRowsByPid;
 
-    [[nodiscard]] JsonDocument Build(std::size_t index) const {
-        return BuildCpuJson({global, cores, top10, selected, threadRowsByPid}, kTimes, index);
+    // The text of a document, without its newline.
+    [[nodiscard]] std::string Build(std::size_t index) const {
+        EventWriter events;
+        EXPECT_TRUE(
+            BuildCpuJson({global, cores, top10, selected, threadRowsByPid}, kTimes, index, events));
+        return std::string(events.Lines().substr(0, events.Lines().find('\n')));
     }
 };
 
@@ -58,7 +57,8 @@ std::string CpuArray(const std::vector<std::string>& global,
     Sources sources;
     sources.global = global.empty() ? CpuLog() : Log({global});
     sources.cores = cores.empty() ? CpuLog() : Log({cores});
-    const JsonDocument document = sources.Build(0);
+    JsonDocument document;
+    EXPECT_TRUE(ParseJson(sources.Build(0), document));
     rapidjson::StringBuffer buffer;
     WriteJson(document["content"]["cpu"], buffer);
     return {buffer.GetString(), buffer.GetSize()};
@@ -84,8 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
         NumbersCase{"-1 us,1.2.3 sy,4 id extra,x y,,", "4"}, NumbersCase{"", ""}));
 
 TEST(BuildCpuJson, WithoutAnyListsIsTheBareFrame) {
-    EXPECT_EQ(Text(Sources().Build(3)),
-              Head(3) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
+    EXPECT_EQ(Sources().Build(3), Head(3) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
 }
 
 TEST(BuildCpuJson, HasItsMembersInOrder) {
@@ -98,7 +97,7 @@ TEST(BuildCpuJson, HasItsMembersInOrder) {
     const std::string selected =
         R"({"procInfo":"app 27 0.1 a\"b","top10Threads":[{"threadInfo":"app 27 27 x"},)"
         R"({"threadInfo":"app 28 27 x/1"}]})";
-    EXPECT_EQ(Text(sources.Build(1)),
+    EXPECT_EQ(sources.Build(1),
               Head(1) + R"("cpu":[{"cpuId":-1,"cpuInfo":"1.5 98.5"},{"cpuId":0,"cpuInfo":"2.0"},)" +
                   R"({"cpuId":11,"cpuInfo":"1.0 3"}],)" +
                   R"("top10Procs":[{"procInfo":"root 1 0.2 init","top10Threads":[]},)" + selected +
@@ -111,7 +110,7 @@ TEST(BuildCpuJson, ASampleBeyondTheBatchesIsEmpty) {
     sources.cores = Log({{"top", "Tasks", "Cpu0 : 1.5 us"}});
     sources.top10 = {{"root 1"}};
     sources.selected = {{"root 1"}};
-    EXPECT_EQ(Text(sources.Build(1)), Head(1) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
+    EXPECT_EQ(sources.Build(1), Head(1) + R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})");
 }
 
 TEST(BuildCpuJson, TornSummariesAddNoEntry) {
@@ -147,7 +146,7 @@ TEST(BuildCpuJson, RowsWithoutAPidAreDropped) {
     Sources sources;
     const std::string binary = "a \0\x01\xff"s;
     sources.top10 = {{"root", " root ", binary}};
-    EXPECT_EQ(Text(sources.Build(0)),
+    EXPECT_EQ(sources.Build(0),
               Head(0) + "\"cpu\":[],\"top10Procs\":[{\"procInfo\":\"a \\u0000\\u0001\xff\"," +
                   R"("top10Threads":[]}],"selectedProcs":[]}})");
 }
@@ -157,8 +156,10 @@ TEST(BuildCpuJson, WithoutAValidTimeThereIsNoDocument) {
         const Sources none;
         const CpuDocumentSources sources{none.global, none.cores, none.top10, none.selected,
                                          none.threadRowsByPid};
-        EXPECT_TRUE(BuildCpuJson(sources, CpuSampleTimes("", 1.0), 0).IsNull());
-        EXPECT_TRUE(BuildCpuJson(sources, CpuSampleTimes("20240118120000250", 1e300), 1).IsNull());
+        EventWriter events;
+        EXPECT_FALSE(BuildCpuJson(sources, CpuSampleTimes("", 1.0), 0, events));
+        EXPECT_FALSE(BuildCpuJson(sources, CpuSampleTimes("20240118120000250", 1e300), 1, events));
+        EXPECT_EQ(events.Lines(), "");
     });
     EXPECT_EQ(captured.err,
               "[zarn_utils] The length of TimeStr is incorrect!\n"

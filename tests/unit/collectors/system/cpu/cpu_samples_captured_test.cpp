@@ -29,9 +29,13 @@ std::size_t CountLines(const std::string& text, const char* first) {
                       [first](const std::string& line) { return line.find(first) == 0; }));
 }
 
-// The strings of a document are views, so their end is known by their length alone.
-std::string String(const JsonValue& value) {
-    return {value.GetString(), value.GetStringLength()};
+// The document of a sample.
+JsonDocument Document(const CpuDocumentSources& sources, std::size_t index) {
+    EventWriter events;
+    JsonDocument document;
+    EXPECT_TRUE(BuildCpuJson(sources, kTimes, index, events));
+    EXPECT_TRUE(ParseJson(events.Lines(), document));
+    return document;
 }
 
 // The `cpuInfo` texts of a document, by `cpuId`.
@@ -39,11 +43,10 @@ std::map<int, std::string> CpuInfoById(const CpuLog& global, const CpuLog& cores
                                        std::size_t index) {
     const std::vector<CpuRows> noRows;
     const CpuThreadRows noThreads;
-    const JsonDocument document =
-        BuildCpuJson({global, cores, noRows, noRows, noThreads}, kTimes, index);
+    const JsonDocument document = Document({global, cores, noRows, noRows, noThreads}, index);
     std::map<int, std::string> info;
     for (const auto& entry : document["content"]["cpu"].GetArray()) {
-        info[entry["cpuId"].GetInt()] = String(entry["cpuInfo"]);
+        info[entry["cpuId"].GetInt()] = entry["cpuInfo"].GetString();
     }
     return info;
 }
@@ -162,18 +165,18 @@ TEST(CapturedPs, RowsAndTheirThreadsReachTheDocument) {
                                    {"14", Rows("ps-4.0.2/threads_of_14.txt")}};
     const CpuLog noLog;
     const JsonDocument document =
-        BuildCpuJson({noLog, noLog, cutter.top10, cutter.selected, threads}, kTimes, 0);
+        Document({noLog, noLog, cutter.top10, cutter.selected, threads}, 0);
     const auto top10 = document["content"]["top10Procs"].GetArray();
     ASSERT_EQ(top10.Size(), 10U);
-    EXPECT_EQ(String(top10[0]["procInfo"]),
-              "daemon        14 20.6  0.0  92632  1624   0 daemon_node");
+    EXPECT_STREQ(top10[0]["procInfo"].GetString(),
+                 "daemon        14 20.6  0.0  92632  1624   0 daemon_node");
     EXPECT_EQ(top10[0]["top10Threads"].Size(), 10U);
     const auto selected = document["content"]["selectedProcs"].GetArray();
     ASSERT_EQ(selected.Size(), 1U);
-    EXPECT_EQ(String(selected[0]["procInfo"]),
-              "root           6 14.8  0.0 14690736 1508  1 planner_node");
-    EXPECT_EQ(String(selected[0]["top10Threads"][1]["threadInfo"]),
-              "root           8       6  6.6  0.0 14690736 1508  0 planner_node/1");
+    EXPECT_STREQ(selected[0]["procInfo"].GetString(),
+                 "root           6 14.8  0.0 14690736 1508  1 planner_node");
+    EXPECT_STREQ(selected[0]["top10Threads"][1]["threadInfo"].GetString(),
+                 "root           8       6  6.6  0.0 14690736 1508  0 planner_node/1");
 }
 
 }  // namespace

@@ -23,12 +23,6 @@ std::vector<std::string> Rows(std::string_view text, std::size_t masters = 2) {
     return rows;
 }
 
-std::string Compact(const JsonDocument& document) {
-    rapidjson::StringBuffer buffer;
-    WriteJson(document, buffer);
-    return {buffer.GetString(), buffer.GetSize()};
-}
-
 TEST(BandwidthParser, ATotalFollowsTheRowsOfASample) {
     EXPECT_THAT(Rows("20230101120000123\n"
                      "| mpamid | bw | a | b | c |\n"
@@ -113,28 +107,30 @@ TEST(DdrShareTest, SharesArePercentOfThePeakAndEndAt100) {
 }
 
 TEST(DdrDocuments, ASampleHasItsRowsInTheOrderOfTheLog) {
-    JsonDocument document;
-    MakeBandwidthDocument({{"skipped", "x"}, {"10", "26112"}, {"0", "60000"}, {"total", "522"}}, 1,
-                          3, "20230101120000123", document);
-    EXPECT_EQ(Compact(document),
+    EventWriter events;
+    WriteBandwidthDocument({{"skipped", "x"}, {"10", "26112"}, {"0", "60000"}, {"total", "522"}}, 1,
+                           3, "20230101120000123", events);
+    EXPECT_EQ(events.Lines(),
               R"({"objectId":"soc_ddr_bandwidth_usage_info","eventId":"962200001",)"
               R"("happenTime":"20230101120000123","content":[{"isp_vipe":"50.000000",)"
-              R"("cpu":"100.000000","total":"0.999540"}]})");
+              R"("cpu":"100.000000","total":"0.999540"}]})"
+              "\n");
 }
 
 TEST(DdrDocuments, AnIdOutsideTheMapThrows) {
-    JsonDocument document;
-    EXPECT_THROW(MakeBandwidthDocument({{"4", "1"}}, 0, 1, "t", document), std::out_of_range);
+    EventWriter events;
+    EXPECT_THROW(WriteBandwidthDocument({{"4", "1"}}, 0, 1, "t", events), std::out_of_range);
 }
 
 TEST(DdrDocuments, QosSettingsAreDecimalTexts) {
-    JsonDocument document;
-    MakeQosDocument({"cpu", 0, 1, 51, 1, kNoMaster, 5}, "20230101120000123", document);
-    EXPECT_EQ(Compact(document),
+    EventWriter events;
+    WriteQosDocument({"cpu", 0, 1, 51, 1, kNoMaster, 5}, "20230101120000123", events);
+    EXPECT_EQ(events.Lines(),
               R"({"objectId":"soc_qos_mata_config_info","eventId":"962200001",)"
               R"("happenTime":"20230101120000123","content":[{"mpam_name":"cpu","mpamid":"0",)"
               R"("bw_low":"1","bw_high":"51","hardlimit":"1","master":"4294967295",)"
-              R"("priority":"5"}]})");
+              R"("priority":"5"}]})"
+              "\n");
 }
 
 }  // namespace

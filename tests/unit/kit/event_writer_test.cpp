@@ -1,0 +1,89 @@
+#include "kit/event_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+#include "tests/support/captured_streams.h"
+#include "tests/support/temp_dir.h"
+
+namespace zarn {
+namespace {
+
+// A document with one text.
+void Write(const std::string& text, EventWriter& events) {
+    events.Begin();
+    events.Text("text", text);
+    events.End();
+}
+
+TEST(EventWriterTest, WritesMembersAndValuesInTheOrderOfTheCalls) {
+    EventWriter events;
+    events.Begin();
+    events.Text("eventId", "1\"2");
+    events.Key("content");
+    events.BeginArray();
+    events.BeginObject();
+    events.EndObject();
+    events.BeginObject();
+    events.Fixed("half", 0.5);
+    events.Key("many");
+    events.BeginArray();
+    events.Integer(-1);
+    events.Integer(4294967296);
+    events.Number(1.5);
+    events.Number(std::numeric_limits<double>::infinity());
+    events.Text("t");
+    events.Fixed(100.0 / 3);
+    events.BeginArray();
+    events.EndArray();
+    events.EndArray();
+    events.Text("a\tkey", "");
+    events.EndObject();
+    events.EndArray();
+    events.End();
+    EXPECT_EQ(events.Lines(),
+              R"({"eventId":"1\"2","content":[{},{"half":"0.500000","many":[-1,4294967296,1.5,null,)"
+              R"("t","33.333333",[]],"a\tkey":""}]})"
+              "\n");
+}
+
+TEST(EventWriterTest, WhatIsDroppedIsNoDocument) {
+    EventWriter events;
+    Write("kept", events);
+    events.Begin();
+    events.Text("text", "torn");
+    EXPECT_EQ(events.Lines(), "{\"text\":\"kept\"}\n");
+    events.Drop();
+    Write("next", events);
+    EXPECT_EQ(events.Lines(), "{\"text\":\"kept\"}\n{\"text\":\"next\"}\n");
+}
+
+TEST(EventWriterTest, SavingAppendsAndForgets) {
+    const test::TempDir directory;
+    const std::string path = directory.Path() + "documents.data";
+    const std::string huge(5U << 20U, 'x');
+    EventWriter events;
+    for (const std::string& text : {std::string("a"), huge, std::string("b")}) {
+        Write(text, events);
+        events.Save(path);
+        EXPECT_EQ(events.Lines(), "");
+    }
+    EXPECT_EQ(directory.Read("documents.data"),
+              "{\"text\":\"a\"}\n{\"text\":\"" + huge + "\"}\n{\"text\":\"b\"}\n");
+}
+
+TEST(EventWriterTest, AFileThatCannotBeOpenedIsSaidAndForgotten) {
+    const test::TempDir directory;
+    EventWriter events;
+    Write("lost", events);
+    const test::Captured captured =
+        test::Capture([&] { events.Save(directory.Path() + "missing/file"); });
+    EXPECT_EQ(captured.err, "[zarn_utils] Cannot open outfile, check your filePath.\n");
+    EXPECT_EQ(captured.out, "");
+    EXPECT_EQ(events.Lines(), "");
+}
+
+}  // namespace
+}  // namespace zarn
