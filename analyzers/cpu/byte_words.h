@@ -6,10 +6,6 @@
 #include <cstring>
 #include <string_view>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 // Looking at eight bytes of a text in one step, for texts of which every byte counts and whose
 // words end where nobody can foresee it.
 namespace zarn::byte_words {
@@ -55,27 +51,6 @@ struct BlockBits {
     bool special = false;  // whether a byte is none that JSON takes as it is within a string
 };
 
-#if defined(__SSE2__)
-// The same by the vector instructions that every processor of this kind has, in a tenth of the
-// steps.
-inline BlockBits LookAt(const char* bytes) {
-    BlockBits bits;
-    __m128i special = _mm_setzero_si128();
-    for (std::size_t i = 0; i < kBlockSize; i += sizeof(__m128i)) {
-        __m128i part;
-        std::memcpy(&part, bytes + i, sizeof part);
-        const auto mask =
-            static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(part, _mm_set1_epi8(' '))));
-        bits.blanks |= std::uint64_t{mask} << i;
-        const __m128i control = _mm_cmpeq_epi8(_mm_min_epu8(part, _mm_set1_epi8('\x1f')), part);
-        const __m128i quote = _mm_cmpeq_epi8(part, _mm_set1_epi8('"'));
-        const __m128i backslash = _mm_cmpeq_epi8(part, _mm_set1_epi8('\\'));
-        special = _mm_or_si128(special, _mm_or_si128(control, _mm_or_si128(quote, backslash)));
-    }
-    bits.special = _mm_movemask_epi8(special) != 0;
-    return bits;
-}
-#else
 inline BlockBits LookAt(const char* bytes) {
     BlockBits bits;
     std::uint64_t special = 0;
@@ -87,7 +62,6 @@ inline BlockBits LookAt(const char* bytes) {
     bits.special = special != 0;
     return bits;
 }
-#endif
 
 // The last bytes of a text, fewer than a block, with blanks behind them.
 inline std::array<char, kBlockSize> LastBlock(std::string_view bytes) {
