@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 
 #include "foundation/console.h"
@@ -16,13 +17,11 @@ namespace {
 constexpr std::array<std::uint64_t, 10> kPowersOfTen = {
     1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
 
-// Below it ScaledInteger's result fits 64 bits whatever the decimals.
-constexpr double kScalableBound = 1e9;
-
 __extension__ using Uint128 = unsigned __int128;
 
 // value * 10^decimals, rounded to the nearest integer, ties to even: exactly as printf rounds,
-// since the 53 bits of a double times 10^9 fit 128 bits. `value` is from 0 to kScalableBound.
+// since the 53 bits of a double times 10^9 fit 128 bits. `value` is not negative; the result has to
+// fit 64 bits.
 std::uint64_t ScaledInteger(double value, std::size_t decimals) {
     constexpr std::uint64_t kFractionBits = 52;
     constexpr std::uint64_t kHiddenBit = std::uint64_t{1} << kFractionBits;
@@ -168,18 +167,12 @@ void AppendNumber(std::string& text, double value) {
 }
 
 void AppendFixed(std::string& text, double value) {
-    constexpr std::size_t kDecimals = 6;
-    if (!(std::abs(value) < kScalableBound)) {  // nor is a NaN
-        text += std::to_string(value);
-        return;
-    }
-    if (std::signbit(value)) {
-        text.push_back('-');
-    }
-    const std::uint64_t scaled = ScaledInteger(std::abs(value), kDecimals);
-    text += std::to_string(scaled / kPowersOfTen[kDecimals]);
-    text.push_back('.');
-    AppendPadded(text, scaled % kPowersOfTen[kDecimals], kDecimals);
+    constexpr int kDecimals = 6;
+    // A sign, the digits of the largest double before the point, the point, the decimals.
+    std::array<char, std::numeric_limits<double>::max_exponent10 + 3 + kDecimals> digits;
+    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                       std::chars_format::fixed, kDecimals);
+    text.append(digits.data(), written.ptr);
 }
 
 bool StringToDouble(const std::string& text, double& value) {
