@@ -69,7 +69,7 @@ std::string ComparisonTable(const std::vector<std::string>& versions, const Comp
         }
         table.EndLine();
     }
-    return table.Text();
+    return table.TakeText();
 }
 
 }  // namespace zarn

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "foundation/numbers.h"
@@ -21,6 +23,9 @@ public:
     // `take` says whether it could take the piece; after one that it could not it is not called
     // again.
     explicit CsvTable(Take take) : take_(std::move(take)) {}
+
+    // Makes room for a table of about so many bytes.
+    void Reserve(std::size_t bytes) { text_.reserve(bytes); }
 
     void Cell(std::string_view text) { text_.append(text).push_back(','); }
     // In a stream's default format: six significant digits, no zeros at their end.
@@ -47,8 +52,8 @@ public:
     // Hands on what is left, the empty piece of an empty table too.
     void Finish();
 
-    // What was gathered and not handed on.
-    [[nodiscard]] const std::string& Text() const { return text_; }
+    // Gives away what was gathered and not handed on.
+    [[nodiscard]] std::string TakeText() { return std::move(text_); }
 
 private:
     void HandOn();

@@ -94,20 +94,21 @@ bool ReadEventTexts(const NextLine& next, const EventTextWords& words,
 
 bool ReadEventNumbers(const NextLine& next, const EventNumberWords& words,
                       std::initializer_list<const char*> texts, std::vector<std::string> names,
-                      const OnEventNumber& onNumber) {
+                      const OnEventNumbers& onNumbers) {
     MemberFinder finder(std::move(names));
+    std::vector<double> numbers(finder.Names().size());
     const auto take = [&](const EventObject& event, const EventObject& element) {
         finder.Enter(element);
+        std::size_t read = 0;
+        while (read < numbers.size() && ReadNumber(finder, read, words, numbers[read])) {
+            ++read;
+        }
+        const bool good = read == numbers.size();
+        numbers.resize(read);
         const EventMember* time = event.Find(kHappenTime);
         const std::string_view moment = time == nullptr ? std::string_view() : time->text;
-        for (std::size_t i = 0; i < finder.Names().size(); ++i) {
-            double number = 0.0;
-            if (!ReadNumber(finder, i, words, number)) {
-                return false;
-            }
-            onNumber(moment, i, number);
-        }
-        return true;
+        onNumbers(moment, numbers);
+        return good;
     };
     return ReadEventLines(next, words.lines, texts, take);
 }

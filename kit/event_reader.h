@@ -120,16 +120,18 @@ struct EventNumberWords {
     NumberWords noNumber;   // its text is no number
 };
 
-// Called with each number, the one called names[index]. `time` is the document's `happenTime`,
-// empty if that is no text.
-using OnEventNumber = std::function<void(std::string_view time, std::size_t index, double number)>;
+// Called with the numbers of one element, in the order of their names: all, or those before the
+// first that cannot be read. `time` is the document's `happenTime`, empty if that is no text.
+using OnEventNumbers =
+    std::function<void(std::string_view time, const std::vector<double>& numbers)>;
 
-// Reads all lines, and from each element the members called `names`, in that order, as texts that
-// are numbers. What cannot be read ends the reading; the numbers before it have been told. `texts`
+// Reads all lines, and from each element the members called `names`, as texts that are numbers.
+// What cannot be read ends the reading, after what was read of its element has been told. `texts`
 // as in ReadEventLines.
 [[nodiscard]] bool ReadEventNumbers(const NextLine& next, const EventNumberWords& words,
                                     std::initializer_list<const char*> texts,
-                                    std::vector<std::string> names, const OnEventNumber& onNumber);
+                                    std::vector<std::string> names,
+                                    const OnEventNumbers& onNumbers);
 
 // Finds the members called `names` in objects that, as a rule, come with the same members in the
 // same order, so that their names need not be searched for in each.

@@ -49,11 +49,12 @@ bool ReadBandwidthShares(const NextLine& next, DdrInfoMap& infos) {
     for (const std::string& name : ddrNameList) {
         entries.push_back(&infos[name]);
     }
-    const auto take = [&entries](std::string_view time, std::size_t index, double share) {
-        DdrMasterInfo& entry = *entries[index];
-        entry.name = ddrNameList[index];
-        entry.values.push_back(share);
-        entry.timeStamps.emplace_back(time);
+    const auto take = [&entries](std::string_view time, const std::vector<double>& shares) {
+        for (std::size_t i = 0; i < shares.size(); ++i) {
+            entries[i]->name = ddrNameList[i];
+            entries[i]->values.push_back(shares[i]);
+            entries[i]->timeStamps.emplace_back(time);
+        }
     };
     return ReadEventNumbers(next, kBandwidthWords, {"happenTime"}, ddrNameList, take);
 }

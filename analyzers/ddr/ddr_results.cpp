@@ -10,6 +10,7 @@ namespace {
 
 constexpr const char* kObjectId = "soc_ddr_ana";
 constexpr const char* kEventId = "222210070";
+constexpr std::size_t kCellSize = 10;  // of a share and its comma, at most as a rule
 
 const DdrMasterInfo& InfoOf(const DdrInfoMap& infos, const std::string& name) {
     static const DdrMasterInfo none;
@@ -76,6 +77,7 @@ std::string AnalysisTable(const DdrInfoMap& infos) {
     }
     table.EndLine();
     const std::vector<std::string>& moments = InfoOf(infos, kDdrTotal).timeStamps;
+    table.Reserve(moments.size() * (columns.size() + 2) * kCellSize);
     for (std::size_t i = 0; i < moments.size(); ++i) {
         table.TimeCell(moments[i]);
         for (const DdrMasterInfo* column : columns) {
@@ -83,7 +85,7 @@ std::string AnalysisTable(const DdrInfoMap& infos) {
         }
         table.EndLine();
     }
-    return table.Text();
+    return table.TakeText();
 }
 
 }  // namespace zarn

@@ -68,7 +68,7 @@ std::string DdrComparisonTable(const std::map<std::string, DdrVersionInfo>& vers
             table.EndLine();
         }
     }
-    return table.Text();
+    return table.TakeText();
 }
 
 }  // namespace zarn

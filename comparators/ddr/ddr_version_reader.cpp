@@ -85,8 +85,10 @@ bool ReadVersionAnalysis(const NextLine& next, DdrVersionInfo& info) {
 
 bool ReadVersionShares(const NextLine& next, std::vector<std::vector<double>>& values) {
     values.resize(ddrCompNameList.size());
-    const auto take = [&values](std::string_view /*time*/, std::size_t index, double share) {
-        values[index].push_back(share);
+    const auto take = [&values](std::string_view /*time*/, const std::vector<double>& shares) {
+        for (std::size_t i = 0; i < shares.size(); ++i) {
+            values[i].push_back(shares[i]);
+        }
     };
     return ReadEventNumbers(next, kShareWords, {}, ddrCompNameList, take);
 }

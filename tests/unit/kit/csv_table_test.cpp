@@ -19,7 +19,7 @@ TEST(CsvTableTest, EveryCellEndsInAComma) {
     table.TimeCell("20230101120000000");
     table.MissingCell();
     table.EndLine();
-    EXPECT_EQ(table.Text(), "name,,\n'20230101120000000,N/A,\n");
+    EXPECT_EQ(table.TakeText(), "name,,\n'20230101120000000,N/A,\n");
 }
 
 TEST(CsvTableTest, HasTwoFormatsOfNumbers) {
@@ -31,7 +31,7 @@ TEST(CsvTableTest, HasTwoFormatsOfNumbers) {
     table.Cell(none);
     table.FixedCell(100.0 / 3);
     table.FixedCell(-0.0);
-    EXPECT_EQ(table.Text(), "33.3333,1e+06,,33.333333,-0.000000,");
+    EXPECT_EQ(table.TakeText(), "33.3333,1e+06,,33.333333,-0.000000,");
 }
 
 TEST(CsvTableTest, IsHandedOnInPiecesOfWholeLines) {
@@ -51,7 +51,7 @@ TEST(CsvTableTest, IsHandedOnInPiecesOfWholeLines) {
     table.Finish();
     EXPECT_EQ(whole.size(), 2000U * 1002U);
     EXPECT_EQ(pieces.size(), 2U);
-    EXPECT_EQ(table.Text(), "");
+    EXPECT_EQ(table.TakeText(), "");
 }
 
 TEST(CsvTableTest, APieceThatIsNotTakenEndsTheHandingOn) {
