@@ -13,9 +13,9 @@
 #include "foundation/files.h"
 #include "optimizer/benchmark/stress_benchmark.h"
 #include "optimizer/opt_log.h"
-#include "optimizer/search/perf_test.h"
 #include "optimizer/search/pso_search.h"
 #include "optimizer/search/pso_swarm.h"
+#include "optimizer/search/significance.h"
 
 // What the optimizer itself costs beside the benchmark runs that it waits for.
 namespace zarn::bench {

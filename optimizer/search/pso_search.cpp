@@ -3,8 +3,8 @@
 #include <exception>
 
 #include "foundation/console.h"
-#include "optimizer/search/perf_test.h"
 #include "optimizer/search/pso_swarm.h"
+#include "optimizer/search/significance.h"
 
 namespace zarn {
 namespace {

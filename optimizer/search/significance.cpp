@@ -1,4 +1,4 @@
-#include "optimizer/search/perf_test.h"
+#include "optimizer/search/significance.h"
 
 #include <algorithm>
 #include <cmath>
