@@ -36,8 +36,7 @@ void PrintSkipped(const std::string& tag, const std::string& processName) {
 bool ExecuteCommand(const std::string& command, std::string& output, CommandRunner& runner) {
     output.clear();
     if (!runner.Capture(command, output)) {
-        PrintError("[zarn_utils] Failed to popen command!");
-        return false;
+        return PrintFailure("[zarn_utils] Failed to popen command!");
     }
     return true;
 }
@@ -75,8 +74,7 @@ bool ExecuteCommandLines(const std::string& command, std::vector<std::string>& l
                          CommandRunner& runner) {
     std::string output;
     if (!runner.Capture(command, output)) {
-        PrintError("[zarn_utils]: execute command failed.");
-        return false;
+        return PrintFailure("[zarn_utils]: execute command failed.");
     }
     std::vector<std::string_view> views;
     CutCommandLines(output, views);
@@ -90,8 +88,7 @@ bool RunCommandThenKill(const std::string& command, std::uint32_t seconds, const
     try {
         tool = std::thread([&command, &runner] { runner.Run(command); });
     } catch (const std::system_error& error) {
-        PrintError(std::string("[zarn_utils] Error occurs: ") + error.what());
-        return false;
+        return PrintFailure(std::string("[zarn_utils] Error occurs: ") + error.what());
     }
     if (seconds != 0) {
         std::this_thread::sleep_for(std::chrono::seconds(seconds));
@@ -107,17 +104,15 @@ bool KillProcessByName(const std::string& processName, const std::string& tag,
                        const std::string& signalOption, CommandRunner& runner) {
     std::string pids;
     if (!ExecuteCommand("pidof " + processName, pids, runner)) {
-        PrintError("[" + tag + "] Failed to get process id of " + processName +
-                   "! Skipping this process!");
-        return false;
+        return PrintFailure("[" + tag + "] Failed to get process id of " + processName +
+                            "! Skipping this process!");
     }
     RemoveLastCharacter(pids);
     if (!IsDigitString(pids)) {
         return true;
     }
     if (runner.Run("kill " + signalOption + " " + pids) != 0) {
-        PrintError("[" + tag + "] Fail to kill process:" + processName);
-        return false;
+        return PrintFailure("[" + tag + "] Fail to kill process:" + processName);
     }
     return true;
 }
@@ -155,8 +150,7 @@ bool CheckCoreId(std::uint32_t core, CommandRunner& runner) {
     std::string output;
     if (!ExecuteCommand(R"(cat /proc/cpuinfo| grep "processor"| wc -l)", output, runner) ||
         output.empty()) {
-        PrintError("[zarn_utils] Failed to get device core amount!");
-        return false;
+        return PrintFailure("[zarn_utils] Failed to get device core amount!");
     }
     RemoveLastCharacter(output);
     try {

@@ -82,8 +82,7 @@ bool FileExistsByRegex(const std::string& directory, const std::string& pattern,
                        const std::string& tag) {
     std::vector<std::string> names;
     if (!RegularFileNames(directory, names)) {
-        PrintError("[" + tag + "] Can not open " + directory);
-        return false;
+        return PrintFailure("[" + tag + "] Can not open " + directory);
     }
     const std::optional<std::regex> compiled = CompileOrLine(pattern);
     if (!compiled) {
@@ -105,8 +104,7 @@ bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern
     matches.clear();
     std::string text;
     if (ReadWritableFile(path, text) != FileResult::Ok) {
-        PrintError("[zarn_utils] Cannot find input file!");
-        return false;
+        return PrintFailure("[zarn_utils] Cannot find input file!");
     }
     const std::optional<std::regex> compiled = CompileOrLine(pattern);
     if (!compiled) {

@@ -247,8 +247,7 @@ bool LineFile::Next(std::string_view& line) {
 
 bool ReadFileToString(const std::string& path, std::string& text) {
     if (ReadFile(path, text) != FileResult::Ok) {
-        PrintError("Could not open json file - '" + path + "'");
-        return false;
+        return PrintFailure("Could not open json file - '" + path + "'");
     }
     return true;
 }
@@ -256,8 +255,7 @@ bool ReadFileToString(const std::string& path, std::string& text) {
 bool ReadFileLines(const std::string& path, std::vector<std::string>& lines) {
     std::string text;
     if (ReadFile(path, text) != FileResult::Ok) {
-        PrintError("open file failed.");
-        return false;
+        return PrintFailure("open file failed.");
     }
     LineCursor cursor(text);
     std::string_view line;

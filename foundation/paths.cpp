@@ -34,22 +34,18 @@ std::optional<std::string> ResolvePath(const std::string& path) {
 
 bool CheckFilePath(const std::string& path) {
     if (path.empty()) {
-        PrintError("input filePath empty. ");
-        return false;
+        return PrintFailure("input filePath empty. ");
     }
     const std::optional<std::string> resolved = ResolvePath(path);
     if (!resolved) {
-        PrintError("Invalid file path: " + path);
-        return false;
+        return PrintFailure("Invalid file path: " + path);
     }
     const std::string& realPath = *resolved;
     if (realPath.size() < kUserRoot.size()) {
-        PrintError(realPath + " not a single file in /opt/usr/");
-        return false;
+        return PrintFailure(realPath + " not a single file in /opt/usr/");
     }
     if (std::string_view(realPath).substr(0, kUserRoot.size()) != kUserRoot) {
-        PrintError("File path illegal: " + path + ", file path should under /opt/usr/");
-        return false;
+        return PrintFailure("File path illegal: " + path + ", file path should under /opt/usr/");
     }
     return true;
 }
@@ -59,8 +55,7 @@ bool CheckFileReadable(const std::string& path) {
         return false;
     }
     if (::access(path.c_str(), R_OK) != 0) {
-        PrintError("Don`t have read permission: " + path);
-        return false;
+        return PrintFailure("Don`t have read permission: " + path);
     }
     return true;
 }
@@ -70,16 +65,14 @@ bool CheckFileWritable(const std::string& path) {
         return false;
     }
     if (::access(path.c_str(), W_OK) != 0) {
-        PrintError("Don`t have write permission: " + path);
-        return false;
+        return PrintFailure("Don`t have write permission: " + path);
     }
     return true;
 }
 
 bool CreateDirectory(const std::string& path) {
     if (path.empty()) {
-        PrintError("[zarn_utils] Illegal path, failed to create directory.");
-        return false;
+        return PrintFailure("[zarn_utils] Illegal path, failed to create directory.");
     }
     if (::access(path.c_str(), F_OK) == 0) {
         return true;

@@ -46,8 +46,7 @@ bool GetBootTime(std::string& timeString, CommandRunner& runner) {
     if (!ExecuteCommand(R"(date "+%Y%m%d%H%M%S" --date="-$(awk '{print $1}' /proc/uptime) second")",
                         output, runner) ||
         output.empty()) {
-        PrintError("[sched] Failed to get cmd execution result!");
-        return false;
+        return PrintFailure("[sched] Failed to get cmd execution result!");
     }
     timeString = output.substr(0, output.size() - 1);
     return true;
@@ -55,20 +54,19 @@ bool GetBootTime(std::string& timeString, CommandRunner& runner) {
 
 bool TimestampToString(std::uint64_t milliseconds, std::string& timeString) {
     if (milliseconds >= kTimestampLimit) {
-        PrintError("[zarn_utils] Error: The timestamp is too large to convert to a string!");
-        return false;
+        return PrintFailure(
+            "[zarn_utils] Error: The timestamp is too large to convert to a string!");
     }
     const auto seconds = static_cast<std::time_t>(milliseconds / kMillisecondsPerSecond);
     std::tm local{};
     if (::localtime_r(&seconds, &local) == nullptr) {
-        PrintError("[zarn_utils] Error: tm is nullptr. Failed to convert timeStamp to timeString!");
-        return false;
+        return PrintFailure(
+            "[zarn_utils] Error: tm is nullptr. Failed to convert timeStamp to timeString!");
     }
     std::array<char, 80> buffer{};
     if (std::strftime(buffer.data(), buffer.size(), kSecondsFormat, &local) == 0) {
-        PrintError(
+        return PrintFailure(
             "[zarn_utils] Error: strftime return 0. Failed to convert timeStamp to timeString!");
-        return false;
     }
     timeString = buffer.data() + MillisecondDigits(milliseconds % kMillisecondsPerSecond);
     return true;
@@ -76,15 +74,13 @@ bool TimestampToString(std::uint64_t milliseconds, std::string& timeString) {
 
 bool TimeStringToTimestamp(const std::string& timeString, std::uint64_t& milliseconds) {
     if (timeString.size() < kTimeDigits) {
-        PrintError("[zarn_utils] The length of TimeStr is incorrect!");
-        return false;
+        return PrintFailure("[zarn_utils] The length of TimeStr is incorrect!");
     }
     int fraction = 0;
     try {
         fraction = std::stoi(timeString.substr(kSecondsDigits));
     } catch (const std::exception&) {
-        PrintError("[zarn_utils] Error: Failed to convert timeString to timeStamp!");
-        return false;
+        return PrintFailure("[zarn_utils] Error: Failed to convert timeString to timeStamp!");
     }
     std::tm local{};
     if (::strptime(timeString.substr(0, kSecondsDigits).c_str(), kSecondsFormat, &local) ==
@@ -93,8 +89,7 @@ bool TimeStringToTimestamp(const std::string& timeString, std::uint64_t& millise
     }
     const std::time_t seconds = std::mktime(&local);
     if (seconds < 0) {
-        PrintError("[zarn_utils] Error: Failed to convert timeString to timeStamp!");
-        return false;
+        return PrintFailure("[zarn_utils] Error: Failed to convert timeString to timeStamp!");
     }
     milliseconds = static_cast<std::uint64_t>(fraction) +
                    static_cast<std::uint64_t>(seconds) * kMillisecondsPerSecond;
@@ -104,8 +99,7 @@ bool TimeStringToTimestamp(const std::string& timeString, std::uint64_t& millise
 bool TimestampToSeconds(const std::string& digits, std::uint32_t& seconds) {
     std::uint32_t value = 0;
     if (!StringToUint32(digits, value)) {
-        PrintError("[zarn_utils] Failed to convert timestamp to seconds!");
-        return false;
+        return PrintFailure("[zarn_utils] Failed to convert timestamp to seconds!");
     }
     seconds = (value % 100000) / 1000 + (value / 100000) * 60;
     return true;

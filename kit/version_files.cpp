@@ -19,8 +19,7 @@ bool ReadVersionFiles(const VersionTree& where, const NumberedFile& file,
     for (const std::string& path : FindVersionFiles(where, file)) {
         // What could be read of a file that fails on the way is taken as it is.
         if (ReadFile(path, texts.emplace_back()) == FileResult::CannotOpen) {
-            PrintError("[" + where.className + "] Failed to open " + path);
-            return false;
+            return PrintFailure("[" + where.className + "] Failed to open " + path);
         }
     }
     return true;

@@ -48,8 +48,7 @@ bool ZarnManager::RunCollectors() {
     }
     std::string start;
     if (!seams_.host.clock.currentTime(start)) {
-        PrintError("[ZarnManager] Failed to get startCollector time stamp!");
-        return false;
+        return PrintFailure("[ZarnManager] Failed to get startCollector time stamp!");
     }
     RunParallelCollectors();
     const bool serialSucceeded =
@@ -57,8 +56,7 @@ bool ZarnManager::RunCollectors() {
                {"[ZarnManager] collector mode ", "[ZarnManager] collector mode "});
     std::string end;
     if (!seams_.host.clock.currentTime(end)) {
-        PrintError("[ZarnManager] Failed to get end Collector time stamp!");
-        return false;
+        return PrintFailure("[ZarnManager] Failed to get end Collector time stamp!");
     }
     SaveCollectorTimestamp(start, end);
     return serialSucceeded;
@@ -83,8 +81,7 @@ bool ZarnManager::SaveCollectorTimestamp(const std::string& start, const std::st
     const std::string jsonDir = dataPath_ + run_tree::kJsonDir;
     std::error_code ignored;
     if (!std::filesystem::exists(jsonDir, ignored)) {
-        PrintError("[ZarnManager] The jsonDir does not exist! " + jsonDir);
-        return false;
+        return PrintFailure("[ZarnManager] The jsonDir does not exist! " + jsonDir);
     }
     JsonDocument times;
     times.SetObject();
@@ -102,30 +99,27 @@ bool ZarnManager::GetHistoryDataPath() {
     try {
         const JsonValue* path = FindMember((*document_)["ManagerParam"], "historyDataPath");
         if (path == nullptr) {
-            PrintError("[ZarnManager] historyDataPath param not exist!");
-            return false;
+            return PrintFailure("[ZarnManager] historyDataPath param not exist!");
         }
         if (!path->IsString()) {
             throw std::invalid_argument("Invalid mission type");
         }
         const std::string historyPath = path->GetString();
         if (!seams_.readable(historyPath) || !seams_.writable(historyPath)) {
-            PrintError("[ZarnManager] The input historyDataPath [" + historyPath + "] is invalid!");
-            return false;
+            return PrintFailure("[ZarnManager] The input historyDataPath [" + historyPath +
+                                "] is invalid!");
         }
         PrintLine("[ZarnManager] The historyDataPath is " + historyPath);
         dataPath_ = historyPath;
         return true;
     } catch (const std::exception& error) {
-        PrintError(std::string("[ZarnManager] Error occurs: ") + error.what());
-        return false;
+        return PrintFailure(std::string("[ZarnManager] Error occurs: ") + error.what());
     }
 }
 
 bool ZarnManager::RunAnalyzers() {
     if (!GetHistoryDataPath()) {
-        PrintError("[ZarnManager] get history data path failed!");
-        return false;
+        return PrintFailure("[ZarnManager] get history data path failed!");
     }
     return RunAll(analyzers_, *document_, dataPath_,
                   {"[ZarnManager] analyzers mode ", "[ZarnManager] analyzers mode "});

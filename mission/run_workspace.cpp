@@ -25,8 +25,7 @@ void Copy(const std::string& from, const std::string& to) {
 
 bool EnvDirExists(const std::string& envDir) {
     if (!Exists(envDir)) {
-        PrintError("[ZarnManager] The envDir does not exist! " + envDir);
-        return false;
+        return PrintFailure("[ZarnManager] The envDir does not exist! " + envDir);
     }
     return true;
 }
@@ -45,8 +44,7 @@ bool ZarnManager::HandlePublicAffairs() {
             "instead!");
     }
     if (!CreateDataDirectory()) {
-        PrintError("[ZarnManager] Output directory not exist!");
-        return false;
+        return PrintFailure("[ZarnManager] Output directory not exist!");
     }
     if (!SaveConfigFile()) {
         PrintLine("[ZarnManager] Warning: Failed to save config file to output directory!");
@@ -60,8 +58,7 @@ bool ZarnManager::HandlePublicAffairs() {
 bool ZarnManager::CreateDataDirectory() {
     std::string time;
     if (!seams_.host.clock.currentTime(time)) {
-        PrintError("[ZarnManager] Failed to get time stamp!");
-        return false;
+        return PrintFailure("[ZarnManager] Failed to get time stamp!");
     }
     dataPath_ = seams_.rootOfRuns + run_tree::kRunPrefix + time + "/";
     envDir_ = dataPath_ + run_tree::kEnvInfo;
@@ -86,8 +83,7 @@ bool ZarnManager::SaveConfigFile() const {
         return false;
     }
     if (!Exists(configFile_)) {
-        PrintError("[ZarnManager] The configFile does not exist! " + configFile_);
-        return false;
+        return PrintFailure("[ZarnManager] The configFile does not exist! " + configFile_);
     }
     Copy(configFile_, envDir_ + run_tree::kConfigCopy);
     return true;

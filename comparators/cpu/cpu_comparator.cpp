@@ -79,12 +79,10 @@ bool CpuComparator::Start(const JsonDocument& /*config*/, const std::string& dat
     stopFlag_ = stopFlag;
     std::string timeStamp;
     if (!GetCurrentTimeString(timeStamp)) {
-        PrintError("[CpuComparator] Failed to get time stamp!");
-        return false;
+        return PrintFailure("[CpuComparator] Failed to get time stamp!");
     }
     if (!Compare(dataPath)) {
-        PrintError("[CpuComparator] Failed to process cpu comparator!");
-        return false;
+        return PrintFailure("[CpuComparator] Failed to process cpu comparator!");
     }
     cost.Record(Name(), dataPath);
     return true;
@@ -93,17 +91,14 @@ bool CpuComparator::Start(const JsonDocument& /*config*/, const std::string& dat
 bool CpuComparator::Compare(const std::string& dataPath) {
     const std::string targetDir = dataPath + cpu_files::kCsvDir;
     if (!CreateDirectory(targetDir)) {
-        PrintError("[CpuComparator] Failed to create the directory " + targetDir);
-        return false;
+        return PrintFailure("[CpuComparator] Failed to create the directory " + targetDir);
     }
     if (!Read()) {
-        PrintError("[CpuComparator] Failed to read cpu info!");
-        return false;
+        return PrintFailure("[CpuComparator] Failed to read cpu info!");
     }
     Reduce();
     if (!Write(targetDir)) {
-        PrintError("[CpuComparator] Failed to write cpu info!");
-        return false;
+        return PrintFailure("[CpuComparator] Failed to write cpu info!");
     }
     return true;
 }
@@ -121,8 +116,7 @@ bool CpuComparator::Read() {
         }
         if (settings_.Has(CpuComparisonSettings::kSelectedProcessJob) &&
             !ReadProcessFigures(tree, figures.processes)) {
-            PrintError("[CpuComparator] Failed to read log file.");
-            return false;
+            return PrintFailure("[CpuComparator] Failed to read log file.");
         }
         figures_.push_back(std::move(figures));
     }

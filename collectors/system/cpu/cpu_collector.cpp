@@ -50,12 +50,10 @@ bool CpuCollector::Start(const JsonDocument& /*config*/, const std::string& data
                          const StopFlag* stopFlag) {
     const MissionCost cost;
     if (!host_.clock.currentTime(timeStamp_)) {
-        PrintError("[CpuCollector] Failed to get time stamp!");
-        return false;
+        return PrintFailure("[CpuCollector] Failed to get time stamp!");
     }
     if (!ProcessCpuInfo(dataPath, stopFlag)) {
-        PrintError("[CpuCollector] Failed to process cpu info!");
-        return false;
+        return PrintFailure("[CpuCollector] Failed to process cpu info!");
     }
     cost.Record(kName, dataPath);
     return true;

@@ -61,20 +61,16 @@ bool DdrCollector::Start(const JsonDocument& /*config*/, const std::string& runD
                          const StopFlag* stopFlag) {
     const MissionCost cost;
     if (!InitOutputFile(runDirectory)) {
-        PrintError("[DdrCollector] Failed to init output file!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to init output file!");
     }
     if (!InitQosConfig()) {
-        PrintError("[DdrCollector] Failed to init qos config!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to init qos config!");
     }
     if (!CollectDdrInfo(stopFlag)) {
-        PrintError("[DdrCollector] Failed to process ddr info!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to process ddr info!");
     }
     if (!OutputDdrInfo()) {
-        PrintError("[DdrCollector] Failed to output ddr info!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to output ddr info!");
     }
     cost.Record(kName, runDirectory);
     return true;
@@ -88,8 +84,7 @@ bool DdrCollector::InitOutputFile(const std::string& runDirectory) {
     PrintLine("[DdrCollector] Create ddr rawdata directory successfully! The output dir is " +
               rawDir);
     if (!host_.clock.currentTime(timeStamp_)) {
-        PrintError("[DdrCollector] Failed to get curr timeStamp!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to get curr timeStamp!");
     }
     rawLogPath_ = ddr_files::kBandwidthLog.Path(runDirectory, timeStamp_);
     dataPath_ = ddr_files::kBandwidth.Path(runDirectory, timeStamp_);
@@ -112,8 +107,7 @@ bool DdrCollector::InitQosConfig() {
         events.Save(qosConfigPath_);
     }
     if (!SetMbwu(mbwuMpamIds, kMonitorSampling, host_.device)) {
-        PrintError("[DdrCollector] Failed to enable bandwidth monitoring.");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to enable bandwidth monitoring.");
     }
     host_.clock.pause(kMonitorSettles);
     return true;
@@ -135,14 +129,12 @@ bool DdrCollector::ConfigureMaster(const QosConfig& defaults, QosConfig& held) {
     if (hasMaster &&
         (!SetMasterConfig(defaults.master, defaults.mpamid, defaults.priority, host_.device) ||
          !CheckMasterConfig(held, host_.device))) {
-        PrintError("[DdrCollector] Failed to set qos MasterConfig with default settings!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to set qos MasterConfig with default settings!");
     }
     if (!SetMataConfig(defaults.mpamid, defaults.bw_high, defaults.bw_low, defaults.hardlimit,
                        host_.device) ||
         !GetMataConfig(held, host_.device)) {
-        PrintError("[DdrCollector] Failed to set qos MataConfig with default settings!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to set qos MataConfig with default settings!");
     }
     return true;
 }
@@ -164,8 +156,7 @@ bool DdrCollector::CollectDdrInfo(const StopFlag* stopFlag) {
 bool DdrCollector::TakeSample() {
     std::string time;
     if (!host_.clock.currentTime(time)) {
-        PrintError("[DdrCollector] Failed to get curr timeStamp!");
-        return false;
+        return PrintFailure("[DdrCollector] Failed to get curr timeStamp!");
     }
     ddrTimeStampQueue.push(time);
     bool saved = host_.runner.Run("echo " + time + " >> " + rawLogPath_) == 0;
@@ -184,8 +175,7 @@ bool DdrCollector::TakeSample() {
 bool DdrCollector::OutputDdrInfo() {
     std::string log;
     if (ReadFile(rawLogPath_, log) == FileResult::CannotOpen) {
-        PrintError("[DdrCollector] Cannot find ddr rawData file, check your config.");
-        return false;
+        return PrintFailure("[DdrCollector] Cannot find ddr rawData file, check your config.");
     }
     const std::vector<BandwidthRow> rows = ParseBandwidthLog(log, mpamNameMap.size() - 1);
     std::uint32_t ddrType = 0;

@@ -89,9 +89,8 @@ bool GetMataConfig(QosConfig& config, DeviceLibrary& device) {
     const int result =
         record.Ask(kQosCommand, (config.mpamid << kKeyShift) | kMataSub, device, whole);
     if (result != 0 || !whole) {
-        PrintError("Failed to get " + config.mpam_name +
-                   " qos config, ret = " + std::to_string(result));
-        return false;
+        return PrintFailure("Failed to get " + config.mpam_name +
+                            " qos config, ret = " + std::to_string(result));
     }
     config.bw_high = record.Word(4);
     config.bw_low = record.Word(8);
@@ -132,8 +131,7 @@ bool CheckMasterConfig(QosConfig& config, DeviceLibrary& device) {
     const int result =
         record.Ask(kQosCommand, (config.master << kKeyShift) | kMasterSub, device, whole);
     if (result != 0 || !whole) {
-        PrintError("Check master config failed! Ret: " + std::to_string(result));
-        return false;
+        return PrintFailure("Check master config failed! Ret: " + std::to_string(result));
     }
     config.mpamid = record.Word(4);
     config.priority = record.Word(8);
@@ -145,9 +143,8 @@ bool ApplyQosConfigs(const std::vector<QosConfig>& configs, DeviceLibrary& devic
         const int result =
             SendMata(config.mpamid, config.bw_high, config.bw_low, config.hardlimit, device);
         if (result != 0) {
-            PrintError("[dev:0] set " + config.mpam_name +
-                       " qos config failed, ret = " + std::to_string(result));
-            return false;
+            return PrintFailure("[dev:0] set " + config.mpam_name +
+                                " qos config failed, ret = " + std::to_string(result));
         }
         QosConfig held = config;
         GetMataConfig(held, device);
@@ -178,8 +175,7 @@ bool SetMbwu(const std::vector<std::uint32_t>& mpamIds, std::uint32_t sampling,
     }
     const int started = start.Send(kQosCommand, kMbwuSub, device);
     if (started != 0) {
-        PrintError("[DdrCollector] Set mbwu failed. Ret: " + std::to_string(started));
-        return false;
+        return PrintFailure("[DdrCollector] Set mbwu failed. Ret: " + std::to_string(started));
     }
     PrintLine("[DdrCollector] Set mbwu success.");
     return true;
