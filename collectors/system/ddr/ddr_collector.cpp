@@ -13,6 +13,7 @@
 #include "foundation/paths.h"
 #include "kit/cost.h"
 #include "kit/event_writer.h"
+#include "kit/sampling.h"
 
 namespace zarn {
 namespace {
@@ -140,16 +141,8 @@ bool DdrCollector::ConfigureMaster(const QosConfig& defaults, QosConfig& held) {
 }
 
 bool DdrCollector::CollectDdrInfo(const StopFlag* stopFlag) {
-    if (IsSet(stopFlag) || settings_.count == 0) {
-        return true;
-    }
-    for (std::uint32_t sample = 0; sample < settings_.count && !IsSet(stopFlag); ++sample) {
-        if (!settings_.globalJob || !TakeSample()) {
-            return false;
-        }
-        host_.clock.sleepSeconds(settings_.interval, stopFlag);  // after the last sample too
-    }
-    return true;
+    return TakeSamples({settings_.count, settings_.interval}, stopFlag, host_.clock.sleepSeconds,
+                       [this] { return settings_.globalJob && TakeSample(); });
 }
 
 // Appends the moment and the kernel's table to the raw log.

@@ -1,0 +1,16 @@
+#include "kit/sampling.h"
+
+namespace zarn {
+
+bool TakeSamples(const Sampling& sampling, const StopFlag* stopFlag, const SampleSleep& sleep,
+                 const std::function<bool()>& takeSample) {
+    for (std::uint32_t sample = 0; sample < sampling.count && !IsSet(stopFlag); ++sample) {
+        if (!takeSample()) {
+            return false;
+        }
+        sleep(sampling.interval, stopFlag);
+    }
+    return true;
+}
+
+}  // namespace zarn
