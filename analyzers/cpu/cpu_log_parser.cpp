@@ -1,6 +1,5 @@
 #include "analyzers/cpu/cpu_log_parser.h"
 
-#include <cstring>
 #include <optional>
 #include <unordered_map>
 
@@ -30,64 +29,18 @@ std::optional<FieldValues> ReadShares(const CpuGroups& groups, std::size_t first
     return values;
 }
 
-// Numbers texts in the order of their first appearance. Short ones, such as pids, are found by
-// their bytes packed into a word, in a table that is at most half full.
+// Numbers texts in the order of their first appearance.
 class Numbering {
 public:
     // The text's number, and whether it is new.
     std::pair<std::uint32_t, bool> Number(std::string_view text) {
-        if (text.size() > sizeof(std::uint64_t) || text.empty() || text.back() == '\0') {
-            const auto [place, isNew] = longTexts_.try_emplace(text, count_);
-            count_ += isNew ? 1 : 0;
-            return {place->second, isNew};
-        }
-        std::uint64_t key = 0;
-        std::memcpy(&key, text.data(), text.size());
-        Slot* slot = &Find(key);
-        const bool isNew = slot->key == kFree;
-        if (isNew) {
-            if (2 * ++used_ > slots_.size()) {
-                Grow();
-                slot = &Find(key);
-            }
-            *slot = {key, count_++};
-        }
-        return {slot->number, isNew};
+        const auto next = static_cast<std::uint32_t>(numbers_.size());
+        const auto [place, isNew] = numbers_.try_emplace(text, next);
+        return {place->second, isNew};
     }
 
 private:
-    // No text packs to this: a packed text is not empty and does not end in a zero byte.
-    static constexpr std::uint64_t kFree = 0;
-    struct Slot {
-        std::uint64_t key = kFree;
-        std::uint32_t number = 0;
-    };
-
-    // The slot that holds the key or would take it.
-    Slot& Find(std::uint64_t key) {
-        std::size_t at = (key * 0x9e3779b97f4a7c15U) >> shift_;
-        while (slots_[at].key != kFree && slots_[at].key != key) {
-            at = (at + 1) & (slots_.size() - 1);
-        }
-        return slots_[at];
-    }
-
-    void Grow() {
-        std::vector<Slot> old(2 * slots_.size());
-        old.swap(slots_);
-        --shift_;
-        for (const Slot& slot : old) {
-            if (slot.key != kFree) {
-                Find(slot.key) = slot;
-            }
-        }
-    }
-
-    std::vector<Slot> slots_ = std::vector<Slot>(1024);
-    unsigned shift_ = 64 - 10;
-    std::size_t used_ = 0;
-    std::uint32_t count_ = 0;
-    std::unordered_map<std::string_view, std::uint32_t> longTexts_;
+    std::unordered_map<std::string_view, std::uint32_t> numbers_;
 };
 
 // Knows which lines of a text hold a byte, at the cost of one search through the text.
