@@ -10,8 +10,8 @@ need_packages scripts/packages.txt scripts/packages-dev.txt
 say "Format"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 say "Lint"
-cmake --preset release >/dev/null
+cmake --preset release -B build/lint -DZARN_MERGED_TESTS=OFF >/dev/null
 skipped='^(fuzz|tests|benchmarks)/'
 [ "${1:-}" != --all ] || skipped='^fuzz/'
 git ls-files '*.cpp' | grep -vE "$skipped" |
-    xargs -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
+    xargs -P "$(nproc)" -n 4 clang-tidy -p build/lint --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
