@@ -1,17 +1,24 @@
 #!/usr/bin/env bash
 # Runs every fuzz target for a while. A finding stays in fuzz/regressions/<target>/, where the suite replays it.
+# SECONDS are for each target; with --budget they are for all together, however many there are.
 #
-# usage: scripts/fuzz.sh SECONDS [TARGET...]     seconds for each target
+# usage: scripts/fuzz.sh [--budget] SECONDS [TARGET...]
 source "$(dirname "$0")/lib.sh"
-take_arguments 1000 '[0-9]+|[a-z][a-z_]*' "$@"
+take_arguments 1000 '--budget|[0-9]+|[a-z][a-z_]*' "$@"
 
+budget=false
+[ "${1:-}" != --budget ] || { budget=true && shift; }
 [[ ${1:-} =~ ^[0-9]+$ ]] || usage_error
 seconds=$1
 shift
 need_packages scripts/packages.txt scripts/packages-dev.txt
-build_preset fuzz
+build_preset fuzz fuzz_targets
 targets=("$@")
 [ ${#targets[@]} -gt 0 ] || mapfile -t targets < <(cd build/fuzz/bin && ls -d fuzz_* | sed 's/^fuzz_//')
+if $budget; then
+    seconds=$((seconds * $(nproc) / ${#targets[@]}))
+    [ "$seconds" -gt 0 ] || seconds=1 # 0 would be for ever
+fi
 
 # fuzz_one TARGET: prints its executions, or the end of its log when it found something.
 fuzz_one() {
