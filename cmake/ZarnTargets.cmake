@@ -60,10 +60,16 @@ function(zarn_test_paths)
   endforeach()
 endfunction()
 
-# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
-# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given.
+# All test programs with the label unit, and all with the label threads.
+add_custom_target(unit_tests)
+add_custom_target(threaded_tests)
+
+# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...] [THREADED])
+# One GoogleTest program. Each of its cases is a test of ctest; with ZARN_TEST_SHARDS, for builds in which the start of a
+# process is dear, each of so many parts of the program is one. Label: unit unless given; a part has the label threads too
+# if it is THREADED, which says that what it tests has threads of its own.
 function(zarn_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS" ${ARGN})
   zarn_test_paths(${ARG_SOURCES})
   zarn_merge(merged ${name} ${ARG_SOURCES})
   add_executable(${name} ${merged})
@@ -76,9 +82,17 @@ function(zarn_test name)
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
+    add_dependencies(unit_tests ${name})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120
-                       PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
+  if(NOT ZARN_TEST_SHARDS)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
+    return()
+  endif()
+  if(ARG_THREADED)
+    list(APPEND ARG_LABELS threads)
+    add_dependencies(threaded_tests ${name})
+  endif()
+  zarn_test_shards(${name} "${ARG_LABELS}")
 endfunction()
 
 # zarn_merge(result name file...): the sources to compile for these of a test program. Most of the time goes into
@@ -110,4 +124,16 @@ function(zarn_merge result name)
     math(EXPR part "${part} + 1")
   endwhile()
   set(${result} ${alone} PARENT_SCOPE)
+endfunction()
+
+# zarn_test_shards(name labels): the program's cases in ZARN_TEST_SHARDS processes, <name>.1 and so on. Each leaves its
+# report in test_results/.
+function(zarn_test_shards name labels)
+  foreach(shard RANGE 1 ${ZARN_TEST_SHARDS})
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${name}.${shard}
+             COMMAND ${name} --gtest_brief=1 --gtest_output=xml:${PROJECT_BINARY_DIR}/test_results/${name}.${shard}.xml)
+    set_tests_properties(${name}.${shard} PROPERTIES TIMEOUT 1800 LABELS "${labels}"
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${ZARN_TEST_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()

@@ -8,8 +8,7 @@ take_arguments 0 '' "$@"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
 if [ -z "$(find build/asan -name '*.gcda' -print -quit 2>/dev/null)" ]; then
-    build_preset asan
-    ctest --preset asan -j "$(nproc)"
+    scripts/test.sh asan
 fi
 
 # Files of pure functions: parsers, findings, documents, tables and the utilities below them.

@@ -43,6 +43,9 @@ cat >gtest.xml <<'EOF'
 </testsuite></testsuites>
 EOF
 expect "the total of tests" "3 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml gtest.xml)"
+mkdir ctest && cp gtest.xml ctest/a.xml
+expect "the total with a test's own report" "2 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml)"
+rm -r ctest
 
 # completions COMMAND WORD...: what is offered for the last word.
 completions() (
