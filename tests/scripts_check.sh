@@ -65,6 +65,7 @@ expect "a promise of a row left out" "0" "$("$root/scripts/bench_table.py" bench
 expect "a promise of a row that is none" "b is promised and was not measured
 status 1" \
     "$("$root/scripts/bench_table.py" --whole bench.json 2>&1 >/dev/null; echo "status $?")"
+rm bench.json
 
 # completions COMMAND WORD...: what is offered for the last word.
 completions() (
