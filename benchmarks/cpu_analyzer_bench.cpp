@@ -10,6 +10,7 @@
 #include "analyzers/cpu/cpu_analyzer.h"
 #include "benchmarks/naive/cpu_analysis.h"
 #include "benchmarks/support/cpu_log_generator.h"
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "formats/cpu.h"
 #include "foundation/files.h"
@@ -173,6 +174,7 @@ void AnalysisNaive(benchmark::State& state) {
     }
 }
 BENCHMARK(AnalysisNaive)->Name("CpuAnalyzer/naive")->Unit(benchmark::kMillisecond)->Iterations(1);
+const Promise kAheadOfTheNaive = AtLeastTimesNaive("CpuAnalyzer", 25);
 
 // Reads all that an analysis reads and writes as much as it writes, whole files at a time.
 void AnalysisBound(benchmark::State& state) {
@@ -198,6 +200,7 @@ void AnalysisBound(benchmark::State& state) {
     });
 }
 BENCHMARK(AnalysisBound)->Name("CpuAnalyzer/bound")->Unit(benchmark::kMillisecond);
+const Promise kNearTheBound = AtMostTimesBound("CpuAnalyzer", 6);
 
 // A line of /proc/self/status, in bytes.
 double StatusBytes(const std::string& key) {
@@ -230,6 +233,7 @@ void AnalysisMemory(benchmark::State& state) {
     state.counters["peak_per_log"] = added / static_cast<double>(tree.LogSize());
 }
 BENCHMARK(AnalysisMemory)->Name("CpuAnalyzer/memory")->Unit(benchmark::kMillisecond)->Iterations(1);
+const Promise kModest = AtMost("CpuAnalyzer/memory peak_per_log", 3);
 
 // One line of 16 MB made of `piece` again and again.
 std::string LongLine(const std::string& piece) {

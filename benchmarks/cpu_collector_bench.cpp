@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "benchmarks/support/cpu_log_generator.h"
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "collectors/system/cpu/cpu_collector.h"
 #include "foundation/files.h"
@@ -267,6 +268,7 @@ BENCHMARK(CollectBound)
     ->Name("CpuCollector/collect/bound")
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
+const Promise kCollectsNearTheBound = AtMostTimesBound("CpuCollector/collect", 3);
 BENCHMARK(DocumentsOurs)
     ->Name("CpuCollector/documents/ours")
     ->MeasureProcessCPUTime()
@@ -279,6 +281,7 @@ BENCHMARK(DocumentsBound)
     ->Name("CpuCollector/documents/bound")
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
+const Promise kWritesNearTheBound = AtMostTimesBound("CpuCollector/documents", 6);
 BENCHMARK(MissionWhole)
     ->Name("CpuCollector/whole")
     ->MeasureProcessCPUTime()

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "benchmarks/support/cpu_log_generator.h"
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "comparators/cpu/cpu_comparator.h"
 #include "formats/cpu.h"
@@ -205,6 +206,7 @@ void CompareBound(benchmark::State& state) {
     });
 }
 BENCHMARK(CompareBound)->Name("CpuComparator/bound")->Unit(benchmark::kMillisecond);
+const Promise kNearTheBound = AtMostTimesBound("CpuComparator", 8);
 
 }  // namespace
 }  // namespace zarn::bench

@@ -9,6 +9,7 @@
 #include "analyzers/ddr/ddr_analyzer.h"
 #include "analyzers/ddr/ddr_master_info.h"
 #include "benchmarks/support/ddr_generator.h"
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/quiet_streams.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "comparators/ddr/ddr_comparator.h"
@@ -129,6 +130,7 @@ void AnalyzeOurs(benchmark::State& state) {
     std::filesystem::remove(SharedTrees().FirstAnalysis());
 }
 BENCHMARK(AnalyzeOurs)->Name("DdrAnalyzer/ours")->Unit(benchmark::kMicrosecond);
+const Promise kAnalyzesNearTheBound = AtMostTimesBound("DdrAnalyzer", 3);
 
 // The plain form of its reading and of its table: a line and a document at a time, members searched
 // by name, a string per number, a stream for the table.
@@ -171,6 +173,7 @@ void CompareOurs(benchmark::State& state) {
     });
 }
 BENCHMARK(CompareOurs)->Name("DdrComparator/ours")->Unit(benchmark::kMicrosecond);
+const Promise kComparesNearTheBound = AtMostTimesBound("DdrComparator", 25);
 
 }  // namespace
 }  // namespace zarn::bench

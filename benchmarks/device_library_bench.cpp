@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "ara/rm/tepa_resource.h"
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "board/state/board_state.h"
 #include "kes_buffer.h"
@@ -55,11 +56,15 @@ void Measure(benchmark::State& state, const Call& call) {
     }
 }
 
+// What a call may take that does little, in milliseconds.
+constexpr double kAtOnce = 0.02;
+
 void GetDeviceCount(benchmark::State& state) {
     int count = 0;
     Measure(state, [&] { return tovi_get_device_count(&count); });
 }
 BENCHMARK(GetDeviceCount)->Name("call/device_count");
+const Promise kCountsAtOnce = AtMost("call/device_count", kAtOnce);
 
 void GetPartition(benchmark::State& state) {
     std::array<unsigned, 12> record{};
@@ -70,12 +75,14 @@ void GetPartition(benchmark::State& state) {
     });
 }
 BENCHMARK(GetPartition)->Name("call/get_partition");
+const Promise kGetsAtOnce = AtMost("call/get_partition", kAtOnce);
 
 void SetPartition(benchmark::State& state) {
     const std::array<unsigned, 12> record{5, 40, 2, 1};
     Measure(state, [&] { return tovi_set_device_info(0, 13, 0, record.data(), 48); });
 }
 BENCHMARK(SetPartition)->Name("call/set_partition");
+const Promise kSetsAtOnce = AtMost("call/set_partition", kAtOnce);
 
 void GetAiUsage(benchmark::State& state) {
     std::array<unsigned char, 32> usage{};
@@ -85,6 +92,7 @@ void GetAiUsage(benchmark::State& state) {
     });
 }
 BENCHMARK(GetAiUsage)->Name("call/ai_usage_32_cores");
+const Promise kReadsAiAtOnce = AtMost("call/ai_usage_32_cores", kAtOnce);
 
 void GetImageUsage(benchmark::State& state) {
     unsigned value = 0;
@@ -92,6 +100,7 @@ void GetImageUsage(benchmark::State& state) {
     Measure(state, [&] { return tovi_get_device_info(0, 0, 2, &value, &size); });
 }
 BENCHMARK(GetImageUsage)->Name("call/image_usage");
+const Promise kReadsImageAtOnce = AtMost("call/image_usage", kAtOnce);
 
 void GetBuffers(benchmark::State& state) {
     std::array<unsigned, 4> setting{1, 8192, 10000, 5000};
@@ -110,6 +119,7 @@ void Register(benchmark::State& state) {
     });
 }
 BENCHMARK(Register)->Name("call/register_and_unregister");
+const Promise kRegistersAtOnce = AtMost("call/register_and_unregister", kAtOnce);
 
 }  // namespace
 }  // namespace zarn::bench

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "benchmarks/support/generator.h"
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "foundation/commands.h"
 #include "foundation/files.h"
@@ -142,6 +143,7 @@ void DocumentsBound(benchmark::State& state) {
     });
 }
 BENCHMARK(DocumentsBound)->Name("Documents/bound")->Unit(benchmark::kMillisecond);
+const Promise kNearTheBound = AtMostTimesBound("Documents", 6);
 
 // The text of built documents alone.
 template <typename Write>

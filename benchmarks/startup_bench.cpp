@@ -12,6 +12,7 @@
 #include <fstream>
 #include <string>
 
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "foundation/files.h"
 #include "tests/system/support/private_usr.h"
@@ -106,6 +107,7 @@ BENCHMARK_CAPTURE(Startup, ours, ZARN_PROGRAM, &Cost::own)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond)
     ->Iterations(100);
+const Promise kStartsSoon = AtMost("startup", 15);
 BENCHMARK_CAPTURE(Startup, oursWithChildren, ZARN_PROGRAM, &Cost::withChildren)
     ->Name("startup/ours_with_children")
     ->UseManualTime()

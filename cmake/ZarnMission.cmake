@@ -8,6 +8,8 @@
 #              [SYSTEM_TESTS file...]      below tests/system/; they run the built program
 #              [USES folder...])           other missions' folders that the job demands (docs/architecture.md lists them)
 #
+# The tests of a mission whose sources name threads, locks or atomics run under the thread sanitizer too.
+#
 # The library is named after the folder: collectors/system/cpu gives zarn_collectors_system_cpu. Tests, fuzz targets and
 # benchmarks are made where the like of them are made, after all missions.
 function(zarn_mission)
@@ -22,12 +24,19 @@ function(zarn_mission)
     zarn_folder_target(other ${used})
     target_link_libraries(${target} PUBLIC ${other})
   endforeach()
-  list(TRANSFORM ARG_HEADERS PREPEND ${folder}/)
-  set_property(GLOBAL APPEND PROPERTY ZARN_MISSION_HEADERS ${ARG_HEADERS})
+  set(headers ${ARG_HEADERS})
+  list(TRANSFORM headers PREPEND ${folder}/)
+  set_property(GLOBAL APPEND PROPERTY ZARN_MISSION_HEADERS ${headers})
   set_property(GLOBAL APPEND PROPERTY ZARN_MISSION_TARGETS ${target})
   set_target_properties(${target} PROPERTIES
     ZARN_FOLDER "${folder}" ZARN_TESTS "${ARG_TESTS}" ZARN_FUZZ_TARGETS "${ARG_FUZZ_TARGETS}"
     ZARN_BENCHMARK "${ARG_BENCHMARK}" ZARN_SYSTEM_TESTS "${ARG_SYSTEM_TESTS}")
+  foreach(file ${ARG_HEADERS} ${ARG_SOURCES})
+    file(STRINGS ${file} uses REGEX "#include <(thread|mutex|shared_mutex|atomic|future|condition_variable)>")
+    if(uses)
+      set_target_properties(${target} PROPERTIES ZARN_THREADED THREADED)
+    endif()
+  endforeach()
 endfunction()
 
 # zarn_folder_target(variable folder): the name of the library of that folder.
@@ -64,14 +73,15 @@ function(zarn_mission_tests)
     get_target_property(folder ${target} ZARN_FOLDER)
     get_target_property(tests ${target} ZARN_TESTS)
     get_target_property(system_tests ${target} ZARN_SYSTEM_TESTS)
+    get_property(threaded TARGET ${target} PROPERTY ZARN_THREADED)
     string(REGEX REPLACE "^zarn_" "" name ${target})
     if(tests)
       list(TRANSFORM tests PREPEND ${PROJECT_SOURCE_DIR}/tests/unit/${folder}/)
-      zarn_test(${name}_test SOURCES ${tests} LINKS ${target} zarn_test_support)
+      zarn_test(${name}_test SOURCES ${tests} LINKS ${target} zarn_test_support ${threaded})
     endif()
     if(system_tests)
       list(TRANSFORM system_tests PREPEND ${PROJECT_SOURCE_DIR}/tests/system/)
-      zarn_test(${name}_system_test SOURCES ${system_tests} LINKS zarn_system_support zarn_foundation LABELS system)
+      zarn_test(${name}_system_test SOURCES ${system_tests} LINKS zarn_system_support zarn_foundation LABELS system ${threaded})
       add_dependencies(${name}_system_test zarn)
     endif()
   endforeach()

@@ -10,6 +10,7 @@ if(ZARN_PLATFORM STREQUAL "simulated")
   set(ZARN_LIBRARIES "zarn-board-libs (= ${PROJECT_VERSION}) | zarn-platform-libs")
 endif()
 
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON) # packing builds no tests
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME zarn)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own

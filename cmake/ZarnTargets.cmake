@@ -8,7 +8,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND ZARN_WARNINGS -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast)
 endif()
 
-# The flags shared by all targets of the project.
+# zarn_flags(target [UNCOUNTED]): the flags shared by all targets of the project. UNCOUNTED: how often its own code runs is
+# of no interest.
 function(zarn_flags target)
   target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:${ZARN_WARNINGS}>)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
@@ -22,7 +23,11 @@ function(zarn_flags target)
     target_link_options(${target} PUBLIC -fsanitize=${ZARN_SANITIZE})
   endif()
   if(ZARN_COVERAGE)
-    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    # With -pthread the compiler makes counting safe in threads; to ask for that by name would keep a compiler cache from
+    # these files.
+    if(NOT "UNCOUNTED" IN_LIST ARGN)
+      target_compile_options(${target} PRIVATE --coverage -pthread)
+    endif()
     target_link_options(${target} PUBLIC --coverage)
   endif()
   if(ZARN_FUZZ)
@@ -55,25 +60,80 @@ function(zarn_test_paths)
   endforeach()
 endfunction()
 
-# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...])
-# One GoogleTest program; each of its cases is a test of ctest. Label: unit unless given.
+# All test programs with the label unit, and all with the label threads.
+add_custom_target(unit_tests)
+add_custom_target(threaded_tests)
+
+# zarn_test(name SOURCES file... [LINKS target...] [LABELS label...] [THREADED])
+# One GoogleTest program. Each of its cases is a test of ctest; with ZARN_TEST_SHARDS, for builds in which the start of a
+# process is dear, each of so many parts of the program is one. Label: unit unless given; a part has the label threads too
+# if it is THREADED, which says that what it tests has threads of its own.
 function(zarn_test name)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;LABELS" ${ARGN})
-  add_executable(${name} ${ARG_SOURCES})
-  zarn_flags(${name})
+  cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS" ${ARGN})
+  zarn_test_paths(${ARG_SOURCES})
+  zarn_merge(merged ${name} ${ARG_SOURCES})
+  add_executable(${name} ${merged})
+  zarn_flags(${name} UNCOUNTED)
   # Tests are built for the speed of building them; what they test keeps the preset's flags.
   target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1;-g0>)
   if(ZARN_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)
   endif()
-  if(ZARN_COVERAGE)
-    target_compile_options(${name} PRIVATE -fno-profile-arcs -fno-test-coverage)
-  endif()
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
-  zarn_test_paths(${ARG_SOURCES})
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
+    add_dependencies(unit_tests ${name})
   endif()
-  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120
-                       PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
+  if(NOT ZARN_TEST_SHARDS)
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
+    return()
+  endif()
+  if(ARG_THREADED)
+    list(APPEND ARG_LABELS threads)
+    add_dependencies(threaded_tests ${name})
+  endif()
+  zarn_test_shards(${name} "${ARG_LABELS}")
+endfunction()
+
+# zarn_merge(result name file...): the sources to compile for these of a test program. Most of the time goes into
+# GoogleTest's headers and templates, so up to 8 are compiled as one; those that have definitions of their own stay alone.
+function(zarn_merge result name)
+  if(NOT ZARN_MERGED_TESTS)
+    set(${result} ${ARGN} PARENT_SCOPE)
+    return()
+  endif()
+  set(alone "")
+  set(together "")
+  foreach(file ${ARGN})
+    get_source_file_property(definitions ${file} COMPILE_DEFINITIONS)
+    if(definitions)
+      list(APPEND alone ${file})
+    else()
+      get_filename_component(path ${file} ABSOLUTE)
+      list(APPEND together ${path})
+    endif()
+  endforeach()
+  set(part 0)
+  while(together)
+    list(SUBLIST together 0 8 batch)
+    list(REMOVE_ITEM together ${batch})
+    set(output ${CMAKE_CURRENT_BINARY_DIR}/${name}.merged_${part}.cpp)
+    add_custom_command(OUTPUT ${output} DEPENDS ${batch} ${PROJECT_SOURCE_DIR}/cmake/merge_tests.py
+      COMMAND ${Python3_EXECUTABLE} ${PROJECT_SOURCE_DIR}/cmake/merge_tests.py ${output} ${PROJECT_SOURCE_DIR} ${batch})
+    list(APPEND alone ${output})
+    math(EXPR part "${part} + 1")
+  endwhile()
+  set(${result} ${alone} PARENT_SCOPE)
+endfunction()
+
+# zarn_test_shards(name labels): the program's cases in ZARN_TEST_SHARDS processes, <name>.1 and so on. Each leaves its
+# report in test_results/.
+function(zarn_test_shards name labels)
+  foreach(shard RANGE 1 ${ZARN_TEST_SHARDS})
+    math(EXPR index "${shard} - 1")
+    add_test(NAME ${name}.${shard}
+             COMMAND ${name} --gtest_brief=1 --gtest_output=xml:${PROJECT_BINARY_DIR}/test_results/${name}.${shard}.xml)
+    set_tests_properties(${name}.${shard} PROPERTIES TIMEOUT 1800 LABELS "${labels}"
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${ZARN_TEST_SHARDS};GTEST_SHARD_INDEX=${index}")
+  endforeach()
 endfunction()

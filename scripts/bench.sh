@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Runs the benchmarks and prints their ratios: ours to the plain form, ours to the lower bound, each of one run.
 # The raw figures are build/bench/*.json, the table is build/bench/table.md; a run of all goes into docs/performance.md.
+# A row that does not keep what its benchmark promises is a failure.
 #
 # usage: scripts/bench.sh [FILTER]     a regular expression on the names
 source "$(dirname "$0")/lib.sh"
@@ -8,6 +9,7 @@ take_arguments 1 '[^-].*' "$@"
 
 need_packages scripts/packages.txt
 build_preset release
+[ $# -gt 0 ] || whole=yes
 mkdir -p build/bench
 rm -f build/bench/*
 for program in build/release/bin/*_bench; do
@@ -19,6 +21,6 @@ done
 {
     echo "$(machine)."
     echo
-    scripts/bench_table.py build/bench/*.json
+    scripts/bench_table.py ${whole:+--whole} build/bench/*.json
 } | tee build/bench/table.md
 [ $# -gt 0 ] || scripts/put_section.py docs/performance.md bench <build/bench/table.md

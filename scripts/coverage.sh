@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # Prints line and branch figures, of all and of the pure functions, of the last run of the suite in the asan preset,
-# which carries the counters; runs it first if there was none. The report is build/coverage/index.html.
+# which carries the counters; runs it first if there was none. The report is build/coverage/index.html. With --page the
+# figures go into docs/performance.md.
 #
-# usage: scripts/coverage.sh
+# usage: scripts/coverage.sh [--page]
 source "$(dirname "$0")/lib.sh"
-take_arguments 0 '' "$@"
+take_arguments 1 --page "$@"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
 if [ -z "$(find build/asan -name '*.gcda' -print -quit 2>/dev/null)" ]; then
-    build_preset asan
-    ctest --preset asan -j "$(nproc)"
+    scripts/test.sh asan
 fi
 
 # Files of pure functions: parsers, findings, documents, tables and the utilities below them.
@@ -23,4 +23,10 @@ gcovr "${gcovr_options[@]}" --exclude 'tests/.*' --exclude 'benchmarks/.*' --exc
 gcovr --root . --add-tracefile build/coverage/all.json | tail -n 4
 gcovr --root . --add-tracefile build/coverage/all.json --branches | tail -n 4
 say "Coverage of the pure functions"
-gcovr --root . --add-tracefile build/coverage/all.json --filter "$pure" --fail-under-line 95
+gcovr --root . --add-tracefile build/coverage/all.json --filter "$pure" --json-summary build/coverage/pure.json \
+    --txt - --fail-under-line 95
+if [ $# -gt 0 ]; then
+    gcovr --root . --add-tracefile build/coverage/all.json --json-summary build/coverage/summary.json
+    scripts/coverage_table.py build/coverage/summary.json build/coverage/pure.json |
+        scripts/put_section.py docs/performance.md coverage
+fi

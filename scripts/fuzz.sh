@@ -1,17 +1,27 @@
 #!/usr/bin/env bash
 # Runs every fuzz target for a while. A finding stays in fuzz/regressions/<target>/, where the suite replays it.
+# SECONDS are for each target; with --budget they are for all together, however many there are. What ten minutes or more of
+# every target came to goes into docs/performance.md.
 #
-# usage: scripts/fuzz.sh SECONDS [TARGET...]     seconds for each target
+# usage: scripts/fuzz.sh [--budget] SECONDS [TARGET...]
 source "$(dirname "$0")/lib.sh"
-take_arguments 1000 '[0-9]+|[a-z][a-z_]*' "$@"
+take_arguments 1000 '--budget|[0-9]+|[a-z][a-z_]*' "$@"
 
+budget=false
+[ "${1:-}" != --budget ] || { budget=true && shift; }
 [[ ${1:-} =~ ^[0-9]+$ ]] || usage_error
 seconds=$1
 shift
 need_packages scripts/packages.txt scripts/packages-dev.txt
-build_preset fuzz
+build_preset fuzz fuzz_targets
 targets=("$@")
-[ ${#targets[@]} -gt 0 ] || mapfile -t targets < <(cd build/fuzz/bin && ls -d fuzz_* | sed 's/^fuzz_//')
+everything=false
+[ ${#targets[@]} -gt 0 ] || everything=true
+! $everything || mapfile -t targets < <(cd build/fuzz/bin && ls -d fuzz_* | sed 's/^fuzz_//')
+if $budget; then
+    seconds=$((seconds * $(nproc) / ${#targets[@]}))
+    [ "$seconds" -gt 0 ] || seconds=1 # 0 would be for ever
+fi
 
 # fuzz_one TARGET: prints its executions, or the end of its log when it found something.
 fuzz_one() {
@@ -25,10 +35,20 @@ fuzz_one() {
         return 1
     fi
     rmdir --ignore-fail-on-non-empty "fuzz/regressions/$target"
-    printf '%-28s %12s executions\n' "$target" "$(awk '/number_of_executed_units/ { print $2 }' "$log")"
+    printf '%-28s %12s executions\n' "$target" "$(executions "$target")"
 }
-export -f fuzz_one
+
+executions() { awk '/number_of_executed_units/ { print $2 }' "build/fuzz/$1.log"; }
+export -f fuzz_one executions
 export seconds
 
 say "Fuzzing ${#targets[@]} targets, $seconds s each"
 printf '%s\n' "${targets[@]}" | xargs -P "$(nproc)" -I{} bash -c 'fuzz_one {}'
+if $everything && [ "$seconds" -ge 600 ]; then
+    {
+        printf '%s.\n\n| target | seconds | executions | findings |\n|---|---|---|---|\n' "$(machine)"
+        for target in "${targets[@]}"; do
+            printf '| `%s` | %s | %s | 0 |\n' "$target" "$seconds" "$(executions "$target")"
+        done
+    } | scripts/put_section.py docs/performance.md fuzz
+fi

@@ -82,7 +82,8 @@ run_tests() {
     local preset=${1%%:*} name=${1##*:}
     say "Testing preset $preset"
     mkdir -p "$test_results"
-    rm -f "$test_results/$name.xml"
+    rm -rf "$test_results/$name.xml" "build/$preset/test_results"
+    ln -sfn "$root/build/$preset/test_results" "$test_results/$name" # where parts of test programs leave their own
     ctest --preset "$preset" -j "$(nproc)" --output-junit "$test_results/$name.xml" "${@:2}"
 }
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Checks the format of every C++ file and lints those of the program and the board; any finding is a failure.
-# With --all it lints the tests and benchmarks too.
+# With --all it lints the tests and benchmarks too. What was clean is remembered, in ZARN_LINT_CACHE or, by default, beside
+# other caches of the user, and not linted again until it, a header of it or the list of checks changes.
 #
 # usage: scripts/lint.sh [--all]
 source "$(dirname "$0")/lib.sh"
@@ -10,8 +11,8 @@ need_packages scripts/packages.txt scripts/packages-dev.txt
 say "Format"
 git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run --Werror
 say "Lint"
-cmake --preset release >/dev/null
+cmake --preset release -B build/lint -DZARN_MERGED_TESTS=OFF >/dev/null
 skipped='^(fuzz|tests|benchmarks)/'
 [ "${1:-}" != --all ] || skipped='^fuzz/'
 git ls-files '*.cpp' | grep -vE "$skipped" |
-    xargs -P "$(nproc)" -n 4 clang-tidy -p build/release --quiet --extra-arg=-Wno-unknown-warning-option 2>/dev/null
+    xargs scripts/lint_files.py build/lint "${ZARN_LINT_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/zarn-lint}"

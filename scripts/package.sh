@@ -42,7 +42,7 @@ mkdir -p build/packages
 build_preset release
 say "Packing preset release"
 pack build/release
-build_preset arm64
+build_preset arm64 zarn-and-board
 say "Packing preset arm64"
 pack_arm64
 cp build/release/packages/*.deb build/arm64/packages/*.deb build/packages/

@@ -1,16 +1,24 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds the release preset and runs the whole suite; what of it root cannot show, once more as an
-# ordinary user.
-# With --all the suite also runs under the address, leak and undefined-behaviour sanitizers; what has threads, under
-# the thread sanitizer; and, cross-built, on arm64, without the tests that trace a process. Root ends with the clean
-# room, of which CI takes the short form.
+# ordinary user. Other lanes run what has something to find there: asan the suite under the address, leak and
+# undefined-behaviour sanitizers, tsan the tests of what has threads under the thread sanitizer, arm64 the unit tests,
+# cross-built, on the board's processor.
+# With --all every lane runs, and none of them a sample: arm64 runs the whole suite, without the tests that trace a
+# process, and every single call fails where the suite else draws some. Root ends with the clean room.
 #
-# usage: scripts/test.sh [--all]
+# usage: scripts/test.sh [--all | LANE...]     lanes: release asan tsan arm64
 source "$(dirname "$0")/lib.sh"
-take_arguments 1 --all "$@"
+take_arguments 4 '--all|release|asan|tsan|arm64' "$@"
 
-all=false
-[ $# -eq 0 ] || all=true
+all=false lanes=("$@")
+case "$*" in
+    "") lanes=(release) ;;
+    --all)
+        all=true lanes=(asan tsan arm64 release)
+        export ZARN_WALK=all
+        ;;
+    *--all*) usage_error ;;
+esac
 
 # Becomes COMMAND in a mount namespace in which everyone may reach the checkout: a closed folder on the way to it is covered
 # by an open one that holds nothing else.
@@ -52,24 +60,35 @@ run_skipped_as_user() {
     return "$status"
 }
 
+run_lane() {
+    case "$1" in
+        asan)
+            build_preset asan
+            run_tests asan
+            ;;
+        tsan)
+            build_preset tsan threaded_tests
+            run_tests tsan
+            ;;
+        arm64)
+            local unit_only=(-L unit) targets=(unit_tests)
+            ! $all || unit_only=() targets=()
+            build_preset arm64 "${targets[@]}"
+            run_tests arm64 "${unit_only[@]}"
+            ;;
+        release)
+            build_preset release
+            run_tests release
+            [ "$(id -u)" -ne 0 ] || run_skipped_as_user
+            ;;
+    esac
+}
+
 need_packages scripts/packages.txt
-if $all; then
-    need_packages scripts/packages-dev.txt
-    build_preset asan
-    run_tests asan
-    threaded=(foundation_test collectors_system_cpu_test collectors_system_ddr_test mission_test system_test)
-    build_preset tsan zarn "${threaded[@]}"
-    for program in "${threaded[@]}"; do
-        say "Testing preset tsan: $program"
-        TSAN_OPTIONS="suppressions=$root/tests/thread_sanitizer.supp" build/tsan/bin/"$program" --gtest_brief=1 \
-            --gtest_output=xml:"$test_results/tsan-$program.xml"
-    done
-    build_preset arm64
-    run_tests arm64
-fi
-build_preset release
-run_tests release
-if [ "$(id -u)" -eq 0 ]; then
-    run_skipped_as_user
-    ! $all || scripts/clean_room.sh ${CI:+--demo}
+[ "${lanes[*]}" = release ] || need_packages scripts/packages-dev.txt
+for lane in "${lanes[@]}"; do
+    run_lane "$lane"
+done
+if $all && [ "$(id -u)" -eq 0 ]; then
+    scripts/clean_room.sh
 fi

@@ -43,6 +43,29 @@ cat >gtest.xml <<'EOF'
 </testsuite></testsuites>
 EOF
 expect "the total of tests" "3 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml gtest.xml)"
+mkdir ctest && cp gtest.xml ctest/a.xml
+expect "the total with a test's own report" "2 passed, 2 failed, 3 skipped" "$("$root/scripts/count_tests.py" ctest.xml)"
+rm -r ctest
+
+# Three milliseconds beside a bound of one, and promises of that row.
+row() { # NAME MILLISECONDS
+    printf '{"run_name": "%s", "aggregate_name": "median", "cpu_time": %s, "time_unit": "ms"}' "$1" "$2"
+}
+results() { # PROMISE LIMIT
+    printf '{"context": {"promise %s": "%s"}, "benchmarks": [%s, %s]}' "$1" "$2" "$(row a/ours 3)" "$(row a/bound 1)" >bench.json
+}
+results 'bound a' 3
+expect "a promise that is kept" "| a | 3 | 1 | 3 (at most 3) |  |  |" "$("$root/scripts/bench_table.py" bench.json | grep '^| a ')"
+results 'bound a' 2.9
+expect "a promise that is not kept" "a does not keep its promise
+status 1" \
+    "$("$root/scripts/bench_table.py" bench.json 2>&1 >/dev/null; echo "status $?")"
+results 'most b' 1
+expect "a promise of a row left out" "0" "$("$root/scripts/bench_table.py" bench.json >/dev/null; echo $?)"
+expect "a promise of a row that is none" "b is promised and was not measured
+status 1" \
+    "$("$root/scripts/bench_table.py" --whole bench.json 2>&1 >/dev/null; echo "status $?")"
+rm bench.json
 
 # completions COMMAND WORD...: what is offered for the last word.
 completions() (

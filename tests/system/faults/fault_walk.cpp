@@ -4,8 +4,11 @@
 //
 // usage: fault_walk ZARN PRELOAD JUDGE CONFIGURATION CALL...
 //            every fault; of each kind of call named at least one must happen
-//        fault_walk ZARN PRELOAD JUDGE CONFIGURATION INTERRUPTS SEED
+//        fault_walk ZARN PRELOAD JUDGE CONFIGURATION INTERRUPTS
 //            so many interrupts, at calls drawn at random
+// Unless the environment variable ZARN_WALK is "all" it walks over a sample: 8 faults of each kind,
+// more where none of them happened, and a tenth of the interrupts. What is drawn follows from the
+// seed it prints; ZARN_WALK_SEED sets it.
 // Meant for a private /opt/usr, whose run directories it removes. Prints how many faults happened;
 // its status is 0 if they were of all kinds and no run was at fault.
 
@@ -66,6 +69,39 @@ struct Fault {
     [[nodiscard]] std::string Text() const { return call + ":" + std::to_string(at) + ":" + how; }
 };
 
+// Which part of all faults is tried.
+class Sample {
+public:
+    Sample() {
+        const char* walk = std::getenv("ZARN_WALK");
+        all_ = walk != nullptr && std::string_view(walk) == "all";
+        const char* chosen = std::getenv("ZARN_WALK_SEED");
+        const auto seed = chosen != nullptr ? static_cast<unsigned>(std::stoul(chosen))
+                                            : static_cast<unsigned>(std::random_device()());
+        random_.seed(seed);
+        std::printf("%s, ZARN_WALK_SEED=%u\n", all_ ? "all faults" : "a sample", seed);
+    }
+
+    // True if so many faults of a kind will do.
+    [[nodiscard]] bool IsEnough(std::size_t tried) const { return !all_ && tried >= kOfEachKind; }
+    // How many interrupts to try of so many.
+    [[nodiscard]] int PartOf(int interrupts) const {
+        return all_ ? interrupts : std::max(interrupts / 10, 1);
+    }
+    // Brings the faults into the order in which they are to be tried.
+    void Order(std::vector<Fault>& faults) { std::shuffle(faults.begin(), faults.end(), random_); }
+    // One of these, each as likely as any other.
+    const Fault& OneOf(const std::vector<Fault>& faults) {
+        return faults[random_() % faults.size()];
+    }
+
+private:
+    static constexpr std::size_t kOfEachKind = 8;
+
+    bool all_ = false;
+    std::mt19937 random_;
+};
+
 struct Ended {
     int status = 0;
     std::string out;
@@ -121,45 +157,45 @@ public:
         return Counts();
     }
 
-    // Lets every call fail with each of its errors.
+    // Lets every call fail with each of its errors, or those of the sample.
     void FailEach(const std::map<std::string, long>& counts) {
         for (const auto& [call, errors] : kErrors) {
+            std::vector<Fault> faults;
             for (long at = 1; at <= CountOf(counts, call); ++at) {
                 for (const std::string& how : errors) {
-                    Try({call, at, how});
+                    faults.push_back({call, at, how});
                 }
             }
+            TryEnough(std::move(faults), call);
         }
+        std::vector<Fault> truncations;
         for (long at = 1; at <= CountOf(counts, "write"); ++at) {
-            Try({"write", at, std::string("ENOSPC") + kTruncateError});
+            truncations.push_back({"write", at, std::string("ENOSPC") + kTruncateError});
         }
+        TryEnough(std::move(truncations), "truncate");
     }
 
     // Interrupts the program at calls drawn at random, each as likely as any other.
-    void Interrupt(const std::map<std::string, long>& counts, int interrupts, unsigned seed) {
+    void Interrupt(const std::map<std::string, long>& counts, int interrupts) {
         std::vector<Fault> instants;
         for (const auto& [call, last] : counts) {
             for (long at = 1; at <= last; ++at) {
                 instants.push_back({call, at, "interrupt"});
             }
         }
-        std::mt19937 random(seed);
-        for (int i = 0; i < interrupts; ++i) {
-            Try(instants[random() % instants.size()]);
+        for (int i = 0; i < sample_.PartOf(interrupts); ++i) {
+            Try(sample_.OneOf(instants));
         }
     }
 
     // Prints how many faults of each kind happened, and in all. True if there were some of each of
     // these kinds and no run was at fault.
     [[nodiscard]] bool Report(const std::vector<std::string>& expected) const {
-        std::istringstream lines(TextOf(scratch_ + "/hits"));
-        std::map<std::string, long> hits;
+        const std::map<std::string, long> hits = Hits();
         long sum = 0;
-        for (std::string call; std::getline(lines, call); ++sum) {
-            ++hits[call];
-        }
         for (const auto& [call, count] : hits) {
             std::printf("%-12s %5ld faults\n", call.c_str(), count);
+            sum += count;
         }
         bool complete = sum > 0;
         for (const std::string& call : expected) {
@@ -176,6 +212,29 @@ private:
     static long CountOf(const std::map<std::string, long>& counts, const std::string& call) {
         const auto count = counts.find(call);
         return count == counts.end() ? 0 : count->second;
+    }
+
+    // How many faults of each kind happened so far.
+    [[nodiscard]] std::map<std::string, long> Hits() const {
+        std::istringstream lines(TextOf(scratch_ + "/hits"));
+        std::map<std::string, long> hits;
+        for (std::string call; std::getline(lines, call);) {
+            ++hits[call];
+        }
+        return hits;
+    }
+
+    // Tries these faults of a kind until there were enough of them and one of them happened.
+    void TryEnough(std::vector<Fault> faults, const std::string& kind) {
+        sample_.Order(faults);
+        std::size_t tried = 0;
+        for (const Fault& fault : faults) {
+            if (sample_.IsEnough(tried) && CountOf(Hits(), kind) > 0) {
+                return;
+            }
+            Try(fault);
+            ++tried;
+        }
     }
 
     Ended RunOnce(const std::string& fault) {
@@ -297,6 +356,7 @@ private:
     std::string scratch_;
     zarn::test::DocumentJudge judge_;
     std::string cleanWords_;
+    Sample sample_;
     int faulty_ = 0;
 };
 
@@ -305,8 +365,8 @@ private:
 int main(int argc, char** argv) {
     if (argc < 6) {
         std::fprintf(stderr,
-                     "usage: fault_walk ZARN PRELOAD JUDGE CONFIGURATION {CALL... | INTERRUPTS "
-                     "SEED}\n");
+                     "usage: fault_walk ZARN PRELOAD JUDGE CONFIGURATION {CALL... | "
+                     "INTERRUPTS}\n");
         return 2;
     }
     Walk walk(argv[1], argv[2], argv[3], argv[4]);
@@ -316,8 +376,8 @@ int main(int argc, char** argv) {
     }
     std::vector<std::string> expected;
     const int interrupts = std::atoi(argv[5]);
-    if (interrupts > 0 && argc == 7) {
-        walk.Interrupt(*counts, interrupts, static_cast<unsigned>(std::stoul(argv[6])));
+    if (interrupts > 0) {
+        walk.Interrupt(*counts, interrupts);
     } else {
         expected.assign(argv + 5, argv + argc);
         walk.FailEach(*counts);
