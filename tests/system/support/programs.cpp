@@ -29,9 +29,7 @@ std::vector<std::string> ProgramStart() {
 }
 
 std::string BoardLauncher() {
-    const std::string prefix = InstalledPrefix();
-    return prefix.empty() ? ZARN_SOURCE_DIR "/board/zarn-board --build " ZARN_BUILD_DIR
-                          : prefix + "/bin/zarn-board";
+    return ProgramPath("zarn-board");
 }
 
 }  // namespace zarn::test
