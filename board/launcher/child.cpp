@@ -1,6 +1,7 @@
 #include "board/launcher/child.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -71,14 +72,12 @@ std::optional<Pipe> MakePipe() {
     return Pipe{ends[0], ends[1]};
 }
 
-std::string ReadWord(int fd) {
+std::string ReadWord(int fd, int seconds) {
     std::string word;
     char letter = '\0';
-    ssize_t got = 0;
-    while ((got = ::read(fd, &letter, 1)) == 1 ? letter != '\n' : got < 0 && errno == EINTR) {
-        if (got == 1) {
-            word += letter;
-        }
+    pollfd input{fd, POLLIN, 0};
+    while (::poll(&input, 1, seconds * 1000) > 0 && ::read(fd, &letter, 1) == 1 && letter != '\n') {
+        word += letter;
     }
     return word;
 }

@@ -33,8 +33,10 @@ struct Pipe {
 };
 [[nodiscard]] std::optional<Pipe> MakePipe();
 
-// Reads until a newline or the end; the text without it.
-[[nodiscard]] std::string ReadWord(int fd);
+// Reads until a newline or the end, or until nothing has come for so many seconds; the text without
+// the newline.
+inline constexpr int kPatienceSeconds = 20;
+[[nodiscard]] std::string ReadWord(int fd, int seconds = kPatienceSeconds);
 
 // Whether a descriptor goes on to the next program.
 void KeepOpen(int fd, bool keep);

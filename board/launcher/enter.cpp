@@ -1,5 +1,6 @@
 #include "board/launcher/enter.h"
 
+#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -58,10 +59,15 @@ Problem EnterView(const std::vector<Binding>& bindings, const std::string& files
     return problem;
 }
 
-// The words for proot to bind something. A path that holds a colon would end there.
+// The words for proot to bind something. A path with a colon would end there for it, so it gets the
+// number of an open file instead, which it looks up at its start.
 void AddBinding(std::vector<std::string>& words, const Binding& binding) {
+    std::string from = binding.from;
+    if (from.find(':') != std::string::npos) {
+        from = "/proc/self/fd/" + std::to_string(::open(from.c_str(), O_PATH));
+    }
     words.emplace_back("-b");
-    words.push_back(binding.from + ":" + binding.to);
+    words.push_back(from + ":" + binding.to);
 }
 
 // Becomes proot with the guard behind it.

@@ -1,10 +1,12 @@
 #include "board/launcher/served_board.h"
 
+#include <poll.h>
 #include <sys/random.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -86,11 +88,15 @@ std::optional<ServedBoard> ServedBoard::Start(const LauncherOptions& options,
     ::close(life->read);
     ::close(answer->write);
     const bool isReady = !ReadWord(answer->read).empty();
-    ::close(answer->read);
     board.state_ = isReady ? MapBoardState((board.folder_ + "/state").c_str()) : nullptr;
     if (board.state_ == nullptr) {
         ::close(board.life_);
         board.serverLives_ = false;
+        // One that has ended is not hurt by it; one that neither answers nor ends is of no use.
+        pollfd output{answer->read, POLLIN, 0};
+        if (::poll(&output, 1, 0) == 0) {
+            ::kill(board.server_, SIGKILL);
+        }
         const bool hasSaidWhy = WaitForChild(board.server_) == 1;
         (void)board.End();
         if (!hasSaidWhy) {
@@ -98,6 +104,7 @@ std::optional<ServedBoard> ServedBoard::Start(const LauncherOptions& options,
         }
         return std::nullopt;
     }
+    ::close(answer->read);
     return board;
 }
 

@@ -91,7 +91,7 @@ Problem View::Enter() {
     std::error_code error;
     workingDirectory_ = fs::current_path(error).string();
     if (::geteuid() != 0 || ::unshare(CLONE_NEWNS) != 0) {
-        if (const Problem problem = EnterUserNamespace()) {
+        if (Problem problem = EnterUserNamespace()) {
             return problem;
         }
     }
@@ -118,7 +118,7 @@ Problem View::Cover(const std::string& folder) {
     for (const auto& entry : fs::directory_iterator(".", error)) {
         const std::string name = entry.path().filename().string();
         if (!ShowEntry(name, folder)) {
-            return Failed("cannot bind " + folder + "/" + name);
+            return Failed("cannot bind " + (fs::path(folder) / name).string());
         }
     }
     return error ? Problem("cannot read " + folder + ": " + error.message()) : std::nullopt;
@@ -151,7 +151,7 @@ Problem View::MakePlace(const std::string& path, bool isFolder) {
 
 Problem View::Bind(const Binding& binding) {
     std::error_code error;
-    if (const Problem problem = MakePlace(binding.to, fs::is_directory(binding.from, error))) {
+    if (Problem problem = MakePlace(binding.to, fs::is_directory(binding.from, error))) {
         return problem;
     }
     own_.erase(binding.to);
@@ -194,7 +194,7 @@ void View::ReenterWorkingDirectory() const {
 Problem WhyNoView() {
     return AskChild([]() -> Problem {
         View view;
-        if (const Problem problem = view.Enter()) {
+        if (Problem problem = view.Enter()) {
             return problem;
         }
         for (const char* folder : {"/etc", "/opt", "/var"}) {

@@ -129,7 +129,7 @@ ssize_t RenameLink(char* target, ssize_t length, std::size_t size) {
     text[length] = '\0';
     const char* name = NameOf(text);
     const std::size_t shorter = std::strlen(name);
-    std::memcpy(target, name, shorter);
+    std::memcpy(target, name, shorter);  // NOLINT: the target of a link has no end
     return static_cast<ssize_t>(shorter);
 }
 
@@ -144,6 +144,7 @@ void LookThroughUs(glob_t& found) {
 
 }  // namespace
 
+// NOLINTBEGIN(bugprone-macro-parentheses): the arguments are lists with parentheses of their own.
 // Defines a function of the C library that calls the next definition with these arguments.
 #define BOARD_CALL(result, name, parameters, arguments)                        \
     extern "C" __attribute__((visibility("default"))) result name parameters { \
@@ -164,6 +165,8 @@ void LookThroughUs(glob_t& found) {
         va_end(rest);                                                       \
         return (*next)argumentsWithMode;                                    \
     }
+
+// NOLINTEND(bugprone-macro-parentheses)
 
 using Text = const char*;
 

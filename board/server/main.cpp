@@ -84,21 +84,25 @@ bool GoesOn(int milliseconds) {
     return stopped == 0 && !isLeft;
 }
 
-// Writes the table of this moment, and gives the moment and the settings it shows.
+// The table as it was written: its text, its moment and the settings it shows.
 struct Written {
+    std::string table;
     std::uint64_t timeMs = 0;
     std::uint32_t generation = 0;
 };
-std::optional<Written> WriteTable(BoardState& state, const std::string& path) {
-    std::string table;
+
+// Writes the table of this moment, unless it is the last one and still there.
+std::optional<Written> WriteTable(BoardState& state, const std::string& path,
+                                  const std::string& last) {
     Written written;
     written.timeMs = BoardTimeMs(state);
     {
         const BoardLock lock(state);
         written.generation = state.generation;
-        table = BandwidthTable(state, written.timeMs);
+        written.table = BandwidthTable(state, written.timeMs);
     }
-    if (!ReplaceFile(path, table)) {
+    const bool stands = written.table == last && ::access(path.c_str(), F_OK) == 0;
+    if (!stands && !ReplaceFile(path, written.table)) {
         (void)Fail("cannot write " + path);
         return std::nullopt;
     }
@@ -111,7 +115,7 @@ std::optional<Written> WriteTable(BoardState& state, const std::string& path) {
 bool KeepTable(BoardState& state, const std::string& path, Written last) {
     while (WaitForChange(state, last.generation,
                          static_cast<std::uint32_t>(kTickMs - last.timeMs % kTickMs), GoesOn)) {
-        const auto written = WriteTable(state, path);
+        const auto written = WriteTable(state, path, last.table);
         if (!written) {
             return false;
         }
@@ -195,7 +199,7 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
         const BoardLock lock(*state);
         state->serverPid = ::getpid();
     }
-    const auto first = WriteTable(*state, TablePath(folder));
+    const auto first = WriteTable(*state, TablePath(folder), "");
     if (first && isFirst) {
         PrintLine("ready");
         setup.Close();
