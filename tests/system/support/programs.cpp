@@ -32,4 +32,10 @@ std::string BoardLauncher() {
     return ProgramPath("zarn-board");
 }
 
+std::string WatchedScript(const std::string& program, const std::string& watcher) {
+    return "set -m\n" + program +
+           " &\nzarn=$!\n(sleep 120; kill -KILL -$zarn) 2>/dev/null & alarm=$!\n" + watcher +
+           "\nwait $zarn; status=$?\nkill -- -$alarm\nexit $status";
+}
+
 }  // namespace zarn::test
