@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Times programs outside and on the virtual board, in turns: board_speed.py ROUNDS LAUNCHER.
 
-Prints a Markdown table of the lower quartiles and their ratios. Run with "inside", it is the part on the board: it reads
+Prints a Markdown table of the shortest times, which other work on the machine disturbs least, and their ratios. Run with "inside", it is the part on the board: it reads
 lines with a number and answers with the seconds that this program took."""
 import os
 import shutil
@@ -50,10 +50,6 @@ class Side:
         self.process.wait()
 
 
-def quartile(values):
-    return sorted(values)[len(values) // 4]
-
-
 def cpu_seconds(process):
     with open(f"/proc/{process}/stat") as file:
         fields = file.read().rsplit(")", 1)[1].split()
@@ -88,14 +84,14 @@ def main(rounds, launcher):
             for side, process in sides.items():
                 if turn < ways.get(side, rounds):
                     times[side].append(process.time(index))
-        outside, inside, traced = (quartile(times[side]) * 1000 for side in ("outside", "namespace", "proot"))
+        outside, inside, traced = (min(times[side]) * 1000 for side in ("outside", "namespace", "proot"))
         broken += inside / outside > limit
         print(f"| {name} | {outside:.2f} | {inside:.2f} | {inside / outside:.2f} (at most {limit}) | {traced:.2f} "
               f"| {traced / outside:.2f} |", flush=True)
     for side in sides.values():
         side.end()
     for way, turns in ways.items():
-        whole = quartile([seconds_of([launcher, "--paths", way, "--", "true"]) for _ in range(turns)]) * 1000
+        whole = min([seconds_of([launcher, "--paths", way, "--", "true"]) for _ in range(turns)]) * 1000
         limit = " (at most 150)" if way == "namespace" else ""
         broken += way == "namespace" and whole > 150
         print(f"\nStart and end of a board by {way}: {whole:.0f} ms{limit}.")
