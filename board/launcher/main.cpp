@@ -215,10 +215,11 @@ int Main(const std::vector<std::string>& words) {
     }
     const auto installation = FindInstallation(call.options->build);
     if (!installation) {
-        return Fail(
-            "no zarn-board-server in " +
-            (call.options->build.empty() ? "the folder of zarn-board" : call.options->build) +
-            "; build zarn first");
+        std::error_code error;
+        const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path();
+        return Fail("no zarn-board-server in " +
+                    (call.options->build.empty() ? own.string() : call.options->build) +
+                    "; build zarn first");
     }
     if (call.options->action == LauncherOptions::Action::List) {
         for (const std::string& line : ListScenarios(*installation)) {

@@ -20,7 +20,8 @@ TEST_P(BoardDeath, AKilledServerTakesTheTableAlong) {
     const Result result = Shell(R"sh(
 in_background -- sh -c 'echo > up; read x < go; cat /proc/qos/bwstat/bandwidth; exit 5'
 kill -KILL $(pgrep -P $board zarn-board-serv)
-until ! test -e tmp/zarn-board.*/files/proc/qos/bwstat/bandwidth; do :; done
+tries=0
+until ! test -e tmp/zarn-board.*/files/proc/qos/bwstat/bandwidth || test $((tries += 1)) -gt 300000; do :; done
 echo 1<> go
 wait $running)sh");
     EXPECT_EQ(result, (Result{std::string(kNoTable) +
@@ -31,8 +32,9 @@ wait $running)sh");
 
 TEST_P(BoardDeath, AServerThatHangsTakesTheTableAlongUntilItGoesOn) {
     const Result result = Shell(R"sh(
-in_background -- sh -c 'echo > up; read x < go; until ! cat /proc/qos/bwstat/bandwidth; do :; done > /dev/null 2>&1; echo gone
-    echo > up; until cat /proc/qos/bwstat/bandwidth; do :; done 2> /dev/null; exit 5'
+in_background -- sh -c 'echo > up; read x < go; tries=0
+    until ! cat /proc/qos/bwstat/bandwidth || test $((tries += 1)) -gt 20000; do :; done > /dev/null 2>&1; echo gone
+    echo > up; until cat /proc/qos/bwstat/bandwidth || test $((tries += 1)) -gt 40000; do :; done 2> /dev/null; exit 5'
 server=$(pgrep -P $board zarn-board-serv)
 kill -STOP $server; echo 1<> go
 read x < up
@@ -47,7 +49,7 @@ wait $running)sh");
 TEST_P(BoardDeath, AKilledLauncherTakesEverythingAlong) {
     const Result result = Shell(R"sh(
 mkfifo all; cat all > rest & reader=$!
-in_background -- sh -c 'sleep 600 & (sleep 600 & sleep 600) & echo > up; sleep 600' > all 2>&1
+in_background -- sh -c '(sleep 20; echo survived) & (sleep 20 & sleep 20) & echo > up; sleep 20' > all 2>&1
 kill -KILL $board
 wait $running; echo $?
 wait $reader; cat rest)sh");

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "tests/system/support/on_board.h"
@@ -110,7 +111,7 @@ TEST_P(BoardWays, ThreeCommandsShareABoardThatOutlivesItsServer) {
 in_background --board kept -- sh -c 'echo > up; read x < go; $PROBE bounds 5 20 3 0'
 for i in 1 2; do
     $BOARD --board kept -- sh -c 'cat /proc/qos/bwstat/bandwidth > /dev/null && echo there; $PROBE monitor > /dev/null
-        until test "$(grep -c "|" /proc/qos/bwstat/bandwidth)" = 11; do :; done; until grep -q "^ *5|[^|]*|  *3|" /proc/qos/bwstat/bandwidth; do :; done; echo seen' > out.$i 2>&1 &
+        until test "$(grep -c "|" /proc/qos/bwstat/bandwidth)" = 11 || test $((tries += 1)) -gt 9999; do :; done; until test $((tries += 1)) -gt 9999 || grep -q "^ *5|[^|]*|  *3|" /proc/qos/bwstat/bandwidth; do :; done; echo seen' > out.$i 2>&1 &
 done
 until test "$(cat out.*)" = "there
 there"; do kill -0 $board || exit; done
@@ -118,6 +119,50 @@ echo 1<> go
 wait
 cat out.* && ls -d kept/scratch* 2> /dev/null)sh");
     EXPECT_EQ(result, (Result{"0 48 20 3 0\nthere\nseen\nthere\nseen\n", 2}));
+}
+
+TEST_P(BoardWays, TheTerminalsInterruptReachesTheCommandOnce) {
+    directory_.Write("terminal", R"py(import os, pty, sys
+child, terminal = pty.fork()
+if child == 0:
+    os.execvp(sys.argv[1], sys.argv[1:])
+text, sent = b"", False
+while True:
+    try:
+        piece = os.read(terminal, 1000)
+    except OSError:
+        break
+    text += piece
+    if b"up" in text and not sent:
+        sent = True
+        os.write(terminal, b"\x03")
+print(text.count(b"caught"), os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]))
+)py");
+    // Signals of a kind that wait are one, so it takes them at once and spins for a second one.
+    directory_.Write("command", R"py(import signal, sys
+seen = []
+signal.signal(signal.SIGINT, lambda *_: (seen.append(1), print("caught", flush=True)))
+print("up", flush=True)
+while not seen:
+    pass
+for _ in range(3000000):
+    pass
+sys.exit(4)
+)py");
+    EXPECT_EQ(Shell("python3 terminal $BOARD -- python3 command"), (Result{"1 4\n", 0}));
+}
+
+TEST_P(BoardWays, ACheckoutsLauncherIsThatOfABuild) {
+    if (std::getenv("ZARN_PREFIX") != nullptr) {
+        GTEST_SKIP() << "the programs under test are installed ones";
+    }
+    const std::string launcher = ZARN_SOURCE_DIR "/board/zarn-board";
+    const std::string way = std::string(" --paths ") + GetParam();
+    EXPECT_EQ(
+        Shell(launcher + " --build " ZARN_BUILD_DIR + way + " -- sh -c 'command -v zarn-board'"),
+        (Result{ZARN_BUILD_DIR "/bin/zarn-board\n", 0}));
+    EXPECT_EQ(Shell(launcher + " --build none -- true"),
+              (Result{"zarn-board: no zarn-board in none; build zarn first\n", 1}));
 }
 
 // What the launcher says where ways are forbidden; once, whatever the parameter.
