@@ -7,7 +7,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 #include "foundation/console.h"
 
@@ -21,6 +23,18 @@ pid_t StartChild(const std::function<int()>& work) {
     return child;
 }
 
+bool IsInPath(const std::string& program, int access) {
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(path == nullptr ? "" : path);
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        folder.append("/").append(program);
+        if (::access(folder.c_str(), access) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
 int Become(const std::vector<std::string>& command) {
     std::vector<char*> words;
     words.reserve(command.size() + 1);
@@ -29,8 +43,13 @@ int Become(const std::vector<std::string>& command) {
     }
     words.push_back(nullptr);
     ::execvp(words.front(), words.data());
+    const std::string& name = command.front();
+    // A folder of PATH that may not be entered hides that there is no such program in any.
+    if (errno == EACCES && name.find('/') == std::string::npos && !IsInPath(name, F_OK)) {
+        errno = ENOENT;
+    }
     const int status = errno == ENOENT ? 127 : 126;
-    PrintError("zarn-board: " + command.front() + ": " + std::strerror(errno));
+    PrintError("zarn-board: " + name + ": " + std::strerror(errno));
     return status;
 }
 

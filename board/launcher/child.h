@@ -14,6 +14,9 @@ namespace zarn::board {
 // errno if none can be had.
 [[nodiscard]] pid_t StartChild(const std::function<int()>& work);
 
+// Whether a folder of PATH has a file of that name to which there is this access (F_OK, X_OK).
+[[nodiscard]] bool IsInPath(const std::string& program, int access);
+
 // Becomes the command. If that fails, says so in a line and gives the status that a shell gives:
 // 127 if there is none, 126 otherwise.
 int Become(const std::vector<std::string>& command);

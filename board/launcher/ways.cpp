@@ -8,7 +8,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 
 #include "board/launcher/child.h"
 #include "board/launcher/view.h"
@@ -38,18 +37,6 @@ std::string NamespaceRemedy() {
     }
     return "in a container: start it with --cap-add SYS_ADMIN and without the filters that forbid "
            "unshare and mount";
-}
-
-bool IsInPath(const std::string& program) {
-    const char* path = std::getenv("PATH");
-    std::istringstream folders(path == nullptr ? "" : path);
-    for (std::string folder; std::getline(folders, folder, ':');) {
-        folder.append("/").append(program);
-        if (::access(folder.c_str(), X_OK) == 0) {
-            return true;
-        }
-    }
-    return false;
 }
 
 // Lets a child be traced by this process.
@@ -92,7 +79,7 @@ std::optional<Obstacle> NamespaceObstacle(const Installation& installation) {
 }
 
 std::optional<Obstacle> ProotObstacle() {
-    if (!IsInPath("proot")) {
+    if (!IsInPath("proot", X_OK)) {
         return Obstacle{"proot is not installed", "install the Debian package proot"};
     }
     if (const Problem problem = TraceAChild()) {

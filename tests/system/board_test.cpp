@@ -38,7 +38,9 @@ TEST_P(Board, StatusStreamsAndDirectoryAreTheCommands) {
     EXPECT_EQ(OnBoard("exit 7"), (Result{"", 7}));
     EXPECT_EQ(OnBoard("pwd; cat there"), Shell("touch there; pwd"));
     EXPECT_EQ(Shell("echo in | $BOARD -- sh -c 'cat; echo err >&2'"), (Result{"in\nerr\n", 0}));
-    EXPECT_EQ(Shell("$BOARD -- no-such-command").status, 127);
+    EXPECT_EQ(Shell("$BOARD -- no-such-command"),
+              (Result{"zarn-board: no-such-command: No such file or directory\n", 127}));
+    EXPECT_EQ(Shell("$BOARD -- ./tmp"), (Result{"zarn-board: ./tmp: Permission denied\n", 126}));
     EXPECT_EQ(Shell("$BOARD -- sh -c 'kill -KILL $$'").status, 137);
     ExpectTidy();
 }
