@@ -33,14 +33,15 @@ TEXT_SUFFIXES = {".h", ".cpp", ".cmake", ".txt", ".md", ".py", ".sh", ".json", "
 
 # What production code does not call: pattern, files that may, what to use instead.
 BANNED = (
-    (r"\b(?:system|popen|v?fork|exec[vl]p?e?|posix_spawnp?)\s*\(", {"foundation/process.cpp"},
-     "a CommandRunner"),
+    (r"\b(?:system|popen|v?fork|exec[vl]p?e?|posix_spawnp?)\s*\(",
+     {"foundation/process.cpp", "board/launcher/child.cpp"}, "a CommandRunner"),
     (r"\bstd::(?:cout|cerr|clog)\b|\b(?:v?f?printf|f?puts|putchar|perror)\s*\(",
      {"foundation/console.cpp"}, "PrintLine and PrintError"),
     (r"\bstd::(?:regex_(?:search|match|replace)|[csw]*regex_(?:token_)?iterator)\b", {"foundation/regex_guard.cpp"},
      "foundation/regex_guard.h"),
     (r"#\s*include\s*<rapidjson/", {"foundation/json.h"}, "foundation/json.h"),
-    (r"\bstd::(?:[iow]*fstream|filebuf)\b|\b(?:fopen|freopen)\s*\(", set(), "foundation/files.h"),
+    (r"\bstd::(?:[iow]*fstream|filebuf)\b|\b(?:fopen|freopen)\s*\(",
+     {"board/preload/board_paths.cpp"}, "foundation/files.h"),
     (r"\bstd::endl\b", set(), r"'\n'"),
     (r"\b(?:strcpy|strcat|v?sprintf|gets|strtok)\s*\(", set(), "std::string"),
     (r"\b(?:ato[ifl]|atoll|sscanf|scanf)\s*\(", set(), "the conversions of foundation/numbers.h"),

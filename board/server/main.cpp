@@ -1,24 +1,26 @@
-// zarn-board-server: makes the state of a virtual board and writes its moving files. Called by
-// zarn-board; `table` and `status` are for users, too. Exit status: 0, 1 if the work fails, 2 for a
-// wrong call.
+// zarn-board-server: makes a virtual board and writes its moving files, as long as somebody holds
+// the other end of its standard input. Called by zarn-board; `table` and `status` are for users,
+// too. Exit status: 0, 1 if the work fails, 2 for a wrong call.
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
-#include <sys/prctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
-#include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "board/server/board_files.h"
-#include "board/setup/scenario_parser.h"
+#include "board/server/board_folder.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/numbers.h"
@@ -29,13 +31,15 @@ namespace {
 
 constexpr const char* kUsage =
     "usage: zarn-board-server create STATE SCENARIO SEED [FAULTS]\n"
-    "       zarn-board-server serve STATE FILES\n"
+    "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
     "       zarn-board-server table STATE MILLISECONDS...\n"
     "       zarn-board-server status STATE";
 
 using Arguments = std::vector<std::string>;
 
 volatile std::sig_atomic_t stopped = 0;
+// Nobody needs the board any more: the ordinary end. Any other one leaves a command without it.
+bool isLeft = false;
 
 int Fail(const std::string& text) {
     PrintError("zarn-board-server: " + text);
@@ -43,27 +47,9 @@ int Fail(const std::string& text) {
 }
 
 int Create(const Arguments& arguments) {
-    const auto state = std::make_unique<BoardState>();
-    std::string text;
-    if (ReadFile(arguments[1], text) != FileResult::Ok) {
-        return Fail("cannot read the scenario " + arguments[1]);
-    }
-    if (const auto reason = ParseScenario(text, *state)) {
-        return Fail(arguments[1] + ": " + *reason);
-    }
-    if (!IsDigitString(arguments[2]) || !StringToUint64(arguments[2], state->seed)) {
-        return Fail("the seed must be a whole number: " + arguments[2]);
-    }
-    if (arguments.size() > 3) {
-        if (ReadFile(arguments[3], text) != FileResult::Ok) {
-            return Fail("cannot read the fault plan " + arguments[3]);
-        }
-        if (const auto reason = ParseFaultPlan(text, state->faults)) {
-            return Fail(arguments[3] + ": " + *reason);
-        }
-    }
-    return CreateBoardState(arguments[0].c_str(), *state) ? 0
-                                                          : Fail("cannot write " + arguments[0]);
+    const BoardSource source{"", arguments[1], arguments[2],
+                             arguments.size() > 3 ? arguments[3] : ""};
+    return CreateState(arguments[0], source) ? 0 : 1;
 }
 
 // Puts a file in the place of another in one step, so that a reader never sees a part of it.
@@ -73,11 +59,13 @@ bool ReplaceFile(const std::string& path, const std::string& text) {
            std::rename(fresh.c_str(), path.c_str()) == 0;
 }
 
-// The files that stay as they are while the server runs. They name its process.
+// The files that stay as they are while the server runs. They name its process, and no other.
 bool LayProcessFiles(const std::string& files) {
     const std::int32_t self = ::getpid();
-    const std::string task = files + "/proc/xsmem/task/" + std::to_string(self);
+    const std::string tasks = files + "/proc/xsmem/task/";
+    const std::string task = tasks + std::to_string(self);
     std::error_code error;
+    std::filesystem::remove_all(tasks, error);
     std::filesystem::create_directories(task, error);
     std::filesystem::create_directories(files + "/proc/sharepool", error);
     std::filesystem::create_directories(files + "/proc/qos/bwstat", error);
@@ -85,84 +73,170 @@ bool LayProcessFiles(const std::string& files) {
            ReplaceFile(files + "/proc/sharepool/proc_stat", SharePoolText(self));
 }
 
-// Writes the table at each tick of the board, and soon after a setting changes, until it is told
-// to stop.
-int WriteTables(BoardState& state, const std::string& files) {
-    const std::string path = files + "/proc/qos/bwstat/bandwidth";
-    bool isReady = false;
-    while (stopped == 0) {
-        std::string table;
-        std::uint32_t generation = 0;
-        const std::uint64_t now = BoardTimeMs(state);
-        {
-            const BoardLock lock(state);
-            generation = state.generation;
-            table = BandwidthTable(state, now);
-        }
-        if (!ReplaceFile(path, table)) {
-            return Fail("cannot write " + path);
-        }
-        if (!isReady) {
-            PrintLine("ready");
-            isReady = true;
-        }
-        WaitForChange(state, generation, static_cast<std::uint32_t>(kTickMs - now % kTickMs));
+// Pauses until the time is over or the server is to end: it was told to by a signal, or nobody
+// holds the other end of its standard input any more. False in that case.
+bool GoesOn(int milliseconds) {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (::poll(&input, 1, milliseconds) > 0) {
+        std::array<char, 64> ignored{};
+        isLeft = ::read(STDIN_FILENO, ignored.data(), ignored.size()) <= 0;
     }
-    return 0;
+    return stopped == 0 && !isLeft;
 }
 
-// Ends with the process that started it; what interrupts the board's command does not end it.
+// The table as it was written: its text, its moment and the settings it shows.
+struct Written {
+    std::string table;
+    std::uint64_t timeMs = 0;
+    std::uint32_t generation = 0;
+};
+
+// Writes the table of this moment, unless it is the last one and still there.
+std::optional<Written> WriteTable(BoardState& state, const std::string& path,
+                                  const std::string& last) {
+    Written written;
+    written.timeMs = BoardTimeMs(state);
+    {
+        const BoardLock lock(state);
+        written.generation = state.generation;
+        written.table = BandwidthTable(state, written.timeMs);
+    }
+    const bool stands = written.table == last && ::access(path.c_str(), F_OK) == 0;
+    if (!stands && !ReplaceFile(path, written.table)) {
+        (void)Fail("cannot write " + path);
+        return std::nullopt;
+    }
+    Beat(state);
+    return written;
+}
+
+// Writes the table at each tick of the board, and soon after a setting changes, until the server is
+// to end. False after a line.
+bool KeepTable(BoardState& state, const std::string& path, Written last) {
+    while (WaitForChange(state, last.generation,
+                         static_cast<std::uint32_t>(kTickMs - last.timeMs % kTickMs), GoesOn)) {
+        const auto written = WriteTable(state, path, last.table);
+        if (!written) {
+            return false;
+        }
+        last = *written;
+    }
+    return true;
+}
+
+// What interrupts the board's command does not end the server.
 void SetSignals() {
-    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
     struct sigaction action {};
     action.sa_handler = [](int) { stopped = 1; };
     ::sigaction(SIGTERM, &action, nullptr);
     action.sa_handler = SIG_IGN;
-    for (const int signal : {SIGINT, SIGQUIT, SIGHUP}) {
+    for (const int signal : {SIGINT, SIGQUIT, SIGHUP, SIGPIPE}) {
         ::sigaction(signal, &action, nullptr);
     }
 }
 
-// Waits until this is the board's only server; says on standard output when another one is at work.
-// False when told to stop.
-bool BecomeServer(int lockFile) {
-    if (::flock(lockFile, LOCK_EX | LOCK_NB) == 0) {
-        return true;
-    }
-    PrintLine("standing by");
-    while (stopped == 0) {
-        if (::flock(lockFile, LOCK_EX) == 0) {
-            return true;
-        }
-        if (errno != EINTR) {
+// Takes a lock, waiting for it if need be. False when the server is to end or the lock fails.
+bool TakeLock(int lockFile) {
+    constexpr int kLookMs = 20;
+    while (lockFile >= 0 && ::flock(lockFile, LOCK_EX | LOCK_NB) != 0) {
+        if ((errno != EWOULDBLOCK && errno != EINTR) || !GoesOn(kLookMs)) {
             return false;
         }
     }
-    return false;
+    return lockFile >= 0;
 }
 
-int Serve(const Arguments& arguments) {
-    SetSignals();
-    BoardState* state = MapBoardState(arguments[0].c_str());
+// Closes a file at the end of a scope.
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { Close(); }
+    [[nodiscard]] int Get() const { return fd_; }
+    void Close() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+        fd_ = -1;
+    }
+
+private:
+    int fd_;
+};
+
+int NoLock(const std::string& folder) {
+    return stopped != 0 || isLeft ? 0 : Fail("cannot lock " + folder + ": " + std::strerror(errno));
+}
+
+// Serves the board in a folder, which is made first if it is not there. Says on standard output
+// when the table is there, or that another server is at work, whose place it then takes.
+int ServeFolder(const std::string& folder, const BoardSource& source) {
+    Descriptor setup(::open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (!TakeLock(setup.Get())) {
+        return NoLock(folder);
+    }
+    if (!MakeBoard(folder, source)) {
+        return 1;
+    }
+    BoardState* state = MapBoardState((folder + "/state").c_str());
     if (state == nullptr) {
-        return Fail("no board state: " + arguments[0]);
+        return Fail("no board state: " + folder + "/state");
     }
-    const int lockFile =
-        ::open((arguments[0] + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (lockFile < 0) {
-        return Fail("cannot lock " + arguments[0]);
+    const Descriptor serving(OpenServerLock(folder));
+    const bool isFirst = serving.Get() >= 0 && ::flock(serving.Get(), LOCK_EX | LOCK_NB) == 0;
+    if (!isFirst) {
+        PrintLine("standing by");
+        setup.Close();
     }
-    if (!BecomeServer(lockFile)) {
-        return stopped != 0 ? 0 : Fail("cannot lock " + arguments[0]);
+    if (!TakeLock(serving.Get())) {
+        return NoLock(folder);
     }
-    if (!LayProcessFiles(arguments[1])) {
-        return Fail("cannot write below " + arguments[1]);
+    if (!LayProcessFiles(folder + "/files")) {
+        return Fail("cannot write below " + folder + "/files");
     }
     {
         const BoardLock lock(*state);
         state->serverPid = ::getpid();
     }
-    return WriteTables(*state, arguments[1]);
+    const auto first = WriteTable(*state, TablePath(folder), "");
+    if (first && isFirst) {
+        PrintLine("ready");
+        setup.Close();
+    }
+    const bool isWell = first && KeepTable(*state, TablePath(folder), *first);
+    if (!isLeft) {
+        ::unlink(TablePath(folder).c_str());
+    }
+    return isWell ? 0 : 1;
+}
+
+int ServeIn(const Arguments& arguments, bool once) {
+    SetSignals();
+    const std::string& folder = arguments[0];
+    if (!MakeFolder(folder, once)) {
+        return 1;
+    }
+    const std::string scratch = ScratchOf(folder, ::getpid());
+    if (::mkdir(scratch.c_str(), 0700) != 0) {
+        return Fail("cannot make " + scratch + ": " + std::strerror(errno));
+    }
+    const int status = ServeFolder(folder, {arguments[1], arguments[2], arguments[3],
+                                            arguments.size() > 4 ? arguments[4] : ""});
+    std::error_code ignored;
+    std::filesystem::remove_all(scratch, ignored);
+    if (once && isLeft) {
+        RemoveBoard(folder);
+    }
+    return status;
+}
+
+int Serve(const Arguments& arguments) {
+    return ServeIn(arguments, false);
+}
+
+int ServeOnce(const Arguments& arguments) {
+    return ServeIn(arguments, true);
 }
 
 int Table(const Arguments& arguments) {
@@ -177,7 +251,7 @@ int Table(const Arguments& arguments) {
             return Fail("no time in milliseconds: " + arguments[i]);
         }
         const BoardLock lock(*state);
-        tables += BandwidthTable(*state, timeMs);
+        tables += "time: " + std::to_string(timeMs) + " ms\n" + BandwidthTable(*state, timeMs);
     }
     tables.pop_back();
     PrintLine(tables);
@@ -204,9 +278,10 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 4> kCommands{{
+constexpr std::array<Command, 5> kCommands{{
     {"create", 3, 4, Create},
-    {"serve", 2, 2, Serve},
+    {"serve", 4, 5, Serve},
+    {"serve-once", 4, 5, ServeOnce},
     {"table", 2, 1000000, Table},
     {"status", 1, 1, Status},
 }};

@@ -19,11 +19,12 @@ namespace zarn::board {
 namespace {
 
 constexpr std::array<char, 8> kMagic{'v', 'b', 'o', 'a', 'r', 'd', '0', '1'};
-constexpr std::uint32_t kVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr std::uint64_t kNsPerMs = 1000000;
 
 static_assert(std::is_standard_layout_v<BoardState>);
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
 
 std::uint64_t MonotonicNs() {
     timespec now{};
@@ -93,7 +94,8 @@ bool CreateBoardState(const char* path, const BoardState& initial) {
     if (fd < 0) {
         return false;
     }
-    BoardState* state = ::ftruncate(fd, sizeof(BoardState)) == 0 ? MapFile(fd) : nullptr;
+    // A hole in the file would end the process on a full disk, at the first touch.
+    BoardState* state = ::posix_fallocate(fd, 0, sizeof(BoardState)) == 0 ? MapFile(fd) : nullptr;
     ::close(fd);
     if (state == nullptr) {
         return false;
@@ -152,6 +154,16 @@ std::uint64_t BoardTimeMs(const BoardState& state) {
     return now < state.startNs ? 0 : (now - state.startNs) / kNsPerMs;
 }
 
+void Beat(BoardState& state) {
+    state.heartbeatNs.store(MonotonicNs(), std::memory_order_relaxed);
+}
+
+std::uint64_t MsSinceBeat(const BoardState& state) {
+    const std::uint64_t last = state.heartbeatNs.load(std::memory_order_relaxed);
+    const std::uint64_t now = MonotonicNs();
+    return last == 0 || now < last ? 0 : (now - last) / kNsPerMs;
+}
+
 std::int32_t OwnProcessId() {
     static std::atomic<std::int32_t> known{0};
     [[maybe_unused]] static const int result =
@@ -166,20 +178,21 @@ void AnnounceChange(BoardState& state) {
     state.generation.fetch_add(1, std::memory_order_release);
 }
 
-void WaitForChange(const BoardState& state, std::uint32_t known, std::uint32_t timeoutMs) {
-    constexpr std::uint64_t kLookNs = 5 * kNsPerMs;
+bool WaitForChange(const BoardState& state, std::uint32_t known, std::uint32_t timeoutMs,
+                   Pause goesOn) {
+    constexpr std::uint64_t kLookMs = 5;
     const std::uint64_t end = MonotonicNs() + timeoutMs * kNsPerMs;
     while (state.generation.load(std::memory_order_acquire) == known) {
         const std::uint64_t now = MonotonicNs();
         if (now >= end) {
-            return;
+            return true;
         }
-        timespec pause{};
-        pause.tv_nsec = static_cast<long>(std::min(kLookNs, end - now));
-        if (::nanosleep(&pause, nullptr) != 0) {
-            return;
+        const std::uint64_t left = (end - now + kNsPerMs - 1) / kNsPerMs;
+        if (!goesOn(static_cast<int>(std::min(kLookMs, left)))) {
+            return false;
         }
     }
+    return true;
 }
 
 }  // namespace zarn::board

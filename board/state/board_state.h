@@ -137,9 +137,10 @@ struct BoardState {
     std::uint32_t qosEnabled = 0;
     BufferRecording recording;
     std::array<std::int32_t, kMaxRegistered> registered{};  // pids; 0: free place
-    std::int32_t serverPid = 0;   // the program that writes the board's files
-    std::uint64_t calls = 0;      // of the device libraries, so far
-    std::uint32_t benchRuns = 0;  // runs of the stress benchmark, so far
+    std::int32_t serverPid = 0;                 // the program that writes the board's files
+    std::atomic<std::uint64_t> heartbeatNs{0};  // monotonic clock when that program was last alive
+    std::uint64_t calls = 0;                    // of the device libraries, so far
+    std::uint32_t benchRuns = 0;                // runs of the stress benchmark, so far
     FaultPlan faults;
 };
 
@@ -172,6 +173,11 @@ void ResetSettings(BoardState& state);
 // Milliseconds since the board's start.
 [[nodiscard]] std::uint64_t BoardTimeMs(const BoardState& state);
 
+// The heartbeat of the program that writes the board's files: Beat is its own; and for the others,
+// for how many milliseconds it has stood still, 0 before the first one.
+void Beat(BoardState& state);
+[[nodiscard]] std::uint64_t MsSinceBeat(const BoardState& state);
+
 // The id of this process, asked of the kernel once: under the tracer a system call costs more than
 // the rest of a device call. A forked child asks anew.
 [[nodiscard]] std::int32_t OwnProcessId();
@@ -180,8 +186,11 @@ void ResetSettings(BoardState& state);
 // the tracer one would cost the caller more than the rest of a device call. Call under the lock.
 void AnnounceChange(BoardState& state);
 
-// Waits until the generation is no longer `known`, at most `timeoutMs`, or until a signal; looks
-// every 5 ms.
-void WaitForChange(const BoardState& state, std::uint32_t known, std::uint32_t timeoutMs);
+// Waits until the generation is no longer `known`, at most `timeoutMs`; looks every 5 ms, and calls
+// `goesOn` instead of pausing there, which pauses for so many milliseconds and says whether to wait
+// on. False if it said no.
+using Pause = bool (*)(int milliseconds);
+[[nodiscard]] bool WaitForChange(const BoardState& state, std::uint32_t known,
+                                 std::uint32_t timeoutMs, Pause goesOn);
 
 }  // namespace zarn::board

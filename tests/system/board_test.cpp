@@ -1,62 +1,18 @@
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <ostream>
+#include <sstream>
 #include <string>
 
-#include "foundation/command_runner.h"
-#include "tests/support/temp_dir.h"
-#include "tests/system/support/programs.h"
+#include "tests/system/support/on_board.h"
 
-namespace zarn {
+namespace zarn::test {
 namespace {
 
-// What a shell command printed, both streams, and its exit status (-1: ended by a signal).
-struct Result {
-    std::string text;
-    int status = -1;
-};
+INSTANTIATE_TEST_SUITE_P(Ways, Board, testing::Values("namespace", "proot"), WayName);
 
-bool operator==(const Result& a, const Result& b) {
-    return a.text == b.text && a.status == b.status;
-}
-
-std::ostream& operator<<(std::ostream& out, const Result& result) {
-    return out << "status " << result.status << ", text:\n" << result.text;
-}
-
-// The launcher of the source tree with the programs of this build, run by the shell in a directory
-// of the test, where its temporary files go as well.
-class Board : public testing::Test {
-protected:
-    // Runs a shell script in which $BOARD is the launcher and $PROBE the probe.
-    Result Shell(const std::string& script) const {
-        const std::string outPath = directory_.Path() + "shell.out";
-        const int status = SystemCommandRunner().Run(
-            "cd '" + directory_.Path() + "' && mkdir -p tmp && export TMPDIR='" +
-            directory_.Path() + "tmp' ASAN_OPTIONS=detect_leaks=0" + " BOARD='" +
-            test::BoardLauncher() + "' PROBE='" ZARN_BUILD_DIR "/bin/board_probe'" + " SERVER='" +
-            test::ProgramPath("zarn-board-server") + "' && { " + script + "\n} >'" + outPath +
-            "' 2>&1");
-        return {test::ReadText(outPath), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
-    }
-
-    // Runs a script on the board.
-    Result OnBoard(const std::string& script, const std::string& options = "") const {
-        directory_.Write("script", script);
-        return Shell("$BOARD " + options + " -- sh ./script");
-    }
-
-    // Nothing of the board is left where temporary files go.
-    void ExpectTidy() const { EXPECT_TRUE(std::filesystem::is_empty(directory_.Path() + "tmp")); }
-
-    test::TempDir directory_;
-};
-
-TEST_F(Board, ItsFilesAndToolsStandWhereTheyDoOnTheRealOne) {
+TEST_P(Board, ItsFilesAndToolsStandWhereTheyDoOnTheRealOne) {
     const Result result = OnBoard(R"sh(
 for file in /proc/qos/bwstat/bandwidth /proc/perf/sched_log /proc/sharepool/proc_stat \
     /proc/umap/vpc /proc/umap/venc /proc/umap/vdec /sys/fs/cgroup/cpuset/AICPU/cpuset.cpus \
@@ -78,16 +34,18 @@ mkdir /opt/usr/mnt && rmdir /opt/usr/mnt
     ExpectTidy();
 }
 
-TEST_F(Board, StatusStreamsAndDirectoryAreTheCommands) {
+TEST_P(Board, StatusStreamsAndDirectoryAreTheCommands) {
     EXPECT_EQ(OnBoard("exit 7"), (Result{"", 7}));
     EXPECT_EQ(OnBoard("pwd; cat there"), Shell("touch there; pwd"));
     EXPECT_EQ(Shell("echo in | $BOARD -- sh -c 'cat; echo err >&2'"), (Result{"in\nerr\n", 0}));
-    EXPECT_EQ(Shell("$BOARD -- no-such-command").status, 127);
+    EXPECT_EQ(Shell("$BOARD -- no-such-command"),
+              (Result{"zarn-board: no-such-command: No such file or directory\n", 127}));
+    EXPECT_EQ(Shell("$BOARD -- ./tmp"), (Result{"zarn-board: ./tmp: Permission denied\n", 126}));
     EXPECT_EQ(Shell("$BOARD -- sh -c 'kill -KILL $$'").status, 137);
     ExpectTidy();
 }
 
-TEST_F(Board, WhatOneProcessSetsTheNextOneAndTheKernelFileShow) {
+TEST_P(Board, WhatOneProcessSetsTheNextOneAndTheKernelFileShow) {
     const Result result = OnBoard(R"sh(
 $PROBE bounds 0 4 1 1
 $PROBE get 13 0 0 48
@@ -98,7 +56,7 @@ grep -c '|.*|.*|.*|' /proc/qos/bwstat/bandwidth
     EXPECT_EQ(result, (Result{"0 48 4 1 1\n0 48 4 1 1\n0 104 10000 0 1\n11\n", 0}));
 }
 
-TEST_F(Board, TheBandwidthFileIsNeverTorn) {
+TEST_P(Board, TheBandwidthFileIsNeverTorn) {
     const Result result = OnBoard(R"sh(
 $PROBE monitor > /dev/null
 until test "$(grep -c '|' /proc/qos/bwstat/bandwidth)" = 11; do :; done
@@ -115,36 +73,37 @@ done | sort | uniq -c
     EXPECT_EQ(result, (Result{"     50 11\n", 0}));
 }
 
-TEST_F(Board, SameScenarioSeedAndTimesGiveTheSameNumbers) {
+TEST_P(Board, SameScenarioSeedAndTimesGiveTheSameNumbers) {
     const auto tables = [this](const std::string& name, const std::string& options) {
         EXPECT_EQ(Shell("$BOARD --board " + name + " " + options + " -- $PROBE monitor").status, 0);
         return Shell("$SERVER table " + name + "/state 0 100 7300 60000").text;
     };
     const std::string first = tables("one", "--scenario ai_burst --seed 5");
-    EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 44);
+    EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 48);
+    EXPECT_EQ(Shell("$SERVER table one/state 0 100 7300 60000 | grep -v '|'").text,
+              "time: 0 ms\ntime: 100 ms\ntime: 7300 ms\ntime: 60000 ms\n");
     EXPECT_EQ(tables("two", "--scenario ai_burst --seed 5"), first);
     EXPECT_NE(tables("three", "--scenario ai_burst --seed 6"), first);
     EXPECT_NE(tables("four", "--scenario idle --seed 5"), first);
 }
 
-TEST_F(Board, AKeptBoardGoesOnWhereItWas) {
+TEST_P(Board, AKeptBoardGoesOnWhereItWas) {
     EXPECT_EQ(Shell("$BOARD --board kept -- $PROBE bounds 5 20 3 0").status, 0);
     EXPECT_EQ(Shell("$BOARD --board kept -- $PROBE get 13 0 5 48"), (Result{"0 48 20 3 0\n", 0}));
     EXPECT_EQ(Shell("$BOARD --board other -- $PROBE get 13 0 5 48"), (Result{"0 48 51 0 1\n", 0}));
     ExpectTidy();
 }
 
-TEST_F(Board, TwoCommandsShareAKeptBoard) {
-    const Result result = Shell(R"sh(mkfifo up go
-$BOARD --board kept -- sh -c 'echo > up; read x < go; $PROBE get 13 0 5 48' & first=$!
-read x < up
+TEST_P(Board, TwoCommandsShareAKeptBoard) {
+    const Result result = Shell(R"sh(
+in_background --board kept -- sh -c 'echo > up; read x < go; $PROBE get 13 0 5 48'
 $BOARD --board kept -- $PROBE bounds 5 20 3 0
-echo > go
-wait $first)sh");
+echo 1<> go
+wait $running)sh");
     EXPECT_EQ(result, (Result{"0 48 20 3 0\n0 48 20 3 0\n", 0}));
 }
 
-TEST_F(Board, FollowsTheFaultPlanAcrossProcesses) {
+TEST_P(Board, FollowsTheFaultPlanAcrossProcesses) {
     directory_.Write("plan.json", R"({"faults": [
         {"call": "tovi_get_device_info", "main": 13, "sub": 0, "key": 5, "skip": 1, "times": 1,
          "code": -3},
@@ -157,7 +116,7 @@ $PROBE get 9 0 0 4)sh",
               (Result{"0 48 51 0 1\n0 48 51 0 1\n-3 48 0 0 0\n0 48 51 0 1\n0 8 0 0 0\n", 0}));
 }
 
-TEST_F(Board, OptUsrIsTheFolderOfTheUser) {
+TEST_P(Board, OptUsrIsTheFolderOfTheUser) {
     EXPECT_EQ(OnBoard("echo text > /opt/usr/file", "--opt-usr mine"), (Result{"", 0}));
     EXPECT_EQ(directory_.Read("mine/file"), "text\n");
     ExpectTidy();
@@ -167,25 +126,23 @@ TEST_F(Board, OptUsrIsTheFolderOfTheUser) {
     EXPECT_EQ(Shell("cd tmp/zarn-board.*; cat opt-usr/file; ls").text, "text\nopt-usr\n");
 }
 
-TEST_F(Board, SignalsReachTheCommandAndNothingIsLeft) {
+TEST_P(Board, SignalsReachTheCommandAndNothingIsLeft) {
     for (const std::string signal : {"INT", "TERM", "HUP"}) {
         const Result result = Shell("signal=" + signal + R"sh(
-test -p up || mkfifo up
-env --default-signal=INT,HUP $BOARD -- bash -c '
+in_background -- bash -c '
     trap "echo caught; kill \$!; exit 3" '$signal'
     sleep 600 &
     echo > up
-    wait' & board=$!
-read x < up
+    wait'
 kill -$signal $board
-wait $board)sh");
+wait $running)sh");
         EXPECT_EQ(result, (Result{"caught\n", 3})) << signal;
         ExpectTidy();
         EXPECT_EQ(Shell("pgrep -f \"$PWD/tmp/zarn-board\"").status, 1) << signal;
     }
 }
 
-TEST_F(Board, RefusesACallItDoesNotUnderstand) {
+TEST_P(Board, RefusesACallItDoesNotUnderstand) {
     EXPECT_EQ(Shell("$BOARD").status, 2);
     EXPECT_EQ(Shell("$BOARD --seed").status, 2);
     EXPECT_EQ(Shell("$BOARD --sed 1 -- true").status, 2);
@@ -203,38 +160,97 @@ TEST_F(Board, RefusesACallItDoesNotUnderstand) {
     ExpectTidy();
 }
 
-// Root only: the same as an ordinary user, and the way without ptrace.
+TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
+    const Result usage = Shell("$SERVER; $SERVER table x");
+    const std::string once =
+        "usage: zarn-board-server create STATE SCENARIO SEED [FAULTS]\n"
+        "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
+        "       zarn-board-server table STATE MILLISECONDS...\n"
+        "       zarn-board-server status STATE\n";
+    EXPECT_EQ(usage, (Result{once + once, 2}));
+    EXPECT_EQ(Shell("$SERVER status none; $SERVER table none 1").text,
+              "zarn-board-server: no board state: none\nzarn-board-server: no board state: none\n");
+    EXPECT_EQ(Shell("$BOARD --board kept -- true; $SERVER table kept/state 1 x"),
+              (Result{"zarn-board-server: no time in milliseconds: x\n", 1}));
+    EXPECT_EQ(Shell("$SERVER create kept/no/state $DATA/scenarios/idle.json 1"),
+              (Result{"zarn-board-server: cannot write kept/no/state\n", 1}));
+    EXPECT_EQ(Shell("$SERVER create made none.json 1"),
+              (Result{"zarn-board-server: cannot read the scenario none.json\n", 1}));
+    EXPECT_EQ(Shell("$SERVER create made $DATA/scenarios/idle.json 1 none.json"),
+              (Result{"zarn-board-server: cannot read the fault plan none.json\n", 1}));
+    EXPECT_EQ(
+        Shell("$SERVER create made $DATA/scenarios/idle.json 7 && $SERVER status made | tail -n 1"),
+        (Result{"monitor: off, library calls: 0\n", 0}));
+}
+
+TEST_P(Board, TheOptimumOfItsBenchmarkIsWhatItsBoundsCanGive) {
+    directory_.Write("config.yaml", "periods: 4\n");
+    const Result found = Shell("$OPTIMUM $DATA/scenarios/memory_hungry.json 1 config.yaml 17");
+    EXPECT_EQ(found.status, 0);
+    std::istringstream lines(found.text);
+    std::string untouched, tried, optimum, bounds;
+    std::getline(lines, untouched);
+    std::getline(lines, tried);
+    std::getline(lines, optimum);
+    const auto cpu = [](const std::string& line) {
+        return std::stod(line.substr(line.find("cpu ") + 4));
+    };
+    ASSERT_EQ(untouched.rfind("untouched: cpu ", 0), 0U) << found.text;
+    ASSERT_EQ(optimum.rfind("optimum: cpu ", 0), 0U) << found.text;
+    EXPECT_GT(cpu(optimum), cpu(untouched));
+    int count = 0;
+    for (; std::getline(lines, bounds); ++count) {
+        EXPECT_NE(bounds.find(": bw_low "), std::string::npos) << bounds;
+    }
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(Shell("$OPTIMUM $DATA/scenarios/idle.json x config.yaml"),
+              (Result{"zarn-board-optimum: the seed must be a whole number: x\n", 1}));
+    EXPECT_EQ(Shell("$OPTIMUM none 1 config.yaml"),
+              (Result{"zarn-board-optimum: cannot read none\n", 1}));
+    EXPECT_EQ(Shell("$OPTIMUM $DATA/scenarios/idle.json 1 none"),
+              (Result{"zarn-board-optimum: cannot read none\n", 1}));
+    for (const char* call : {"", "a b", "a b c 0", "a b c 52", "a b c x", "a b c 1 e"}) {
+        const Result usage = Shell(std::string("$OPTIMUM ") + call);
+        EXPECT_EQ(usage.status, 2) << call;
+        EXPECT_EQ(usage.text.rfind("usage: zarn-board-optimum SCENARIO SEED CONFIG [STEP]\n", 0),
+                  0U);
+    }
+}
+
+// Root only: what needs another user, or all of the machine's rights.
 class BoardAsRoot : public Board {
 protected:
     void SetUp() override {
+        Board::SetUp();
         if (::geteuid() != 0) {
             GTEST_SKIP() << "needs root to become another user";
         }
     }
 };
 
+INSTANTIATE_TEST_SUITE_P(Ways, BoardAsRoot, testing::Values("namespace", "proot"), WayName);
+
 // The machine's own directories in which the board's files stand, listed as one that shares its
 // view sees them.
 constexpr const char* kListPlaces =
     "ls -a /opt /etc /var /sys/fs/cgroup /sys/fs/cgroup/cpuset /sys/devices/virtual 2> /dev/null";
 
-TEST_F(BoardAsRoot, TheMachineIsLeftAsItIsWhileACommandRuns) {
+TEST_P(BoardAsRoot, TheMachineIsLeftAsItIsWhileACommandRuns) {
     if (Shell("unshare --mount true").status != 0) {
         GTEST_SKIP() << "mount namespaces are not allowed here";
     }
-    const Result result = Shell("mkfifo up go\n" + std::string(kListPlaces) + R"sh( > before
-$BOARD --opt-usr mine -- sh -c 'cat /etc/qvt_version /sys/fs/cgroup/cpuset/AICPU/cpuset.cpus /proc/qos/bwstat/bandwidth \
-    > /opt/usr/copy; echo > up; read x < go' & board=$!
-read x < up
+    const Result result = Shell(std::string(kListPlaces) + R"sh( > before
+in_background --opt-usr mine -- sh -c 'cat /etc/qvt_version /sys/fs/cgroup/cpuset/AICPU/cpuset.cpus \
+    /proc/qos/bwstat/bandwidth > /opt/usr/copy; echo > up; read x < go'
 )sh" + kListPlaces + R"sh( > during
-echo > go
-wait $board
+echo 1<> go
+wait $running
 diff before during && test -s mine/copy)sh");
     EXPECT_EQ(result, (Result{"", 0}));
     ExpectTidy();
 }
 
-TEST_F(BoardAsRoot, AnOrdinaryUserNeedsNoPrivilege) {
+TEST_P(BoardAsRoot, AnOrdinaryUserNeedsNoPrivilege) {
     const std::string asNobody = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
     if (Shell(asNobody + "$PROBE get; test $? = 1 && " + asNobody + "test -r " ZARN_SOURCE_DIR)
             .status != 0) {
@@ -248,21 +264,5 @@ TEST_F(BoardAsRoot, AnOrdinaryUserNeedsNoPrivilege) {
     ExpectTidy();
 }
 
-TEST_F(BoardAsRoot, ANamespaceBindsAllButTheKernelsFiles) {
-    if (Shell("unshare --mount true").status != 0) {
-        GTEST_SKIP() << "mount namespaces are not allowed here";
-    }
-    const Result result = OnBoard(R"sh(
-cd /etc && cat qvt_version orlo-latest sys_version_tepa.conf /var/kavtrace > /dev/null || echo missing
-rungate true --allocGroup=x || echo rungate
-$PROBE bounds 5 20 3 0
-echo text > /opt/usr/file
-exit 4)sh",
-                                  "--namespace --opt-usr mine");
-    EXPECT_EQ(result, (Result{"0 48 20 3 0\n", 4}));
-    EXPECT_EQ(directory_.Read("mine/file"), "text\n");
-    ExpectTidy();
-}
-
 }  // namespace
-}  // namespace zarn
+}  // namespace zarn::test

@@ -76,7 +76,7 @@ protected:
         directory_.Write("usr/config.json", config);
         std::string script = "zarn /opt/usr/config.json >out 2>err";
         if (!watcher.empty()) {
-            script = "set -m\n" + script + " &\nzarn=$!\n" + watcher + "\nwait $zarn";
+            script = test::WatchedScript(script, watcher);
         }
         directory_.Write("go", script);
         const int status = Shell(kBoard + " --opt-usr usr " + options + " -- bash ./go");
@@ -238,7 +238,8 @@ TEST_F(DdrLineOnBoard, MastersThatWereNeverConfiguredGetTheDefaults) {
 
 TEST_F(DdrLineOnBoard, AnInterruptKeepsTheSamplesTaken) {
     const std::string watcher =
-        "until grep -qs '^ *10|' usr/mnt/zarn/*/raw_data/ddr/*.log; do :; done\nkill -INT $zarn";
+        "until grep -qs '^ *10|' usr/mnt/zarn/*/raw_data/ddr/*.log || ! kill -0 $zarn; do :; done\n"
+        "kill -INT $zarn";
     ASSERT_TRUE(Run(CollectAndAnalyze(2000).Text(), "", watcher));
     EXPECT_THAT(LinesOf(File("json", "soc_ddr_bandwidth_usage_info_1_")), SizeIs(Ge(1U)));
     EXPECT_THAT(err_,
@@ -257,7 +258,7 @@ TEST_F(DdrLineOnBoard, AFullDiskTakesTheDocumentsAndHarmsNothingThatWasThere) {
     directory_.Write("config.json", CollectAndAnalyze(3).Text());
     directory_.Write("go", R"sh(
 zarn /opt/usr/config.json >out 2>err &
-until grep -qs '^ *10|' usr/mnt/zarn/*/raw_data/ddr/*.log; do :; done
+until grep -qs '^ *10|' usr/mnt/zarn/*/raw_data/ddr/*.log || ! kill -0 $!; do :; done
 cat /dev/zero >usr/filler 2>/dev/null
 wait $!
 )sh");
@@ -283,6 +284,18 @@ wait $!
         JsonDocument document;
         EXPECT_TRUE(ParseJson(line, document)) << line;
     }
+}
+
+// From the server's death on there is no table, and no row is recorded any more.
+TEST_F(DdrLineOnBoard, ADeadBoardLeavesNoFigures) {
+    const std::string log = "usr/mnt/zarn/*/raw_data/ddr/soc_ddr_bandwidth*.log";
+    const std::string watcher =
+        "until grep -qs '^ *10|' " + log + " || ! kill -0 $zarn; do :; done\n" +
+        "kill -KILL $(basename /proc/xsmem/task/*)\n" +
+        "while test -e /proc/qos/bwstat/bandwidth; do :; done\ngrep -c '|' " + log + " >then";
+    ASSERT_TRUE(Run(CollectAndAnalyze(4).Text(), "", watcher));
+    EXPECT_EQ(Shell("grep -c '|' " + log + " | cmp - then"), 0);
+    EXPECT_THAT(err_, HasSubstr("cat: /proc/qos/bwstat/bandwidth: No such file or directory\n"));
 }
 
 TEST_F(DdrLineOnBoard, WithoutADeviceTheCollectorSaysSoAndEnds) {

@@ -56,8 +56,7 @@ protected:
         directory_.Write("usr/config.json", config);
         directory_.Write("go", before + "\n" +
                                    (watcher.empty() ? "exec " + program
-                                                    : "set -m\n" + program + " &\nzarn=$!\n" +
-                                                          watcher + "\nwait $zarn"));
+                                                    : test::WatchedScript(program, watcher)));
         status_ = OnBoard("--opt-usr usr --workdir work " + options + " -- bash ../go");
         out_ = directory_.Read("out");
         err_.clear();
@@ -248,11 +247,11 @@ TEST_F(OptimizerOnBoard, AnInterruptedBenchmarkEndsTheSearch) {
         directory_.Write(kYaml, std::string("pace_ms: 0\nfault: ") + fault + "\n");
         // As the terminal does it: the whole process group is interrupted.
         Run(Auto(1, 0), "", "",
-            "until grep -q start /opt/usr/mnt/zarn/*/raw_data/ddr/*stress* 2>/dev/null; do :; "
-            "done\nkill -INT -$zarn");
+            "until grep -q start /opt/usr/mnt/zarn/*/raw_data/ddr/*stress* 2>/dev/null || "
+            "! kill -0 $zarn; do :; done\nkill -INT -$zarn");
         EXPECT_EQ(err_, kNoRun + kNoBase) << fault;
         EXPECT_THAT(out_, HasSubstr("[ZarnManager] Signal Interactive attention received.\n"));
-        EXPECT_EQ(status_, 0);
+        EXPECT_EQ(status_, 0) << "137: the interrupt did not end it";
     }
 }
 
@@ -319,7 +318,7 @@ TEST_F(OptimizerOnBoard, ADeviceThatRefusesForeverIsTriedUntilTheInterrupt) {
     directory_.Write("plan.json", R"({"faults": [
         {"call": "tovi_set_device_info", "main": 13, "sub": 0, "code": -9}]})");
     Run(Auto(1, 1), "--faults plan.json", "",
-        "until grep -q 'pso init' ../err; do :; done\nkill -INT $zarn");
+        "until grep -q 'pso init' ../err || ! kill -0 $zarn; do :; done\nkill -INT $zarn");
     EXPECT_THAT(err_, StartsWith("[dev:0] set aic qos config failed, ret = -9\n"
                                  "[DdrOptimizer] Set new qos conf fail when pso init.\n"));
     EXPECT_THAT(err_, EndsWith("[dev:0] set  qos config failed, ret = -9\n"

@@ -29,9 +29,13 @@ std::vector<std::string> ProgramStart() {
 }
 
 std::string BoardLauncher() {
-    const std::string prefix = InstalledPrefix();
-    return prefix.empty() ? ZARN_SOURCE_DIR "/board/zarn-board --build " ZARN_BUILD_DIR
-                          : prefix + "/bin/zarn-board";
+    return ProgramPath("zarn-board");
+}
+
+std::string WatchedScript(const std::string& program, const std::string& watcher) {
+    return "set -m\n" + program +
+           " &\nzarn=$!\n(sleep 120; kill -KILL -$zarn) 2>/dev/null & alarm=$!\n" + watcher +
+           "\nwait $zarn; status=$?\nkill -- -$alarm\nexit $status";
 }
 
 }  // namespace zarn::test

@@ -17,4 +17,9 @@ namespace zarn::test {
 // The launcher of the virtual board with these programs, words that need no quotes.
 [[nodiscard]] std::string BoardLauncher();
 
+// A script for bash that runs a program in the background, knows it, a process group of its own, as
+// $zarn, runs the script `watcher` beside it, and ends with the program's status. What hangs is
+// killed, so that a lost interrupt fails a test instead of holding up the suite.
+[[nodiscard]] std::string WatchedScript(const std::string& program, const std::string& watcher);
+
 }  // namespace zarn::test

@@ -107,8 +107,23 @@ TEST_F(State, AWaitForAChangeThatHasHappenedReturns) {
     Start();
     const std::uint32_t known = state_->generation;
     AnnounceChange(*state_);
-    WaitForChange(*state_, known, 600000);
+    EXPECT_TRUE(WaitForChange(*state_, known, 600000, [](int /*milliseconds*/) { return false; }));
     EXPECT_EQ(state_->generation, known + 1);
+}
+
+TEST_F(State, AWaitForAChangeEndsWhenItsPauseSaysSo) {
+    Start();
+    EXPECT_FALSE(WaitForChange(*state_, state_->generation, 600000,
+                               [](int milliseconds) { return milliseconds != 5; }));
+}
+
+TEST_F(State, AHeartbeatThatWasNeverHeardDoesNotStandStill) {
+    Start();
+    EXPECT_EQ(MsSinceBeat(*state_), 0U);
+    Beat(*state_);
+    EXPECT_GT(state_->heartbeatNs, 0U);
+    state_->heartbeatNs -= 5000000000U;
+    EXPECT_GE(MsSinceBeat(*state_), 5000U);
 }
 
 TEST_F(State, MastersMovedIntoOnePartitionAreOneDemand) {

@@ -1,0 +1,158 @@
+#include "board/launcher/enter.h"
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+#include "board/launcher/child.h"
+#include "board/launcher/view.h"
+#include "board/preload/kernel_paths.h"
+#include "foundation/console.h"
+#include "foundation/zarn_utils.h"
+
+namespace zarn::board {
+namespace {
+
+// What stands where, but for the kernel files below /proc. /opt/usr comes last: it may hide where
+// the others come from.
+std::vector<Binding> BindingsOf(const BoardPlaces& places, const Installation& installation) {
+    const std::string files = places.folder + "/files";
+    return {
+        {files + "/etc/qvt_version", "/etc/qvt_version"},
+        {files + "/etc/orlo-latest", "/etc/orlo-latest"},
+        {files + "/etc/sys_version_tepa.conf", "/etc/sys_version_tepa.conf"},
+        {installation.data + "/tools/kavtrace", "/var/kavtrace"},
+        {files + "/sys/event_sched", "/sys/devices/virtual/event_sched"},
+        {files + "/sys/AICPU", "/sys/fs/cgroup/cpuset/AICPU"},
+        {places.optUsr, "/opt/usr"},
+    };
+}
+
+// Enters a view with these bindings. With a library, it shows the kernel files below /proc.
+Problem EnterView(const std::vector<Binding>& bindings, const std::string& files,
+                  const std::string& library) {
+    View view;
+    Problem problem = view.Enter();
+    if (!problem && !library.empty()) {
+        problem = view.ShowKernelFiles(files, library);
+    }
+    for (const Binding& binding : bindings) {
+        if (!problem) {
+            problem = view.Bind(binding);
+        }
+    }
+    if (!problem) {
+        view.ReenterWorkingDirectory();
+    }
+    return problem;
+}
+
+// The words for proot to bind something. A path with a colon would end there for it, so it gets the
+// number of an open file instead, which it looks up at its start.
+void AddBinding(std::vector<std::string>& words, const Binding& binding) {
+    std::string from = binding.from;
+    if (from.find(':') != std::string::npos) {
+        from = "/proc/self/fd/" + std::to_string(::open(from.c_str(), O_PATH));
+    }
+    words.emplace_back("-b");
+    words.push_back(from + ":" + binding.to);
+}
+
+// Becomes proot with the guard behind it.
+int BecomeTracer(const BoardPlaces& places, const Installation& installation,
+                 const std::vector<std::string>& command, const GuardLines& lines) {
+    const std::string files = places.folder + "/files";
+    std::vector<std::string> words{"proot", "-v", "-1"};
+    for (const char* name : kProcFolders) {
+        const std::string path = std::string("/proc/") + name;
+        std::error_code error;
+        if (std::filesystem::exists(files + path, error)) {
+            AddBinding(words, {files + path, path});
+        }
+    }
+    const std::vector<Binding> bindings = BindingsOf(places, installation);
+    const bool hasView = ::geteuid() == 0 && !WhyNoView();
+    if (hasView) {
+        // The tracer makes the places that it binds to where the caller may write, on the machine
+        // itself; root may nearly everywhere.
+        if (const Problem problem = EnterView(bindings, files, "")) {
+            PrintError("zarn-board: " + *problem);
+            return 1;
+        }
+    }
+    for (const Binding& binding : bindings) {
+        if (!hasView) {
+            AddBinding(words, binding);
+        }
+    }
+    words.insert(words.end(), {installation.launcher, kGuardWord, std::to_string(lines.life),
+                               std::to_string(lines.command)});
+    words.insert(words.end(), command.begin(), command.end());
+    KeepOpen(lines.life, true);
+    KeepOpen(lines.command, true);
+    ::setenv("PROOT_TMP_DIR", places.scratch.c_str(), 1);
+    // Whom it traces dies with it.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    return Become(words);
+}
+
+// The tracer lets the younger system calls through with paths as they are; without them the C
+// library makes do with the older ones.
+void HideYoungCalls() {
+    constexpr auto kNumber = static_cast<unsigned>(offsetof(seccomp_data, nr));
+    std::array<sock_filter, 6> program{{
+        {BPF_LD | BPF_W | BPF_ABS, 0, 0, kNumber},
+        {BPF_JMP | BPF_JEQ | BPF_K, 3, 0, SYS_faccessat2},
+        {BPF_JMP | BPF_JEQ | BPF_K, 2, 0, SYS_statx},
+        {BPF_JMP | BPF_JEQ | BPF_K, 1, 0, SYS_openat2},
+        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ALLOW},
+        {BPF_RET | BPF_K, 0, 0, SECCOMP_RET_ERRNO | ENOSYS},
+    }};
+    const sock_fprog filter{program.size(), program.data()};
+    if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0) {
+        ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter);
+    }
+}
+
+}  // namespace
+
+int RunOnBoard(Paths way, const BoardPlaces& places, const Installation& installation,
+               const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
+    if (way == Paths::Proot) {
+        return BecomeTracer(places, installation, command, lines);
+    }
+    const std::string files = places.folder + "/files";
+    if (const Problem problem =
+            EnterView(BindingsOf(places, installation), files, installation.preload)) {
+        PrintError("zarn-board: " + *problem);
+        return 1;
+    }
+    return GuardCommand(command, lines, launcher);
+}
+
+int GuardBehindTracer(const std::vector<std::string>& words) {
+    std::uint32_t life = 0;
+    std::uint32_t command = 0;
+    if (words.size() < 3 || !StringToUint32(words[0], life) || !StringToUint32(words[1], command)) {
+        return 2;
+    }
+    const GuardLines lines{static_cast<int>(life), static_cast<int>(command)};
+    KeepOpen(lines.life, false);
+    KeepOpen(lines.command, false);
+    HideYoungCalls();
+    return GuardCommand({words.begin() + 2, words.end()}, lines, ::getppid());
+}
+
+}  // namespace zarn::board

@@ -1,0 +1,134 @@
+#include "board/server/board_folder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+
+#include "board/setup/scenario_parser.h"
+#include "foundation/console.h"
+#include "foundation/files.h"
+#include "foundation/zarn_utils.h"
+
+namespace zarn::board {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kOptUsr = "/opt-usr";
+
+bool Fail(const std::string& text) {
+    return PrintFailure("zarn-board-server: " + text);
+}
+
+// A copy of the folder in which its owner may write, whatever the original allows.
+std::error_code CopyWritable(const std::string& from, const std::string& to) {
+    std::error_code error;
+    fs::remove_all(to, error);
+    fs::copy(from, to, fs::copy_options::recursive, error);
+    if (error) {
+        return error;
+    }
+    fs::permissions(to, fs::perms::owner_write, fs::perm_options::add, error);
+    for (const auto& entry : fs::recursive_directory_iterator(to, error)) {
+        fs::permissions(entry.path(), fs::perms::owner_write, fs::perm_options::add, error);
+    }
+    return error;
+}
+
+}  // namespace
+
+bool CreateState(const std::string& path, const BoardSource& source) {
+    const auto state = std::make_unique<BoardState>();
+    std::string text;
+    if (ReadFile(source.scenario, text) != FileResult::Ok) {
+        return Fail("cannot read the scenario " + source.scenario);
+    }
+    if (const auto reason = ParseScenario(text, *state)) {
+        return Fail(source.scenario + ": " + *reason);
+    }
+    if (!IsDigitString(source.seed) || !StringToUint64(source.seed, state->seed)) {
+        return Fail("the seed must be a whole number: " + source.seed);
+    }
+    if (!source.faults.empty()) {
+        if (ReadFile(source.faults, text) != FileResult::Ok) {
+            return Fail("cannot read the fault plan " + source.faults);
+        }
+        if (const auto reason = ParseFaultPlan(text, state->faults)) {
+            return Fail(source.faults + ": " + *reason);
+        }
+    }
+    return CreateBoardState(path.c_str(), *state) || Fail("cannot write " + path);
+}
+
+bool MakeBoard(const std::string& folder, const BoardSource& source) {
+    const std::string state = folder + "/state";
+    if (::access(state.c_str(), F_OK) == 0) {
+        return true;
+    }
+    if (!CreateState(state + ".new", source)) {
+        return false;
+    }
+    const std::error_code error = CopyWritable(source.data + "/files", folder + "/files");
+    if (error) {
+        return Fail("cannot copy the kernel files to " + folder + ": " + error.message());
+    }
+    return std::rename((state + ".new").c_str(), state.c_str()) == 0 ||
+           Fail("cannot write " + state);
+}
+
+bool MakeFolder(const std::string& folder, bool fresh) {
+    std::error_code error;
+    if (fresh) {
+        if (::mkdir(folder.c_str(), 0700) != 0) {
+            error = std::error_code(errno, std::generic_category());
+        }
+    } else {
+        fs::create_directories(folder, error);
+    }
+    return !error || Fail("cannot make the board's folder " + folder + ": " + error.message());
+}
+
+void RemoveBoard(const std::string& folder) {
+    std::error_code ignored;
+    ::rmdir((folder + kOptUsr).c_str());
+    for (const auto& entry : fs::directory_iterator(folder, ignored)) {
+        if (entry.path() != folder + kOptUsr) {
+            fs::remove_all(entry.path(), ignored);
+        }
+    }
+    ::rmdir(folder.c_str());
+}
+
+std::string ScratchOf(const std::string& folder, pid_t server) {
+    return folder + "/scratch." + std::to_string(server);
+}
+
+std::string TablePath(const std::string& folder) {
+    return folder + "/files/proc/qos/bwstat/bandwidth";
+}
+
+int OpenServerLock(const std::string& folder) {
+    return ::open((folder + "/state.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+}
+
+bool TakeTableAway(const std::string& folder) {
+    const int lock = OpenServerLock(folder);
+    const bool isUnserved = lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0;
+    if (isUnserved) {
+        ::unlink(TablePath(folder).c_str());
+    }
+    if (lock >= 0) {
+        ::close(lock);
+    }
+    return isUnserved;
+}
+
+}  // namespace zarn::board

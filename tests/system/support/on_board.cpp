@@ -1,0 +1,70 @@
+#include "tests/system/support/on_board.h"
+
+#include <sys/wait.h>
+
+#include <filesystem>
+
+#include "foundation/command_runner.h"
+#include "tests/system/support/programs.h"
+
+namespace zarn::test {
+namespace {
+
+// A board that dies before its command speaks must fail a test, not hang it.
+constexpr const char* kInBackground = R"sh(
+in_background() {
+    test -p up || mkfifo up go
+    { env --default-signal=INT,QUIT,HUP sh -c 'echo $$ > board; exec "$@"' sh $BOARD "$@"
+      status=$?
+      echo ended 1<> up
+      exit $status; } & running=$!
+    read x < up
+    board=$(cat board)
+}
+)sh";
+
+}  // namespace
+
+bool operator==(const Result& a, const Result& b) {
+    return a.text == b.text && a.status == b.status;
+}
+
+std::ostream& operator<<(std::ostream& out, const Result& result) {
+    return out << "status " << result.status << ", text:\n" << result.text;
+}
+
+std::string WayName(const testing::TestParamInfo<const char*>& info) {
+    return info.param;
+}
+
+void Board::SetUp() {
+    const Result doctor = Shell("$ANYWAY --doctor | grep '^" + std::string(GetParam()) + "'");
+    if (doctor.text.find(" works\n") == std::string::npos) {
+        GTEST_SKIP() << doctor.text;
+    }
+}
+
+Result Board::Shell(const std::string& script) const {
+    const std::string outPath = directory_.Path() + "shell.out";
+    const std::string bin = std::string(ZARN_BUILD_DIR) + "/bin/";
+    const int status = SystemCommandRunner().Run(
+        "cd '" + directory_.Path() + "' && mkdir -p tmp && export TMPDIR='" + directory_.Path() +
+        "tmp' ASAN_OPTIONS=detect_leaks=0 ANYWAY='" + BoardLauncher() + "' BOARD='" +
+        BoardLauncher() + " --paths " + GetParam() + "' WITHOUT='" + bin +
+        "board_without' PROBE='" + bin + "board_probe' SERVER='" +
+        ProgramPath("zarn-board-server") + "' OPTIMUM='" + ProgramPath("zarn-board-optimum") +
+        "' DATA='" ZARN_SOURCE_DIR "/board' && " + kInBackground + "{ " + script + "\n} >'" +
+        outPath + "' 2>&1");
+    return {ReadText(outPath), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+}
+
+Result Board::OnBoard(const std::string& script, const std::string& options) const {
+    directory_.Write("script", script);
+    return Shell("$BOARD " + options + " -- sh ./script");
+}
+
+void Board::ExpectTidy() const {
+    EXPECT_TRUE(std::filesystem::is_empty(directory_.Path() + "tmp"));
+}
+
+}  // namespace zarn::test
