@@ -128,8 +128,8 @@ if [ $# -gt 0 ]; then
     step "this checkout with its release build" copy_checkout
     run_commands "$root" "${commands[0]}"
 else
-    step "a clone of what is committed" git clone -q "$root" "$room/root/zarn"
-    run_commands /root/zarn "${commands[@]}"
+    step "a clone of what is committed" git clone -q "$root" "$room/srv/zarn"
+    run_commands /srv/zarn "${commands[@]}"
 fi
 say "Clean room: times"
 printf '%s\n' "${times[@]}"
