@@ -11,8 +11,6 @@ file(RELATIVE_PATH source_from_build ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR}
 string(REGEX REPLACE "/$" "" source_from_build "${source_from_build}")
 add_compile_options(-ffile-prefix-map=${source_from_build}=. -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
                     -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
-# Nor does the shorter of two names of a header: which one is shorter depends on where the checkout lies.
-add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-canonical-system-headers>)
 
 # zarn_fortify(target): lengths given to the C library are checked where the compiler knows the buffer's size. Only
 # optimised code can be checked; the sanitizers check more, and do not see through the checking calls.
