@@ -4,6 +4,7 @@
 #
 # usage: scripts/board_speed.sh [ROUNDS]
 source "$(dirname "$0")/lib.sh"
+take_arguments 1 '[1-9][0-9]*' "$@"
 
 need_packages scripts/packages.txt
 build_preset release zarn-and-board
