@@ -53,7 +53,7 @@ std::optional<Installation> FindInstallation(const std::string& build) {
     }
     const std::string prefix = fs::path(found.programs).parent_path().string();
     found.data = FirstOf({prefix + "/share/zarn/board"});
-    found.preload = FirstOf({prefix + "/lib/zarn/" + kPreload, prefix + "/lib/" + kPreload});
+    found.preload = FirstOf({prefix + "/lib/zarn/board/" + kPreload, prefix + "/lib/" + kPreload});
     found.bench = FirstOf({prefix + "/virtual_node", prefix + "/lib/zarn/virtual_node"});
     return found;
 }
