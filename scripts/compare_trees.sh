@@ -2,20 +2,16 @@
 # Runs every configuration of docs/examples with the build of an earlier revision and with this tree's, and compares
 # what they leave and print, byte for byte. For changes that users must not see.
 #
-# usage: scripts/compare_trees.sh REVISION
-#        scripts/compare_trees.sh --help
-#
 # Both run on the virtual board of the same seed, with tools that print recorded samples, so that only times differ
 # from run to run; these are masked: time stamps, what a mission cost, the seconds between peaks. The search of the
 # optimizer draws from the system's random numbers, so of the files and lines of a configuration that searches all
 # numbers are masked. The trees, as compared, stay in build/compare/. Status 1 if anything differs.
+#
+# usage: scripts/compare_trees.sh REVISION
 source "$(dirname "$0")/lib.sh"
 
-usage() { sed -n '/^# usage/,/^[^#]/s/^# \{0,1\}//p' "$0" | sed '/^source/d'; }
-case ${1:-} in
-    --help) usage; exit 0 ;;
-    '' | -*) usage >&2; exit 2 ;;
-esac
+take_arguments 1 '[^-].*' "$@"
+[ $# -eq 1 ] || usage_error
 revision=$(git rev-parse --verify "$1^{commit}")
 
 need_packages scripts/packages.txt
