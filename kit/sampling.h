@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "foundation/stop_flag.h"
+#include "kit/host.h"
 
 namespace zarn {
 
@@ -13,13 +14,10 @@ struct Sampling {
     std::uint32_t interval = 0;  // seconds between them
 };
 
-// Sleeps so many seconds, or until the flag is set.
-using SampleSleep = std::function<void(std::uint32_t seconds, const StopFlag* stopFlag)>;
-
 // Calls `takeSample` for each sample and sleeps after it, after the last one too. The flag, asked
 // before each sample, ends the sampling as the count does; a sample that fails ends it at once, and
 // gives false.
 [[nodiscard]] bool TakeSamples(const Sampling& sampling, const StopFlag* stopFlag,
-                               const SampleSleep& sleep, const std::function<bool()>& takeSample);
+                               const Clock& clock, const std::function<bool()>& takeSample);
 
 }  // namespace zarn

@@ -2,16 +2,16 @@
 # Runs every configuration of docs/examples with the build of an earlier revision and with this tree's, and compares
 # what they leave and print, byte for byte. For changes that users must not see.
 #
-# usage: scripts/compare_trees.sh REVISION
-#
 # Both run on the virtual board of the same seed, with tools that print recorded samples, so that only times differ
 # from run to run; these are masked: time stamps, what a mission cost, the seconds between peaks. The search of the
 # optimizer draws from the system's random numbers, so of the files and lines of a configuration that searches all
 # numbers are masked. The trees, as compared, stay in build/compare/. Status 1 if anything differs.
+#
+# usage: scripts/compare_trees.sh REVISION
 source "$(dirname "$0")/lib.sh"
+
 take_arguments 1 '[^-].*' "$@"
 [ $# -eq 1 ] || usage_error
-
 revision=$(git rev-parse --verify "$1^{commit}")
 
 need_packages scripts/packages.txt
@@ -49,10 +49,10 @@ TOOL
     chmod +x "$work"/tools/*
 }
 
-# run_examples SIDE BUILD: runs the examples on a board of their own, each after the trees that it names have been
+# run_examples SIDE SOURCE: runs the examples on a board of that checkout, each after the trees that it names have been
 # made, and keeps of each what it printed and the tree of runs that it left.
 run_examples() {
-    local side=$work/runs/$1 build=$2 usr=$work/runs/$1/usr example name
+    local side=$work/runs/$1 source=$2 usr=$work/runs/$1/usr example name
     mkdir -p "$side/kept"
     for example in "$root"/docs/examples/*.json; do
         name=$(basename "$example" .json)
@@ -70,12 +70,12 @@ run_examples() {
     done
 }
 
-# run_zarn EXAMPLE: on the board of the caller's `build`, in the caller's `usr`.
+# run_zarn EXAMPLE: on the board of the caller's `source`, in the caller's `usr`.
 run_zarn() {
     cp "$1" "$usr/config.json"
     mkdir -p "$side/workdir"
-    COMPARE_COUNTER=$side/counter "$root/board/zarn-board" --build "$build" --opt-usr "$usr" --workdir "$side/workdir" -- \
-        env PATH="$work/tools:$PATH" "$build/bin/zarn" /opt/usr/config.json
+    COMPARE_COUNTER=$side/counter "$source/board/zarn-board" --build "$source/build/release" --opt-usr "$usr" \
+        --workdir "$side/workdir" -- env PATH="$work/tools:$PATH" "$source/build/release/bin/zarn" /opt/usr/config.json
 }
 
 # mask FOLDER EXAMPLE: takes out of the names and texts of files what differs from run to run.
@@ -102,8 +102,8 @@ build_preset release zarn-and-board
 
 make_tools
 say "Running the examples"
-run_examples old "$work/old-source/build/release"
-run_examples new "$root/build/release"
+run_examples old "$work/old-source"
+run_examples new "$root"
 
 say "Comparing"
 if diff -r "$work/runs/old/kept" "$work/runs/new/kept"; then

@@ -141,7 +141,7 @@ bool DdrCollector::ConfigureMaster(const QosConfig& defaults, QosConfig& held) {
 }
 
 bool DdrCollector::CollectDdrInfo(const StopFlag* stopFlag) {
-    return TakeSamples({settings_.count, settings_.interval}, stopFlag, host_.clock.sleepSeconds,
+    return TakeSamples({settings_.count, settings_.interval}, stopFlag, host_.clock,
                        [this] { return settings_.globalJob && TakeSample(); });
 }
 

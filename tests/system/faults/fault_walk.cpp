@@ -77,7 +77,7 @@ public:
         all_ = walk != nullptr && std::string_view(walk) == "all";
         const char* chosen = std::getenv("ZARN_WALK_SEED");
         const auto seed = chosen != nullptr ? static_cast<unsigned>(std::stoul(chosen))
-                                            : static_cast<unsigned>(std::random_device()());
+                                            : std::random_device()();
         random_.seed(seed);
         std::printf("%s, ZARN_WALK_SEED=%u\n", all_ ? "all faults" : "a sample", seed);
     }

@@ -19,11 +19,12 @@ struct Course {
 Course RunCourse(Course course, std::uint32_t count) {
     StopFlag stop(0);
     int samples = 0;
-    const auto sleep = [&](std::uint32_t seconds, const StopFlag* flag) {
+    Clock clock;
+    clock.sleepSeconds = [&](std::uint32_t seconds, const StopFlag* flag) {
         EXPECT_EQ(flag, &stop);
         course.done += std::to_string(seconds);
     };
-    course.good = TakeSamples({count, 7}, &stop, sleep, [&] {
+    course.good = TakeSamples({count, 7}, &stop, clock, [&] {
         course.done += "s";
         ++samples;
         stop = samples == course.stopAt ? 1 : 0;
@@ -53,9 +54,7 @@ TEST(TakeSamplesTest, TheFlagEndsItBeforeTheNextSample) {
 TEST(TakeSamplesTest, AFlagThatIsSetLeavesNothingToDo) {
     const StopFlag stop(1);
     bool sampled = false;
-    EXPECT_TRUE(TakeSamples(
-        {3, 1}, &stop, [](std::uint32_t, const StopFlag*) {},
-        [&sampled] { return sampled = true; }));
+    EXPECT_TRUE(TakeSamples({3, 1}, &stop, Clock(), [&sampled] { return sampled = true; }));
     EXPECT_FALSE(sampled);
 }
 
