@@ -46,6 +46,7 @@ bool ReadQosSettings(const NextLine& next, DdrInfoMap& infos) {
 
 bool ReadBandwidthShares(const NextLine& next, DdrInfoMap& infos) {
     std::vector<DdrMasterInfo*> entries;
+    entries.reserve(ddrNameList.size());
     for (const std::string& name : ddrNameList) {
         entries.push_back(&infos[name]);
     }
