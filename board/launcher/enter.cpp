@@ -72,7 +72,7 @@ void AddBinding(std::vector<std::string>& words, const Binding& binding) {
 
 // Becomes proot with the guard behind it.
 int BecomeTracer(const BoardPlaces& places, const Installation& installation,
-                 const std::vector<std::string>& command, const GuardLines& lines) {
+                 const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
     const std::string files = places.folder + "/files";
     std::vector<std::string> words{"proot", "-v", "-1"};
     for (const char* name : kProcFolders) {
@@ -103,9 +103,10 @@ int BecomeTracer(const BoardPlaces& places, const Installation& installation,
     KeepOpen(lines.life, true);
     KeepOpen(lines.command, true);
     ::setenv("PROOT_TMP_DIR", places.scratch.c_str(), 1);
-    // Whom it traces dies with it.
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    return Become(words);
+    // At this signal it kills whom it traces, and ends. Were it killed itself, they would run on in
+    // the middle of a system call, and crash, until the guard kills them.
+    ::prctl(PR_SET_PDEATHSIG, SIGQUIT);
+    return ::getppid() == launcher ? Become(words) : 1;
 }
 
 // The tracer lets the younger system calls through with paths as they are; without them the C
@@ -131,7 +132,7 @@ void HideYoungCalls() {
 int RunOnBoard(Paths way, const BoardPlaces& places, const Installation& installation,
                const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
     if (way == Paths::Proot) {
-        return BecomeTracer(places, installation, command, lines);
+        return BecomeTracer(places, installation, command, lines, launcher);
     }
     const std::string files = places.folder + "/files";
     if (const Problem problem =

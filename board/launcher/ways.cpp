@@ -1,5 +1,6 @@
 #include "board/launcher/ways.h"
 
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,8 +42,11 @@ std::string NamespaceRemedy() {
 
 // Lets a child be traced by this process.
 Problem TraceAChild() {
-    const pid_t child = StartChild([] {
-        if (::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+    const pid_t parent = ::getpid();
+    const pid_t child = StartChild([parent] {
+        // A stopped one would outlive a launcher that is killed now.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent || ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
             return 1;
         }
         ::raise(SIGSTOP);
