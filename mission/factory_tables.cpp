@@ -47,6 +47,7 @@ MissionClasses ListMissions() {
     classes.analyzers = {
         Analyzer<CpuAnalyzer>(),
         Analyzer<DdrAnalyzer>(),
+        Analyzer<MemAnalyzer>(),
     };
     classes.optimizers = {
         Optimizer<DdrOptimizer>(),
