@@ -55,6 +55,7 @@ MissionClasses ListMissions() {
     classes.comparators = {
         Comparator<CpuComparator>(),
         Comparator<DdrComparator>(),
+        Comparator<MemComparator>(),
     };
     return classes;
 }
