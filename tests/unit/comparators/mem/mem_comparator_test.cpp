@@ -11,7 +11,7 @@
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
 #include "tests/support/mem_lines.h"
-#include "tests/support/process_state.h"
+#include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/unresolvable_folder.h"
 
@@ -194,13 +194,9 @@ TEST_F(MemComparatorTest, SeveralFilesOfTheSystemAreAnError) {
 
 TEST_F(MemComparatorTest, AFileThatCannotBeOpenedFailsTheVersion) {
     AddSystem("v", MemSystemLine("a"));
-    std::filesystem::create_directories(dir.Path() + "csv/mem");
-    for (const char* name : {"", "csv/mem"}) {
-        ASSERT_EQ(::chmod((dir.Path() + name).c_str(), 0777), 0);
-    }
     const std::string path = dir.Path() + "v/" + kSystemFile;
     ASSERT_EQ(::chmod(path.c_str(), 0), 0);
-    const OrdinaryUser user;
+    const OrdinaryRights rights;
     EXPECT_EQ(Run(kSystem).err,
               "[MemComparator] Could not open the file: \"" + path +
                   "\"!\n[MemComparator] Failed to compare [v] system mem data!\n");
