@@ -1,13 +1,11 @@
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <string_view>
 
+#include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/unit/analyzers/mem/mem_analyzer_fixture.h"
 
@@ -145,27 +143,19 @@ TEST_F(HostileMemFiles, AFaultInAnyFileEndsTheJob) {
     EXPECT_FALSE(Exists("json/soc_gea_memory_ana_1_1.data"));
 }
 
-class HostileMemFilesDeathTest : public MemAnalyzerTest {
-protected:
-    // Ends the process, with 0 if the analysis failed.
-    [[noreturn]] void RunBelowALimitOfMemory() {
-        const rlimit limit{rlim_t{1} << 28, rlim_t{1} << 28};
-        ::setrlimit(RLIMIT_AS, &limit);
-        RunUncaptured();
-        std::exit(result ? 1 : 0);
-    }
-};
+using HostileMemFilesDeathTest = HostileMemFiles;
 
 TEST_F(HostileMemFilesDeathTest, ALineBeyondMemoryFailsTheJob) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer's shadow does not fit below a limit of address space";
-#endif
-    if (!std::string_view(ZARN_EMULATOR).empty()) {
-        GTEST_SKIP() << "an emulator of another processor knows no limit of memory";
+    if (!WhyNoMemoryLimit().empty()) {
+        GTEST_SKIP() << WhyNoMemoryLimit();
     }
     ASSERT_EQ(::truncate(PathOf(kSystemName).c_str(), off_t{1} << 33), 0);
     ASSERT_EQ(::truncate(PathOf(kProcessName).c_str(), off_t{1} << 33), 0);
-    EXPECT_EXIT(RunBelowALimitOfMemory(), testing::ExitedWithCode(0),
+    EXPECT_EXIT(ExitBelowAMemoryLimit([this] {
+                    RunUncaptured();
+                    return !result;
+                }),
+                testing::ExitedWithCode(0),
                 testing::StrEq("[MemAnalyzer]: Error occurs system json: std::bad_alloc\n"
                                "[MemAnalyzer]: Failed to analy system mem!\n"
                                "[MemAnalyzer]: Error occurs: std::bad_alloc\n"
