@@ -3,14 +3,17 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
 #include "tests/support/mem_lines.h"
+#include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/unresolvable_folder.h"
@@ -54,14 +57,17 @@ protected:
     }
 
     Captured Run(const std::string& jobs, const std::string& names = "") {
+        return Capture([&] { RunUncaptured(jobs, names); });
+    }
+
+    // The same, its lines going where they go.
+    void RunUncaptured(const std::string& jobs, const std::string& names) {
         JsonDocument config;
         EXPECT_TRUE(ParseJson(
             R"({"MemComparator":{"job":[)" + jobs + R"(],"process":[)" + names + "]}}", config));
-        return Capture([&] {
-            MemComparator comparator(MemComparator::kName, versions);
-            EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
-            result = comparator.Start(config, dir.Path(), &stopFlag);
-        });
+        MemComparator comparator(MemComparator::kName, versions);
+        EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
+        result = comparator.Start(config, dir.Path(), &stopFlag);
     }
 
     [[nodiscard]] std::string SystemTable() const {
@@ -157,6 +163,52 @@ TEST_F(MemComparatorTest, TheTablesFailApart) {
                                 "[MemComparator] Failed to compare [v] process mem data!\n");
     EXPECT_THAT(SystemTable(), HasSubstr("total,1.000000,"));
     EXPECT_THAT(ProcessTable(), HasSubstr("VSS,N/A,N/A,N/A,\n"));
+}
+
+// Documents that are torn, huge, deep or binary.
+TEST_F(MemComparatorTest, HostileDocumentsFailTheVersion) {
+    const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
+    const std::string json = "[MemComparator] Exception occurs while parsing json file.\n";
+    const std::pair<std::string, std::string> rows[] = {
+        {std::string(16U << 20U, 'q'), json},
+        {std::string(1000000, '['), json},
+        {std::string(100, '\0'), json},
+        {"\x7f"
+         "ELF\x02\x01\xff\xfe",
+         json},
+        {deep, "[MemComparator] Json lack of required field [content].\n"},
+        {"{\"content\":" + deep + "}", "[MemComparator] Invalid format in [content].\n"},
+    };
+    for (const auto& [text, words] : rows) {
+        AddSystem("v", text);
+        EXPECT_EQ(Run(kSystem).err,
+                  words + "[MemComparator] Failed to compare [v] system mem data!\n");
+        EXPECT_THAT(SystemTable(), EndsWith("sum,N/A,N/A,N/A,\n"));
+    }
+}
+
+TEST_F(MemComparatorTest, NumbersOfAnySizeAreShown) {
+    AddSystem("v", MemSystemLines("used", {"-1", "-3"}) +
+                       MemSystemLine("c", {{"used", "1"}, {"free", std::string(40, '9')}}));
+    EXPECT_EQ(Run(kSystem).err, "");
+    EXPECT_THAT(SystemTable(), HasSubstr("used,-3.000000,-1.000000,1.000000,\n"));
+    EXPECT_THAT(SystemTable(), HasSubstr(",10000000000000000303786028427003666890752.000000,\n"));
+}
+
+using MemComparatorDeathTest = MemComparatorTest;
+
+TEST_F(MemComparatorDeathTest, ALineBeyondMemoryFailsTheVersion) {
+    if (!WhyNoMemoryLimit().empty()) {
+        GTEST_SKIP() << WhyNoMemoryLimit();
+    }
+    AddSystem("v", "");
+    ASSERT_EQ(::truncate((dir.Path() + "v" + kSystemFile).c_str(), off_t{1} << 33), 0);
+    EXPECT_EXIT(ExitBelowAMemoryLimit([this] {
+                    RunUncaptured(kSystem, "");
+                    return result;
+                }),
+                testing::ExitedWithCode(0),
+                testing::StrEq("[MemComparator] Failed to compare [v] system mem data!\n"));
 }
 
 TEST_F(MemComparatorTest, AnEmptyFileIsARunWithoutValues) {
