@@ -88,4 +88,8 @@ inline constexpr std::array<const char*, 15> kMemProcessColumns = {
     kMemCommandColumn};
 inline constexpr char kMemUnit = 'K';
 
+// A row of the share pool's log: what the kernel's table holds, then the process's name.
+inline constexpr std::array<const char*, 10> kMemSharePoolColumns = {
+    "PID", "Group_ID", "SP_ALLOC", "SP_K", "SP_R", "VIRT", "RES", "Shm", "PROT", "COMMAND"};
+
 }  // namespace zarn
