@@ -43,6 +43,7 @@ MissionClasses ListMissions() {
     classes.collectors = {
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
+        Collector<MemCollector>(),
     };
     classes.analyzers = {
         Analyzer<CpuAnalyzer>(),
