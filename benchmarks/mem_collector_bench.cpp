@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "collectors/system/mem/mem_collector.h"
 #include "collectors/system/mem/mem_commands.h"
@@ -260,6 +261,8 @@ BENCHMARK(SmapsOurs)
     ->Name("MemCollector/smaps/ours")
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
+const Promise kLogsNearTheBound = AtMostTimesBound("MemCollector/smaps", 2);
+const Promise kKeepsNoLog = AtMost("MemCollector/smaps/ours grown_KiB", 4096);
 BENCHMARK(SmapsNaive)
     ->Name("MemCollector/smaps/naive")
     ->MeasureProcessCPUTime()
@@ -273,6 +276,7 @@ BENCHMARK(PassOurs)
     ->UseManualTime()
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
+const Promise kPassesNearTheBound = AtMostTimesBound("MemCollector/pass", 1.15);
 BENCHMARK(PassBound)
     ->Name("MemCollector/pass/bound")
     ->UseManualTime()

@@ -13,6 +13,7 @@
 #include "foundation/files.h"
 #include "foundation/paths.h"
 #include "kit/cost.h"
+#include "kit/sampling.h"
 
 namespace zarn {
 namespace {
@@ -104,18 +105,19 @@ bool MemCollector::CollectSamples() {
     if (!host_.clock.currentTime(timeStamp_)) {
         return PrintFailure("[MemCollector]: Failed to collect time!");
     }
-    std::uint32_t taken = 0;
-    while (taken < settings_.count && !IsStopped()) {
-        if (settings_.systemMemJob) {
-            SampleSystem();
+    const auto takeSample = [this] {
+        while (!TakePass() && !IsStopped()) {
         }
-        if (settings_.processMemJob && !IsStopped() && !SampleProcessMemory()) {
-            continue;  // the same pass again
-        }
-        host_.clock.sleepSeconds(settings_.interval, stopFlag_);  // after the last sample too
-        ++taken;
+        return true;
+    };
+    return TakeSamples({settings_.count, settings_.interval}, stopFlag_, host_.clock, takeSample);
+}
+
+bool MemCollector::TakePass() {
+    if (settings_.systemMemJob) {
+        SampleSystem();
     }
-    return true;
+    return !settings_.processMemJob || IsStopped() || SampleProcessMemory();
 }
 
 void MemCollector::SampleSystem() {

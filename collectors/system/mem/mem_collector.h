@@ -43,8 +43,10 @@ private:
     bool FindAllProcesses();
 
     bool CollectSamples();
+    // A pass, and its part about processes, fail if there is no list of processes to watch: the
+    // pass is then to be taken again.
+    bool TakePass();
     void SampleSystem();
-    // True if the processes to watch are known.
     bool SampleProcessMemory();
 
     // The counters and their sum, or nothing.
