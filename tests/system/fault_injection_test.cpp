@@ -32,6 +32,8 @@ const std::vector<std::string> kDdrCalls = {"close", "device_get", "device_set",
                                             "spawn", "truncate",   "write"};
 const std::vector<std::string> kMemCalls = {"close",   "localtime", "mkdir",    "open",
                                             "opendir", "read",      "truncate", "write"};
+const std::vector<std::string> kMemBoardCalls = {
+    "close", "localtime", "mkdir", "open", "pipe", "opendir", "read", "spawn", "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],
@@ -58,6 +60,16 @@ constexpr const char* kMemConfig =
     "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
     "system_field": "used", "process_field": "PSS", "process": []},
     "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["app"]}})";
+
+// On the board, from the collection on.
+constexpr const char* kMemBoardConfig = R"({"ManagerParam": {"parallelCollectMode": [],
+    "collectMode": ["MemCollector"], "analyzeMode": ["MemAnalyzer"], "optimizeMode": [],
+    "compareMode": {"comparatorName": ["MemComparator"], "versionMap": {"v": "/opt/usr/"}}},
+    "MemCollector": {"job": ["system_mem", "process_mem"], "count": 1, "interval": 1,
+    "process": ["logger"]},
+    "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
+    "system_field": "used", "process_field": "USS", "process": []},
+    "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["logger"]}})";
 
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
@@ -96,9 +108,10 @@ void WalkMem() {
 }
 
 // On the virtual board, whose settings stay from run to run.
-void WalkDdr(const std::vector<std::string>& more) {
+void WalkOnBoard(const std::string& scenario, const char* config,
+                 const std::vector<std::string>& more) {
     const TempDir directory;
-    directory.Write("usr/config.json", kDdrConfig);
+    directory.Write("usr/config.json", config);
     std::string words;
     for (const std::string& word : more) {
         words += " " + word;
@@ -107,10 +120,19 @@ void WalkDdr(const std::vector<std::string>& more) {
     ASSERT_TRUE(SystemCommandRunner().Capture(
         "cd '" + directory.Path() +
             "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " + BoardLauncher() +
-            " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" + kPreload +
-            "' '" + kJudge + "' /opt/usr/config.json" + words + " && echo done",
+            " --scenario " + scenario + " --board board --opt-usr usr -- '" + kWalk + "' '" +
+            ProgramPath() + "' '" + kPreload + "' '" + kJudge + "' /opt/usr/config.json" + words +
+            " && echo done",
         out));
     ExpectNothingAtFault(out, out.find("\ndone\n") != std::string::npos);
+}
+
+void WalkDdr(const std::vector<std::string>& more) {
+    WalkOnBoard("camera_pipeline", kDdrConfig, more);
+}
+
+void WalkMemOnBoard(const std::vector<std::string>& more) {
+    WalkOnBoard("memory_leak", kMemBoardConfig, more);
 }
 
 TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
@@ -131,6 +153,14 @@ TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
 
 TEST(FaultInjection, ADdrRunIsInterruptedAtRandomCalls) {
     WalkDdr(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfAMemRunFailsInTurn) {
+    WalkMemOnBoard(kMemBoardCalls);
+}
+
+TEST(FaultInjection, AMemRunIsInterruptedAtRandomCalls) {
+    WalkMemOnBoard(kInterrupts);
 }
 
 }  // namespace
