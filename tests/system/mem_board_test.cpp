@@ -149,7 +149,7 @@ protected:
     std::uint64_t ended_ = 0;
 };
 
-// Those whose plan does not move in the time of the test.
+// Their plans do not move in the time of the test.
 TEST_F(MemOnBoard, RowsOfSteadyProgramsAreTheSumsOfTheirMappings) {
     Collect("memory_steady");
     const auto documents = Documents("soc_gea_process_mem_rawdata_info");
@@ -159,9 +159,6 @@ TEST_F(MemOnBoard, RowsOfSteadyProgramsAreTheSumsOfTheirMappings) {
         ASSERT_EQ(rows.Size(), 4U);
         for (const JsonValue& row : rows.GetArray()) {
             const std::string name = row["COMMAND"].GetString();
-            if (name == "recorder") {
-                continue;
-            }
             const auto smaps =
                 Log(std::string("soc_gea_process_smaps_") + row["PID"].GetString()).at(i);
             EXPECT_EQ(Number(row["RSS"]), SumOf(smaps, {"Rss"})) << name;
@@ -214,8 +211,8 @@ TEST_F(MemOnBoard, WhatIsInUseIsTheBaseAndAllPlans) {
         for (const auto& [name, kb] : kPrivateKb) {
             least += kb;
         }
-        // The recorder has 4096 KB more from the fourth second to the eighth.
-        const std::uint64_t most = least + 4096 + kLeakKbPerS * span.most / 1000;
+        // The file is written at each tick of a tenth of a second.
+        const std::uint64_t most = least + kLeakKbPerS * span.most / 1000;
         least += kLeakKbPerS * (span.least - std::min<std::uint64_t>(span.least, 100)) / 1000;
         EXPECT_GE(Number(info["used"]), least);
         EXPECT_LE(Number(info["used"]), most);
