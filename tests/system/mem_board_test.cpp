@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -31,6 +32,10 @@ constexpr std::uint64_t kOwnKb = 1024;  // what a program has at most besides it
 const std::map<std::string, std::uint64_t> kPrivateKb = {
     {"camera", 24576}, {"planner", 32768}, {"recorder", 16384}, {"logger", 8192}};
 constexpr std::uint64_t kLeakKbPerS = 512;
+
+constexpr const char* kAnalyzer = R"({"job": ["system_mem", "process_mem"],
+    "peak_trought_threshold": 0.0001, "system_field": "used", "process_field": "USS",
+    "process": ["planner"]})";
 
 std::vector<std::string> Lines(const std::string& text) {
     std::istringstream stream(text);
@@ -91,7 +96,9 @@ protected:
     void Collect(const std::string& scenario) {
         ConfigText config;
         config.serial = R"(["MemCollector"])";
-        directory_.Write("usr/config.json", config.Text({{"MemCollector", R"({
+        config.analyze = R"(["MemAnalyzer"])";
+        directory_.Write("usr/config.json",
+                         config.Text({{"MemAnalyzer", kAnalyzer}, {"MemCollector", R"({
             "job": ["system_mem", "process_mem"], "count": 3, "interval": 1,
             "process": ["camera", "planner", "recorder", "logger"]})"}}));
         directory_.Write("go",
@@ -112,6 +119,28 @@ protected:
              std::filesystem::directory_iterator(directory_.Path() + "usr/mnt/zarn")) {
             tree_ = "usr/mnt/zarn/" + entry.path().filename().string() + "/";
         }
+    }
+
+    // Sets the run beside itself; the rows of a table by their names.
+    std::map<std::string, std::string> Compare(const std::string& table) {
+        ConfigText config;
+        config.compare = R"(["MemComparator"])";
+        config.versionMap = R"({"v": "/opt/)" + tree_ + "\"}";
+        directory_.Write("usr/config.json",
+                         config.Text({{"MemComparator", R"({"job": ["system_mem", "process_mem"],
+                             "process": ["planner"]})"}}));
+        (void)SystemCommandRunner().Run("cd '" + directory_.Path() + "' && " + BoardLauncher() +
+                                        " --opt-usr usr -- zarn /opt/usr/config.json >out 2>err");
+        std::map<std::string, std::string> rows;
+        for (const auto& entry :
+             std::filesystem::recursive_directory_iterator(directory_.Path() + "usr/mnt/zarn")) {
+            if (entry.path().filename() == table) {
+                for (const std::string& line : Lines(ReadText(entry.path().string()))) {
+                    rows[line.substr(0, line.find(','))] = line;
+                }
+            }
+        }
+        return rows;
     }
 
     [[nodiscard]] std::vector<std::vector<std::string>> Log(const std::string& name) const {
@@ -223,6 +252,52 @@ TEST_F(MemOnBoard, WhatIsInUseIsTheBaseAndAllPlans) {
         EXPECT_EQ(Number(info["kernelStack"]), 8192U);
         EXPECT_EQ(Number(info["cache"]), 1048576U);
     }
+}
+
+// What the analysis and the comparison say of these values, told by other code.
+void ExpectExtremes(const std::vector<std::uint64_t>& values, const JsonValue& analysis,
+                    const std::string& row) {
+    const auto [least, most] = std::minmax_element(values.begin(), values.end());
+    const double mean =
+        static_cast<double>(std::accumulate(values.begin(), values.end(), std::uint64_t{0})) /
+        static_cast<double>(values.size());
+    EXPECT_EQ(Number(analysis["minMemValue"]), *least);
+    EXPECT_EQ(Number(analysis["maxMemValue"]), *most);
+    EXPECT_NEAR(std::stod(analysis["meanMemValue"].GetString()), mean, 1.0);
+    std::istringstream cells(row);
+    std::string cell;
+    std::vector<double> numbers;
+    (void)std::getline(cells, cell, ',');
+    while (std::getline(cells, cell, ',')) {
+        numbers.push_back(std::stod(cell));
+    }
+    ASSERT_EQ(numbers.size(), 3U) << row;
+    EXPECT_EQ(numbers[0], static_cast<double>(*least));
+    EXPECT_NEAR(numbers[1], mean, 1e-5);
+    EXPECT_EQ(numbers[2], static_cast<double>(*most));
+}
+
+TEST_F(MemOnBoard, AnalysisAndComparisonGiveTheExtremesOfTheDocuments) {
+    Collect("memory_leak");
+    std::vector<std::uint64_t> used;
+    for (const JsonDocument& document : Documents("soc_gea_memory_info")) {
+        used.push_back(Number(document["content"][0]["memInfo"]["used"]));
+    }
+    std::vector<std::uint64_t> uss;
+    for (const JsonDocument& document : Documents("soc_gea_process_mem_rawdata_info")) {
+        for (const JsonValue& row : document["content"][0]["process"].GetArray()) {
+            if (std::string(row["COMMAND"].GetString()) == "planner") {
+                uss.push_back(Number(row["USS"]));
+            }
+        }
+    }
+    ASSERT_EQ(used.size() + uss.size(), 6U);
+    const auto system = Documents("soc_gea_memory_ana");
+    const auto processes = Documents("soc_gea_process_ana");
+    ASSERT_EQ(system.size() + processes.size(), 2U);
+    ASSERT_EQ(processes[0]["content"].Size(), 1U);
+    ExpectExtremes(used, system[0]["content"][0], Compare("mem_system_info.csv")["used"]);
+    ExpectExtremes(uss, processes[0]["content"][0], Compare("mem_process_info.csv")["USS"]);
 }
 
 TEST_F(MemOnBoard, TheSharePoolsSumIsThatOfItsRows) {
