@@ -3,13 +3,13 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "analyzers/cpu/cpu_analyzer.h"
 #include "benchmarks/naive/cpu_analysis.h"
 #include "benchmarks/support/cpu_log_generator.h"
+#include "benchmarks/support/peak_memory.h"
 #include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "formats/cpu.h"
@@ -202,32 +202,17 @@ void AnalysisBound(benchmark::State& state) {
 BENCHMARK(AnalysisBound)->Name("CpuAnalyzer/bound")->Unit(benchmark::kMillisecond);
 const Promise kNearTheBound = AtMostTimesBound("CpuAnalyzer", 6);
 
-// A line of /proc/self/status, in bytes.
-double StatusBytes(const std::string& key) {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind(key, 0) == 0) {
-            return std::stod(line.substr(key.size())) * 1024;
-        }
-    }
-    return 0;
-}
-
 // What one analysis adds to the process's memory at its peak, beside the size of the logs.
 void AnalysisMemory(benchmark::State& state) {
     const Tree& tree = TheTree();
     double added = 0;
     for (auto _ : state) {
         tree.RemoveOutputs();
-        ::malloc_trim(0);
-        std::ofstream("/proc/self/clear_refs") << "5";  // forget the peak so far
-        const double before = StatusBytes("VmRSS:");
-        if (!tree.Analyze()) {
+        added = PeakMemoryOf([&tree] { return tree.Analyze(); });
+        if (added < 0) {
             state.SkipWithError("the analysis failed");
             break;
         }
-        added = StatusBytes("VmHWM:") - before;
     }
     state.counters["peak_MB"] = added / 1e6;
     state.counters["peak_per_log"] = added / static_cast<double>(tree.LogSize());

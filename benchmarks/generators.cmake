@@ -4,4 +4,5 @@ zarn_library(zarn_generators
     ${PROJECT_SOURCE_DIR}/benchmarks/support/cpu_log_generator.cpp
     ${PROJECT_SOURCE_DIR}/benchmarks/support/ddr_generator.cpp
     ${PROJECT_SOURCE_DIR}/benchmarks/support/generator.cpp
+    ${PROJECT_SOURCE_DIR}/benchmarks/support/mem_generator.cpp
   LINKS zarn_foundation)

@@ -74,6 +74,8 @@ foreach(package ${packages})
          DESTINATION \"\${CMAKE_INSTALL_PREFIX}/share/doc/${package}\"
          PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)" COMPONENT ${package})
 endforeach()
+install(FILES packaging/zarn-board.lintian-overrides DESTINATION share/lintian/overrides RENAME zarn-board
+        COMPONENT zarn-board)
 # zarn_manual(package page...): pages are compressed when the package is made.
 function(zarn_manual package)
   foreach(page ${ARGN})

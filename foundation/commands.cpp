@@ -14,6 +14,8 @@
 namespace zarn {
 namespace {
 
+constexpr const char* kNotStarted = "[zarn_utils] Failed to popen command!";
+
 // The characters that mean something to a shell.
 const std::set<char>& ShellCharacters() {
     static const std::string_view text = "#&;,|\\*?~<>^()[]{}$`!";
@@ -35,10 +37,12 @@ void PrintSkipped(const std::string& tag, const std::string& processName) {
 
 bool ExecuteCommand(const std::string& command, std::string& output, CommandRunner& runner) {
     output.clear();
-    if (!runner.Capture(command, output)) {
-        return PrintFailure("[zarn_utils] Failed to popen command!");
-    }
-    return true;
+    return runner.Capture(command, output) || PrintFailure(kNotStarted);
+}
+
+bool StreamCommand(const std::string& command, const CommandRunner::Sink& take,
+                   CommandRunner& runner) {
+    return runner.Stream(command, take) || PrintFailure(kNotStarted);
 }
 
 bool CommandLineCursor::NextWhole(std::string_view& line) {

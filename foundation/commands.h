@@ -18,6 +18,11 @@ namespace zarn {
 [[nodiscard]] bool ExecuteCommand(const std::string& command, std::string& output,
                                   CommandRunner& runner = SystemCommandRunner());
 
+// The same for output that need not lie in memory as a whole: hands it on in pieces that end
+// anywhere. After a false result some may have been handed over.
+[[nodiscard]] bool StreamCommand(const std::string& command, const CommandRunner::Sink& take,
+                                 CommandRunner& runner = SystemCommandRunner());
+
 // Appends one string per line of the command's output, without its newline. Lines are read in
 // pieces of at most kCommandLinePiece bytes, so a longer line gives several strings.
 [[nodiscard]] bool ExecuteCommandLines(const std::string& command, std::vector<std::string>& lines,

@@ -169,16 +169,44 @@ FileResult WriteFile(const std::string& path, std::string_view text) {
 }
 
 FileResult AppendFile(const std::string& path, std::string_view text) {
-    Descriptor file(path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK);
+    FileAppender file(path);
+    file.Append(text);
+    return file.Keep();
+}
+
+FileAppender::FileAppender(const std::string& path)
+    : fd_(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0666)) {
     struct stat before {};
-    if (!file.IsOpen() || !IsRegular(file.Get(), before)) {
+    if (fd_ >= 0 && !IsRegular(fd_, before)) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+    sizeBefore_ = before.st_size;
+}
+
+void FileAppender::Append(std::string_view piece) {
+    written_ = written_ && fd_ >= 0 && WriteAll(fd_, piece);
+}
+
+FileResult FileAppender::Keep() {
+    if (fd_ < 0) {
         return FileResult::CannotOpen;
     }
-    if (!WriteAll(file.Get(), text)) {
-        (void)!::ftruncate(file.Get(), before.st_size);
+    if (!written_) {
+        Drop();
         return FileResult::Failed;
     }
-    return file.Close() ? FileResult::Ok : FileResult::Failed;
+    const int fd = fd_;
+    fd_ = -1;
+    return ::close(fd) == 0 ? FileResult::Ok : FileResult::Failed;
+}
+
+void FileAppender::Drop() {
+    if (fd_ >= 0) {
+        (void)!::ftruncate(fd_, sizeBefore_);
+        ::close(fd_);
+        fd_ = -1;
+    }
 }
 
 bool LineCursor::Next(std::string_view& line) {

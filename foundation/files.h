@@ -36,6 +36,29 @@ enum class FileResult { Ok, CannotOpen, Failed };
 // needed. CannotOpen also for anything that is no regular file, without blocking. Prints nothing.
 [[nodiscard]] FileResult AppendFile(const std::string& path, std::string_view text);
 
+// AppendFile for a text that comes in pieces and need not lie in memory as a whole. Until it is
+// kept it is only lent: unless Keep gives Ok, the file is cut back to its former size.
+class FileAppender {
+public:
+    explicit FileAppender(const std::string& path);
+    FileAppender(const FileAppender&) = delete;
+    FileAppender& operator=(const FileAppender&) = delete;
+    ~FileAppender() { Drop(); }
+
+    // Writes the next piece. After one that could not be written nothing more is.
+    void Append(std::string_view piece);
+
+    // Ends the appending: Ok if the whole text stands in the file.
+    [[nodiscard]] FileResult Keep();
+
+private:
+    void Drop();
+
+    int fd_;
+    long long sizeBefore_ = 0;
+    bool written_ = true;  // all pieces so far
+};
+
 // Walks the lines of a text as views into it, as getline does: lines end at "\n", which does not
 // belong to the line; a last line without one counts; nothing follows a final newline. "\r" stays
 // in the line.

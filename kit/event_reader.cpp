@@ -82,6 +82,43 @@ bool ReadEventLines(const NextLine& next, const EventLineWords& words,
     return true;
 }
 
+bool ReadEventNests(const NextLine& next, const EventNest& nest, const EventNestWords& words,
+                    std::initializer_list<const char*> members, const OnEventNest& onNest) {
+    EventLine line(nest);
+    const TellObjects tell = [&line](const auto& onObject) {
+        return line.TellElements(
+            [&onObject](const EventObject& /*event*/, const EventObject& object) {
+                return onObject(object);
+            });
+    };
+    std::string_view text;
+    while (next(text)) {
+        if (!line.Read(text)) {
+            return PrintFailure(words.badJson);
+        }
+        const EventObject event = line.Document();
+        const bool complete =
+            line.ContentKind() != EventLine::Content::Missing &&
+            std::all_of(members.begin(), members.end(),
+                        [&event](const char* name) { return event.Find(name) != nullptr; });
+        if (!complete) {
+            return PrintFailure(words.lacksMember);
+        }
+        if (!line.HasNest()) {
+            return PrintFailure(words.lacksNest);
+        }
+        if (!onNest(event, tell)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::string_view RequireText(const EventMember& member) {
+    RAPIDJSON_ASSERT(member.isText);
+    return member.text;
+}
+
 bool ReadEventTexts(const NextLine& next, const EventTextWords& words,
                     std::vector<std::string> names, const OnEventTexts& onTexts) {
     MemberFinder finder(std::move(names));

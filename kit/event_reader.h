@@ -91,6 +91,36 @@ template <typename Lines>
                                   std::initializer_list<const char*> texts,
                                   const OnEventElement& onElement);
 
+// Where objects lie one level deeper: in a member of the first element of `content`, which is such
+// an object itself or an array of them.
+struct EventNest {
+    const char* member;
+    bool isArray;
+};
+
+// The lines of a file with nests that cannot be read, each for the error stream.
+struct EventNestWords {
+    std::string badJson;      // a line is no JSON
+    std::string lacksMember;  // it is no object, or lacks `content` or another member
+    std::string lacksNest;    // `content` does not hold the nest
+};
+
+// Takes a line's document and the objects of its nest, which it asks for by `objects`, at most
+// once; false ends the reading.
+using TellObjects = std::function<bool(const std::function<bool(const EventObject&)>& onObject)>;
+using OnEventNest = std::function<bool(const EventObject& event, const TellObjects& objects)>;
+
+// Reads all lines as ReadEventLines does. `members` are those that must be there beside `content`,
+// of whatever type.
+[[nodiscard]] bool ReadEventNests(const NextLine& next, const EventNest& nest,
+                                  const EventNestWords& words,
+                                  std::initializer_list<const char*> members,
+                                  const OnEventNest& onNest);
+
+// The text of a member that no check covers: one that is no string trips the JSON library's
+// assertion, which ends the process.
+[[nodiscard]] std::string_view RequireText(const EventMember& member);
+
 // The words of an element's texts that cannot be taken.
 struct MemberWords {
     const char* lacks;      // a member is missing

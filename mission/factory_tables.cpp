@@ -43,10 +43,12 @@ MissionClasses ListMissions() {
     classes.collectors = {
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
+        Collector<MemCollector>(),
     };
     classes.analyzers = {
         Analyzer<CpuAnalyzer>(),
         Analyzer<DdrAnalyzer>(),
+        Analyzer<MemAnalyzer>(),
     };
     classes.optimizers = {
         Optimizer<DdrOptimizer>(),
@@ -54,6 +56,7 @@ MissionClasses ListMissions() {
     classes.comparators = {
         Comparator<CpuComparator>(),
         Comparator<DdrComparator>(),
+        Comparator<MemComparator>(),
     };
     return classes;
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
-# settings, the analysis of an old tree, the comparison of both, and the optimizer by hand and by search. Says at its
-# end what was found.
+# settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, and the memory of a
+# healthy version beside that of one that leaks. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -61,7 +61,7 @@ tick() {
     done
 }
 
-stages=6 stage=0
+stages=9 stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -95,10 +95,16 @@ comparison=$(newest)
 stage "The optimizer searches bounds under a memory-hungry AI and image load" \
     zarn_on_board memory_hungry search ddr_optimize_auto.json --workdir "$demo/bench"
 search=$(newest)
+stage "The memory of a healthy version" zarn_on_board memory_steady healthy tour_memory.json
+keep_as healthy
+stage "The memory of a version that leaks" zarn_on_board memory_leak leaking tour_memory.json
+keep_as leaking
+stage "Both versions' memory side by side" zarn_on_board memory_steady healthy tour_memory_compare.json
+memory=$(newest)
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
-scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search"
+scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory"
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -106,5 +112,6 @@ throttled run     $usr/mnt/zarn/throttled/
 comparison tables $comparison/csv/cpu/cpu_comparator_result.csv
                   $comparison/csv/ddr/soc_ddr_comp_info.csv
 search log        $(find "$search/raw_data/ddr" -name 'soc_ddr_opt_info_1_*.log')
+memory tables     $memory/csv/mem/
 what zarn said    $demo/log/
 EOT

@@ -1,9 +1,12 @@
 #!/usr/bin/env python3
-"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH, three run
-directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load."""
+"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY, four run
+directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load; the memory's
+comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names."""
 import csv
+import datetime
 import glob
 import json
+import os
 import re
 import sys
 
@@ -72,9 +75,55 @@ def search_sentences(search):
         yield f"  {words} {moved(before[name], after[name])} a second{'.' if name == 'isp' else ','}"
 
 
+def documents(run, table):
+    """The documents of a table of a run."""
+    with open(the_file(f"{run}/json/{table}_1_*.data")) as file:
+        return [json.loads(line) for line in file]
+
+
+def growth(samples):
+    """KB a second from the first sample to the last, of pairs of a document's time and KB."""
+    (begin, first), (end, last) = samples[0], samples[-1]
+    seconds = (moment(end) - moment(begin)).total_seconds()
+    return (last - first) / seconds
+
+
+def moment(time):
+    return datetime.datetime.strptime(time + "000", "%Y%m%d%H%M%S%f")
+
+
+def uss_of(run, program):
+    for document in documents(run, "soc_gea_process_mem_rawdata_info"):
+        for row in document["content"][0]["process"]:
+            if row["COMMAND"] == program:
+                yield document["happenTime"], int(row["USS"].rstrip("K"))
+
+
+def leaks_of(scenario):
+    """The programs of a scenario that leak, with their rates in KB/s."""
+    path = os.path.join(os.path.dirname(__file__), "..", "board", "scenarios", f"{scenario}.json")
+    with open(path) as file:
+        return {plan["name"]: plan["leak_kb_s"] for plan in json.load(file)["programs"] if plan.get("leak_kb_s")}
+
+
+def memory_sentences(memory):
+    used = rows_of(f"{memory}/csv/mem/mem_system_info.csv")["used"]
+    uss = rows_of(f"{memory}/csv/mem/mem_process_info.csv")["USS"]
+    leaking = os.path.join(os.path.dirname(memory), "leaking")
+    system = [(document["happenTime"], int(document["content"][0]["memInfo"]["used"]))
+              for document in documents(leaking, "soc_gea_memory_info")]
+    ((program, rate),) = leaks_of("memory_leak").items()
+    yield "Memory, KB: least, mean and greatest of the healthy version, and of the one that leaks"
+    for name, row in (("used by the system", used), (f"USS of {program}", uss)):
+        yield f"  {name + ':':20}" + "".join(f"{float(cell):11.0f}" for cell in row)
+    yield (f"  In the latter {program} grew by {growth(list(uss_of(leaking, program))):.0f} KB a second, what the system uses by "
+           f"{growth(system):.0f}; the scenario leaks {rate}.")
+
+
 def main():
-    baseline, comparison, search = sys.argv[1:]
-    for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search)):
+    baseline, comparison, search, memory = sys.argv[1:]
+    for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search),
+                      memory_sentences(memory)):
         print(*sentences, sep="\n")
 
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
-# once with 400 more processes, and there one sample more that asks for the threads of every process. Prints zarn's own
-# CPU seconds beside those of the tools it starts; a run of 60 samples goes into docs/performance.md.
+# once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
+# MemCollector on those processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60
+# samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
@@ -17,21 +18,32 @@ trap 'kill "${sleepers[@]}" 2>/dev/null; rm -rf "$usr"' EXIT
 # A private /opt/usr: by a mount namespace for root, else in a user namespace.
 namespace=(unshare --mount --propagation private)
 [ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --mount --propagation private)
-# measure SAMPLES THREADS: whether it asks for threads too is true or false.
+# run_mission NAME SECTION SHARES: runs the collector alone and prints what it cost, and what a share of it did.
+run_mission() {
+    cat >"$usr/config.json" <<EOT
+{"ManagerParam": {"parallelCollectMode": ["$1"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
+  "compareMode": {"comparatorName": [], "versionMap": {}}}, "$1": $2}
+EOT
+    "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
+        exec python3 "$2" "$3" /opt/usr/config.json "$4"' sh \
+        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3"
+    rm -rf "${usr:?}/mnt"
+}
+# measure SAMPLES THREADS: CpuCollector; whether it asks for threads too is true or false.
 measure() {
     local processes
     processes=$(ps -e --no-headers | wc -l)
-    cat >"$usr/config.json" <<EOT
-{"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
-  "compareMode": {"comparatorName": [], "versionMap": {}}},
- "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 1, "process": ["zarn"],
-  "count": $1, "thread_collector": $2, "json_output": true}}
-EOT
-    printf '\nsamples: %d, processes: %d, thread_collector: %s\n\n' "$1" "$processes" "$2"
-    "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
-        exec python3 "$2" "$3" /opt/usr/config.json "$4"' sh \
-        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" $((processes * $1))
-    rm -rf "${usr:?}/mnt"
+    printf '\nCpuCollector, samples: %d, processes: %d, thread_collector: %s\n\n' "$1" "$processes" "$2"
+    run_mission CpuCollector "{\"job\": [\"global\", \"core\", \"selected_process\"], \"interval\": 1, \"process\": [\"zarn\"],
+        \"count\": $1, \"thread_collector\": $2, \"json_output\": true}" $((processes * $1))
+}
+# measure_memory SAMPLES: MemCollector on all processes called sleep.
+measure_memory() {
+    local processes
+    processes=$(pidof sleep | wc -w)
+    printf '\nMemCollector, samples: %d, processes watched: %d\n\n' "$1" "$processes"
+    run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
+        $((processes * $1))
 }
 
 mkdir -p build/bench
@@ -46,5 +58,6 @@ done
 {
     measure "$samples" false
     measure 1 true
+    measure_memory 1
 } | tee -a build/bench/overhead.md
 [ "$samples" -ne 60 ] || scripts/put_section.py docs/performance.md overhead <build/bench/overhead.md

@@ -53,6 +53,12 @@ int Become(const std::vector<std::string>& command) {
     return status;
 }
 
+int BecomeNamed(const std::string& path, const std::string& name) {
+    ::execl(path.c_str(), name.c_str(), nullptr);
+    PrintError("zarn-board: " + path + ": " + std::strerror(errno));
+    return 126;
+}
+
 int ShellStatus(int waitStatus) {
     return WIFSIGNALED(waitStatus) ? 128 + WTERMSIG(waitStatus) : WEXITSTATUS(waitStatus);
 }

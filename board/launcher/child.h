@@ -21,6 +21,10 @@ namespace zarn::board {
 // 127 if there is none, 126 otherwise.
 int Become(const std::vector<std::string>& command);
 
+// Becomes the program of that path under another name. If that fails, says so in a line and gives
+// 126.
+int BecomeNamed(const std::string& path, const std::string& name);
+
 // Waits for a child; the exit status as a shell shows it, 128 + the signal that ended it.
 [[nodiscard]] int WaitForChild(pid_t child);
 [[nodiscard]] int ShellStatus(int waitStatus);

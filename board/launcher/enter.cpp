@@ -70,6 +70,24 @@ void AddBinding(std::vector<std::string>& words, const Binding& binding) {
     words.push_back(from + ":" + binding.to);
 }
 
+// The board's files beside its folders of /proc: about the memory of the system, of its programs.
+std::vector<std::string> MovingFiles(const std::string& files) {
+    std::vector<std::string> paths;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(files + "/proc", error)) {
+        const std::string name = entry.path().filename().string();
+        if (IsDigitString(name)) {
+            paths.push_back("/proc/" + name + "/sp_group");
+        }
+    }
+    for (const char* name : kMemoryFiles) {
+        if (std::filesystem::exists(files + "/proc/" + name, error)) {
+            paths.push_back(std::string("/proc/") + name);
+        }
+    }
+    return paths;
+}
+
 // Becomes proot with the guard behind it.
 int BecomeTracer(const BoardPlaces& places, const Installation& installation,
                  const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
@@ -81,6 +99,9 @@ int BecomeTracer(const BoardPlaces& places, const Installation& installation,
         if (std::filesystem::exists(files + path, error)) {
             AddBinding(words, {files + path, path});
         }
+    }
+    for (const std::string& path : MovingFiles(files)) {
+        AddBinding(words, {files + path, path});
     }
     const std::vector<Binding> bindings = BindingsOf(places, installation);
     const bool hasView = ::geteuid() == 0 && !WhyNoView();

@@ -20,6 +20,7 @@
 #include "board/launcher/installation.h"
 #include "board/launcher/options.h"
 #include "board/launcher/served_board.h"
+#include "board/launcher/view.h"
 #include "board/launcher/ways.h"
 #include "foundation/console.h"
 #include "foundation/zarn_utils.h"
@@ -181,6 +182,12 @@ int RunBoard(const LauncherOptions& options, const Installation& installation) {
         return Fail("no such scenario: " + options.scenario + " (--list shows them)");
     }
     ::signal(SIGCHLD, SIG_DFL);
+    if (*way == Paths::Namespace && ::geteuid() != 0) {
+        // The board's programs, which the server starts, must be open to the command.
+        if (const Problem problem = EnterUserNamespace()) {
+            return Fail(*problem);
+        }
+    }
     auto board = ServedBoard::Start(options, installation, *scenario);
     if (!board) {
         return 1;

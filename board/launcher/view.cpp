@@ -44,18 +44,6 @@ std::string MapOf(unsigned id) {
     return std::to_string(id) + " " + std::to_string(id) + " 1";
 }
 
-Problem EnterUserNamespace() {
-    const uid_t user = ::geteuid();
-    const gid_t group = ::getegid();
-    if (::unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-        return Failed("no user namespace");
-    }
-    const bool mapped = WriteSetting("/proc/self/setgroups", "deny") &&
-                        WriteSetting("/proc/self/uid_map", MapOf(user)) &&
-                        WriteSetting("/proc/self/gid_map", MapOf(group));
-    return mapped ? std::nullopt : Failed("no user in the user namespace");
-}
-
 bool MakeEmpty(const std::string& path, bool isFolder) {
     if (isFolder) {
         return ::mkdir(path.c_str(), 0755) == 0 || errno == EEXIST;
@@ -87,12 +75,27 @@ bool ShowEntry(const std::string& name, const std::string& folder) {
 
 }  // namespace
 
+Problem EnterUserNamespace() {
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
+    if (::unshare(CLONE_NEWUSER) != 0) {
+        return Failed("no user namespace");
+    }
+    const bool mapped = WriteSetting("/proc/self/setgroups", "deny") &&
+                        WriteSetting("/proc/self/uid_map", MapOf(user)) &&
+                        WriteSetting("/proc/self/gid_map", MapOf(group));
+    return mapped ? std::nullopt : Failed("no user in the user namespace");
+}
+
 Problem View::Enter() {
     std::error_code error;
     workingDirectory_ = fs::current_path(error).string();
-    if (::geteuid() != 0 || ::unshare(CLONE_NEWNS) != 0) {
+    if (::unshare(CLONE_NEWNS) != 0) {
         if (Problem problem = EnterUserNamespace()) {
             return problem;
+        }
+        if (::unshare(CLONE_NEWNS) != 0) {
+            return Failed("no mount namespace");
         }
     }
     if (::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {

@@ -19,6 +19,11 @@ struct Binding {
     std::string to;
 };
 
+// Puts this process, one of a user without rights, into a user namespace in which he keeps his
+// number and may have a private mount namespace. What he starts before and outside is closed to
+// what runs in it: the memory of a process, for one.
+[[nodiscard]] Problem EnterUserNamespace();
+
 // The view of this process. Made by Enter, then filled.
 class View {
 public:

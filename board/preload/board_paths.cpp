@@ -30,8 +30,17 @@ namespace {
 
 using zarn::board::BoardEntry;
 using zarn::board::BoardEntryInProc;
+using zarn::board::MayBeTheMachines;
 using zarn::board::NameOf;
 using zarn::board::PlaceOf;
+
+// Whether there is a file, as the kernel sees it.
+bool IsThere(const char* path) {
+    const int before = errno;
+    const bool isThere = ::syscall(SYS_faccessat, AT_FDCWD, path, F_OK) == 0;
+    errno = before;
+    return isThere;
+}
 
 // Whether a descriptor, or the working directory for AT_FDCWD, is /proc.
 bool IsProc(int directory) {
@@ -71,7 +80,8 @@ public:
             IsProc(directory)) {
             entry = BoardEntryInProc(path);
         }
-        if (entry != nullptr && PlaceOf(entry, place_, sizeof(place_))) {
+        if (entry != nullptr && PlaceOf(entry, place_, sizeof(place_)) &&
+            (!MayBeTheMachines(entry) || IsThere(place_))) {
             path_ = place_;
         }
     }

@@ -47,7 +47,12 @@ const char* BoardEntryInProc(const char* path) {
     if (const char* rest = BehindProcess(entry)) {
         return BeginsWithOne(SkipNothing(rest), kProcessFiles) ? entry : nullptr;
     }
-    return BeginsWithOne(entry, kProcFolders) ? entry : nullptr;
+    return BeginsWithOne(entry, kProcFolders) || BeginsWithOne(entry, kMemoryFiles) ? entry
+                                                                                    : nullptr;
+}
+
+bool MayBeTheMachines(const char* entry) {
+    return BeginsWithOne(entry, kMemoryFiles);
 }
 
 const char* BoardEntry(const char* path) {

@@ -19,6 +19,12 @@ inline constexpr std::array kProcFolders{"qos", "perf", "sharepool", "umap", "xs
 // The entries of a process's folder that the board has.
 inline constexpr std::array kProcessFiles{"sp_group"};
 
+// Entries that the machine has too, and the board if its scenario settles them.
+inline constexpr std::array kMemoryFiles{"meminfo", "slabinfo", "vmallocinfo"};
+
+// Whether the entry is one of kMemoryFiles: without a file of the board the machine's stands.
+[[nodiscard]] bool MayBeTheMachines(const char* entry);
+
 // The part of `path` behind "/proc/" if it names an entry of the board, or nullptr. Doubled slashes
 // and "." in front of the entry are seen through, ".." is not.
 [[nodiscard]] const char* BoardEntry(const char* path);

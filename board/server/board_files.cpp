@@ -28,15 +28,6 @@ std::string BandwidthTable(const BoardState& state, std::uint64_t timeMs) {
     return text.str();
 }
 
-std::string SharePoolText(std::int32_t pid) {
-    std::ostringstream text;
-    text << "Spg total num: 1. Spa total num: 2. Total size: 2048 KB.\n\n"
-         << "PID      Group_ID SP_ALLOC SP_K     SP_R     VIRT     RES      Shm      PROT COMMAND\n"
-         << std::left << std::setw(9) << pid << "1        1024     1024     0        4096     "
-         << "2048     512      RW   " << kServerName << '\n';
-    return text.str();
-}
-
 std::string BufferGroupsText(std::int32_t pid) {
     std::ostringstream text;
     text << "task pid " << pid << " group cnt: 2\n"

@@ -17,9 +17,6 @@ namespace zarn::board {
 // Name of the server's process on the board's process lists.
 inline constexpr const char* kServerName = "zarn-board-serv";
 
-// The share pool's list of processes, of which the board has one.
-[[nodiscard]] std::string SharePoolText(std::int32_t pid);
-
 // The buffer groups of a process: a line with the number of groups, then a line per group.
 [[nodiscard]] std::string BufferGroupsText(std::int32_t pid);
 

@@ -21,6 +21,7 @@
 
 #include "board/server/board_files.h"
 #include "board/server/board_folder.h"
+#include "board/server/board_programs.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/numbers.h"
@@ -52,13 +53,6 @@ int Create(const Arguments& arguments) {
     return CreateState(arguments[0], source) ? 0 : 1;
 }
 
-// Puts a file in the place of another in one step, so that a reader never sees a part of it.
-bool ReplaceFile(const std::string& path, const std::string& text) {
-    const std::string fresh = path + ".new";
-    return WriteFile(fresh, text) == FileResult::Ok &&
-           std::rename(fresh.c_str(), path.c_str()) == 0;
-}
-
 // The files that stay as they are while the server runs. They name its process, and no other.
 bool LayProcessFiles(const std::string& files) {
     const std::int32_t self = ::getpid();
@@ -69,8 +63,7 @@ bool LayProcessFiles(const std::string& files) {
     std::filesystem::create_directories(task, error);
     std::filesystem::create_directories(files + "/proc/sharepool", error);
     std::filesystem::create_directories(files + "/proc/qos/bwstat", error);
-    return ReplaceFile(task + "/summary", BufferGroupsText(self)) &&
-           ReplaceFile(files + "/proc/sharepool/proc_stat", SharePoolText(self));
+    return ReplaceFile(task + "/summary", BufferGroupsText(self));
 }
 
 // Pauses until the time is over or the server is to end: it was told to by a signal, or nobody
@@ -91,9 +84,17 @@ struct Written {
     std::uint32_t generation = 0;
 };
 
-// Writes the table of this moment, unless it is the last one and still there.
-std::optional<Written> WriteTable(BoardState& state, const std::string& path,
-                                  const std::string& last) {
+// What a server is at work on.
+struct ServedFiles {
+    std::string folder;  // of the board
+    RunningPrograms& programs;
+};
+
+// Writes the files of this moment: the table, unless it is the last one and still there, and those
+// about memory.
+std::optional<Written> WriteMoment(BoardState& state, const ServedFiles& served,
+                                   const std::string& last) {
+    const std::string path = TablePath(served.folder);
     Written written;
     written.timeMs = BoardTimeMs(state);
     {
@@ -106,16 +107,20 @@ std::optional<Written> WriteTable(BoardState& state, const std::string& path,
         (void)Fail("cannot write " + path);
         return std::nullopt;
     }
+    if (!served.programs.WriteFiles(state, written.timeMs)) {
+        (void)Fail("cannot write below " + served.folder + "/files");
+        return std::nullopt;
+    }
     Beat(state);
     return written;
 }
 
-// Writes the table at each tick of the board, and soon after a setting changes, until the server is
+// Writes the files at each tick of the board, and soon after a setting changes, until the server is
 // to end. False after a line.
-bool KeepTable(BoardState& state, const std::string& path, Written last) {
+bool KeepFiles(BoardState& state, const ServedFiles& served, Written last) {
     while (WaitForChange(state, last.generation,
                          static_cast<std::uint32_t>(kTickMs - last.timeMs % kTickMs), GoesOn)) {
-        const auto written = WriteTable(state, path, last.table);
+        const auto written = WriteMoment(state, served, last.table);
         if (!written) {
             return false;
         }
@@ -199,12 +204,20 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
         const BoardLock lock(*state);
         state->serverPid = ::getpid();
     }
-    const auto first = WriteTable(*state, TablePath(folder), "");
+    RunningPrograms programs;
+    if (!programs.Start(*state)) {
+        return Fail("cannot start the board's programs");
+    }
+    if (!programs.LayFiles(*state, folder + "/files")) {
+        return Fail("cannot write below " + folder + "/files");
+    }
+    const ServedFiles served{folder, programs};
+    const auto first = WriteMoment(*state, served, "");
     if (first && isFirst) {
         PrintLine("ready");
         setup.Close();
     }
-    const bool isWell = first && KeepTable(*state, TablePath(folder), *first);
+    const bool isWell = first && KeepFiles(*state, served, *first);
     if (!isLeft) {
         ::unlink(TablePath(folder).c_str());
     }

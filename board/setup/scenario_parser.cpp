@@ -5,6 +5,7 @@
 
 #include "board/setup/fault_rules.h"
 #include "board/setup/fields.h"
+#include "board/setup/program_plans.h"
 
 namespace zarn::board {
 namespace {
@@ -156,6 +157,8 @@ std::optional<std::string> ParseScenario(std::string_view text, BoardState& stat
         ReadAiBlock(fields, state.scenario);
         ReadLoad(fields, state.scenario.load);
         ReadBuffers(fields, state.scenario.buffers);
+        ReadPrograms(fields, state.scenario.programs);
+        ReadMemory(fields, state.scenario.programs, state.scenario.memory);
         ReadFaultRules(fields, state.faults);
     });
 }

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "board/model/demand.h"
+#include "board/model/programs.h"
 #include "board/model/sharing.h"
 
 // The one shared state of a virtual board: a file that every process on the board maps. Everything
@@ -72,6 +73,8 @@ struct Scenario {
     std::array<std::uint8_t, kMaxAiCores> aiCoreCodes{};  // 0, or the code a core always reports
     EngineLoad load;
     BufferLeak buffers;
+    BoardPrograms programs;
+    SystemMemory memory;
 };
 
 // The recording of buffers held too long, as it was last set.

@@ -1,5 +1,7 @@
 #include "kit/internal/event_line.h"
 
+#include <algorithm>
+
 namespace zarn {
 namespace {
 
@@ -8,6 +10,8 @@ constexpr std::string_view kContent = "content";
 // Longer lines are none that a mission of zarn writes; their parts would take more memory than the
 // document.
 constexpr std::size_t kMaxPlainLine = std::size_t{64} << 10;
+// A nest may hold as many objects as there are processes.
+constexpr std::size_t kMaxPlainNest = std::size_t{1} << 20;
 
 bool Take(const char*& at, const char* end, char expected) {
     if (at == end || *at != expected) {
@@ -53,7 +57,7 @@ void ListMembers(const JsonValue& value, std::vector<EventMember>& members) {
 }  // namespace
 
 bool EventLine::Read(std::string_view line) {
-    isPlain_ = line.size() <= kMaxPlainLine && ReadPlain(line);
+    isPlain_ = line.size() <= (nest_ ? kMaxPlainNest : kMaxPlainLine) && ReadPlain(line);
     return isPlain_ || ReadJson(line);
 }
 
@@ -62,6 +66,7 @@ bool EventLine::ReadPlain(std::string_view line) {
     elementMembers_.clear();
     elementEnds_.clear();
     content_ = Content::Missing;
+    hasNest_ = false;
     Scan scan{line.data(), line.data() + line.size()};
     return ScanObject(scan, members_, true) && scan.at == scan.end;
 }
@@ -92,16 +97,38 @@ bool EventLine::ScanObject(Scan& scan, std::vector<EventMember>& members, bool m
 }
 
 bool EventLine::ScanContent(Scan& scan) {
+    return nest_ ? ScanNest(scan) : ScanElements(scan);
+}
+
+bool EventLine::ScanNest(Scan& scan) {
+    std::string_view name;
+    if (!Take(scan.at, scan.end, '[') || !Take(scan.at, scan.end, '{') ||
+        !TakePlainString(scan.at, scan.end, name) || name != nest_->member ||
+        !Take(scan.at, scan.end, ':')) {
+        return false;
+    }
+    hasNest_ = nest_->isArray ? ScanElements(scan) : ScanElement(scan);
+    return hasNest_ && Take(scan.at, scan.end, '}') && Take(scan.at, scan.end, ']');
+}
+
+bool EventLine::ScanElements(Scan& scan) {
     if (!Take(scan.at, scan.end, '[')) {
         return false;
     }
     do {
-        if (!ScanObject(scan, elementMembers_, false)) {
+        if (!ScanElement(scan)) {
             return false;
         }
-        elementEnds_.push_back(elementMembers_.size());
     } while (Take(scan.at, scan.end, ','));
     return Take(scan.at, scan.end, ']');
+}
+
+bool EventLine::ScanElement(Scan& scan) {
+    if (!ScanObject(scan, elementMembers_, false)) {
+        return false;
+    }
+    elementEnds_.push_back(elementMembers_.size());
+    return true;
 }
 
 bool EventLine::ReadJson(std::string_view line) {
@@ -110,10 +137,30 @@ bool EventLine::ReadJson(std::string_view line) {
     }
     ListMembers(document_.Get(), members_);
     content_ = Content::Missing;
+    hasNest_ = false;
     if (Document().Find(kContent) != nullptr) {
-        content_ = document_.Get()[kContent.data()].IsArray() ? Content::Array : Content::NoArray;
+        const JsonValue& content = document_.Get()[kContent.data()];
+        content_ = content.IsArray() ? Content::Array : Content::NoArray;
+        hasNest_ = FindNest(content) != nullptr;
     }
     return true;
+}
+
+const JsonValue* EventLine::FindNest(const JsonValue& content) const {
+    if (!nest_ || !content.IsArray() || content.Empty() || !content[0].IsObject()) {
+        return nullptr;
+    }
+    const auto found = content[0].FindMember(nest_->member);
+    if (found == content[0].MemberEnd()) {
+        return nullptr;
+    }
+    const JsonValue& value = found->value;
+    return (nest_->isArray ? value.IsArray() : value.IsObject()) ? &value : nullptr;
+}
+
+bool EventLine::TellElement(const JsonValue& element, const OnEventElement& onElement) {
+    ListMembers(element, elementMembers_);
+    return onElement(Document(), {elementMembers_.data(), elementMembers_.size()});
 }
 
 bool EventLine::TellElements(const OnEventElement& onElement) {
@@ -127,13 +174,14 @@ bool EventLine::TellElements(const OnEventElement& onElement) {
         }
         return true;
     }
-    for (const JsonValue& element : document_.Get()[kContent.data()].GetArray()) {
-        ListMembers(element, elementMembers_);
-        if (!onElement(Document(), {elementMembers_.data(), elementMembers_.size()})) {
-            return false;
-        }
+    const JsonValue& content = document_.Get()[kContent.data()];
+    const JsonValue& elements = nest_ ? *FindNest(content) : content;
+    if (elements.IsObject()) {
+        return TellElement(elements, onElement);
     }
-    return true;
+    const auto list = elements.GetArray();
+    return std::all_of(list.begin(), list.end(),
+                       [&](const JsonValue& element) { return TellElement(element, onElement); });
 }
 
 }  // namespace zarn

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +15,10 @@ class EventLine {
 public:
     enum class Content { Missing, NoArray, Array };
 
+    EventLine() = default;
+    // For documents whose objects lie in a nest.
+    explicit EventLine(const EventNest& nest) : nest_(nest) {}
+
     // Takes the next line; what was taken from the one before is lost. False if it is no JSON.
     [[nodiscard]] bool Read(std::string_view line);
 
@@ -22,8 +27,11 @@ public:
     // What its member `content` is, the first of that name.
     [[nodiscard]] Content ContentKind() const { return content_; }
 
-    // Calls `onElement` for the elements of `content`, an array, until it gives false, which is the
-    // result then.
+    // Whether the nest is where it should be.
+    [[nodiscard]] bool HasNest() const { return hasNest_; }
+
+    // Calls `onElement` for the elements of `content`, an array, or for the objects of the nest,
+    // until it gives false, which is the result then.
     [[nodiscard]] bool TellElements(const OnEventElement& onElement);
 
 private:
@@ -34,12 +42,21 @@ private:
     };
 
     // A plain line: {"name":"text",...} with one "content":[{"name":"text",...},...] among them, no
-    // space, no escape, no control byte, no other type. False, with nothing taken, for any other.
+    // space, no escape, no control byte, no other type. With a nest, `content` holds nothing else:
+    // "content":[{"nest":{"name":"text",...}}]. False, with nothing taken, for any other.
     bool ReadPlain(std::string_view line);
     bool ScanObject(Scan& scan, std::vector<EventMember>& members, bool mayHaveContent);
     bool ScanContent(Scan& scan);
+    bool ScanNest(Scan& scan);
+    bool ScanElements(Scan& scan);
+    bool ScanElement(Scan& scan);
     bool ReadJson(std::string_view line);
+    // Where in `content` of a document the nest lies; nullptr if it does not.
+    [[nodiscard]] const JsonValue* FindNest(const JsonValue& content) const;
+    bool TellElement(const JsonValue& element, const OnEventElement& onElement);
 
+    std::optional<EventNest> nest_;
+    bool hasNest_ = false;
     std::vector<EventMember> members_;
     Content content_ = Content::Missing;
     bool isPlain_ = false;

@@ -6,6 +6,7 @@
 
 #include "foundation/json.h"
 #include "tests/support/manager_texts.h"
+#include "tests/support/mem_lines.h"
 #include "tests/system/support/recorded_tools.h"
 
 // Every configuration of docs/examples that needs no board is run as a user would run it.
@@ -30,6 +31,16 @@ protected:
         const fs::path target = sandbox.UsrDir() + directory.substr(9);
         fs::create_directories(target.parent_path().parent_path());
         fs::rename(sandbox.RunDir(), target.parent_path());
+        AddMemory(directory.substr(9));
+    }
+
+    // The documents that a collection of the memory leaves in a tree below /opt/usr/.
+    void AddMemory(const std::string& tree) {
+        const std::string time = "20240101120000000";
+        sandbox.Write(tree + "json/soc_gea_memory_info_1_" + time + ".data", MemSystemLine(time));
+        sandbox.Write(tree + "json/soc_gea_process_mem_rawdata_info_1_" + time + ".data",
+                      MemProcessLine(time, {{"9", "planner_node", {}}}));
+        fs::create_directories(sandbox.UsrDir() + tree + "raw_data/mem");
     }
 
     // The trees of earlier runs that the configuration names.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/command_runner.h"
+#include "tests/support/mem_lines.h"
 #include "tests/support/temp_dir.h"
 #include "tests/system/support/programs.h"
 #include "tests/system/support/sandbox.h"
@@ -29,6 +30,10 @@ const std::vector<std::string> kCpuCalls = {"close",   "localtime", "mkdir", "op
 const std::vector<std::string> kDdrCalls = {"close", "device_get", "device_set", "localtime",
                                             "mkdir", "open",       "opendir",    "read",
                                             "spawn", "truncate",   "write"};
+const std::vector<std::string> kMemCalls = {"close",   "localtime", "mkdir",    "open",
+                                            "opendir", "read",      "truncate", "write"};
+const std::vector<std::string> kMemBoardCalls = {
+    "close", "localtime", "mkdir", "open", "pipe", "opendir", "read", "spawn", "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],
@@ -46,6 +51,26 @@ constexpr const char* kDdrConfig = R"({"ManagerParam": {"parallelCollectMode": [
     "DdrCollector": {"job": ["global"], "count": 2, "interval": 1},
     "DdrAnalyzer": {"job": ["global"]}, "DdrComparator": {"job": ["global"]}})";
 
+// On the documents of an earlier collection.
+constexpr const char* kMemConfig =
+    R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [],
+    "analyzeMode": ["MemAnalyzer"], "optimizeMode": [],
+    "compareMode": {"comparatorName": ["MemComparator"], "versionMap": {"v": "/opt/usr/old/"}},
+    "historyDataPath": "/opt/usr/old/"},
+    "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
+    "system_field": "used", "process_field": "PSS", "process": []},
+    "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["app"]}})";
+
+// On the board, from the collection on.
+constexpr const char* kMemBoardConfig = R"({"ManagerParam": {"parallelCollectMode": [],
+    "collectMode": ["MemCollector"], "analyzeMode": ["MemAnalyzer"], "optimizeMode": [],
+    "compareMode": {"comparatorName": ["MemComparator"], "versionMap": {"v": "/opt/usr/"}}},
+    "MemCollector": {"job": ["system_mem", "process_mem"], "count": 1, "interval": 1,
+    "process": ["logger"]},
+    "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
+    "system_field": "used", "process_field": "USS", "process": []},
+    "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["logger"]}})";
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -53,11 +78,7 @@ void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     EXPECT_THAT(out, HasSubstr(", 0 runs at fault\n"));
 }
 
-void WalkCpu(const std::vector<std::string>& more) {
-    Sandbox sandbox;
-    sandbox.ToolPrinting("top", ReadText(DataPath("top-4.0.2/two_cores.txt")));
-    sandbox.ToolPrinting("ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
-    sandbox.Write("config.json", kCpuConfig);
+void WalkIn(Sandbox& sandbox, const std::vector<std::string>& more) {
     std::vector<std::string> command{kWalk, ProgramPath(), kPreload, kJudge,
                                      "/opt/usr/config.json"};
     command.insert(command.end(), more.begin(), more.end());
@@ -65,10 +86,32 @@ void WalkCpu(const std::vector<std::string>& more) {
     ExpectNothingAtFault(run.out, run.Succeeded());
 }
 
+void WalkCpu(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    sandbox.ToolPrinting("top", ReadText(DataPath("top-4.0.2/two_cores.txt")));
+    sandbox.ToolPrinting("ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
+    sandbox.Write("config.json", kCpuConfig);
+    WalkIn(sandbox, more);
+}
+
+void WalkMem() {
+    Sandbox sandbox;
+    const MemRow app = {"9", "app", {}};
+    sandbox.Write("old/json/soc_gea_memory_info_1_1.data", MemSystemLines("used", {"9", "5"}));
+    sandbox.Write("old/raw_data/mem/soc_gea_process_mem_rawdata_info_1_1.data",
+                  MemProcessLines(app, "PSS", {"9K", "5K"}));
+    sandbox.Write("old/json/soc_gea_process_mem_rawdata_info_1_1.data",
+                  MemProcessLines(app, "PSS", {"9K", "5K"}));
+    sandbox.Write("old/env_info/time_cost.log", "");
+    sandbox.Write("config.json", kMemConfig);
+    WalkIn(sandbox, kMemCalls);
+}
+
 // On the virtual board, whose settings stay from run to run.
-void WalkDdr(const std::vector<std::string>& more) {
+void WalkOnBoard(const std::string& scenario, const char* config,
+                 const std::vector<std::string>& more) {
     const TempDir directory;
-    directory.Write("usr/config.json", kDdrConfig);
+    directory.Write("usr/config.json", config);
     std::string words;
     for (const std::string& word : more) {
         words += " " + word;
@@ -77,10 +120,19 @@ void WalkDdr(const std::vector<std::string>& more) {
     ASSERT_TRUE(SystemCommandRunner().Capture(
         "cd '" + directory.Path() +
             "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " + BoardLauncher() +
-            " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" + kPreload +
-            "' '" + kJudge + "' /opt/usr/config.json" + words + " && echo done",
+            " --scenario " + scenario + " --board board --opt-usr usr -- '" + kWalk + "' '" +
+            ProgramPath() + "' '" + kPreload + "' '" + kJudge + "' /opt/usr/config.json" + words +
+            " && echo done",
         out));
     ExpectNothingAtFault(out, out.find("\ndone\n") != std::string::npos);
+}
+
+void WalkDdr(const std::vector<std::string>& more) {
+    WalkOnBoard("camera_pipeline", kDdrConfig, more);
+}
+
+void WalkMemOnBoard(const std::vector<std::string>& more) {
+    WalkOnBoard("memory_leak", kMemBoardConfig, more);
 }
 
 TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
@@ -91,12 +143,24 @@ TEST(FaultInjection, ACpuRunIsInterruptedAtRandomCalls) {
     WalkCpu(kInterrupts);
 }
 
+TEST(FaultInjection, EveryCallOfAMemoryAnalysisFailsInTurn) {
+    WalkMem();
+}
+
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
     WalkDdr(kDdrCalls);
 }
 
 TEST(FaultInjection, ADdrRunIsInterruptedAtRandomCalls) {
     WalkDdr(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfAMemRunFailsInTurn) {
+    WalkMemOnBoard(kMemBoardCalls);
+}
+
+TEST(FaultInjection, AMemRunIsInterruptedAtRandomCalls) {
+    WalkMemOnBoard(kInterrupts);
 }
 
 }  // namespace

@@ -34,15 +34,6 @@ TEST(BandwidthTable, HasARowPerMonitoredPartitionInTheMonitorsOrder) {
                   "     5|              0|           0|           51|        1\n");
 }
 
-TEST(SharePoolText, NamesTheProcessInItsTable) {
-    EXPECT_EQ(
-        SharePoolText(77),
-        "Spg total num: 1. Spa total num: 2. Total size: 2048 KB.\n\n"
-        "PID      Group_ID SP_ALLOC SP_K     SP_R     VIRT     RES      Shm      PROT COMMAND\n"
-        "77       1        1024     1024     0        4096     2048     512      RW   "
-        "zarn-board-serv\n");
-}
-
 TEST(BufferGroupsText, CountsItsGroups) {
     EXPECT_EQ(BufferGroupsText(77),
               "task pid 77 group cnt: 2\n"

@@ -27,6 +27,17 @@ TEST(BoardEntry, IsBelowProcOneOfTheBoards) {
     }
 }
 
+TEST(BoardEntry, MayBeAMemoryFileThatTheMachineHasToo) {
+    for (const char* name : {"meminfo", "slabinfo", "vmallocinfo"}) {
+        const std::string path = std::string("/proc/") + name;
+        EXPECT_EQ(PlaceFor(path), "/etc/zarn-board/files" + path);
+        EXPECT_TRUE(MayBeTheMachines(BoardEntry(path.c_str())));
+    }
+    EXPECT_FALSE(MayBeTheMachines(BoardEntry("/proc/qos")));
+    EXPECT_FALSE(MayBeTheMachines(BoardEntry("/proc/17/sp_group")));
+    EXPECT_EQ(PlaceFor("/proc/17/meminfo") + PlaceFor("/proc/meminfos"), "");
+}
+
 TEST(BoardEntry, IsNothingThatTheMachineHas) {
     for (const char* path :
          {"", "/", "proc/qos", "/proc", "/proc/", "/procs/qos", "/proc/qosx", "/proc/17",

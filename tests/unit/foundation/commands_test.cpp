@@ -41,6 +41,19 @@ TEST(ExecuteCommand, SaysThatACommandCannotBeStarted) {
     EXPECT_EQ(output, "");
 }
 
+TEST(StreamCommand, HandsOutputOnOrSaysThatACommandCannotBeStarted) {
+    FakeRunner runner;
+    runner.On("tool", "output\n").Refuse("no such");
+    std::string output;
+    const auto take = [&output](std::string_view piece) { output += piece; };
+    EXPECT_TRUE(StreamCommand("tool", take, runner));
+    const Captured captured =
+        Capture([&] { EXPECT_FALSE(StreamCommand("no such", take, runner)); });
+    EXPECT_EQ(captured.err, "[zarn_utils] Failed to popen command!\n");
+    EXPECT_EQ(captured.out, "");
+    EXPECT_EQ(output, "output\n");
+}
+
 TEST(ExecuteCommandLines, SaysThatACommandCannotBeStarted) {
     FakeRunner runner;
     runner.Refuse("tool");

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -203,6 +202,48 @@ TEST_F(AppendFileTest, AFullDiskTakesTheWholeTextOrNothing) {
         EXPECT_EQ(AppendFile(path, "4"), FileResult::Failed);
     }
     EXPECT_EQ(ReadBack(path), "one\nthree\n");
+}
+
+using FileAppenderTest = FilesTest;
+
+TEST_F(FileAppenderTest, KeepsAllPiecesOrNone) {
+    const std::string path = directory_.Write("file", "one\n");
+    {
+        FileAppender dropped(path);
+        dropped.Append("two\n");
+        dropped.Append("three\n");
+        EXPECT_EQ(ReadBack(path), "one\ntwo\nthree\n");
+    }
+    EXPECT_EQ(ReadBack(path), "one\n");
+    FileAppender kept(path);
+    kept.Append("2");
+    kept.Append("");
+    kept.Append("\n");
+    EXPECT_EQ(kept.Keep(), FileResult::Ok);
+    EXPECT_EQ(ReadBack(path), "one\n2\n");
+    EXPECT_EQ(kept.Keep(), FileResult::CannotOpen);
+}
+
+TEST_F(FileAppenderTest, APieceThatFindsNoSpaceTakesTheOthersWithIt) {
+    const std::string path = directory_.Write("file", "one\n");
+    {
+        const test::ScopedFileSizeLimit limit(10);
+        FileAppender file(path);
+        file.Append("two\n");
+        file.Append("three\n");
+        file.Append("4");
+        EXPECT_EQ(file.Keep(), FileResult::Failed);
+        FileAppender later(path);
+        later.Append("five\n");
+        EXPECT_EQ(later.Keep(), FileResult::Ok);
+    }
+    EXPECT_EQ(ReadBack(path), "one\nfive\n");
+}
+
+TEST_F(FileAppenderTest, OpensRegularFilesOnly) {
+    FileAppender file(directory_.Path());
+    file.Append("text");
+    EXPECT_EQ(file.Keep(), FileResult::CannotOpen);
 }
 
 std::vector<std::string> Lines(std::string_view text) {

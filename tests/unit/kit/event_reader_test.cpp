@@ -66,6 +66,22 @@ std::string Whole(EventLine& line, const std::string& text) {
     return whole;
 }
 
+// The same of a line with a nest.
+std::string WholeNest(EventLine& line, const std::string& text) {
+    if (!line.Read(text)) {
+        return "no JSON";
+    }
+    std::string whole = Shown(line.Document());
+    whole += line.HasNest() ? " nest" : " none";
+    if (line.HasNest()) {
+        EXPECT_TRUE(line.TellElements([&whole](const auto& /*event*/, const auto& element) {
+            whole += " |" + Shown(element);
+            return true;
+        }));
+    }
+    return whole;
+}
+
 TEST(EventLines, EveryElementOfEveryLineIsTold) {
     const Reading reading = Read(
         "{\"time\":\"a\",\"content\":[{\"x\":\"2\",\"y\":\"\"},{\"x\":\"3\"}]}\n"
@@ -119,37 +135,140 @@ TEST(EventLines, ALineMayBeHugeOrDeep) {
     EXPECT_TRUE(Read("{\"time\":\"" + text + "\",\"content\":[\"" + text + "\"]}\n").good);
 }
 
+// Changes a few bytes of a line that is no shorter than 40.
+void Change(std::mt19937_64& random, std::string& line) {
+    const std::string bytes = "\"\\{}[]:,x0 \t\x01\x7f\xc3";
+    for (std::uint64_t changes = random() % 3; changes > 0; --changes) {
+        const std::size_t at = random() % line.size();
+        const char byte = bytes[random() % bytes.size()];
+        switch (random() % 4) {
+            case 0:
+                line[at] = byte;
+                break;
+            case 1:
+                line.insert(at, 1, byte);
+                break;
+            case 2:
+                line.erase(at, 1 + random() % 3);
+                break;
+            default:
+                line.insert(at, line.substr(random() % line.size(), random() % 40));
+        }
+    }
+}
+
 // Whatever a mission's line is turned into, the plain reading and the JSON library agree: a blank
 // in front of a line sends it to the library.
 TEST(EventLines, PlainLinesAreReadAsTheLibraryReadsThem) {
     const std::string line =
         R"({"objectId":"o","time":"20230101120000001","content":[{"cpu":"1.5","total":"2"},)"
         R"({"cpu":"3"}],"last":"\u00e9"})";
-    const std::string bytes = "\"\\{}[]:,x0 \t\x01\x7f\xc3";
     std::mt19937_64 random(20240101);
     for (int i = 0; i < 20000; ++i) {
         std::string changed = random() % 2 == 0 ? line : line.substr(0, line.size() - 16) + "}";
-        for (std::uint64_t changes = random() % 3; changes > 0; --changes) {
-            const std::size_t at = random() % changed.size();
-            const char byte = bytes[random() % bytes.size()];
-            switch (random() % 4) {
-                case 0:
-                    changed[at] = byte;
-                    break;
-                case 1:
-                    changed.insert(at, 1, byte);
-                    break;
-                case 2:
-                    changed.erase(at, 1 + random() % 3);
-                    break;
-                default:
-                    changed.insert(at, changed.substr(random() % changed.size(), random() % 40));
-            }
-        }
+        Change(random, changed);
         EventLine plain;
         EventLine library;
         ASSERT_EQ(Whole(plain, changed), Whole(library, " " + changed)) << changed;
     }
+}
+
+TEST(EventNests, PlainLinesAreReadAsTheLibraryReadsThem) {
+    const std::string list =
+        R"({"time":"20230101120000001","content":[{"in":[{"a":"1","b":"2K"},{"a":"3"}]}]})";
+    const std::string single =
+        R"({"content":[{"in":{"a":"1","b":"2","c":"x"}}],"time":"20230101120000001"})";
+    std::mt19937_64 random(20240102);
+    for (int i = 0; i < 20000; ++i) {
+        const bool isArray = random() % 2 == 0;
+        std::string changed = random() % 2 == 0 ? list : single;
+        Change(random, changed);
+        const EventNest nest = {"in", isArray};
+        EventLine plain(nest);
+        EventLine library(nest);
+        ASSERT_EQ(WholeNest(plain, changed), WholeNest(library, " " + changed)) << changed;
+    }
+}
+
+// What is told of the lines of a text, and the words of the one that cannot be read.
+Reading ReadNests(const std::string& text, const EventNest& nest) {
+    Reading reading;
+    LineCursor cursor(text);
+    const EventNestWords words = {"bad json", "lacks", "no nest"};
+    const OnEventNest take = [&](const EventObject& event, const TellObjects& objects) {
+        const auto time = RequireText(*event.Find("time"));
+        return objects([&](const EventObject& object) {
+            reading.told.push_back(std::string(time) + Shown(object));
+            return object.Find("stop") == nullptr;
+        });
+    };
+    reading.err = test::Capture([&] {
+                      reading.good = ReadEventNests(LinesOf(cursor), nest, words, {"time"}, take);
+                  }).err;
+    return reading;
+}
+
+constexpr EventNest kListNest = {"in", true};
+constexpr EventNest kObjectNest = {"in", false};
+
+TEST(EventNests, EveryObjectOfEveryLineIsTold) {
+    const Reading list = ReadNests(
+        "{\"time\":\"a\",\"content\":[{\"in\":[{\"x\":\"1\"},{\"x\":\"2\"}]}]}\n"
+        "{\"time\":\"b\",\"content\":[{\"in\":[]}]}\n"
+        "{\"content\":[{\"y\":1,\"in\":[{},3,{\"x\":4}]},{\"in\":[{\"z\":\"5\"}]}],\"time\":\"c\"}",
+        kListNest);
+    EXPECT_TRUE(list.good);
+    EXPECT_THAT(list.told, ElementsAre("a x=1", "a x=2", "c", "c", "c x=-"));
+    const Reading single = ReadNests(
+        "{\"time\":\"a\",\"content\":[{\"in\":{\"x\":\"1\",\"y\":\"\"}}]}\n"
+        "{\"time\":\"b\",\"content\":[{\"in\":{}}]}\n",
+        kObjectNest);
+    EXPECT_TRUE(single.good);
+    EXPECT_THAT(single.told, ElementsAre("a x=1 y=", "b"));
+}
+
+TEST(EventNests, TheFirstLineThatCannotBeReadEndsTheReading) {
+    struct Row {
+        const char* line;
+        const char* words;
+    };
+    const Row rows[] = {
+        {"", "bad json\n"},
+        {R"({"time":"b","content":[{"in":[]}])", "bad json\n"},
+        {"[1]", "lacks\n"},
+        {R"({"time":"b"})", "lacks\n"},
+        {R"({"content":[{"in":[]}]})", "lacks\n"},
+        {R"({"time":"b","content":{"in":[]}})", "no nest\n"},
+        {R"({"time":"b","content":[]})", "no nest\n"},
+        {R"({"time":"b","content":[[]]})", "no nest\n"},
+        {R"({"time":"b","content":[{},{"in":[]}]})", "no nest\n"},
+        {R"({"time":"b","content":[{"in":{"x":"1"}}]})", "no nest\n"},
+        {R"({"time":"b","content":[{"in":[{"stop":"1"}]}]})", ""},
+    };
+    const std::string good = R"({"time":"a","content":[{"in":[{"x":"1"}]}]})"
+                             "\n";
+    for (const Row& row : rows) {
+        const Reading reading = ReadNests(good + row.line + "\n" + good, kListNest);
+        EXPECT_FALSE(reading.good) << row.line;
+        EXPECT_EQ(reading.err, row.words) << row.line;
+        EXPECT_EQ(reading.told.size(), row.words[0] == '\0' ? 2U : 1U) << row.line;
+    }
+    EXPECT_EQ(ReadNests(good, kObjectNest).err, "no nest\n");
+}
+
+TEST(EventNests, ALineMayBeLong) {
+    std::string text = R"({"time":"a","content":[{"in":[{"x":"0"})";
+    for (int i = 1; i < 200000; ++i) {
+        text += R"(,{"x":"0"})";
+    }
+    const Reading reading = ReadNests(text + "]}]}\n", kListNest);
+    EXPECT_TRUE(reading.good);
+    EXPECT_EQ(reading.told.size(), 200000U);
+}
+
+TEST(RequireTextDeathTest, AMemberThatIsNoTextEndsTheProcess) {
+    EXPECT_EQ(RequireText({"x", "text", true}), "text");
+    EXPECT_DEATH((void)RequireText({"x", "", false}), "JSON assertion `member.isText' failed");
 }
 
 // The members a, b and c of an object, "-" for one that is missing, "?" for one that is no text.

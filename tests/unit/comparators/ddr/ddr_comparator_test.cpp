@@ -2,20 +2,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "tests/support/captured_streams.h"
 #include "tests/support/ddr_lines.h"
 #include "tests/support/key_check.h"
+#include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/unresolvable_folder.h"
@@ -336,28 +334,20 @@ TEST_F(DdrComparatorTest, ADirectoryThatCannotBeMadeEndsTheFirstStep) {
                                        "[DdrComparator] Failed to initialize file path!\n"));
 }
 
-class DdrComparatorDeathTest : public DdrComparatorTest {
-protected:
-    // Ends the process, with 0 if the comparison failed.
-    [[noreturn]] void RunBelowALimitOfMemory() {
-        const rlimit limit{rlim_t{1} << 28, rlim_t{1} << 28};
-        ::setrlimit(RLIMIT_AS, &limit);
-        RunUncaptured();
-        std::exit(result ? 1 : 0);
-    }
-};
+using DdrComparatorDeathTest = DdrComparatorTest;
 
 TEST_F(DdrComparatorDeathTest, AVersionBeyondMemoryFailsTheComparison) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer's shadow does not fit below a limit of address space";
-#endif
-    if (!std::string_view(ZARN_EMULATOR).empty()) {
-        GTEST_SKIP() << "an emulator of another processor knows no limit of memory";
+    if (!WhyNoMemoryLimit().empty()) {
+        GTEST_SKIP() << WhyNoMemoryLimit();
     }
     AddVersion("v", {{kQos, ""}});
     ASSERT_EQ(::truncate((JsonDir("v") + kQos + "1.data").c_str(), off_t{1} << 33), 0);
     EXPECT_EXIT(
-        RunBelowALimitOfMemory(), testing::ExitedWithCode(0),
+        ExitBelowAMemoryLimit([this] {
+            RunUncaptured();
+            return !result;
+        }),
+        testing::ExitedWithCode(0),
         testing::StrEq("[DdrComparator] Failed to compare ddr using info! \n"
                        "[DdrComparator] Failed to compare the ddr using info between selected "
                        "versions!\n"));

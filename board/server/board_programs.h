@@ -1,0 +1,44 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "board/state/board_state.h"
+
+namespace zarn::board {
+
+// The processes of the board's programs and the files about their memory. The processes end with
+// the object, and with this process.
+class RunningPrograms {
+public:
+    RunningPrograms() = default;
+    RunningPrograms(const RunningPrograms&) = delete;
+    RunningPrograms& operator=(const RunningPrograms&) = delete;
+    ~RunningPrograms();
+
+    // Starts them and waits until each has the memory of its plan. False if one cannot be started.
+    [[nodiscard]] bool Start(const BoardState& state);
+
+    // Lays the memory files below `files`: the share pool, and the system's memory if the scenario
+    // settles it.
+    [[nodiscard]] bool LayFiles(const BoardState& state, const std::string& files);
+
+    // Writes them anew for a moment, those that change.
+    [[nodiscard]] bool WriteFiles(const BoardState& state, std::uint64_t timeMs);
+
+private:
+    [[nodiscard]] bool Write(const std::string& name, const std::string& text);
+
+    std::vector<pid_t> pids_;
+    std::string files_;
+    std::map<std::string, std::string> written_;  // by the name below files_
+};
+
+// Puts a file in the place of another in one step, so that a reader never sees a part of it.
+[[nodiscard]] bool ReplaceFile(const std::string& path, const std::string& text);
+
+}  // namespace zarn::board

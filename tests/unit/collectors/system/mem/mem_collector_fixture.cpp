@@ -1,0 +1,76 @@
+#include "tests/unit/collectors/system/mem/mem_collector_fixture.h"
+
+#include <filesystem>
+#include <sstream>
+
+namespace zarn::test {
+
+MemCollectorTest::MemCollectorTest() {
+    std::filesystem::create_directories(dir.Path() + "json");
+    std::filesystem::create_directories(dir.Path() + "env_info");
+}
+
+void MemCollectorTest::AddProcess(const std::string& pid, const std::string& pss,
+                                  const std::string& name) {
+    runner.On("grep Name -s /proc/" + pid + "/status", name + "\n")
+        .On("-s /proc/" + pid + "/status", name + "\n64\n100\n200\n300\n400\n500\n600\n7\n")
+        .On("cat /proc/" + pid + "/smaps ", "mappings of " + pid + "\n")
+        .On("-s /proc/" + pid + "/smaps |", pss + "\n");
+}
+
+void MemCollectorTest::AnswerAsMachine() {
+    runner.On("grep Pss -s /proc/[1-9]*/smaps", "1000\n")
+        .On("grep PageTables", "200\n4\n")
+        .On("/proc/slabinfo", "1.23457e+06\n")
+        .On("grep Hugetlb", "0\n")
+        .On("/proc/vmallocinfo", "27168.9\n")
+        .On("grep KernelStack", "9512\n");
+    for (int column = 2; column <= 7; ++column) {
+        runner.On("{used+=$" + std::to_string(column) + "}", std::to_string(column * 100) + "\n");
+    }
+    runner.On("free -k", "total used\nMem: 1 2\n")
+        .On("grep 'Spa", "Spa_total_num 1.\n")
+        .On("grep -A 1000", "PID Group_ID\n11 1 512 0 512 900 800 8 RW\n-- guard --\n")
+        .On("grep Name -s /proc/11/status", "node\n")
+        .On("ps -ef", "PID\n11\n");
+}
+
+Captured MemCollectorTest::Run(const std::string& jobs, const std::string& process, unsigned count,
+                               unsigned interval) {
+    AnswerAsMachine();
+    host.ticks = 0;  // the files bear the same time in each run
+    JsonDocument config;
+    EXPECT_TRUE(ParseJson(R"({"MemCollector":{"job":)" + jobs + R"(,"process":)" + process +
+                              R"(,"count":)" + std::to_string(count) + R"(,"interval":)" +
+                              std::to_string(interval) + "}}",
+                          config));
+    MemCollector collector(MemCollector::kName, host.Get());
+    return Capture([&] {
+        EXPECT_TRUE(collector.CheckOptions(config, "collector"));
+        result = collector.Start(config, dir.Path(), &stopFlag);
+    });
+}
+
+std::string MemCollectorTest::TextOrNothing(const std::string& path) const {
+    return std::filesystem::exists(path) ? ReadText(path) : std::string();
+}
+
+std::string MemCollectorTest::Log(const std::string& name) const {
+    return TextOrNothing(dir.Path() + "raw_data/mem/" + name + "_1_" + kStart + ".log");
+}
+
+std::string MemCollectorTest::Documents(const std::string& name) const {
+    return TextOrNothing(dir.Path() + "json/" + name + "_1_" + kStart + ".data");
+}
+
+std::string MemCollectorTest::LogRow(const std::string& cells) {
+    std::istringstream words(cells);
+    std::string row;
+    for (std::string cell; words >> cell;) {
+        cell.resize(cell.size() < 12 ? 12 : cell.size() + 1, ' ');
+        row += cell;
+    }
+    return row + "\n";
+}
+
+}  // namespace zarn::test
