@@ -6,11 +6,14 @@
 add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:--build-id=sha1)
 
 # No path of the checkout stands in debug information, on which the build's id depends. A compiler cache hands the
-# compiler paths relative to the build folder. Of several maps that fit, the compiler takes the last.
-file(RELATIVE_PATH source_from_build ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
-string(REGEX REPLACE "/$" "" source_from_build "${source_from_build}")
-add_compile_options(-ffile-prefix-map=${source_from_build}=. -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
-                    -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
+# compiler paths relative to the build folder. Of several maps that fit, the compiler takes the last. Counters of coverage
+# need the files' own names: those of the build folder and of the checkout have no folder in common under the mapped ones.
+if(NOT ZARN_COVERAGE)
+  file(RELATIVE_PATH source_from_build ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+  string(REGEX REPLACE "/$" "" source_from_build "${source_from_build}")
+  add_compile_options(-ffile-prefix-map=${source_from_build}=. -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
+                      -ffile-prefix-map=${PROJECT_BINARY_DIR}/=)
+endif()
 
 # zarn_fortify(target): lengths given to the C library are checked where the compiler knows the buffer's size. Only
 # optimised code can be checked; the sanitizers check more, and do not see through the checking calls.

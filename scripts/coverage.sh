@@ -19,7 +19,13 @@ gcovr_options=(--root . --object-directory build/asan --exclude-throw-branches -
                -j "$(nproc)")
 say "Coverage of all production code"
 gcovr "${gcovr_options[@]}" --exclude 'tests/.*' --exclude 'benchmarks/.*' --exclude 'fuzz/.*' \
-    --json build/coverage/all.json --html-details build/coverage/index.html --print-summary >/dev/null
+    --json build/coverage/all.json --html-details build/coverage/index.html --print-summary \
+    >/dev/null 2>build/coverage/complaints
+# A source whose counters cannot be read would only be missing.
+if grep -q 'GCOV produced' build/coverage/complaints; then
+    cat build/coverage/complaints >&2
+    exit 1
+fi
 gcovr --root . --add-tracefile build/coverage/all.json | tail -n 4
 gcovr --root . --add-tracefile build/coverage/all.json --branches | tail -n 4
 say "Coverage of the pure functions"
