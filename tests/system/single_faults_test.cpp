@@ -2,8 +2,8 @@
 
 #include <set>
 
-#include "tests/system/support/sandbox.h"
 #include "tests/support/manager_texts.h"
+#include "tests/system/support/sandbox.h"
 
 // What the program says of one call that fails, where nothing but such a fault makes it say so.
 namespace zarn::test {

@@ -76,8 +76,8 @@ public:
         const char* walk = std::getenv("ZARN_WALK");
         all_ = walk != nullptr && std::string_view(walk) == "all";
         const char* chosen = std::getenv("ZARN_WALK_SEED");
-        const auto seed = chosen != nullptr ? static_cast<unsigned>(std::stoul(chosen))
-                                            : std::random_device()();
+        const auto seed =
+            chosen != nullptr ? static_cast<unsigned>(std::stoul(chosen)) : std::random_device()();
         random_.seed(seed);
         std::printf("%s, ZARN_WALK_SEED=%u\n", all_ ? "all faults" : "a sample", seed);
     }

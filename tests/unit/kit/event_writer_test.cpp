@@ -43,10 +43,11 @@ TEST(EventWriterTest, WritesMembersAndValuesInTheOrderOfTheCalls) {
     events.EndObject();
     events.EndArray();
     events.End();
-    EXPECT_EQ(events.Lines(),
-              R"({"eventId":"1\"2","content":[{},{"half":"0.500000","many":[-1,4294967296,1.5,null,)"
-              R"("t","33.333333",[]],"a\tkey":""}]})"
-              "\n");
+    EXPECT_EQ(
+        events.Lines(),
+        R"({"eventId":"1\"2","content":[{},{"half":"0.500000","many":[-1,4294967296,1.5,null,)"
+        R"("t","33.333333",[]],"a\tkey":""}]})"
+        "\n");
 }
 
 TEST(EventWriterTest, WhatIsDroppedIsNoDocument) {
