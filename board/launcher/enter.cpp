@@ -124,9 +124,15 @@ int BecomeTracer(const BoardPlaces& places, const Installation& installation,
     KeepOpen(lines.life, true);
     KeepOpen(lines.command, true);
     ::setenv("PROOT_TMP_DIR", places.scratch.c_str(), 1);
-    // At this signal it kills whom it traces, and ends. Were it killed itself, they would run on in
-    // the middle of a system call, and crash, until the guard kills them.
-    ::prctl(PR_SET_PDEATHSIG, SIGQUIT);
+    // At this signal, which no terminal sends, it kills whom it traces, and ends. Were it killed
+    // itself, they would run on in the middle of a system call, and crash, until the guard kills
+    // them.
+    ::prctl(PR_SET_PDEATHSIG, SIGABRT);
+    ::signal(SIGABRT, SIG_DFL);
+    sigset_t abortion;
+    ::sigemptyset(&abortion);
+    ::sigaddset(&abortion, SIGABRT);
+    ::sigprocmask(SIG_UNBLOCK, &abortion, nullptr);
     return ::getppid() == launcher ? Become(words) : 1;
 }
 

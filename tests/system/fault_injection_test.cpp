@@ -8,6 +8,7 @@
 #include "foundation/command_runner.h"
 #include "tests/support/mem_lines.h"
 #include "tests/support/temp_dir.h"
+#include "tests/system/support/program_lock.h"
 #include "tests/system/support/programs.h"
 #include "tests/system/support/sandbox.h"
 
@@ -132,6 +133,7 @@ void WalkDdr(const std::vector<std::string>& more) {
 }
 
 void WalkMemOnBoard(const std::vector<std::string>& more) {
+    const ProgramLock lock;
     WalkOnBoard("memory_leak", kMemBoardConfig, more);
 }
 

@@ -15,6 +15,7 @@
 #include "foundation/time.h"
 #include "tests/support/manager_texts.h"
 #include "tests/support/temp_dir.h"
+#include "tests/system/support/program_lock.h"
 #include "tests/system/support/programs.h"
 
 // Memory collections on the virtual board, whose programs' memory is known: what the documents say
@@ -171,6 +172,7 @@ protected:
         return {Moment(documents[i]["happenTime"].GetString()) - begun_, end - launched_};
     }
 
+    ProgramLock lock_;
     TempDir directory_;
     std::string tree_;
     std::uint64_t launched_ = 0;
