@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "board/setup/event_plans.h"
 #include "board/setup/fault_rules.h"
 #include "board/setup/fields.h"
 #include "board/setup/program_plans.h"
@@ -159,6 +160,7 @@ std::optional<std::string> ParseScenario(std::string_view text, BoardState& stat
         ReadBuffers(fields, state.scenario.buffers);
         ReadPrograms(fields, state.scenario.programs);
         ReadMemory(fields, state.scenario.programs, state.scenario.memory);
+        ReadEventPlan(fields, state.scenario.programs, state.scenario.events);
         ReadFaultRules(fields, state.faults);
     });
 }

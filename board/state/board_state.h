@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "board/model/demand.h"
+#include "board/model/event_plan.h"
 #include "board/model/programs.h"
 #include "board/model/sharing.h"
 
@@ -75,6 +76,7 @@ struct Scenario {
     BufferLeak buffers;
     BoardPrograms programs;
     SystemMemory memory;
+    EventPlan events;
 };
 
 // The recording of buffers held too long, as it was last set.
