@@ -117,14 +117,14 @@ void ServedBoard::NoteEnd(pid_t child) {
         return;
     }
     serverLives_ = false;
-    if (TakeTableAway(folder_)) {
+    if (TakeFiguresAway(folder_)) {
         PrintError("zarn-board: the board's server has died; there is no bandwidth table any more");
     }
 }
 
 void ServedBoard::CheckHeartbeat() {
     if (serverLives_ && MsSinceBeat(*state_) > kStandsStillMs) {
-        ::unlink(TablePath(folder_).c_str());
+        RemoveFigures(folder_);
     }
 }
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <system_error>
 
+#include "board/server/event_driver.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -119,11 +120,19 @@ int OpenServerLock(const std::string& folder) {
     return ::open((folder + "/state.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
 }
 
-bool TakeTableAway(const std::string& folder) {
+void RemoveFigures(const std::string& folder) {
+    ::unlink(TablePath(folder).c_str());
+    const std::string events = EventFolder(folder + "/files");
+    for (const std::string& attribute : EventAttributes()) {
+        ::unlink((events + "/" + attribute).c_str());
+    }
+}
+
+bool TakeFiguresAway(const std::string& folder) {
     const int lock = OpenServerLock(folder);
     const bool isUnserved = lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0;
     if (isUnserved) {
-        ::unlink(TablePath(folder).c_str());
+        RemoveFigures(folder);
     }
     if (lock >= 0) {
         ::close(lock);

@@ -36,9 +36,11 @@ void RemoveBoard(const std::string& folder);
 // Where the bandwidth table is.
 [[nodiscard]] std::string TablePath(const std::string& folder);
 
-// Takes the table away if no server is at work on the board: figures that stand still are none.
-// True if it was taken.
-bool TakeTableAway(const std::string& folder);
+// Takes the table and the event scheduler's attributes away: figures that stand still are none.
+void RemoveFigures(const std::string& folder);
+
+// The same, if no server is at work on the board. True if it was done.
+bool TakeFiguresAway(const std::string& folder);
 
 // The lock that the board's serving program holds, opened; -1 with errno.
 [[nodiscard]] int OpenServerLock(const std::string& folder);

@@ -27,6 +27,9 @@ public:
     // settles it.
     [[nodiscard]] bool LayFiles(const BoardState& state, const std::string& files);
 
+    // Their processes, by the index of the program.
+    [[nodiscard]] const std::vector<pid_t>& Pids() const { return pids_; }
+
     // Writes them anew for a moment, those that change.
     [[nodiscard]] bool WriteFiles(const BoardState& state, std::uint64_t timeMs);
 

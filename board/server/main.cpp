@@ -22,6 +22,7 @@
 #include "board/server/board_files.h"
 #include "board/server/board_folder.h"
 #include "board/server/board_programs.h"
+#include "board/server/event_driver.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/numbers.h"
@@ -34,6 +35,7 @@ constexpr const char* kUsage =
     "usage: zarn-board-server create STATE SCENARIO SEED [FAULTS]\n"
     "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
     "       zarn-board-server table STATE MILLISECONDS...\n"
+    "       zarn-board-server events STATE MILLISECONDS...\n"
     "       zarn-board-server status STATE";
 
 using Arguments = std::vector<std::string>;
@@ -67,12 +69,18 @@ bool LayProcessFiles(const std::string& files) {
 }
 
 // Pauses until the time is over or the server is to end: it was told to by a signal, or nobody
-// holds the other end of its standard input any more. False in that case.
-bool GoesOn(int milliseconds) {
-    pollfd input{STDIN_FILENO, POLLIN, 0};
-    if (::poll(&input, 1, milliseconds) > 0) {
+// holds the other end of its standard input any more. False in that case. Meanwhile readers of the
+// event scheduler, if there is one, are answered.
+bool GoesOn(int milliseconds, EventDriver* events = nullptr) {
+    std::array<pollfd, 2> inputs{
+        {{STDIN_FILENO, POLLIN, 0}, {events == nullptr ? -1 : events->Wakes(), POLLIN, 0}}};
+    const bool isWoken = ::poll(inputs.data(), inputs.size(), milliseconds) > 0;
+    if (isWoken && inputs[0].revents != 0) {
         std::array<char, 64> ignored{};
         isLeft = ::read(STDIN_FILENO, ignored.data(), ignored.size()) <= 0;
+    }
+    if (isWoken && inputs[1].revents != 0) {
+        events->Answer();
     }
     return stopped == 0 && !isLeft;
 }
@@ -88,6 +96,7 @@ struct Written {
 struct ServedFiles {
     std::string folder;  // of the board
     RunningPrograms& programs;
+    EventDriver& events;
 };
 
 // Writes the files of this moment: the table, unless it is the last one and still there, and those
@@ -107,7 +116,7 @@ std::optional<Written> WriteMoment(BoardState& state, const ServedFiles& served,
         (void)Fail("cannot write " + path);
         return std::nullopt;
     }
-    if (!served.programs.WriteFiles(state, written.timeMs)) {
+    if (!served.programs.WriteFiles(state, written.timeMs) || !served.events.Refresh()) {
         (void)Fail("cannot write below " + served.folder + "/files");
         return std::nullopt;
     }
@@ -119,7 +128,8 @@ std::optional<Written> WriteMoment(BoardState& state, const ServedFiles& served,
 // to end. False after a line.
 bool KeepFiles(BoardState& state, const ServedFiles& served, Written last) {
     while (WaitForChange(state, last.generation,
-                         static_cast<std::uint32_t>(kTickMs - last.timeMs % kTickMs), GoesOn)) {
+                         static_cast<std::uint32_t>(kTickMs - last.timeMs % kTickMs),
+                         [&](int milliseconds) { return GoesOn(milliseconds, &served.events); })) {
         const auto written = WriteMoment(state, served, last.table);
         if (!written) {
             return false;
@@ -211,7 +221,8 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     if (!programs.LayFiles(*state, folder + "/files")) {
         return Fail("cannot write below " + folder + "/files");
     }
-    const ServedFiles served{folder, programs};
+    EventDriver events(*state, folder + "/files", folder + "/attribute.new", programs.Pids());
+    const ServedFiles served{folder, programs, events};
     const auto first = WriteMoment(*state, served, "");
     if (first && isFirst) {
         PrintLine("ready");
@@ -219,7 +230,7 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     }
     const bool isWell = first && KeepFiles(*state, served, *first);
     if (!isLeft) {
-        ::unlink(TablePath(folder).c_str());
+        RemoveFigures(folder);
     }
     return isWell ? 0 : 1;
 }
@@ -252,23 +263,41 @@ int ServeOnce(const Arguments& arguments) {
     return ServeIn(arguments, true);
 }
 
-int Table(const Arguments& arguments) {
+// Prints what `textOf` makes of the state, for each of the moments.
+template <typename TextOf>
+int PrintMoments(const Arguments& arguments, const TextOf& textOf) {
     BoardState* state = MapBoardState(arguments[0].c_str());
     if (state == nullptr) {
         return Fail("no board state: " + arguments[0]);
     }
-    std::string tables;
+    std::string texts;
     for (std::size_t i = 1; i < arguments.size(); ++i) {
         std::uint64_t timeMs = 0;
         if (!IsDigitString(arguments[i]) || !StringToUint64(arguments[i], timeMs)) {
             return Fail("no time in milliseconds: " + arguments[i]);
         }
-        const BoardLock lock(*state);
-        tables += "time: " + std::to_string(timeMs) + " ms\n" + BandwidthTable(*state, timeMs);
+        texts += "time: " + std::to_string(timeMs) + " ms\n" + textOf(*state, timeMs);
     }
-    tables.pop_back();
-    PrintLine(tables);
+    texts.pop_back();
+    PrintLine(texts);
     return 0;
+}
+
+int Table(const Arguments& arguments) {
+    return PrintMoments(arguments, [](BoardState& state, std::uint64_t timeMs) {
+        const BoardLock lock(state);
+        return BandwidthTable(state, timeMs);
+    });
+}
+
+int Events(const Arguments& arguments) {
+    std::optional<EventReplay> replay;
+    return PrintMoments(arguments, [&replay](BoardState& state, std::uint64_t timeMs) {
+        if (!replay) {
+            replay.emplace(state);
+        }
+        return replay->TextAt(timeMs);
+    });
 }
 
 int Status(const Arguments& arguments) {
@@ -291,11 +320,12 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 5> kCommands{{
+constexpr std::array<Command, 6> kCommands{{
     {"create", 3, 4, Create},
     {"serve", 4, 5, Serve},
     {"serve-once", 4, 5, ServeOnce},
     {"table", 2, 1000000, Table},
+    {"events", 2, 1000000, Events},
     {"status", 1, 1, Status},
 }};
 

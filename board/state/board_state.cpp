@@ -179,7 +179,7 @@ void AnnounceChange(BoardState& state) {
 }
 
 bool WaitForChange(const BoardState& state, std::uint32_t known, std::uint32_t timeoutMs,
-                   Pause goesOn) {
+                   const Pause& goesOn) {
     constexpr std::uint64_t kLookMs = 5;
     const std::uint64_t end = MonotonicNs() + timeoutMs * kNsPerMs;
     while (state.generation.load(std::memory_order_acquire) == known) {

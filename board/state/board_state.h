@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 
 #include "board/model/demand.h"
 #include "board/model/event_plan.h"
@@ -142,7 +143,9 @@ struct BoardState {
     std::uint32_t qosEnabled = 0;
     BufferRecording recording;
     std::array<std::int32_t, kMaxRegistered> registered{};  // pids; 0: free place
-    std::int32_t serverPid = 0;                 // the program that writes the board's files
+    std::int32_t serverPid = 0;  // the program that writes the board's files
+    std::array<std::int32_t, kMaxPrograms> programPids{};  // by their index, as it started them
+    std::uint64_t eventsSinceMs = 0;            // board time at which its event scheduler began
     std::atomic<std::uint64_t> heartbeatNs{0};  // monotonic clock when that program was last alive
     std::uint64_t calls = 0;                    // of the device libraries, so far
     std::uint32_t benchRuns = 0;                // runs of the stress benchmark, so far
@@ -194,8 +197,8 @@ void AnnounceChange(BoardState& state);
 // Waits until the generation is no longer `known`, at most `timeoutMs`; looks every 5 ms, and calls
 // `goesOn` instead of pausing there, which pauses for so many milliseconds and says whether to wait
 // on. False if it said no.
-using Pause = bool (*)(int milliseconds);
+using Pause = std::function<bool(int milliseconds)>;
 [[nodiscard]] bool WaitForChange(const BoardState& state, std::uint32_t known,
-                                 std::uint32_t timeoutMs, Pause goesOn);
+                                 std::uint32_t timeoutMs, const Pause& goesOn);
 
 }  // namespace zarn::board

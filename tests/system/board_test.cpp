@@ -16,7 +16,7 @@ TEST_P(Board, ItsFilesAndToolsStandWhereTheyDoOnTheRealOne) {
     const Result result = OnBoard(R"sh(
 for file in /proc/qos/bwstat/bandwidth /proc/perf/sched_log /proc/sharepool/proc_stat \
     /proc/umap/vpc /proc/umap/venc /proc/umap/vdec /sys/fs/cgroup/cpuset/AICPU/cpuset.cpus \
-    /sys/devices/virtual/event_sched/event_sched/node/proc_list \
+    /sys/devices/virtual/event_sched/event_sched/node/node_event_resource \
     /etc/qvt_version /etc/orlo-latest /etc/sys_version_tepa.conf /var/kavtrace; do
     cat $file > copy
     test -s copy || echo "empty: $file"
@@ -166,6 +166,7 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
         "usage: zarn-board-server create STATE SCENARIO SEED [FAULTS]\n"
         "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
         "       zarn-board-server table STATE MILLISECONDS...\n"
+        "       zarn-board-server events STATE MILLISECONDS...\n"
         "       zarn-board-server status STATE\n";
     EXPECT_EQ(usage, (Result{once + once, 2}));
     EXPECT_EQ(Shell("$SERVER status none; $SERVER table none 1").text,
