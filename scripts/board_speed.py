@@ -19,6 +19,8 @@ PROGRAMS = (
     ("perf bench sched pipe -l 20000", ["perf", "bench", "sched", "pipe", "-l", "20000"], 1.1),
 )
 BOARD_FILE = "/proc/umap/vpc"
+READ_EVENTS = """node=/sys/devices/virtual/event_sched/event_sched/node
+for second in 1 2 3 4 5 6 7 8 9 10 11; do cat $node/*; sleep 1; done"""
 
 
 def seconds_of(command):
@@ -56,9 +58,9 @@ def cpu_seconds(process):
     return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
-def server_share(launcher):
-    """The share of a core that the board's server takes, over nine seconds."""
-    board = subprocess.Popen([launcher, "--", "sleep", "11"], stdout=subprocess.DEVNULL)
+def server_share(command):
+    """The share of a core that the server of a board takes, over nine seconds in which a command of eleven runs."""
+    board = subprocess.Popen(command, stdout=subprocess.DEVNULL)
     time.sleep(1)
     server = subprocess.run(["pgrep", "-P", str(board.pid), "zarn-board-serv"], capture_output=True, text=True, check=True)
     before = cpu_seconds(server.stdout.strip())
@@ -95,9 +97,12 @@ def main(rounds, launcher):
         limit = " (at most 150)" if way == "namespace" else ""
         broken += way == "namespace" and whole > 150
         print(f"\nStart and end of a board by {way}: {whole:.0f} ms{limit}.")
-    share = server_share(launcher)
+    share = server_share([launcher, "--", "sleep", "11"])
     broken += share > 0.01
     print(f"\nThe server's share of a core: {share * 100:.2f} % (at most 1).")
+    share = server_share([launcher, "--scenario", "device_trouble", "--", "sh", "-c", READ_EVENTS])
+    broken += share > 0.05
+    print(f"\nThe same with 2000 events of the AI CPUs per second, all attributes read once in a second: {share * 100:.2f} % (at most 5).")
     return 1 if broken else 0
 
 
