@@ -49,6 +49,7 @@ LeasedFiles::LeasedFiles(std::string folder, std::string spare,
 LeasedFiles::~LeasedFiles() {
     for (const File& file : files_) {
         if (file.fd >= 0) {
+            ::unlink((folder_ + "/" + file.name).c_str());
             ::close(file.fd);
         }
     }

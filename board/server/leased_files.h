@@ -9,8 +9,8 @@ namespace zarn::board {
 // Files whose text is made when somebody opens them, as a driver makes that of its attributes. The
 // kernel holds an opening call until we have let go of our lease on the file; meanwhile the text
 // goes in. The next file, leased again, is in its place before that, so each reader has a text made
-// after it opened, and may read it as slowly as it likes. Our end frees all who wait:
-// they find an empty file.
+// after it opened, and may read it as slowly as it likes. Our end takes the
+// files along and frees all who wait: they find an empty one.
 //
 // Where the file system grants no leases, Refresh alone keeps the texts up to date.
 class LeasedFiles {

@@ -109,6 +109,23 @@ wait $running; echo $?; LC_ALL=C sort log)sh"));
     ExpectTidy();
 }
 
+// What is not made for the reader is written at each tick.
+TEST_P(BoardEvents, WithoutLeasesTheAttributesFollowTheTicks) {
+    directory_.Write("script", std::string(kNode) + R"sh(
+pid=$(grep ,planner, $node/proc_list | cut -d, -f1)
+first=$(grep ^publish_event_num $node/node_event_summary)
+echo $pid > $node/pid
+until grep -q "^$pid,planner,5$" $node/proc_pri && test "$(grep ^publish_event_num $node/node_event_summary)" != "$first" ||
+    test $((tries += 1)) -gt 20000; do :; done
+test $tries -gt 20000 || echo follows
+grep -r "^$pid,planner,5$" $node | sed 's/^.*://; s/[0-9]*/PID/'
+)sh");
+    EXPECT_EQ(Shell("tries=0; export tries; $WITHOUT lease $BOARD --scenario device_trouble -- sh "
+                    "./script"),
+              (Result{"follows\nPID,planner,5\n", 0}));
+    ExpectTidy();
+}
+
 TEST_P(BoardEvents, WithoutTheSectionTheSchedulerIsIdle) {
     const Result result =
         OnBoard(std::string(kNode) +

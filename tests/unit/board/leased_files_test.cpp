@@ -122,11 +122,12 @@ TEST_F(LeasedFilesTest, AFileTakenAwayIsLaidAgain) {
     EXPECT_EQ(Read("b"), "b0\n");
 }
 
-TEST_F(LeasedFilesTest, TheEndFreesWhoWaits) {
+TEST_F(LeasedFilesTest, TheEndFreesWhoWaitsAndTakesTheFilesAlong) {
     std::future<std::string> text = Reader("a");
     AwaitOpening();
     files_.reset();
     EXPECT_EQ(text.get(), "");
+    EXPECT_TRUE(std::filesystem::is_empty(directory_.Path() + "node"));
 }
 
 TEST_F(LeasedFilesTest, WithoutAFolderNoFileCanBeLaid) {
