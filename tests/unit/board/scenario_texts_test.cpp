@@ -8,6 +8,7 @@
 #include <numeric>
 #include <string>
 
+#include "board/model/event_scheduler.h"
 #include "board/model/masters.h"
 #include "board/setup/scenario_parser.h"
 #include "board/state/observation.h"
@@ -102,6 +103,85 @@ TEST(ScenarioTexts, SayWhatTheCpuIsHeldAt) {
     const Told throttled("throttled_cpu");
     EXPECT_THAT(throttled.description, HasSubstr("the CPU held at 4 GB/s"));
     EXPECT_EQ(throttled.Given({0}), std::to_string(std::lround(4.0 / kPeakGb * 100.0)));
+}
+
+// What the events of a scenario come to in a minute.
+class ToldEvents {
+public:
+    explicit ToldEvents(const std::string& name) {
+        EXPECT_FALSE(ParseScenario(
+            test::ReadText(ZARN_SOURCE_DIR "/board/scenarios/" + name + ".json"), state_));
+        const EventPlan& plan = state_.scenario.events;
+        for (std::uint32_t kind = 0; kind < plan.kindCount; ++kind) {
+            ratePerS += plan.kinds[kind].ratePerS;
+        }
+        EventScheduler scheduler(plan, 1, 0);
+        PerEventList<std::array<std::uint64_t, kMaxEventKinds>> before{};
+        for (std::uint64_t second = 1; second <= 60; ++second) {
+            scheduler.Advance(second * 1000000, [this](std::uint64_t tickMs) {
+                return ServedShare(state_, Observe(state_, tickMs), kAicDat);
+            });
+            for (std::size_t list = 0; list < kEventLists; ++list) {
+                const auto& counts = scheduler.Late(static_cast<EventList>(list)).ofKind;
+                mostInASecond = std::max(mostInASecond, Sum(counts) - Sum(before[list]));
+                before[list] = counts;
+            }
+        }
+        lateRuns = scheduler.Late(EventList::kRun).ofKind;
+        meanWaitUs = scheduler.WaitTimes().MeanUs();
+        failures = scheduler.Cores()[0].failures + scheduler.Cores()[1].failures +
+                   scheduler.Cores()[2].failures;
+    }
+
+    // The program and the number of the thread with most late runs, and their share of all.
+    [[nodiscard]] std::string Slowest() const {
+        const auto most = std::max_element(lateRuns.begin(), lateRuns.end()) - lateRuns.begin();
+        const EventPlan& plan = state_.scenario.events;
+        const EventThread& thread = plan.threads[plan.kinds[static_cast<std::size_t>(most)].thread];
+        return state_.scenario.programs.plans[plan.groups[thread.group].program].name.data() +
+               ("_" + std::to_string(thread.number));
+    }
+    [[nodiscard]] std::uint64_t LateRuns() const { return Sum(lateRuns); }
+
+    double ratePerS = 0.0;
+    std::uint64_t mostInASecond = 0;  // events over the threshold of one list
+    std::array<std::uint64_t, kMaxEventKinds> lateRuns{};
+    std::uint64_t meanWaitUs = 0;
+    std::uint64_t failures = 0;
+
+private:
+    static std::uint64_t Sum(const std::array<std::uint64_t, kMaxEventKinds>& counts) {
+        return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
+    }
+
+    BoardState state_;
+};
+
+TEST(ScenarioTexts, SayWhatTheDevicesDo) {
+    const Told healthy("device_healthy");
+    EXPECT_THAT(healthy.description, HasSubstr("An AI block with all the memory it asks for"));
+    EXPECT_EQ(healthy.Given(kAi), healthy.Asked(kAi));
+    const ToldEvents events("device_healthy");
+    EXPECT_THAT(
+        healthy.description,
+        HasSubstr("with " + std::to_string(std::lround(events.ratePerS)) + " events per second"));
+    EXPECT_LT(events.LateRuns(), 10U);
+    const Told trouble("device_trouble");
+    EXPECT_THAT(trouble.description, HasSubstr("the AI block held at 6 GB/s"));
+    EXPECT_EQ(trouble.Given(kAi), std::to_string(std::lround(6.0 / kPeakGb * 100.0)));
+    const ToldEvents late("device_trouble");
+    EXPECT_EQ(late.ratePerS, events.ratePerS);
+    EXPECT_THAT(trouble.description, HasSubstr(late.Slowest() + ", four times as slow"));
+    EXPECT_GT(late.LateRuns(), 100 * (events.LateRuns() + 1));
+    EXPECT_GT(late.meanWaitUs, 3 * events.meanWaitUs);
+    EXPECT_EQ(late.failures, 0U);
+}
+
+// Who looks once in a second misses none of them.
+TEST(ScenarioTexts, TheListsOfLateEventsHoldThoseOfASecond) {
+    for (const char* name : {"device_healthy", "device_trouble"}) {
+        EXPECT_LT(ToldEvents(name).mostInASecond, LateEvents::kKept) << name;
+    }
 }
 
 }  // namespace
