@@ -215,6 +215,8 @@ struct LateList {
     const char* name;
     const char* inTruth;
     std::size_t pid;
+    // What stands between stamp and time in the rows of the events 4, 5 and 17.
+    std::map<std::string, std::string> places;
 };
 
 class EventTextsLate : public EventTexts, public testing::WithParamInterface<LateList> {};
@@ -231,6 +233,9 @@ TEST_P(EventTextsLate, DistinctRowsAreExactlyTheEventsOverTheThreshold) {
         for (auto row = rows.begin() + 1; row != rows.end(); ++row) {
             const std::vector<std::string> fields = Pieces(*row, ',');
             ASSERT_THAT(fields, SizeIs(8)) << *row;
+            EXPECT_EQ(fields[2] + "," + fields[3] + "," + fields[4] + "," + fields[5],
+                      GetParam().places.at(fields[0]))
+                << *row;
             EXPECT_GT(std::stoull(fields[6]), std::stoull(threshold)) << *row;
             if (stamps.insert(fields[1]).second) {
                 ++counts[GetParam().inTruth + ("," + threshold) + "," + fields[GetParam().pid] +
@@ -251,11 +256,24 @@ TEST_P(EventTextsLate, DistinctRowsAreExactlyTheEventsOverTheThreshold) {
 
 INSTANTIATE_TEST_SUITE_P(
     Lists, EventTextsLate,
-    testing::Values(LateList{"node_sched_proc_abnormal", "thread_proc", 2},
-                    LateList{"node_sched_publish_in_kernel_abnormal", "kernel_proc", 3},
-                    LateList{"node_sched_publish_syscall_abnormal", "syscall_proc", 3},
-                    LateList{"node_sched_publish_subscribe_abnormal", "subs_proc", 4},
-                    LateList{"node_sched_wakeup_abnormal", "wakeup_proc", 5}),
+    testing::Values(
+        LateList{"node_sched_proc_abnormal",
+                 "thread_proc",
+                 2,
+                 {{"4", "1201,0,31,1"}, {"5", "1201,1,32,2"}, {"17", "1204,0,12,2"}}},
+        LateList{"node_sched_publish_in_kernel_abnormal", "kernel_proc", 3, {{"4", "1,1201,0,31"}}},
+        LateList{"node_sched_publish_syscall_abnormal",
+                 "syscall_proc",
+                 3,
+                 {{"5", "2,1300,1201,32"}, {"17", "2,1201,1204,12"}}},
+        LateList{"node_sched_publish_subscribe_abnormal",
+                 "subs_proc",
+                 4,
+                 {{"4", "0,1,1201,31"}, {"5", "1300,2,1201,32"}, {"17", "1201,2,1204,12"}}},
+        LateList{"node_sched_wakeup_abnormal",
+                 "wakeup_proc",
+                 5,
+                 {{"4", "0,1,31,1201"}, {"5", "1300,2,32,1201"}, {"17", "1201,2,12,1204"}}}),
     [](const auto& list) { return std::string(list.param.inTruth); });
 
 TEST_F(EventTexts, TheSlowThreadIsTheOneWithLateRuns) {

@@ -6,9 +6,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <cerrno>
+#include <chrono>
 #include <filesystem>
 #include <future>
-#include <memory>
 #include <optional>
 
 #include "tests/support/temp_dir.h"
@@ -48,15 +50,21 @@ protected:
         });
     }
 
-    void AwaitOpening() {
-        pollfd opening{files_->Wakes(), POLLIN, 0};
-        ASSERT_EQ(::poll(&opening, 1, -1), 1);
+    // Until a file is being opened, or has been without us.
+    template <typename T>
+    void AwaitOpening(const std::future<T>& opening) {
+        pollfd wakes{files_->Wakes(), POLLIN, 0};
+        while (::poll(&wakes, 1, 10) == 0) {
+            if (opening.wait_for(std::chrono::seconds(0)) == std::future_status::ready) {
+                FAIL() << "opened without an answer";
+            }
+        }
     }
 
     // What one reader gets.
     std::string Read(const std::string& name) {
         std::future<std::string> text = Reader(name);
-        AwaitOpening();
+        AwaitOpening(text);
         files_->Answer(TextOf());
         return text.get();
     }
@@ -78,7 +86,7 @@ TEST_F(LeasedFilesTest, AReaderHoldsWhatHeHasOpened) {
     std::future<int> opening = std::async(std::launch::async, [this] {
         return ::open((directory_.Path() + "node/a").c_str(), O_RDONLY | O_CLOEXEC);
     });
-    AwaitOpening();
+    AwaitOpening(opening);
     files_->Answer(TextOf());
     const int slow = opening.get();
     EXPECT_EQ(Read("a"), "a1\n");
@@ -92,7 +100,7 @@ TEST_F(LeasedFilesTest, WhoOpensAndReadsNothingDisturbsNobody) {
     std::future<void> opening = std::async(std::launch::async, [this] {
         ::close(::open((directory_.Path() + "node/a").c_str(), O_RDONLY | O_CLOEXEC));
     });
-    AwaitOpening();
+    AwaitOpening(opening);
     files_->Answer(TextOf());
     opening.get();
     EXPECT_EQ(Read("a"), "a1\n");
@@ -102,7 +110,6 @@ TEST_F(LeasedFilesTest, WhoWillNotWaitIsSentAway) {
     const std::string path = directory_.Path() + "node/a";
     EXPECT_EQ(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), -1);
     EXPECT_EQ(errno, EWOULDBLOCK);
-    AwaitOpening();
     files_->Answer(TextOf());
     EXPECT_EQ(Read("a"), "a1\n");
 }
@@ -124,7 +131,7 @@ TEST_F(LeasedFilesTest, AFileTakenAwayIsLaidAgain) {
 
 TEST_F(LeasedFilesTest, TheEndFreesWhoWaitsAndTakesTheFilesAlong) {
     std::future<std::string> text = Reader("a");
-    AwaitOpening();
+    AwaitOpening(text);
     files_.reset();
     EXPECT_EQ(text.get(), "");
     EXPECT_TRUE(std::filesystem::is_empty(directory_.Path() + "node"));
