@@ -122,9 +122,9 @@ int OpenServerLock(const std::string& folder) {
 
 void RemoveFigures(const std::string& folder) {
     ::unlink(TablePath(folder).c_str());
-    const std::string events = EventFolder(folder + "/files");
+    const fs::path events = EventFolder(folder + "/files");
     for (const std::string& attribute : EventAttributes()) {
-        ::unlink((events + "/" + attribute).c_str());
+        ::unlink((events / attribute).c_str());
     }
 }
 

@@ -109,6 +109,17 @@ wait $running; echo $?; LC_ALL=C sort log)sh"));
     ExpectTidy();
 }
 
+TEST_P(BoardEvents, AKeptBoardHasADriverWhileItIsServed) {
+    const std::string script = R"sh(
+pid=$(grep ,planner, $node/proc_list | cut -d, -f1); cat /proc/$pid/comm
+cat $node/pid; echo 7 > $node/pid
+)sh";
+    EXPECT_EQ(OnDevice(script, "--board kept"), (Result{"planner\n0\n", 0}));
+    EXPECT_EQ(Shell("ls kept/files/sys/event_sched/event_sched/node"),
+              (Result{"cpuid_in_node\nnode_id\npid\nproc_gid\n", 0}));
+    EXPECT_EQ(OnDevice(script, "--board kept"), (Result{"planner\n7\n", 0}));
+}
+
 // What is not made for the reader is written at each tick.
 TEST_P(BoardEvents, WithoutLeasesTheAttributesFollowTheTicks) {
     directory_.Write("script", std::string(kNode) + R"sh(
