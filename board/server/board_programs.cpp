@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -149,6 +150,11 @@ bool RunningPrograms::LayFiles(const BoardState& state, const std::string& files
     }
     fs::create_directories(files_ + std::to_string(::getpid()), error);
     return WriteFiles(state, BoardTimeMs(state));
+}
+
+void RunningPrograms::TellProcesses(BoardState& state) const {
+    state.programPids.fill(0);
+    std::copy(pids_.begin(), pids_.end(), state.programPids.begin());
 }
 
 bool RunningPrograms::WriteFiles(const BoardState& state, std::uint64_t timeMs) {

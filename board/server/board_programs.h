@@ -30,6 +30,9 @@ public:
     // Their processes, by the index of the program.
     [[nodiscard]] const std::vector<pid_t>& Pids() const { return pids_; }
 
+    // Tells the state which processes they are.
+    void TellProcesses(BoardState& state) const;
+
     // Writes them anew for a moment, those that change.
     [[nodiscard]] bool WriteFiles(const BoardState& state, std::uint64_t timeMs);
 

@@ -1,6 +1,5 @@
 #include "board/server/event_driver.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "board/state/observation.h"
@@ -32,9 +31,8 @@ std::uint32_t NumberIn(const std::string& path) {
     return IsDigitString(text) && StringToUint32(text, number) ? number : 0;
 }
 
-std::uint64_t StartNow(BoardState& state, const std::vector<pid_t>& pids) {
+std::uint64_t StartNow(BoardState& state) {
     const BoardLock lock(state);
-    std::copy(pids.begin(), pids.end(), state.programPids.begin());
     state.eventsSinceMs = BoardTimeMs(state);
     return state.eventsSinceMs * kUsPerMs;
 }
@@ -50,7 +48,7 @@ EventDriver::EventDriver(BoardState& state, const std::string& files, const std:
     : state_(state),
       folder_(EventFolder(files)),
       pids_(std::move(pids)),
-      scheduler_(state.scenario.events, state.seed, StartNow(state, pids_)),
+      scheduler_(state.scenario.events, state.seed, StartNow(state)),
       attributes_(folder_, spare, EventAttributes()) {}
 
 void EventDriver::Answer() {

@@ -1,6 +1,6 @@
 // zarn-board-server: makes a virtual board and writes its moving files, as long as somebody holds
-// the other end of its standard input. Called by zarn-board; `table` and `status` are for users,
-// too. Exit status: 0, 1 if the work fails, 2 for a wrong call.
+// the other end of its standard input. Called by zarn-board; `table`, `events` and `status` are for
+// users, too. Exit status: 0, 1 if the work fails, 2 for a wrong call.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -217,6 +217,10 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     RunningPrograms programs;
     if (!programs.Start(*state)) {
         return Fail("cannot start the board's programs");
+    }
+    {
+        const BoardLock lock(*state);
+        programs.TellProcesses(*state);
     }
     if (!programs.LayFiles(*state, folder + "/files")) {
         return Fail("cannot write below " + folder + "/files");

@@ -144,11 +144,11 @@ struct BoardState {
     BufferRecording recording;
     std::array<std::int32_t, kMaxRegistered> registered{};  // pids; 0: free place
     std::int32_t serverPid = 0;  // the program that writes the board's files
-    std::array<std::int32_t, kMaxPrograms> programPids{};  // by their index, as it started them
-    std::uint64_t eventsSinceMs = 0;            // board time at which its event scheduler began
+    std::array<std::int32_t, kMaxPrograms> programPids{};  // of the scenario's programs; 0: none
     std::atomic<std::uint64_t> heartbeatNs{0};  // monotonic clock when that program was last alive
     std::uint64_t calls = 0;                    // of the device libraries, so far
     std::uint32_t benchRuns = 0;                // runs of the stress benchmark, so far
+    std::uint64_t eventsSinceMs = 0;            // board time at which the event scheduler began
     FaultPlan faults;
 };
 
