@@ -13,6 +13,7 @@
 #include <system_error>
 
 #include "board/server/event_driver.h"
+#include "board/server/event_texts.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"

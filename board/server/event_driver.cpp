@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "board/server/event_texts.h"
+#include "board/server/event_truth.h"
 #include "board/state/observation.h"
 #include "foundation/files.h"
 #include "foundation/numbers.h"

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "board/model/event_scheduler.h"
-#include "board/server/event_texts.h"
 #include "board/server/leased_files.h"
 #include "board/state/board_state.h"
 

@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <iomanip>
-#include <map>
 #include <sstream>
-#include <utility>
 
 namespace zarn::board {
 namespace {
@@ -13,101 +10,6 @@ namespace {
 constexpr std::uint32_t kLastAiCpu = kFirstAiCpu + kAiCpus - 1;
 // How the groups share a core: one queue, first come first run.
 constexpr std::uint32_t kSchedType = 1;
-
-const EventPlan& PlanOf(const EventView& view) {
-    return view.scheduler.Plan();
-}
-
-const EventThread& ThreadOf(const EventView& view, std::uint32_t kind) {
-    return PlanOf(view).threads[PlanOf(view).kinds[kind].thread];
-}
-
-const EventGroup& GroupOf(const EventView& view, const EventThread& thread) {
-    return PlanOf(view).groups[thread.group];
-}
-
-std::string ProgramName(const EventView& view, std::uint32_t program) {
-    return view.programs.plans[program].name.data();
-}
-
-std::string ThreadName(const EventView& view, const EventThread& thread) {
-    return ProgramName(view, GroupOf(view, thread).program) + "_" + std::to_string(thread.number);
-}
-
-pid_t PidOf(const EventView& view, const EventThread& thread) {
-    return view.pids[GroupOf(view, thread).program];
-}
-
-// The process that publishes a kind of event, 0 for the kernel.
-pid_t PublisherOf(const EventView& view, std::uint32_t kind) {
-    const std::uint32_t program = PlanOf(view).kinds[kind].publisher;
-    return program == EventKind::kByKernel ? 0 : view.pids[program];
-}
-
-// The events of all kinds for which `isMeant` holds.
-template <typename IsMeant>
-EventCounts SumOver(const EventView& view, const IsMeant& isMeant) {
-    EventCounts sum;
-    for (std::uint32_t kind = 0; kind < PlanOf(view).kindCount; ++kind) {
-        if (isMeant(kind)) {
-            sum.published += view.scheduler.OfKind(kind).published;
-            sum.run += view.scheduler.OfKind(kind).run;
-        }
-    }
-    return sum;
-}
-
-EventCounts OfProgram(const EventView& view, std::uint32_t program) {
-    return SumOver(view, [&](std::uint32_t kind) {
-        return GroupOf(view, ThreadOf(view, kind)).program == program;
-    });
-}
-
-EventCounts OfThread(const EventView& view, std::uint32_t thread) {
-    return SumOver(view,
-                   [&](std::uint32_t kind) { return PlanOf(view).kinds[kind].thread == thread; });
-}
-
-// The thread, by its index, whose event a core is running, or that many for an idle one.
-std::uint32_t RunningOn(const EventView& view, const EventCore& core) {
-    return core.isRunning ? PlanOf(view).kinds[core.running.kind].thread : PlanOf(view).threadCount;
-}
-
-bool IsRunning(const EventView& view, std::uint32_t thread) {
-    const auto& cores = view.scheduler.Cores();
-    return std::any_of(cores.begin(), cores.end(),
-                       [&](const EventCore& core) { return RunningOn(view, core) == thread; });
-}
-
-// The groups of the program, by their indices.
-std::vector<std::uint32_t> GroupsOf(const EventView& view, std::uint32_t program) {
-    std::vector<std::uint32_t> groups;
-    for (std::uint32_t i = 0; i < PlanOf(view).groupCount; ++i) {
-        if (PlanOf(view).groups[i].program == program) {
-            groups.push_back(i);
-        }
-    }
-    return groups;
-}
-
-// The threads of the group, by their indices.
-std::vector<std::uint32_t> ThreadsOf(const EventView& view, std::uint32_t group) {
-    std::vector<std::uint32_t> threads;
-    for (std::uint32_t i = 0; i < PlanOf(view).threadCount; ++i) {
-        if (PlanOf(view).threads[i].group == group) {
-            threads.push_back(i);
-        }
-    }
-    return threads;
-}
-
-std::size_t ThreadCountOf(const EventView& view, std::uint32_t program) {
-    std::size_t count = 0;
-    for (const std::uint32_t group : GroupsOf(view, program)) {
-        count += ThreadsOf(view, group).size();
-    }
-    return count;
-}
 
 // The selected process, by its index, or the count of the programs if none of the scheduler's is.
 std::uint32_t SelectedProgram(const EventView& view, const EventSelection& selection) {
@@ -296,16 +198,6 @@ constexpr PerEventList<const char*> kLateHeads{
     "event,start_us,from_pid,cpu,gid,pid,us,thread\n",
 };
 
-// The process and the thread that a late event is put down to: the one that it is for, but one that
-// took long to publish to the publisher.
-std::pair<pid_t, std::string> CulpritOf(const EventView& view, EventList list, std::uint32_t kind) {
-    if (list == EventList::kSyscall) {
-        return {PublisherOf(view, kind), ProgramName(view, PlanOf(view).kinds[kind].publisher)};
-    }
-    const EventThread& thread = ThreadOf(view, kind);
-    return {PidOf(view, thread), ThreadName(view, thread)};
-}
-
 // The fields of a row between start and time.
 std::string LatePlace(const EventView& view, EventList list, std::uint32_t kind) {
     const EventThread& thread = ThreadOf(view, kind);
@@ -481,23 +373,6 @@ constexpr Attribute kAttributes[] = {
     {"proc_group_thread", ProcGroupThreads},
 };
 
-constexpr PerEventList<const char*> kListNames{"thread_proc", "kernel_proc", "subs_proc",
-                                               "syscall_proc", "wakeup_proc"};
-
-void AddLateTruth(std::ostream& text, const EventView& view, EventList list) {
-    const auto index = static_cast<std::size_t>(list);
-    std::map<std::pair<pid_t, std::string>, std::uint64_t> counts;
-    for (std::uint32_t kind = 0; kind < PlanOf(view).kindCount; ++kind) {
-        if (const std::uint64_t count = view.scheduler.Late(list).ofKind[kind]; count > 0) {
-            counts[CulpritOf(view, list, kind)] += count;
-        }
-    }
-    for (const auto& [culprit, count] : counts) {
-        text << kListNames[index] << ',' << PlanOf(view).thresholdUs[index] << ',' << culprit.first
-             << ',' << culprit.second << ',' << count << '\n';
-    }
-}
-
 }  // namespace
 
 std::vector<std::string> EventAttributes() {
@@ -516,28 +391,6 @@ std::string EventAttributeText(std::string_view attribute, const EventView& view
         }
     }
     return "";
-}
-
-std::string EventTruthText(const EventView& view) {
-    const EventScheduler& scheduler = view.scheduler;
-    const double seconds = static_cast<double>(scheduler.NowUs() - scheduler.BeginUs()) / 1e6;
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(3)
-         << "cpu,published,run,waiting,most_waiting,failed,mean_wait_us,mean_queue\n";
-    for (std::uint32_t i = 0; i < kAiCpus; ++i) {
-        const EventCore& core = scheduler.Cores()[i];
-        const double waits = static_cast<double>(std::max<std::uint64_t>(core.waits.count, 1));
-        const double span = seconds > 0.0 ? seconds * 1e6 : 1.0;
-        text << kFirstAiCpu + i << ',' << core.counts.published << ',' << core.counts.run << ','
-             << core.counts.Waiting() << ',' << core.mostWaiting << ',' << core.failures << ','
-             << static_cast<double>(core.waits.sumUs) / waits << ','
-             << static_cast<double>(core.queueTimeUs) / span << '\n';
-    }
-    text << "list,threshold_us,pid,thread,events\n";
-    for (std::size_t list = 0; list < kEventLists; ++list) {
-        AddLateTruth(text, view, static_cast<EventList>(list));
-    }
-    return text.str();
 }
 
 }  // namespace zarn::board

@@ -8,6 +8,8 @@
 #include <set>
 #include <sstream>
 
+#include "board/server/event_truth.h"
+
 namespace zarn::board {
 namespace {
 
