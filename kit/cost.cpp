@@ -4,17 +4,29 @@
 #include <sstream>
 
 #include "formats/run_tree.h"
+#include "foundation/console.h"
 #include "foundation/files.h"
 
 namespace zarn {
 
-void MissionCost::Record(const std::string& missionName, const std::string& dataPath) const {
+std::string MissionCost::LineOf(const std::string& missionName) const {
     const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - start_);
     std::ostringstream text;
     text << "[" << missionName << "] cost time: " << static_cast<double>(elapsed.count()) / 1000.0
-         << "s\n";
-    RecordCostTime(dataPath, text);
+         << "s";
+    return text.str();
+}
+
+void MissionCost::Record(const std::string& missionName, const std::string& dataPath) const {
+    RecordCostTime(dataPath, std::ostringstream(LineOf(missionName) + "\n"));
+}
+
+void MissionCost::RecordAndPrint(const std::string& missionName,
+                                 const std::string& dataPath) const {
+    const std::string line = LineOf(missionName);
+    PrintLine(line);
+    RecordCostTime(dataPath, std::ostringstream(line + "\n"));
 }
 
 void RecordCostTime(const std::string& dataPath, const std::ostringstream& text) {

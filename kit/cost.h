@@ -15,7 +15,12 @@ public:
     // the seconds being whole milliseconds / 1000.0 in a stream's default number format.
     void Record(const std::string& missionName, const std::string& dataPath) const;
 
+    // The same, and prints the line on standard output.
+    void RecordAndPrint(const std::string& missionName, const std::string& dataPath) const;
+
 private:
+    [[nodiscard]] std::string LineOf(const std::string& missionName) const;
+
     std::chrono::steady_clock::time_point start_;
 };
 

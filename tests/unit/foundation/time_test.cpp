@@ -291,5 +291,17 @@ TEST(MissionCost, WritesOneLineWithWholeMilliseconds) {
         testing::internal::RE("\\[XCollector\\] cost time: [0-9.]+s\n")));
 }
 
+TEST(MissionCost, PrintsTheLineThatItWrites) {
+    const test::TempDir directory;
+    directory.Write("env_info/time_cost.log", "");
+    const Captured captured = Capture([&] {
+        MissionCost().Record("YCollector", directory.Path());
+        MissionCost().RecordAndPrint("XCollector", directory.Path());
+    });
+    const std::string log = directory.Read("env_info/time_cost.log");
+    EXPECT_EQ(log.substr(log.find("[XCollector] cost time: ")), captured.out);
+    EXPECT_NE(captured.out, "");
+}
+
 }  // namespace
 }  // namespace zarn
