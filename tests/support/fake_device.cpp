@@ -8,6 +8,8 @@
 namespace zarn::test {
 namespace {
 
+constexpr std::uint32_t kImageBlock = 0;
+constexpr std::uint32_t kAiBlock = 11;
 constexpr std::uint32_t kQos = 13;
 constexpr int kUnknownCommand = 2;
 constexpr int kNotStarted = 6;
@@ -45,12 +47,13 @@ int FakeDevice::Note(Call call, const void* buffer) {
 }
 
 int FakeDevice::GetCount(int* count) {
-    *count = static_cast<int>(devices.size());
+    *count = saidCount.value_or(static_cast<int>(devices.size()));
     return Note({}, "");
 }
 
 int FakeDevice::List(int* ids, int count) {
-    std::copy_n(devices.begin(), count, ids);
+    const auto told = std::min<std::size_t>(static_cast<std::size_t>(count), devices.size());
+    std::copy_n(devices.begin(), told, ids);
     return Note({}, "");
 }
 
@@ -60,11 +63,29 @@ int FakeDevice::GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::ui
     if (code != 0) {
         return code;
     }
-    if (calls_.size() - 1 == shrunk_) {
+    const std::size_t index = calls_.size() - 1;
+    if (index == shrunk_) {
         *size -= 1;
     }
+    if (!Answer(mainCommand, subCommand, buffer, size)) {
+        return kUnknownCommand;
+    }
+    if (const auto lie = sizes_.find(index); lie != sizes_.end()) {
+        *size = lie->second;
+    }
+    return 0;
+}
+
+bool FakeDevice::Answer(std::uint32_t mainCommand, std::uint32_t subCommand, void* buffer,
+                        std::uint32_t* size) {
     const std::uint32_t key = subCommand >> 8U;
-    if (mainCommand == 9 && subCommand == 0) {
+    if (mainCommand == kImageBlock && imageRates.count(subCommand) != 0) {
+        PutWordAt(buffer, 0, imageRates[subCommand]);
+    } else if (mainCommand == kAiBlock && subCommand == 0) {
+        std::copy_n(aiCores.begin(), std::min<std::size_t>(*size, aiCores.size()),
+                    static_cast<std::uint8_t*>(buffer));
+        *size = static_cast<std::uint32_t>(aiCores.size());
+    } else if (mainCommand == 9 && subCommand == 0) {
         PutWordAt(buffer, 0, ddrType);
     } else if (mainCommand == kQos && (subCommand & 0xFFU) == 0) {
         const Bounds& held = bounds[key];
@@ -76,9 +97,9 @@ int FakeDevice::GetInfo(std::uint32_t device, std::uint32_t mainCommand, std::ui
         PutWordAt(buffer, 4, held.mpamid);
         PutWordAt(buffer, 8, held.priority);
     } else {
-        return kUnknownCommand;
+        return false;
     }
-    return 0;
+    return true;
 }
 
 int FakeDevice::SetInfo(std::uint32_t device, std::uint32_t mainCommand, std::uint32_t subCommand,

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,11 +43,15 @@ public:
     std::map<std::uint32_t, MasterSetting> masters;
     bool monitoring = false;  // a monitor that does not run refuses to stop, with code 6
     std::uint32_t ddrType = 4;
-    std::vector<int> devices{0};  // their ids
+    std::vector<int> devices{0};                        // their ids
+    std::optional<int> saidCount;                       // answered instead of their number
+    std::vector<std::uint8_t> aiCores{50, 51, 52, 53};  // use of the AI cores
+    std::map<std::uint32_t, std::uint32_t> imageRates{{1, 11}, {2, 22}, {3, 33}};  // by engine
 
-    // The call with this index, counted from 0 over all calls, gives `code`, or reports a size one
-    // smaller than the record's.
+    // The call with this index, counted from 0 over all calls, gives `code`, or reports that size,
+    // or one smaller than the record's.
     void FailCall(std::size_t index, int code) { failures_[index] = code; }
+    void LieAboutSize(std::size_t index, std::uint32_t size) { sizes_[index] = size; }
     void ShrinkCall(std::size_t index) { shrunk_ = index; }
 
     int GetCount(int* count) override;
@@ -61,11 +66,15 @@ public:
     [[nodiscard]] std::vector<std::string> CallLines() const;
 
 private:
+    // The answer's bytes; false if there are no such commands.
+    bool Answer(std::uint32_t mainCommand, std::uint32_t subCommand, void* buffer,
+                std::uint32_t* size);
     // Records the call and gives the planned code, 0 if there is none.
     int Note(Call call, const void* buffer);
 
     std::vector<Call> calls_;
     std::map<std::size_t, int> failures_;
+    std::map<std::size_t, std::uint32_t> sizes_;
     std::size_t shrunk_ = static_cast<std::size_t>(-1);
 };
 
