@@ -41,6 +41,7 @@ ComparatorClass Comparator() {
 MissionClasses ListMissions() {
     MissionClasses classes;
     classes.collectors = {
+        Collector<AiCoreCollector>(),
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
         Collector<MemCollector>(),

@@ -16,9 +16,11 @@ std::vector<std::string> Examples(bool forTheBoard) {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(Folder())) {
         const std::string name = entry.path().filename().string();
-        // The tour measures the board's programs.
-        const bool isBoards =
-            name.rfind("tour_", 0) == 0 || ExampleText(name).find("\"Ddr") != std::string::npos;
+        // The tour measures the board's programs, the others of these its devices.
+        const std::string text = ExampleText(name);
+        const bool isBoards = name.rfind("tour_", 0) == 0 ||
+                              text.find("\"Ddr") != std::string::npos ||
+                              text.find("\"AiCoreCollector\"") != std::string::npos;
         if (isBoards == forTheBoard) {
             names.push_back(name);
         }
