@@ -44,6 +44,7 @@ MissionClasses ListMissions() {
         Collector<AiCoreCollector>(),
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
+        Collector<ImgpCollector>(),
         Collector<MemCollector>(),
     };
     classes.analyzers = {
