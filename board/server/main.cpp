@@ -1,6 +1,7 @@
 // zarn-board-server: makes a virtual board and writes its moving files, as long as somebody holds
 // the other end of its standard input. Called by zarn-board; `table`, `events` and `status` are for
-// users, too. Exit status: 0, 1 if the work fails, 2 for a wrong call.
+// users, too, `trace` is the work of the board's profiling tool. Exit status: 0, 1 if the work
+// fails, 2 for a wrong call.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -17,11 +18,13 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "board/server/board_files.h"
 #include "board/server/board_folder.h"
 #include "board/server/board_programs.h"
+#include "board/server/engine_trace.h"
 #include "board/server/event_driver.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -36,7 +39,8 @@ constexpr const char* kUsage =
     "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
     "       zarn-board-server table STATE MILLISECONDS...\n"
     "       zarn-board-server events STATE MILLISECONDS...\n"
-    "       zarn-board-server status STATE";
+    "       zarn-board-server status STATE\n"
+    "       zarn-board-server trace STATE FOLDER";
 
 using Arguments = std::vector<std::string>;
 
@@ -316,6 +320,46 @@ int Status(const Arguments& arguments) {
     return 0;
 }
 
+// Passes on what comes on standard input within so many milliseconds. False at its end, or after a
+// signal to end.
+bool PassOn(int milliseconds) {
+    pollfd input{STDIN_FILENO, POLLIN, 0};
+    if (::poll(&input, 1, milliseconds) <= 0) {
+        return stopped == 0;
+    }
+    std::array<char, 4096> bytes{};
+    const ssize_t got = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+    for (ssize_t done = 0; done < got;) {
+        const ssize_t written =
+            ::write(STDOUT_FILENO, bytes.data() + done, static_cast<std::size_t>(got - done));
+        done = written < 0 ? got : done + written;
+    }
+    return got > 0;
+}
+
+// Traces the image engines until standard input ends, and leaves the slices in a folder.
+int Trace(const Arguments& arguments) {
+    SetSignals();
+    BoardState* state = MapBoardState(arguments[0].c_str());
+    if (state == nullptr) {
+        return Fail("no board state: " + arguments[0]);
+    }
+    EngineTrace trace;
+    std::uint64_t timeMs = 0;
+    do {
+        timeMs = BoardTimeMs(*state);
+        const BoardLock lock(*state);
+        trace.TakeUntil(*state, timeMs);
+    } while (PassOn(static_cast<int>(kTickMs - timeMs % kTickMs)));
+    for (const auto& [name, text] : {std::pair("/imgp.data.0.slice_0", trace.DataSlice()),
+                                     std::pair("/imgp.vpc.0.slice_0", trace.VpcSlice())}) {
+        if (WriteFile(arguments[1] + name, text) != FileResult::Ok) {
+            return Fail("cannot write " + arguments[1] + name);
+        }
+    }
+    return 0;
+}
+
 // A command of the program and how many arguments it takes.
 struct Command {
     std::string_view name;
@@ -324,13 +368,14 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 6> kCommands{{
+constexpr std::array<Command, 7> kCommands{{
     {"create", 3, 4, Create},
     {"serve", 4, 5, Serve},
     {"serve-once", 4, 5, ServeOnce},
     {"table", 2, 1000000, Table},
     {"events", 2, 1000000, Events},
     {"status", 1, 1, Status},
+    {"trace", 2, 2, Trace},
 }};
 
 }  // namespace

@@ -142,12 +142,13 @@ TEST_F(ImgpProfilingTest, ASliceThatCannotBeOpenedIsTold) {
     EXPECT_EQ(Run(R"(["global"])").err, line);
 }
 
-// A tool that is called twice leaves two traces.
+// A tool that is called several times leaves several traces.
 TEST_F(ImgpProfilingTest, TheLastTraceByNameCounts) {
-    Leave(kData, "old\n", "PROF_20230101");
-    Leave(kVpc, "old\n", "PROF_20230101");
-    Leave(kData, "new\n", "PROF_20230102");
-    Leave(kVpc, "new\n", "PROF_20230102");
+    for (int day = 10; day <= 30; ++day) {
+        const std::string trace = "PROF_202301" + std::to_string(day);
+        Leave(kData, day == 30 ? "new\n" : "old\n", trace);
+        Leave(kVpc, day == 30 ? "new\n" : "old\n", trace);
+    }
     Leave(kVpc, "no trace\n", "z");
     EXPECT_EQ(Run(R"(["global"])").err, "");
     EXPECT_EQ(Read(kGlobalTable), "new,\nnew,\n");
