@@ -167,10 +167,12 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
         "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
         "       zarn-board-server table STATE MILLISECONDS...\n"
         "       zarn-board-server events STATE MILLISECONDS...\n"
-        "       zarn-board-server status STATE\n";
+        "       zarn-board-server status STATE\n"
+        "       zarn-board-server trace STATE FOLDER\n";
     EXPECT_EQ(usage, (Result{once + once, 2}));
-    EXPECT_EQ(Shell("$SERVER status none; $SERVER table none 1").text,
-              "zarn-board-server: no board state: none\nzarn-board-server: no board state: none\n");
+    const std::string noState = "zarn-board-server: no board state: none\n";
+    EXPECT_EQ(Shell("$SERVER status none; $SERVER table none 1; $SERVER trace none .").text,
+              noState + noState + noState);
     EXPECT_EQ(Shell("$BOARD --board kept -- true; $SERVER table kept/state 1 x"),
               (Result{"zarn-board-server: no time in milliseconds: x\n", 1}));
     EXPECT_EQ(Shell("$SERVER create kept/no/state $DATA/scenarios/idle.json 1"),
@@ -182,6 +184,21 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
     EXPECT_EQ(
         Shell("$SERVER create made $DATA/scenarios/idle.json 7 && $SERVER status made | tail -n 1"),
         (Result{"monitor: off, library calls: 0\n", 0}));
+    EXPECT_EQ(Shell("echo heard | $SERVER trace made nowhere"),
+              (Result{"heard\nzarn-board-server: cannot write nowhere/imgp.data.0.slice_0\n", 1}));
+}
+
+TEST_P(Board, TheProfilingToolTellsWhatFails) {
+    EXPECT_EQ(OnBoard(R"sh(
+/var/kavtrace; echo $?
+/var/kavtrace --output=/dev/null/x 2> /dev/null; echo $?
+/var/kavtrace --output=out --application='echo said; exit 3'
+ls out/PROF_*/device_0/data)sh")
+                  .text,
+              "ERROR: usage: kavtrace --output=DIR [--sys-period=SECONDS | --application=COMMAND]\n"
+              "2\nERROR: cannot write below /dev/null/x\n1\nsaid\n"
+              "ERROR: the application failed: echo said; exit 3\nProfiling finished, data: out\n"
+              "imgp.data.0.slice_0\nimgp.vpc.0.slice_0\n");
 }
 
 TEST_P(Board, TheOptimumOfItsBenchmarkIsWhatItsBoundsCanGive) {

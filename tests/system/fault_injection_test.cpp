@@ -35,6 +35,9 @@ const std::vector<std::string> kMemCalls = {"close",   "localtime", "mkdir",    
                                             "opendir", "read",      "truncate", "write"};
 const std::vector<std::string> kMemBoardCalls = {
     "close", "localtime", "mkdir", "open", "pipe", "opendir", "read", "spawn", "truncate", "write"};
+const std::vector<std::string> kDeviceCalls = {"close", "device_get", "localtime", "mkdir",
+                                               "open",  "opendir",    "pipe",      "read",
+                                               "spawn", "truncate",   "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],
@@ -71,6 +74,15 @@ constexpr const char* kMemBoardConfig = R"({"ManagerParam": {"parallelCollectMod
     "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
     "system_field": "used", "process_field": "USS", "process": []},
     "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["logger"]}})";
+
+// What the board's devices tell.
+constexpr const char* kDeviceConfig = R"({"ManagerParam": {"parallelCollectMode": [],
+    "collectMode": ["AiCoreCollector", "ImgpCollector"], "analyzeMode": [], "optimizeMode": [],
+    "compareMode": {"comparatorName": [], "versionMap": {}}},
+    "AiCoreCollector": {"job": ["usage"], "count": 2, "interval": 1},
+    "ImgpCollector": {"job": ["global", "app", "umap", "vpc", "venc", "vdec"],
+    "global": {"duration": 0},
+    "app": {"path": "/usr/bin", "library": "", "appName": "true", "params": []}}})";
 
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
@@ -132,6 +144,10 @@ void WalkDdr(const std::vector<std::string>& more) {
     WalkOnBoard("camera_pipeline", kDdrConfig, more);
 }
 
+void WalkDevices(const std::vector<std::string>& more) {
+    WalkOnBoard("camera_pipeline", kDeviceConfig, more);
+}
+
 void WalkMemOnBoard(const std::vector<std::string>& more) {
     const ProgramLock lock;
     WalkOnBoard("memory_leak", kMemBoardConfig, more);
@@ -155,6 +171,14 @@ TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
 
 TEST(FaultInjection, ADdrRunIsInterruptedAtRandomCalls) {
     WalkDdr(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfADeviceRunFailsInTurn) {
+    WalkDevices(kDeviceCalls);
+}
+
+TEST(FaultInjection, ADeviceRunIsInterruptedAtRandomCalls) {
+    WalkDevices(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfAMemRunFailsInTurn) {

@@ -55,6 +55,9 @@ constexpr std::array<const char*, 13> kNames{
     "open",    "read",     "write",  "close",     "spawn",      "pipe",      "mkdir",
     "opendir", "truncate", "thread", "localtime", "device_get", "device_set"};
 
+// What the device library answers where it fails.
+constexpr int kDeviceError = 77;
+
 struct Plan {
     std::string call;
     long at = 0;
@@ -296,9 +299,18 @@ int clock_nanosleep(clockid_t clock, int flags, const struct timespec* time,
                          "clock_nanosleep")(clock, flags, time, left);
 }
 
+int tovi_get_device_count(int* count) {
+    return FaultOf(DeviceGet) != nullptr ? kDeviceError
+                                         : Real<int(int*)>("tovi_get_device_count")(count);
+}
+
+int tovi_list_device(int* devices, int count) {
+    return FaultOf(DeviceGet) != nullptr ? kDeviceError
+                                         : Real<int(int*, int)>("tovi_list_device")(devices, count);
+}
+
 int tovi_get_device_info(unsigned device, unsigned mainCommand, unsigned subCommand, void* buffer,
                          unsigned* size) {
-    constexpr int kDeviceError = 77;
     return FaultOf(DeviceGet) != nullptr
                ? kDeviceError
                : Real<int(unsigned, unsigned, unsigned, void*, unsigned*)>("tovi_get_device_info")(
@@ -307,7 +319,6 @@ int tovi_get_device_info(unsigned device, unsigned mainCommand, unsigned subComm
 
 int tovi_set_device_info(unsigned device, unsigned mainCommand, unsigned subCommand,
                          const void* buffer, unsigned size) {
-    constexpr int kDeviceError = 77;
     return FaultOf(DeviceSet) != nullptr
                ? kDeviceError
                : Real<int(unsigned, unsigned, unsigned, const void*, unsigned)>(
