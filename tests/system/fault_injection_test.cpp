@@ -35,9 +35,9 @@ const std::vector<std::string> kMemCalls = {"close",   "localtime", "mkdir",    
                                             "opendir", "read",      "truncate", "write"};
 const std::vector<std::string> kMemBoardCalls = {
     "close", "localtime", "mkdir", "open", "pipe", "opendir", "read", "spawn", "truncate", "write"};
-const std::vector<std::string> kDeviceCalls = {"close", "device_get", "localtime", "mkdir",
-                                               "open",  "opendir",    "pipe",      "read",
-                                               "spawn", "truncate",   "write"};
+const std::vector<std::string> kDeviceCalls = {"close",    "device_get", "localtime", "mkdir",
+                                               "open",     "pipe",       "read",      "spawn",
+                                               "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],

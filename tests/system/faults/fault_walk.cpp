@@ -107,9 +107,10 @@ struct Ended {
     std::string out;
     std::string err;
 
-    // What was printed, whatever the time was.
+    // What was printed, whatever the time was and however long it took.
     [[nodiscard]] std::string Words() const {
-        return std::regex_replace(out + err, std::regex("[0-9]{17}"), "<time>");
+        static const std::regex times("[0-9]{17}|cost time: [0-9.e-]+s");
+        return std::regex_replace(out + err, times, "<time>");
     }
 };
 
