@@ -13,7 +13,6 @@ inline constexpr const char* kCsvDir = "csv/cpu/";
 inline constexpr NumberedFile kUsageLog = {kRawDir, "soc_gea_cpu_usage_info_1_", kLogSuffix};
 inline constexpr NumberedFile kGlobalLog = {kRawDir, "cpu_global_1_", kLogSuffix};
 inline constexpr NumberedFile kCoresLog = {kRawDir, "cpu_cores_1_", kLogSuffix};
-inline constexpr NumberedFile kTop10Log = {kRawDir, "cpu_top_10_processes_1_", kLogSuffix};
 inline constexpr NumberedFile kSelectedLog = {kRawDir, "cpu_selected_processes_1_", kLogSuffix};
 inline constexpr NumberedFile kThreadLog = {kRawDir, "cpu_thread_1_", kLogSuffix};
 
