@@ -50,7 +50,7 @@ TEST_P(Board, WhatOneProcessSetsTheNextOneAndTheKernelFileShow) {
 $PROBE bounds 0 4 1 1
 $PROBE get 13 0 0 48
 $PROBE monitor
-until grep -q '^ *0|[^|]*|  *1|  *4|  *1$' /proc/qos/bwstat/bandwidth; do :; done
+await grep -q '^ *0|[^|]*|  *1|  *4|  *1$' /proc/qos/bwstat/bandwidth
 grep -c '|.*|.*|.*|' /proc/qos/bwstat/bandwidth
 )sh");
     EXPECT_EQ(result, (Result{"0 48 4 1 1\n0 48 4 1 1\n0 104 10000 0 1\n11\n", 0}));
@@ -59,7 +59,8 @@ grep -c '|.*|.*|.*|' /proc/qos/bwstat/bandwidth
 TEST_P(Board, TheBandwidthFileIsNeverTorn) {
     const Result result = OnBoard(R"sh(
 $PROBE monitor > /dev/null
-until test "$(grep -c '|' /proc/qos/bwstat/bandwidth)" = 11; do :; done
+has_all_rows() { test "$(grep -c '|' /proc/qos/bwstat/bandwidth)" = 11; }
+await has_all_rows
 for i in 1 2 3 4 5 6 7 8 9 10; do
     $PROBE bounds 0 $i 0 1 > /dev/null &
     for k in 1 2 3 4 5; do

@@ -10,6 +10,16 @@
 namespace zarn::test {
 namespace {
 
+// What is waited for comes after a moment, or never: the tries take many times as long.
+constexpr const char* kAwait = R"sh(
+await() {
+    tries=0
+    until "$@"; do
+        test $((tries += 1)) -lt 30000 || { echo "does not come: $*"; return 1; }
+    done
+}
+)sh";
+
 // A board that dies before its command speaks must fail a test, not hang it.
 constexpr const char* kInBackground = R"sh(
 in_background() {
@@ -53,13 +63,13 @@ Result Board::Shell(const std::string& script) const {
         BoardLauncher() + " --paths " + GetParam() + "' WITHOUT='" + bin +
         "board_without' PROBE='" + bin + "board_probe' SERVER='" +
         ProgramPath("zarn-board-server") + "' OPTIMUM='" + ProgramPath("zarn-board-optimum") +
-        "' DATA='" ZARN_SOURCE_DIR "/board' && " + kInBackground + "{ " + script + "\n} >'" +
-        outPath + "' 2>&1");
+        "' DATA='" ZARN_SOURCE_DIR "/board' && " + kInBackground + kAwait + "{ " + script +
+        "\n} >'" + outPath + "' 2>&1");
     return {ReadText(outPath), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
 }
 
 Result Board::OnBoard(const std::string& script, const std::string& options) const {
-    directory_.Write("script", script);
+    directory_.Write("script", kAwait + script);
     return Shell("$BOARD " + options + " -- sh ./script");
 }
 

@@ -38,7 +38,8 @@ protected:
     // ended.
     [[nodiscard]] Result Shell(const std::string& script) const;
 
-    // Runs a script on the board.
+    // Runs a script on the board. `await COMMAND...` tries a command, in either script, until it
+    // succeeds; one that never does is told.
     [[nodiscard]] Result OnBoard(const std::string& script, const std::string& options = "") const;
 
     // Nothing of the board is left where temporary files go.

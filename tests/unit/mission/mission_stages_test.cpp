@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <condition_variable>
 #include <csignal>
 #include <filesystem>
@@ -15,6 +16,9 @@ namespace {
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::IsEmpty;
+
+// For what comes at once, or never: no machine is so slow.
+constexpr std::chrono::minutes kFarTooLong{5};
 
 class MissionStagesTest : public ManagerTest {
 protected:
@@ -141,7 +145,9 @@ TEST_F(MissionStagesTest, ParallelCollectorsRunTogetherOnThreadsOfTheirOwn) {
             std::unique_lock<std::mutex> guard(lock);
             threads.insert(std::this_thread::get_id());
             bothRun.notify_all();
-            bothRun.wait(guard, [&threads] { return threads.size() == 2; });
+            EXPECT_TRUE(bothRun.wait_for(guard, kFarTooLong, [&threads] {
+                return threads.size() == 2;
+            })) << "the other one does not start while this one runs";
         }
     };
     const Captured run = Run(config.Text());
