@@ -25,10 +25,7 @@ TempDir::~TempDir() {
 }
 
 std::string TempDir::Write(const std::string& name, std::string_view text) const {
-    const fs::path path = path_ + name;
-    fs::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary) << text;
-    return path.string();
+    return WriteText(path_ + name, text);
 }
 
 std::string TempDir::Read(const std::string& name) const {
@@ -45,6 +42,12 @@ std::string TempDir::OnlyFile(const std::string& sub, std::string_view prefix) c
     }
     EXPECT_EQ(names.size(), 1U) << prefix << " in " << sub;
     return names.size() == 1 ? names.front() : "";
+}
+
+std::string WriteText(const std::string& path, std::string_view text) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << text;
+    return path;
 }
 
 std::string ReadText(const std::string& path) {

@@ -28,6 +28,9 @@ private:
     std::string path_;
 };
 
+// Writes a file, with missing parents, and returns its path.
+std::string WriteText(const std::string& path, std::string_view text);
+
 // The text of a file; fails the test if it cannot be read.
 [[nodiscard]] std::string ReadText(const std::string& path);
 

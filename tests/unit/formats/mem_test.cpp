@@ -16,13 +16,6 @@ TEST(MemFiles, ADocumentBearsTheNameOfItsTable) {
     EXPECT_EQ(mem_files::ObjectId(mem_files::kProcessAnalysis), "soc_gea_process_ana");
 }
 
-TEST(MemFiles, TheComparatorFindsProcessSamplesUnderTheSameNameInTwoFolders) {
-    EXPECT_EQ(mem_files::kRawProcessSamples.Path("/run/", "1"),
-              "/run/raw_data/mem/soc_gea_process_mem_rawdata_info_1_1.data");
-    EXPECT_EQ(mem_files::kProcessSamples.Path("/run/", "1"),
-              "/run/json/soc_gea_process_mem_rawdata_info_1_1.data");
-}
-
 TEST(MemTables, TheColumnsOfFreeComeBeforeTheCounters) {
     EXPECT_STREQ(kMemSystemColumns.at(kMemFreeColumnCount - 1), "avail");
     EXPECT_STREQ(kMemSystemColumns.at(kMemFreeColumnCount), "pss");

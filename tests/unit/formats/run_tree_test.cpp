@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include "formats/cpu.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/temp_dir.h"
 
@@ -35,11 +34,6 @@ TEST(NumberedFile, ATreeWithoutTheFolderHasNone) {
     const test::Captured printed = test::Capture([&] { paths = kLoad.FindAll(tree.Path()); });
     EXPECT_EQ(printed.err, "Can not open " + tree.Path() + "raw_data/\n");
     EXPECT_TRUE(paths.empty());
-}
-
-TEST(CpuFiles, TheCoreTablesPathHasItsDoubledSlash) {
-    EXPECT_EQ(cpu_files::kCoreTable.Path("/run/", "1"),
-              "/run/raw_data/cpu//soc_cpu_ana_core_rawdata_1.csv");
 }
 
 }  // namespace
