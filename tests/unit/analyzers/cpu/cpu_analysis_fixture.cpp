@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
-
 #include "analyzers/cpu/cpu_analyzer.h"
 #include "tests/support/fake_host.h"
 
@@ -62,19 +59,17 @@ const char* const kDocumentsText =
 )";
 
 CpuRunTree::CpuRunTree() {
-    for (const char* folder : {"raw_data/cpu", "json", "csv", "env_info"}) {
-        std::filesystem::create_directories(dir_.Path() + folder);
-    }
+    tree_.MakeFolder(cpu_files::kRawDir);
 }
 
 void CpuRunTree::WriteCollection() const {
-    dir_.Write(kUsageLogName, kUsageLogText);
-    dir_.Write(kCoresLogName, kCoresLogText);
-    dir_.Write(kDocumentsName, kDocumentsText);
+    tree_.Write(kUsageLogName, kUsageLogText);
+    tree_.Write(kCoresLogName, kCoresLogText);
+    tree_.Write(kDocumentsName, kDocumentsText);
 }
 
 CpuRunTree::Result CpuRunTree::Analyze(const std::string& jobs, bool stopped) const {
-    return AnalyzeTree(dir_.Path(), jobs, stopped);
+    return AnalyzeTree(tree_.Path(), jobs, stopped);
 }
 
 CpuRunTree::Result CpuRunTree::AnalyzeTree(const std::string& dataPath, const std::string& jobs,
@@ -92,17 +87,6 @@ CpuRunTree::Result CpuRunTree::AnalyzeTree(const std::string& dataPath, const st
     result.captured =
         Capture([&] { result.succeeded = analyzer.Start(config, dataPath, &stopFlag); });
     return result;
-}
-
-std::vector<std::string> CpuRunTree::FileNames() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(dir_.Path())) {
-        if (entry.is_regular_file() && entry.path().filename() != "time_cost.log") {
-            names.push_back(entry.path().string().substr(dir_.Path().size()));
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 }  // namespace zarn::test

@@ -3,10 +3,11 @@
 #include <string>
 #include <vector>
 
+#include "formats/cpu.h"
 #include "foundation/json.h"
 #include "foundation/stop_flag.h"
 #include "tests/support/captured_streams.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn::test {
 
@@ -22,17 +23,17 @@ extern const char* const kCoresLogText;
 // The collector's documents of the three samples.
 extern const char* const kDocumentsText;
 
-inline constexpr const char* kUsageLogName =
-    "raw_data/cpu/soc_gea_cpu_usage_info_1_20230101120000111.log";
-inline constexpr const char* kCoresLogName = "raw_data/cpu/cpu_cores_1_20230101120000222.log";
-inline constexpr const char* kDocumentsName = "json/soc_gea_cpu_usage_info_20230101120000333.data";
+inline const std::string kUsageLogName = RunTree::NameOf(cpu_files::kUsageLog, "20230101120000111");
+inline const std::string kCoresLogName = RunTree::NameOf(cpu_files::kCoresLog, "20230101120000222");
+inline const std::string kDocumentsName =
+    RunTree::NameOf(cpu_files::kUsageDocuments, "20230101120000333");
 
-// A run tree with the folders of a fresh run.
+// A run tree in which a collector has been.
 class CpuRunTree {
 public:
     CpuRunTree();
 
-    [[nodiscard]] const TempDir& Files() const { return dir_; }
+    [[nodiscard]] const RunTree& Files() const { return tree_; }
     // Writes the three files of the small collection.
     void WriteCollection() const;
 
@@ -47,11 +48,8 @@ public:
     [[nodiscard]] static Result AnalyzeTree(const std::string& dataPath, const std::string& jobs,
                                             bool stopped = false);
 
-    // The files below the tree, without the cost log, in byte order.
-    [[nodiscard]] std::vector<std::string> FileNames() const;
-
 private:
-    TempDir dir_;
+    RunTree tree_;
 };
 
 }  // namespace zarn::test

@@ -172,7 +172,7 @@ TEST(CpuAnalyzerHostileTest, WhatCannotBeWrittenIsSaid) {
                              "soc_cpu_ana_loading_rawdata_20230101120000222.csv"}) {
         std::filesystem::create_directories(raw + name);
     }
-    std::filesystem::create_directories(tree.Files().Path() + kAllProcesses);
+    tree.Files().MakeFolder(kAllProcesses);
     const CpuRunTree::Result result = tree.Analyze(kAllJobs);
     EXPECT_FALSE(result.succeeded);
     EXPECT_EQ(result.captured.err,

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-
 #include "tests/unit/analyzers/cpu/cpu_analysis_fixture.h"
 
 namespace zarn {
@@ -155,8 +153,9 @@ TEST(CpuAnalyzerTest, AllJobsTogetherWriteTheseFiles) {
     EXPECT_EQ(result.captured.out, kFinished);
     EXPECT_EQ(result.captured.err, "");
     EXPECT_THAT(
-        tree.FileNames(),
+        tree.Files().Names(),
         ElementsAre(
+            "env_info/time_cost.log",
             "json/soc_cpu_ana_all_procs_usage_info_20230101120000111.data",
             "json/soc_cpu_ana_core_20230101120000222.data",
             "json/soc_cpu_ana_global_20230101120000111.data",
@@ -198,8 +197,8 @@ TEST(CpuAnalyzerTest, ASetStopFlagEndsTheAnalysisBeforeAFileIsRead) {
     EXPECT_EQ(result.captured.err,
               "[CpuAnalyzer] Failed to process cpu analyzer because of stopFlag!\n"
               "[CpuAnalyzer] Failed to process cpu info!\n");
-    EXPECT_THAT(tree.FileNames(), ElementsAre());
-    EXPECT_FALSE(std::filesystem::exists(tree.Files().Path() + "env_info/time_cost.log"));
+    EXPECT_THAT(tree.Files().Names(), ElementsAre());
+    EXPECT_FALSE(tree.Files().Has("env_info/time_cost.log"));
 }
 
 TEST(CpuAnalyzerTest, AFaultySectionEndsItBeforeTheStopFlagIsLookedAt) {

@@ -5,9 +5,10 @@
 #include <string>
 
 #include "analyzers/ddr/ddr_analyzer.h"
+#include "formats/ddr.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/ddr_lines.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn::test {
 
@@ -15,12 +16,10 @@ namespace zarn::test {
 // process-wide entries are empty.
 class DdrAnalyzerTest : public testing::Test {
 protected:
-    static constexpr const char* kBandwidthName =
-        "json/soc_ddr_bandwidth_usage_info_1_20230101120000000.data";
-    static constexpr const char* kQosName = "json/soc_qos_mata_config_info_20230101120000000.data";
-    static constexpr const char* kAnalysisName = "json/soc_ddr_ana_info_1_20230101120000000.data";
-    static constexpr const char* kTableName =
-        "raw_data/ddr/soc_ddr_ana_info_1_20230101120000000.csv";
+    inline static const std::string kBandwidthName = RunTree::NameOf(ddr_files::kBandwidth);
+    inline static const std::string kQosName = RunTree::NameOf(ddr_files::kQosSettings);
+    inline static const std::string kAnalysisName = RunTree::NameOf(ddr_files::kAnalysis);
+    inline static const std::string kTableName = RunTree::NameOf(ddr_files::kAnalysisTable);
 
     DdrAnalyzerTest();
     void TearDown() override;
@@ -28,13 +27,10 @@ protected:
     // Starts an analyzer with this section; what it printed.
     Captured Run(const std::string& section = R"({"job":["global"]})");
 
-    [[nodiscard]] bool Exists(const std::string& name) const;
-    [[nodiscard]] std::string PathOf(const std::string& name) const { return dir.Path() + name; }
-
     // The lines of a run that loads both files.
     [[nodiscard]] std::string LoadLines() const;
 
-    TempDir dir;
+    RunTree tree;
     StopFlag stopFlag{0};
     bool result = false;
 };

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -39,15 +38,15 @@ std::string With(std::string text, const std::string& from, const std::string& t
 class HostileDdrFiles : public DdrAnalyzerTest {
 protected:
     // Each text in the file `name` ends the load with its words, and nothing is written.
-    void ExpectWords(const char* name, const std::vector<FaultyText>& rows) {
+    void ExpectWords(const std::string& name, const std::vector<FaultyText>& rows) {
         for (const FaultyText& row : rows) {
             ddrInfoMap.clear();
-            dir.Write(name, row.text);
+            tree.Write(name, row.text);
             const Captured captured = Run();
             EXPECT_FALSE(result) << row.text.substr(0, 100);
             EXPECT_EQ(captured.err, row.words + kLoadFailed) << row.text.substr(0, 100);
         }
-        EXPECT_FALSE(Exists(kAnalysisName) || Exists(kTableName));
+        EXPECT_FALSE(tree.Has(kAnalysisName) || tree.Has(kTableName));
     }
 };
 
@@ -104,10 +103,10 @@ TEST_F(HostileDdrFiles, BandwidthFaultsEndTheLoad) {
 }
 
 TEST_F(HostileDdrFiles, NumbersFollowTheConversionsRules) {
-    dir.Write(kQosName, QosLine("cpu", " 12x", "4294967297") + QosLine("sdma", "-1", "0x10") +
-                            QosLine("stranger", "1", "1"));
-    dir.Write(kBandwidthName, BandwidthLine("20230101120000001", " 0x10", "cpu", "1e2 and more") +
-                                  BandwidthLine("20230101120001001", "nan"));
+    tree.Write(kQosName, QosLine("cpu", " 12x", "4294967297") + QosLine("sdma", "-1", "0x10") +
+                             QosLine("stranger", "1", "1"));
+    tree.Write(kBandwidthName, BandwidthLine("20230101120000001", " 0x10", "cpu", "1e2 and more") +
+                                   BandwidthLine("20230101120001001", "nan"));
     Run();
     EXPECT_TRUE(result);
     EXPECT_EQ(ddrInfoMap["cpu"].bwLow, 12U);
@@ -117,24 +116,24 @@ TEST_F(HostileDdrFiles, NumbersFollowTheConversionsRules) {
     EXPECT_EQ(ddrInfoMap["stranger"].bwLow, 1U);
     EXPECT_EQ(ddrInfoMap["cpu"].values.front(), 100.0);
     EXPECT_EQ(ddrInfoMap["sdma"].values.front(), 16.0);
-    EXPECT_THAT(dir.Read(kTableName), EndsWith("nan,nan,nan,nan,nan,nan,nan,nan,nan,nan,nan,\n"));
+    EXPECT_THAT(tree.Read(kTableName), EndsWith("nan,nan,nan,nan,nan,nan,nan,nan,nan,nan,nan,\n"));
 }
 
 TEST_F(HostileDdrFiles, SamplesBeforeAFaultStayInTheProcess) {
-    dir.Write(kBandwidthName, BandwidthLine("20230101120000001", "1.0") + "{");
+    tree.Write(kBandwidthName, BandwidthLine("20230101120000001", "1.0") + "{");
     Run();
     EXPECT_EQ(ddrInfoMap["total"].values.size(), 1U);
 }
 
 TEST_F(HostileDdrFiles, FilesThatCannotBeOpenedEndTheLoad) {
-    std::filesystem::remove(PathOf(kQosName));
+    tree.Remove(kQosName);
     Captured captured = Run();
     EXPECT_EQ(captured.err, "[DdrAnalyzer] Failed to open the Qos config file - '" +
-                                PathOf(kQosName) + "'\n" + kLoadFailed);
-    std::filesystem::create_directory(PathOf(kQosName));
+                                tree.PathOf(kQosName) + "'\n" + kLoadFailed);
+    tree.MakeFolder(kQosName);
     captured = Run();
     EXPECT_EQ(captured.err, "[DdrAnalyzer] Failed to open the Qos config file - '" +
-                                PathOf(kQosName) + "'\n" + kLoadFailed);
+                                tree.PathOf(kQosName) + "'\n" + kLoadFailed);
     EXPECT_EQ(captured.out, "[DdrAnalyzer] DdrAnalyzer Start.\n");
 }
 
@@ -144,7 +143,7 @@ TEST_F(HostileDdrFiles, AMomentThatIsTooShortEndsTheAnalysis) {
     for (const char* share : {"1.0", "90.0", "1.0", "90.0", "1.0"}) {
         lines += BandwidthLine("short", "0.0", "sdma", share);
     }
-    dir.Write(kBandwidthName, lines);
+    tree.Write(kBandwidthName, lines);
     const Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.out, LoadLines());
@@ -153,36 +152,36 @@ TEST_F(HostileDdrFiles, AMomentThatIsTooShortEndsTheAnalysis) {
               "(which is 10) > this->size() (which is 5)\n"
               "[DdrAnalyzer] Failed to analyzer ddr info! \n"
               "[DdrAnalyzer] Failed to process ddr info!\n");
-    EXPECT_FALSE(Exists(kAnalysisName) || Exists(kTableName));
+    EXPECT_FALSE(tree.Has(kAnalysisName) || tree.Has(kTableName));
 }
 
 TEST_F(HostileDdrFiles, AnAnalysisThatCannotBeWrittenIsTold) {
-    std::filesystem::create_symlink("/dev/full", PathOf(kAnalysisName));
+    tree.MakeFull(kAnalysisName);
     const Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.err, "[DdrAnalyzer] Error occurs when saving ddr ana info:cannot write " +
-                                PathOf(kAnalysisName) +
+                                tree.PathOf(kAnalysisName) +
                                 "\n[DdrAnalyzer] Failed to save the ddr analysis file!\n"
                                 "[DdrAnalyzer] Failed to save ddr info!\n");
-    EXPECT_FALSE(Exists(kTableName));
+    EXPECT_FALSE(tree.Has(kTableName));
 }
 
 TEST_F(HostileDdrFiles, ATableThatCannotBeWrittenIsTold) {
-    std::filesystem::create_symlink("/dev/full", PathOf(kTableName));
+    tree.MakeFull(kTableName);
     Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.err, "[DdrAnalyzer] Error occurs when saving ddr using info: cannot write " +
-                                PathOf(kTableName) +
+                                tree.PathOf(kTableName) +
                                 "\n[DdrAnalyzer] Failed to save the ddr using info!\n"
                                 "[DdrAnalyzer] Failed to save ddr info!\n");
     ddrInfoMap.clear();
-    std::filesystem::remove_all(PathOf("raw_data"));
+    tree.Remove("raw_data");
     captured = Run();
     EXPECT_EQ(captured.err,
               "[DdrAnalyzer] Can't get real path\n"
               "[DdrAnalyzer] Failed to save the ddr using info!\n"
               "[DdrAnalyzer] Failed to save ddr info!\n");
-    EXPECT_TRUE(Exists(kAnalysisName));
+    EXPECT_TRUE(tree.Has(kAnalysisName));
 }
 
 TEST_F(HostileDdrFiles, EntriesOfUnequalLengthAreToldWhenTheTableIsMade) {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "analyzers/ddr/ddr_master_info.h"
@@ -28,17 +27,18 @@ std::string Flat(const std::string& name, const std::string& share) {
 }
 
 TEST_F(DdrAnalyzerTest, WritesTheAnalysisAndTheTable) {
-    dir.Write(kBandwidthName, BandwidthLines("cpu", {40, 80, 10, 90.123456, 20}));
-    dir.Write(kQosName, QosLines("0", "20"));
+    tree.Write(kBandwidthName, BandwidthLines("cpu", {40, 80, 10, 90.123456, 20}));
+    tree.Write(kQosName, QosLines("0", "20"));
     const Captured captured = Run();
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.err, "");
     EXPECT_EQ(captured.out, LoadLines() +
                                 "[DdrAnalyzer] Successfully analyzer ddr info!\n"
                                 "[DdrAnalyzer] Successfully save ddr ana info to " +
-                                PathOf(kAnalysisName) +
+                                tree.PathOf(kAnalysisName) +
                                 "\n[DdrAnalyzer] Successfully save ddr using info to " +
-                                PathOf(kTableName) + "\n[DdrAnalyzer] DdrAnalyzer Finished!\n");
+                                tree.PathOf(kTableName) +
+                                "\n[DdrAnalyzer] DdrAnalyzer Finished!\n");
     std::string expected = R"({"objectId":"soc_ddr_ana","eventId":"222210070",)"
                            R"("happenTime":"20230101120000000","content":[)" +
                            Flat("total", "0.000000");
@@ -50,8 +50,8 @@ TEST_F(DdrAnalyzerTest, WritesTheAnalysisAndTheTable) {
     for (const std::string& name : ddrNameList) {
         expected += name == "total" || name == "cpu" ? "" : "," + Flat(name, "0.000000");
     }
-    EXPECT_EQ(dir.Read(kAnalysisName), expected + "]}\n");
-    EXPECT_EQ(dir.Read(kTableName),
+    EXPECT_EQ(tree.Read(kAnalysisName), expected + "]}\n");
+    EXPECT_EQ(tree.Read(kTableName),
               "happen_time,total,cpu,imgp_venc,imgp_vdec,imgp_vpc,aic_dat,aic_ins,sdma,isp_vicap,"
               "isp_viproc,isp_vipe,\n"
               "'20230101120000000,0,40,0,0,0,0,0,0,0,0,0,\n"
@@ -59,32 +59,32 @@ TEST_F(DdrAnalyzerTest, WritesTheAnalysisAndTheTable) {
               "'20230101120002000,0,10,0,0,0,0,0,0,0,0,0,\n"
               "'20230101120003000,0,90.1235,0,0,0,0,0,0,0,0,0,\n"
               "'20230101120004000,0,20,0,0,0,0,0,0,0,0,0,\n");
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"),
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[DdrAnalyzer\\] cost time: [0-9.]+s\n"));
 }
 
 TEST_F(DdrAnalyzerTest, AnEmptyCollectionGivesTheDefaults) {
-    dir.Write(kBandwidthName, "");
-    dir.Write(kQosName, "");
+    tree.Write(kBandwidthName, "");
+    tree.Write(kQosName, "");
     Run();
     EXPECT_TRUE(result);
-    EXPECT_THAT(dir.Read(kAnalysisName),
+    EXPECT_THAT(tree.Read(kAnalysisName),
                 HasSubstr(R"({"mpam_name":"isp_vipe","meanBw":"0.000000","maxBw":"0.000000",)"
                           R"("minBw":"100.000000","over":"0.000000","peak_interval":[],)"
                           R"("peak":[],"trough":[]}]})"));
-    EXPECT_EQ(dir.Read(kTableName),
+    EXPECT_EQ(tree.Read(kTableName),
               "happen_time,total,cpu,imgp_venc,imgp_vdec,imgp_vpc,aic_dat,aic_ins,sdma,isp_vicap,"
               "isp_viproc,isp_vipe,\n");
 }
 
 TEST_F(DdrAnalyzerTest, ARepeatedAnalysisAddsALineAndReplacesTheTable) {
     Run();
-    const std::string line = dir.Read(kAnalysisName);
-    const std::string table = dir.Read(kTableName);
+    const std::string line = tree.Read(kAnalysisName);
+    const std::string table = tree.Read(kTableName);
     ddrInfoMap.clear();
     Run();
-    EXPECT_EQ(dir.Read(kAnalysisName), line + line);
-    EXPECT_EQ(dir.Read(kTableName), table);
+    EXPECT_EQ(tree.Read(kAnalysisName), line + line);
+    EXPECT_EQ(tree.Read(kTableName), table);
 }
 
 TEST_F(DdrAnalyzerTest, ASecondAnalyzerOfTheProcessAddsToTheFirst) {
@@ -92,7 +92,7 @@ TEST_F(DdrAnalyzerTest, ASecondAnalyzerOfTheProcessAddsToTheFirst) {
     Run();
     EXPECT_EQ(ddrInfoMap["cpu"].values.size(), 2U);
     const std::string row = "'20230101120000001,1.5,1.5,1.5,1.5,1.5,1.5,1.5,1.5,1.5,1.5,1.5,\n";
-    EXPECT_THAT(dir.Read(kTableName), EndsWith("isp_vipe,\n" + row + row));
+    EXPECT_THAT(tree.Read(kTableName), EndsWith("isp_vipe,\n" + row + row));
 }
 
 struct BadSection {
@@ -126,7 +126,7 @@ TEST_F(DdrAnalyzerTest, AConfigurationWithoutTheSectionIsRefused) {
     JsonDocument config;
     ASSERT_TRUE(ParseJson("{}", config));
     const Captured captured = Capture([&] {
-        EXPECT_FALSE(DdrAnalyzer(DdrAnalyzer::kName).Start(config, dir.Path(), &stopFlag));
+        EXPECT_FALSE(DdrAnalyzer(DdrAnalyzer::kName).Start(config, tree.Path(), &stopFlag));
     });
     EXPECT_THAT(captured.err, HasSubstr("Ddr analyzer param is missing! Correct: [job]\n"));
 }
@@ -135,22 +135,22 @@ TEST_F(DdrAnalyzerTest, ASectionThatIsNoObjectEndsTheProcess) {
     JsonDocument config;
     ASSERT_TRUE(ParseJson(R"({"DdrAnalyzer":7})", config));
     DdrAnalyzer analyzer(DdrAnalyzer::kName);
-    EXPECT_DEATH((void)analyzer.Start(config, dir.Path(), &stopFlag), "JSON assertion");
+    EXPECT_DEATH((void)analyzer.Start(config, tree.Path(), &stopFlag), "JSON assertion");
 }
 
 TEST_F(DdrAnalyzerTest, ADirectoryMustHoldOneCollection) {
     const std::string words =
         "[DdrAnalyzer] only one ddr_info file should be existed.\n"
         "[DdrAnalyzer] Failed to initialize file path!\n";
-    dir.Write("json/soc_ddr_bandwidth_usage_info_1_2.data", "");
+    tree.Write("json/soc_ddr_bandwidth_usage_info_1_2.data", "");
     EXPECT_EQ(Run().err, words);
     EXPECT_FALSE(result);
-    std::filesystem::remove(PathOf("json/soc_ddr_bandwidth_usage_info_1_2.data"));
-    std::filesystem::remove(PathOf(kBandwidthName));
+    tree.Remove("json/soc_ddr_bandwidth_usage_info_1_2.data");
+    tree.Remove(kBandwidthName);
     EXPECT_EQ(Run().err, words);
     EXPECT_FALSE(result);
-    std::filesystem::remove_all(PathOf("json"));
-    EXPECT_EQ(Run().err, "Can not open " + PathOf("json/") + "\n" + words);
+    tree.Remove("json");
+    EXPECT_EQ(Run().err, "Can not open " + tree.PathOf("json/") + "\n" + words);
     EXPECT_FALSE(result);
 }
 
@@ -159,7 +159,7 @@ TEST_F(DdrAnalyzerTest, NamesThatDoNotMatchDoNotCount) {
          {"json/soc_ddr_bandwidth_usage_info_1_.data", "json/soc_ddr_bandwidth_usage_info_1_1.log",
           "json/xsoc_ddr_bandwidth_usage_info_1_1.data",
           "json/soc_ddr_bandwidth_usage_info_1_1x.data"}) {
-        dir.Write(name, "");
+        tree.Write(name, "");
     }
     Run();
     EXPECT_TRUE(result);
@@ -167,12 +167,12 @@ TEST_F(DdrAnalyzerTest, NamesThatDoNotMatchDoNotCount) {
 
 // Case does not count in the search, but the paths are built with lower-case names.
 TEST_F(DdrAnalyzerTest, ACollectionInCapitalsIsFoundAndNotOpened) {
-    std::filesystem::remove(PathOf(kBandwidthName));
-    dir.Write("json/SOC_DDR_BANDWIDTH_USAGE_INFO_1_20230101120000000.DATA", "");
+    tree.Remove(kBandwidthName);
+    tree.Write("json/SOC_DDR_BANDWIDTH_USAGE_INFO_1_20230101120000000.DATA", "");
     const Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_THAT(captured.err, HasSubstr("[DdrAnalyzer] Failed to open the DDR info file - '" +
-                                        PathOf(kBandwidthName) + "'\n"));
+                                        tree.PathOf(kBandwidthName) + "'\n"));
 }
 
 TEST_F(DdrAnalyzerTest, AStopEndsTheProcessing) {
@@ -182,7 +182,7 @@ TEST_F(DdrAnalyzerTest, AStopEndsTheProcessing) {
     EXPECT_EQ(captured.err,
               "[DdrAnalyzer] Failed to process ddr analyzer because of stopFlag!\n"
               "[DdrAnalyzer] Failed to process ddr info!\n");
-    EXPECT_FALSE(Exists(kAnalysisName));
+    EXPECT_FALSE(tree.Has(kAnalysisName));
 }
 
 // Its check is part of Start, which ends there or goes on to an empty tree.

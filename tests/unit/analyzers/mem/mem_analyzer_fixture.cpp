@@ -1,13 +1,10 @@
 #include "tests/unit/analyzers/mem/mem_analyzer_fixture.h"
 
-#include <filesystem>
-
 namespace zarn::test {
 
 MemAnalyzerTest::MemAnalyzerTest() {
-    std::filesystem::create_directories(dir.Path() + "env_info");
-    dir.Write(kSystemName, MemSystemLine("20230101120000001", {{"used", "500"}}));
-    dir.Write(kProcessName, MemProcessLine("20230101120000002", {{"7", "app", {{"PSS", "40K"}}}}));
+    tree.Write(kSystemName, MemSystemLine("20230101120000001", {{"used", "500"}}));
+    tree.Write(kProcessName, MemProcessLine("20230101120000002", {{"7", "app", {{"PSS", "40K"}}}}));
 }
 
 std::string MemAnalyzerTest::Section(const std::string& jobs, const std::string& threshold,
@@ -33,11 +30,7 @@ void MemAnalyzerTest::Start(const std::string& section) {
     JsonDocument config;
     EXPECT_TRUE(ParseJson(R"({"MemAnalyzer":)" + section + "}", config));
     MemAnalyzer analyzer(MemAnalyzer::kName);
-    result = analyzer.Start(config, dir.Path(), &stopFlag);
-}
-
-bool MemAnalyzerTest::Exists(const std::string& name) const {
-    return std::filesystem::exists(dir.Path() + name);
+    result = analyzer.Start(config, tree.Path(), &stopFlag);
 }
 
 }  // namespace zarn::test

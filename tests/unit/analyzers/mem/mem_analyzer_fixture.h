@@ -5,9 +5,10 @@
 #include <string>
 
 #include "analyzers/mem/mem_analyzer.h"
+#include "formats/mem.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/mem_lines.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn::test {
 
@@ -15,12 +16,10 @@ namespace zarn::test {
 // process.
 class MemAnalyzerTest : public testing::Test {
 protected:
-    static constexpr const char* kSystemName = "json/soc_gea_memory_info_1_20230101120000000.data";
-    static constexpr const char* kProcessName =
-        "json/soc_gea_process_mem_rawdata_info_1_20230101120000000.data";
-    static constexpr const char* kSystemResult = "json/soc_gea_memory_ana_1_20230101120000000.data";
-    static constexpr const char* kProcessResult =
-        "json/soc_gea_process_ana_1_20230101120000000.data";
+    inline static const std::string kSystemName = RunTree::NameOf(mem_files::kSystemSamples);
+    inline static const std::string kProcessName = RunTree::NameOf(mem_files::kProcessSamples);
+    inline static const std::string kSystemResult = RunTree::NameOf(mem_files::kSystemAnalysis);
+    inline static const std::string kProcessResult = RunTree::NameOf(mem_files::kProcessAnalysis);
 
     MemAnalyzerTest();
 
@@ -32,14 +31,11 @@ protected:
     // With both jobs, its lines going where they go.
     void RunUncaptured();
 
-    [[nodiscard]] bool Exists(const std::string& name) const;
-    [[nodiscard]] std::string PathOf(const std::string& name) const { return dir.Path() + name; }
-
     // A section of both jobs, or of the one called.
     [[nodiscard]] static std::string Section(const std::string& jobs, const std::string& threshold,
                                              const std::string& names);
 
-    TempDir dir;
+    RunTree tree;
     StopFlag stopFlag{0};
     bool result = false;
 

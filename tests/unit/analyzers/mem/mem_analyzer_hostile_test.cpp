@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <string>
 
 #include "tests/support/memory_limit.h"
@@ -24,26 +23,26 @@ class HostileMemFiles : public MemAnalyzerTest {
 protected:
     // Each text in the samples of the system fails that job with its words.
     void ExpectSystemWords(const std::string& text, const std::string& words) {
-        dir.Write(kSystemName, text);
+        tree.Write(kSystemName, text);
         const Captured captured = Run(kSystemOnly);
         EXPECT_FALSE(result) << text.substr(0, 100);
         EXPECT_EQ(captured.err, words + "[MemAnalyzer]: Failed to analy system mem!\n")
             << text.substr(0, 100);
-        EXPECT_FALSE(Exists(kSystemResult));
+        EXPECT_FALSE(tree.Has(kSystemResult));
     }
 
     void ExpectProcessWords(const std::string& text, const std::string& words) {
-        dir.Write(kProcessName, text);
+        tree.Write(kProcessName, text);
         const Captured captured = Run(kProcessOnly);
         EXPECT_FALSE(result) << text.substr(0, 100);
         EXPECT_EQ(captured.err, words + "[MemAnalyzer]: Failed to analy process mem!\n")
             << text.substr(0, 100);
-        EXPECT_FALSE(Exists(kProcessResult));
+        EXPECT_FALSE(tree.Has(kProcessResult));
     }
 
     // The words of a file that is no JSON.
-    [[nodiscard]] std::string Illegal(const char* name) const {
-        return "[MemAnalyzer]: Illegal json file: \"" + PathOf(name) + "\"\n";
+    [[nodiscard]] std::string Illegal(const std::string& name) const {
+        return "[MemAnalyzer]: Illegal json file: \"" + tree.PathOf(name) + "\"\n";
     }
 };
 
@@ -69,7 +68,7 @@ TEST_F(HostileMemFiles, SystemDocumentsThatAreNone) {
 
 TEST_F(HostileMemFiles, AnEmptyFileHasNoFrames) {
     ExpectSystemWords("", kNoMax);
-    dir.Write(kProcessName, "");
+    tree.Write(kProcessName, "");
     EXPECT_EQ(Run(kProcessOnly).err,
               "[MemAnalyzer]: the peak trought threshold is too high, select a new one!\n");
     EXPECT_TRUE(result);
@@ -113,34 +112,34 @@ TEST_F(HostileMemFiles, HugeTextsAndManyProcessesAreRead) {
         rows.push_back({std::to_string(i), "p", {}});
     }
     rows.push_back({huge, "q", {}});
-    dir.Write(kProcessName, MemProcessLine("20230101120000001", rows));
+    tree.Write(kProcessName, MemProcessLine("20230101120000001", rows));
     EXPECT_EQ(Run(kProcessOnly).err, "");
     EXPECT_TRUE(result);
-    EXPECT_THAT(dir.Read(kProcessResult).size(), testing::Gt(huge.size()));
+    EXPECT_THAT(tree.Read(kProcessResult).size(), testing::Gt(huge.size()));
 }
 
 TEST_F(HostileMemFiles, AFileThatCannotBeOpenedIsTold) {
-    ASSERT_EQ(::chmod(PathOf(kSystemName).c_str(), 0), 0);
+    ASSERT_EQ(::chmod(tree.PathOf(kSystemName).c_str(), 0), 0);
     const OrdinaryRights rights;
     EXPECT_EQ(Run(kSystemOnly).err, "[MemAnalyzer] Could not open the file: \"" +
-                                        PathOf(kSystemName) +
+                                        tree.PathOf(kSystemName) +
                                         "\"\n[MemAnalyzer]: Failed to analy system mem!\n");
 }
 
 // Case does not count in the search.
 TEST_F(HostileMemFiles, AFileInCapitalsIsRead) {
-    std::filesystem::remove(PathOf(kSystemName));
-    dir.Write("json/SOC_GEA_MEMORY_INFO_1_5.DATA", MemSystemLine("1", {{"used", "3"}}));
+    tree.Remove(kSystemName);
+    tree.Write("json/SOC_GEA_MEMORY_INFO_1_5.DATA", MemSystemLine("1", {{"used", "3"}}));
     EXPECT_EQ(Run(kSystemOnly).err, "");
-    EXPECT_THAT(dir.Read("json/soc_gea_memory_ana_1_5.data"), HasSubstr("\"maxMemValue\":\"3\""));
+    EXPECT_THAT(tree.Read("json/soc_gea_memory_ana_1_5.data"), HasSubstr("\"maxMemValue\":\"3\""));
 }
 
 TEST_F(HostileMemFiles, AFaultInAnyFileEndsTheJob) {
-    dir.Write("json/soc_gea_memory_info_1_1.data", MemSystemLine("1"));
-    dir.Write("json/soc_gea_memory_info_1_2.data", "torn");
+    tree.Write("json/soc_gea_memory_info_1_1.data", MemSystemLine("1"));
+    tree.Write("json/soc_gea_memory_info_1_2.data", "torn");
     EXPECT_EQ(Run(kSystemOnly).err, Illegal("json/soc_gea_memory_info_1_2.data") +
                                         "[MemAnalyzer]: Failed to analy system mem!\n");
-    EXPECT_FALSE(Exists("json/soc_gea_memory_ana_1_1.data"));
+    EXPECT_FALSE(tree.Has("json/soc_gea_memory_ana_1_1.data"));
 }
 
 using HostileMemFilesDeathTest = HostileMemFiles;
@@ -149,8 +148,8 @@ TEST_F(HostileMemFilesDeathTest, ALineBeyondMemoryFailsTheJob) {
     if (!WhyNoMemoryLimit().empty()) {
         GTEST_SKIP() << WhyNoMemoryLimit();
     }
-    ASSERT_EQ(::truncate(PathOf(kSystemName).c_str(), off_t{1} << 33), 0);
-    ASSERT_EQ(::truncate(PathOf(kProcessName).c_str(), off_t{1} << 33), 0);
+    ASSERT_EQ(::truncate(tree.PathOf(kSystemName).c_str(), off_t{1} << 33), 0);
+    ASSERT_EQ(::truncate(tree.PathOf(kProcessName).c_str(), off_t{1} << 33), 0);
     EXPECT_EXIT(ExitBelowAMemoryLimit([this] {
                     RunUncaptured();
                     return !result;
@@ -163,7 +162,7 @@ TEST_F(HostileMemFilesDeathTest, ALineBeyondMemoryFailsTheJob) {
 }
 
 TEST_F(HostileMemFiles, AFullDiskLeavesWhatWasThere) {
-    std::filesystem::create_symlink("/dev/full", PathOf(kSystemResult));
+    tree.MakeFull(kSystemResult);
     EXPECT_THAT(Run(kSystemOnly).err,
                 EndsWith("[zarn_utils] Cannot open outfile, check your filePath.\n"));
 }

@@ -2,8 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <filesystem>
-
 #include "tests/unit/analyzers/mem/mem_analyzer_fixture.h"
 
 namespace zarn::test {
@@ -26,7 +24,7 @@ constexpr const char* kTooHigh =
     "[MemAnalyzer]: the peak trought threshold is too high, select a new one!\n";
 
 TEST_F(MemAnalyzerTest, WritesTheExtremesOfTheSystemAndOfEachProcess) {
-    dir.Write(kSystemName, MemSystemLines("used", {"100", "150", "90", "60", "100"}));
+    tree.Write(kSystemName, MemSystemLines("used", {"100", "150", "90", "60", "100"}));
     std::string lines;
     const std::string app[] = {"100K", "100K", "200K", "100K"};
     for (std::size_t i = 0; i < 4; ++i) {
@@ -34,16 +32,16 @@ TEST_F(MemAnalyzerTest, WritesTheExtremesOfTheSystemAndOfEachProcess) {
                                                {"10", "flat", {{"PSS", "5K"}}},
                                                {"10", "app", {{"PSS", i == 1 ? "1K" : "7K"}}}});
     }
-    dir.Write(kProcessName, lines);
+    tree.Write(kProcessName, lines);
     const Captured captured = Run();
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.out + captured.err, "");
-    EXPECT_EQ(dir.Read(kSystemResult),
+    EXPECT_EQ(tree.Read(kSystemResult),
               Head("soc_gea_memory_ana") +
                   R"({"maxMemValue":"150","minMemValue":"60","meanMemValue":"100.000000",)"
                   R"("peak":[)" +
                   Frame(1, "150") + R"(],"trought":[)" + Frame(3, "60") + "]}]}\n");
-    EXPECT_EQ(dir.Read(kProcessResult),
+    EXPECT_EQ(tree.Read(kProcessResult),
               Head("soc_gea_process_ana") +
                   R"({"PID":"10","command":"app","maxMemValue":"7","minMemValue":"1",)"
                   R"("meanMemValue":"5.500000","peak":[)" +
@@ -53,7 +51,7 @@ TEST_F(MemAnalyzerTest, WritesTheExtremesOfTheSystemAndOfEachProcess) {
                   R"({"PID":"9","command":"app","maxMemValue":"200","minMemValue":"100",)"
                   R"("meanMemValue":"125.000000","peak":[)" +
                   Frame(2, "200") + R"(],"trought":[)" + Frame(3, "100") + "]}]}\n");
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"),
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[MemAnalyzer\\] cost time: [0-9.]+s\n"));
 }
 
@@ -62,25 +60,25 @@ TEST_F(MemAnalyzerTest, ASingleSampleIsPeakAndTrough) {
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.err, "");
     const std::string system = R"({"timeStamp":"20230101120000001","memValue":"500"})";
-    EXPECT_EQ(dir.Read(kSystemResult),
+    EXPECT_EQ(tree.Read(kSystemResult),
               Head("soc_gea_memory_ana") +
                   R"({"maxMemValue":"500","minMemValue":"500","meanMemValue":"500.000000",)"
                   R"("peak":[)" +
                   system + R"(],"trought":[)" + system + "]}]}\n");
-    EXPECT_THAT(dir.Read(kProcessResult),
+    EXPECT_THAT(tree.Read(kProcessResult),
                 HasSubstr(R"("peak":[{"timeStamp":"20230101120000002","memValue":"40"}],)"
                           R"("trought":[{"timeStamp":"20230101120000002","memValue":"40"}])"));
 }
 
 TEST_F(MemAnalyzerTest, AThresholdThatLetsNothingPassGivesNoProcessFile) {
-    dir.Write(kSystemName, MemSystemLines("used", {"100", "150", "60", "100"}));
-    dir.Write(kProcessName, MemProcessLines({"9", "app", {}}, "PSS", {"100K", "150K", "60K"}));
+    tree.Write(kSystemName, MemSystemLines("used", {"100", "150", "60", "100"}));
+    tree.Write(kProcessName, MemProcessLines({"9", "app", {}}, "PSS", {"100K", "150K", "60K"}));
     const Captured captured = Run(R"("system_mem","process_mem")", "5");
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.err, kTooHigh);
-    EXPECT_THAT(dir.Read(kSystemResult), HasSubstr(R"("peak":[],"trought":[]}]})"));
-    EXPECT_FALSE(Exists(kProcessResult));
-    EXPECT_TRUE(Exists("env_info/time_cost.log"));
+    EXPECT_THAT(tree.Read(kSystemResult), HasSubstr(R"("peak":[],"trought":[]}]})"));
+    EXPECT_FALSE(tree.Has(kProcessResult));
+    EXPECT_TRUE(tree.Has("env_info/time_cost.log"));
 }
 
 // Peaks of one process and troughs of another do not make a result.
@@ -92,30 +90,30 @@ TEST_F(MemAnalyzerTest, OneProcessMustHaveBoth) {
         lines += MemProcessLine(MemMoment(i),
                                 {{"1", "a", {{"PSS", peak[i]}}}, {"2", "b", {{"PSS", trough[i]}}}});
     }
-    dir.Write(kProcessName, lines);
+    tree.Write(kProcessName, lines);
     EXPECT_EQ(Run(kProcessOnly).err, kTooHigh);
-    EXPECT_FALSE(Exists(kProcessResult));
+    EXPECT_FALSE(tree.Has(kProcessResult));
 }
 
 TEST_F(MemAnalyzerTest, OnlyTheNamedProcessesAreAnalysed) {
-    dir.Write(kProcessName,
-              MemProcessLine("20230101120000002", {{"7", "app", {}}, {"8", "sh", {}}}));
+    tree.Write(kProcessName,
+               MemProcessLine("20230101120000002", {{"7", "app", {}}, {"8", "sh", {}}}));
     EXPECT_EQ(Run(kProcessOnly, "0.1", R"("sh","gone")").err, "");
-    EXPECT_THAT(dir.Read(kProcessResult), HasSubstr(R"("content":[{"PID":"8","command":"sh",)"));
-    EXPECT_THAT(dir.Read(kProcessResult), testing::Not(HasSubstr("\"app\"")));
+    EXPECT_THAT(tree.Read(kProcessResult), HasSubstr(R"("content":[{"PID":"8","command":"sh",)"));
+    EXPECT_THAT(tree.Read(kProcessResult), testing::Not(HasSubstr("\"app\"")));
     EXPECT_EQ(Run(kProcessOnly, "0.1", R"("gone")").err, kTooHigh);
     EXPECT_TRUE(result);
 }
 
 // The order is that of numbers, not of texts; the first file names the result.
 TEST_F(MemAnalyzerTest, SeveralFilesAreReadInTheOrderOfTheirDigits) {
-    std::filesystem::remove(PathOf(kSystemName));
-    dir.Write("json/soc_gea_memory_info_1_900.data", MemSystemLine("b", {{"used", "2"}}));
-    dir.Write("json/soc_gea_memory_info_1_1000.data",
-              MemSystemLine("c", {{"used", "9"}}) + MemSystemLine("d", {{"used", "5"}}));
-    dir.Write("json/soc_gea_memory_info_1_0090.data", MemSystemLine("a", {{"used", "4"}}));
+    tree.Remove(kSystemName);
+    tree.Write("json/soc_gea_memory_info_1_900.data", MemSystemLine("b", {{"used", "2"}}));
+    tree.Write("json/soc_gea_memory_info_1_1000.data",
+               MemSystemLine("c", {{"used", "9"}}) + MemSystemLine("d", {{"used", "5"}}));
+    tree.Write("json/soc_gea_memory_info_1_0090.data", MemSystemLine("a", {{"used", "4"}}));
     EXPECT_EQ(Run(kSystemOnly).err, "");
-    EXPECT_EQ(dir.Read("json/soc_gea_memory_ana_1_0090.data"),
+    EXPECT_EQ(tree.Read("json/soc_gea_memory_ana_1_0090.data"),
               R"({"objectId":"soc_gea_memory_ana","happenTime":"0090","eventId":"962201576",)"
               R"("content":[{"maxMemValue":"9","minMemValue":"2","meanMemValue":"5.000000",)"
               R"("peak":[{"timeStamp":"c","memValue":"9"}],)"
@@ -125,47 +123,47 @@ TEST_F(MemAnalyzerTest, SeveralFilesAreReadInTheOrderOfTheirDigits) {
 
 TEST_F(MemAnalyzerTest, ARepeatedAnalysisAddsALine) {
     Run();
-    const std::string line = dir.Read(kProcessResult);
+    const std::string line = tree.Read(kProcessResult);
     Run();
-    EXPECT_EQ(dir.Read(kProcessResult), line + line);
+    EXPECT_EQ(tree.Read(kProcessResult), line + line);
 }
 
 TEST_F(MemAnalyzerTest, OtherFieldsAreReadAlike) {
-    dir.Write(kSystemName, MemSystemLine("20230101120000001", {{"kermod", "77"}}));
-    dir.Write(kProcessName,
-              MemProcessLine("20230101120000002", {{"7", "app", {{"FDSize", "64"}}}}));
+    tree.Write(kSystemName, MemSystemLine("20230101120000001", {{"kermod", "77"}}));
+    tree.Write(kProcessName,
+               MemProcessLine("20230101120000002", {{"7", "app", {{"FDSize", "64"}}}}));
     RunSection(R"({"job":["process_mem","system_mem"],"peak_trought_threshold":1,)"
                R"("system_field":"kermod","process_field":"FDSize","process":[]})");
     EXPECT_TRUE(result);
-    EXPECT_THAT(dir.Read(kSystemResult), HasSubstr(R"("maxMemValue":"77")"));
-    EXPECT_THAT(dir.Read(kProcessResult), HasSubstr(R"("maxMemValue":"64")"));
+    EXPECT_THAT(tree.Read(kSystemResult), HasSubstr(R"("maxMemValue":"77")"));
+    EXPECT_THAT(tree.Read(kProcessResult), HasSubstr(R"("maxMemValue":"64")"));
 }
 
 TEST_F(MemAnalyzerTest, WithoutFilesBothJobsFail) {
-    std::filesystem::remove(PathOf(kSystemName));
-    std::filesystem::remove(PathOf(kProcessName));
+    tree.Remove(kSystemName);
+    tree.Remove(kProcessName);
     EXPECT_EQ(Run().err,
               "[MemAnalyzer] Not exist system mem data file!\n"
               "[MemAnalyzer]: Failed to analy system mem!\n"
               "[MemAnalyzer] Not exist process mem data file!\n"
               "[MemAnalyzer]: Failed to analy process mem!\n");
     EXPECT_FALSE(result);
-    EXPECT_FALSE(Exists("env_info/time_cost.log"));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 TEST_F(MemAnalyzerTest, ATreeWithoutDocumentsIsTold) {
-    std::filesystem::remove_all(PathOf("json"));
-    EXPECT_EQ(Run(kSystemOnly).err, "Can not open " + PathOf("json/") +
+    tree.Remove("json");
+    EXPECT_EQ(Run(kSystemOnly).err, "Can not open " + tree.PathOf("json/") +
                                         "\n[MemAnalyzer] Not exist system mem data file!\n"
                                         "[MemAnalyzer]: Failed to analy system mem!\n");
 }
 
 TEST_F(MemAnalyzerTest, TheOtherJobRunsWhenOneFails) {
-    std::filesystem::remove(PathOf(kSystemName));
+    tree.Remove(kSystemName);
     Run();
     EXPECT_FALSE(result);
-    EXPECT_TRUE(Exists(kProcessResult));
-    EXPECT_FALSE(Exists("env_info/time_cost.log"));
+    EXPECT_TRUE(tree.Has(kProcessResult));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 TEST_F(MemAnalyzerTest, AStopIsNoFailure) {
@@ -174,8 +172,8 @@ TEST_F(MemAnalyzerTest, AStopIsNoFailure) {
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.out, "[MemAnalyzer] Stop process memory data because of stopFlag!\n");
     EXPECT_EQ(captured.err, "");
-    EXPECT_FALSE(Exists(kSystemResult));
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"), HasSubstr("[MemAnalyzer] cost time: "));
+    EXPECT_FALSE(tree.Has(kSystemResult));
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"), HasSubstr("[MemAnalyzer] cost time: "));
 }
 
 TEST_F(MemAnalyzerTest, ABadSectionEndsTheFirstStep) {
