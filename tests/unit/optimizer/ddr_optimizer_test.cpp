@@ -3,14 +3,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "foundation/files.h"
 #include "optimizer/benchmark/stress_benchmark.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 #include "tests/unit/optimizer/options/options_fixture.h"
 #include "tests/unit/optimizer/search/pso_fixture.h"
 
@@ -26,7 +25,7 @@ using test::FakeRunner;
 using test::Json;
 using test::ListedRandom;
 using test::PsoConf;
-using test::TempDir;
+using test::RunTree;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
@@ -48,7 +47,6 @@ constexpr std::size_t kSetCalls = 6;
 class DdrOptimizerTest : public testing::Test {
 protected:
     DdrOptimizerTest() {
-        std::filesystem::create_directories(dir_.Path() + "env_info");
         ProcessStressCommand().clear();
         for (const QosConfig& row : optimizerQosConfigs) {
             if (row.mpam_name != "cpu") {
@@ -63,11 +61,11 @@ protected:
         DdrOptimizer optimizer("DdrOptimizer", host_.Get(), random_);
         const JsonDocument config = Json(text);
         captured_ = test::Capture(
-            [&] { EXPECT_EQ(optimizer.Start(config, dir_.Path(), &stopFlag_), expected); });
+            [&] { EXPECT_EQ(optimizer.Start(config, tree_.Path(), &stopFlag_), expected); });
         held_ = Describe(optimizer.InitQosConfigs());
     }
 
-    TempDir dir_;
+    RunTree tree_;
     FakeHost host_;
     FakeRunner& runner_ = host_.runner;
     FakeDevice& device_ = host_.device;
@@ -88,9 +86,9 @@ TEST_F(DdrOptimizerTest, AppliesTheBoundsOfManualMode) {
     EXPECT_EQ(captured_.err, "");
     EXPECT_EQ(device_.bounds[0].high, 51U);
     EXPECT_EQ(device_.bounds[0].low, 10U);
-    EXPECT_THAT(dir_.Read("env_info/time_cost.log"),
+    EXPECT_THAT(tree_.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[DdrOptimizer\\] cost time: [0-9.e-]+s\n"));
-    EXPECT_TRUE(std::filesystem::is_directory(dir_.Path() + "raw_data/ddr"));
+    EXPECT_TRUE(tree_.Has("raw_data/ddr/"));
     EXPECT_TRUE(runner_.Commands().empty());
 }
 
@@ -134,7 +132,7 @@ TEST_F(DdrOptimizerTest, AFailingReadHasTheWordsOfTheFilePath) {
     EXPECT_EQ(captured_.err, std::string("Failed to get aic_dat qos config, ret = 8\n"
                                          "[DdrOptimizer] Failed to get init qos conf!\n") +
                                  kInitFailure);
-    EXPECT_FALSE(std::filesystem::exists(dir_.Path() + "env_info/time_cost.log"));
+    EXPECT_FALSE(tree_.Has("env_info/time_cost.log"));
 }
 
 TEST_F(DdrOptimizerTest, EachCallOfTheDefaultsCanFail) {
@@ -185,11 +183,11 @@ TEST_F(DdrOptimizerTest, AStopFlagSetBeforeEndsAfterTheOptions) {
 }
 
 TEST_F(DdrOptimizerTest, AFolderThatCannotBeMadeEndsTheMission) {
-    dir_.Write("raw_data", "a file");
+    tree_.PutInTheWay("raw_data");
     Start(kManual, false);
     EXPECT_EQ(captured_.out, "[DdrOptimizer] DdrOptimizer Start.\n");
     EXPECT_THAT(captured_.err, StartsWith("[zarn_utils] Failed to create directory : " +
-                                          dir_.Path() + "raw_data/ddr, error code:"));
+                                          tree_.Path() + "raw_data/ddr, error code:"));
     EXPECT_THAT(captured_.err, EndsWith(kInitFailure));
     EXPECT_TRUE(device_.Calls().empty());
 }
@@ -208,12 +206,12 @@ TEST_F(DdrOptimizerTest, AutoModeSearchesAndLeavesItsLogs) {
     Start(AutoConfig(PsoConf("'psoParams': {'numSize': 0, 'perTime': 0, 'numIterate': 0, 'w_v': 0,"
                              "'w_p': 0, 'w_g': 0}")),
           true);
-    const std::string opt = dir_.OnlyFile("raw_data/ddr", "soc_ddr_opt_info_1_");
-    EXPECT_THAT(opt, MatchesRegex("soc_ddr_opt_info_1_[0-9]{17}\\.log"));
-    EXPECT_EQ("soc_ddr_stress_info_1_" + opt.substr(19),
-              dir_.OnlyFile("raw_data/ddr", "soc_ddr_stress_info_1_"))
+    const std::string opt = tree_.OnlyFile("raw_data/ddr", "soc_ddr_opt_info_1_");
+    EXPECT_THAT(opt, MatchesRegex("raw_data/ddr/soc_ddr_opt_info_1_[0-9]{17}\\.log"));
+    EXPECT_EQ("raw_data/ddr/soc_ddr_stress_info_1_" + opt.substr(32),
+              tree_.OnlyFile("raw_data/ddr", "soc_ddr_stress_info_1_"))
         << "both carry the same time";
-    EXPECT_THAT(dir_.Read("raw_data/ddr/" + opt),
+    EXPECT_THAT(tree_.Read(opt),
                 EndsWith("[DdrOptimizer] optimized : aic : 5.000000,  cpu : 11.166667,  imgp : "
                          "5.000000,  isp : 30.000000,  \n"));
     EXPECT_EQ(device_.bounds[0].high, 51U);

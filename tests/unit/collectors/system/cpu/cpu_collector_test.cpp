@@ -3,13 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <filesystem>
 
 #include "foundation/files.h"
 #include "foundation/text.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn {
 namespace {
@@ -37,11 +36,6 @@ constexpr const char* kThreadCommand = "top -b -n 2 -d 0.500000 -w 512 -H -o %CP
 // A collector whose tools print two samples, and the run tree it works in.
 class CpuCollectorTest : public testing::Test {
 protected:
-    CpuCollectorTest() {
-        std::filesystem::create_directories(tree.Path() + "json");
-        std::filesystem::create_directories(tree.Path() + "env_info");
-    }
-
     void AnswerTwoSamples() {
         runner.On(kTopRule,
                   "top - a\nTasks: 2\n%Cpu(s): 1.0 us, 99.0 id\n\n  PID USER\n 1 root init\n"
@@ -77,17 +71,6 @@ protected:
         });
     }
 
-    // Names of the files below the tree.
-    [[nodiscard]] std::vector<std::string> Files() const {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(tree.Path())) {
-            if (entry.is_regular_file()) {
-                names.push_back(entry.path().string().substr(tree.Path().size()));
-            }
-        }
-        return names;
-    }
-
     [[nodiscard]] static std::string Log(const std::string& prefix) {
         return "raw_data/cpu/" + prefix + kTime + ".log";
     }
@@ -110,7 +93,7 @@ protected:
 
     test::FakeHost host;
     test::FakeRunner& runner = host.runner;
-    test::TempDir tree;
+    test::RunTree tree;
     StopFlag stopFlag{0};
     unsigned count = 2;
     bool result = false;
@@ -154,7 +137,7 @@ TEST_F(CpuCollectorTest, WritesEveryFileWhole) {
     const auto captured = Run(R"(["global","core","selected_process"])", true, true);
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.out + captured.err, "");
-    EXPECT_THAT(Files(),
+    EXPECT_THAT(tree.Names(),
                 UnorderedElementsAre(Log("soc_gea_cpu_usage_info_1_"), Log("cpu_global_1_"),
                                      Log("cpu_cores_1_"), Log("cpu_selected_processes_1_"),
                                      Log("cpu_thread_1_"),
@@ -204,7 +187,7 @@ TEST_F(CpuCollectorTest, WithoutJobsTwoFilesAreWrittenAndTheCpuArrayIsEmpty) {
     AnswerTwoSamples();
     Run("[]", false, true);
     const std::string documents = std::string("json/soc_gea_cpu_usage_info_") + kTime + ".data";
-    EXPECT_THAT(Files(),
+    EXPECT_THAT(tree.Names(),
                 UnorderedElementsAre(Log("soc_gea_cpu_usage_info_1_"), Log("cpu_thread_1_"),
                                      documents, "env_info/time_cost.log"));
     EXPECT_THAT(
@@ -219,8 +202,9 @@ TEST_F(CpuCollectorTest, AnUnknownJobIsPassedOverWithAWarning) {
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.out, "[CpuCollector] Warning: Unexpected job: bogus\n");
     EXPECT_EQ(captured.err, "");
-    EXPECT_THAT(Files(), UnorderedElementsAre(Log("soc_gea_cpu_usage_info_1_"), Log("cpu_cores_1_"),
-                                              Log("cpu_thread_1_"), "env_info/time_cost.log"));
+    EXPECT_THAT(tree.Names(),
+                UnorderedElementsAre(Log("soc_gea_cpu_usage_info_1_"), Log("cpu_cores_1_"),
+                                     Log("cpu_thread_1_"), "env_info/time_cost.log"));
 }
 
 TEST_F(CpuCollectorTest, CountZeroWritesNothing) {
@@ -228,7 +212,7 @@ TEST_F(CpuCollectorTest, CountZeroWritesNothing) {
     const auto captured = Run(R"(["global","core","selected_process"])", true, true);
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.out + captured.err, "");
-    EXPECT_THAT(Files(), UnorderedElementsAre("env_info/time_cost.log"));
+    EXPECT_THAT(tree.Names(), UnorderedElementsAre("env_info/time_cost.log"));
     EXPECT_EQ(runner.Commands().size(), 3U);
 }
 
@@ -267,14 +251,14 @@ TEST_F(CpuCollectorTest, AStopDuringTheMeasuringLeavesNoRawFile) {
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.out, "[CpuCollector] StopFlag received, CPU collector has stopped.\n");
     EXPECT_EQ(captured.err, "");
-    EXPECT_THAT(Files(), UnorderedElementsAre("env_info/time_cost.log"));
+    EXPECT_THAT(tree.Names(), UnorderedElementsAre("env_info/time_cost.log"));
     EXPECT_EQ(runner.Commands().size(), 5U);
     ExpectCostLine(true);
 }
 
 TEST_F(CpuCollectorTest, FilesThatCannotBeOpenedSaySoInEveryPass) {
     AnswerTwoSamples();
-    tree.Write("raw_data/cpu", "a file where the directory should be");
+    tree.PutInTheWay("raw_data/cpu");
     const auto captured = Run(R"(["core"])", false, false);
     EXPECT_TRUE(result);
     std::string expected;
@@ -330,8 +314,8 @@ TEST_F(CpuCollectorTest, AFileWithoutATimeForItsNameIsLeftOut) {
     });
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.err, "");
-    EXPECT_THAT(Files(), UnorderedElementsAre(Log("cpu_cores_1_"), Log("cpu_thread_1_"),
-                                              "env_info/time_cost.log"));
+    EXPECT_THAT(tree.Names(), UnorderedElementsAre(Log("cpu_cores_1_"), Log("cpu_thread_1_"),
+                                                   "env_info/time_cost.log"));
 }
 
 }  // namespace

@@ -24,9 +24,9 @@ class DdrCollectorFailure : public DdrCollectorTest {
 protected:
     // A fresh device that refuses the call `index` with code 3 in a run of one sample.
     Captured RunRefusing(std::size_t index, bool configured) {
-        std::filesystem::remove_all(dir.Path() + "raw_data");
-        std::filesystem::remove_all(dir.Path() + "json");
-        std::filesystem::create_directories(dir.Path() + "json");
+        tree.Remove("raw_data");
+        tree.Remove("json");
+        tree.MakeFolder("json");
         ddrTimeStampQueue = {};
         host.ticks = 0;
         refusing.emplace();
@@ -40,7 +40,7 @@ protected:
         DdrCollector collector = MakeCollector(runner, *refusing);
         const JsonDocument config = Options(1, 1);
         EXPECT_TRUE(collector.CheckOptions(config, "collector"));
-        return Capture([&] { result = collector.Start(config, dir.Path(), &stopFlag); });
+        return Capture([&] { result = collector.Start(config, tree.Path(), &stopFlag); });
     }
 
     std::optional<FakeDevice> refusing;
@@ -62,7 +62,7 @@ TEST_F(DdrCollectorFailure, AConfiguredDeviceMayRefuseAnyReadOfSettings) {
             << index;
         EXPECT_EQ(refusing->Calls().size(), 22U) << index;
         // The defaults stand for what could not be read.
-        EXPECT_NE(dir.Read(QosName()).find("\"bw_high\":\"51\""), std::string::npos) << index;
+        EXPECT_NE(tree.Read(QosName()).find("\"bw_high\":\"51\""), std::string::npos) << index;
     }
 }
 
@@ -78,15 +78,15 @@ TEST_F(DdrCollectorFailure, TheMonitorsStopMayBeRefusedButNotItsStart) {
               "[DdrCollector] Failed to enable bandwidth monitoring.\n"
               "[DdrCollector] Failed to init qos config!\n");
     EXPECT_TRUE(runner.Commands().size() == 2);  // those of the first run
-    EXPECT_TRUE(Exists(QosName()));
+    EXPECT_TRUE(tree.Has(QosName()));
 }
 
 TEST_F(DdrCollectorFailure, WithoutTheDdrTypeTheRunSucceedsWithoutAResult) {
     const Captured captured = RunRefusing(21, true);
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.err, "[DdrCollector] Cannot get ddr type.\n");
-    EXPECT_FALSE(Exists(DataName()));
-    EXPECT_TRUE(Exists("env_info") && !RawLog().empty());
+    EXPECT_FALSE(tree.Has(DataName()));
+    EXPECT_TRUE(tree.Has("env_info") && !RawLog().empty());
 }
 
 // What a refused call does while a never-configured master gets its defaults. The five calls of a
@@ -114,8 +114,8 @@ TEST_F(DdrCollectorFailure, AFreshDeviceMayRefuseAnyCall) {
                   step == 1);
         EXPECT_EQ(captured.out.find("Set mata qos config failed, ret = 3\n") != std::string::npos,
                   step == 3);
-        EXPECT_EQ(Exists(QosName()), step == 0) << index;
-        EXPECT_EQ(Exists(DataName()), step == 0) << index;
+        EXPECT_EQ(tree.Has(QosName()), step == 0) << index;
+        EXPECT_EQ(tree.Has(DataName()), step == 0) << index;
     }
 }
 
@@ -129,10 +129,10 @@ TEST_F(DdrCollectorFailure, NoMasterConfigurationCallIsForCpu) {
 }
 
 TEST_F(DdrCollectorFailure, ARawDirectoryThatCannotBeMadeEndsTheFirstStep) {
-    dir.Write("raw_data", "a file");
+    tree.PutInTheWay("raw_data");
     const Captured captured = Run();
     EXPECT_FALSE(result);
-    EXPECT_THAT(captured.err, HasSubstr("[zarn_utils] Failed to create directory : " + dir.Path() +
+    EXPECT_THAT(captured.err, HasSubstr("[zarn_utils] Failed to create directory : " + tree.Path() +
                                         "raw_data/ddr"));
     EXPECT_THAT(captured.err, testing::EndsWith("[DdrCollector] Failed to init output file!\n"));
     EXPECT_TRUE(device.Calls().empty());
@@ -152,7 +152,7 @@ TEST_F(DdrCollectorFailure, AClockThatFailsEndsItsStep) {
     EXPECT_EQ(captured.err,
               std::string("[DdrCollector] Failed to get curr timeStamp!\n") + kProcessFailed);
     EXPECT_EQ(RawLog(), "20230101120000001\n" + table);
-    EXPECT_FALSE(Exists("env_info/time_cost.log"));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 TEST_F(DdrCollectorFailure, ACommandThatFailsEndsTheSampling) {
@@ -165,7 +165,7 @@ TEST_F(DdrCollectorFailure, ACommandThatFailsEndsTheSampling) {
         const JsonDocument config = Options(2, 1);
         EXPECT_TRUE(collector.CheckOptions(config, "collector"));
         const Captured captured =
-            Capture([&] { EXPECT_FALSE(collector.Start(config, dir.Path(), &stopFlag)); });
+            Capture([&] { EXPECT_FALSE(collector.Start(config, tree.Path(), &stopFlag)); });
         EXPECT_EQ(captured.err,
                   std::string("[DdrCollector] Fail to CollectDdrInfo!\n") + kProcessFailed);
         EXPECT_EQ(failing.Commands().size(), text[0] == 'e' ? 1U : 2U);
@@ -179,7 +179,7 @@ TEST_F(DdrCollectorFailure, AStopBeforeTheSamplingLeavesNoLog) {
     EXPECT_EQ(captured.err, kNoLog);
     EXPECT_TRUE(runner.Commands().empty());
     EXPECT_TRUE(host.sleeps.empty());
-    EXPECT_TRUE(Exists(QosName()));
+    EXPECT_TRUE(tree.Has(QosName()));
 }
 
 TEST_F(DdrCollectorFailure, AStopKeepsTheSamplesTaken) {
@@ -190,8 +190,8 @@ TEST_F(DdrCollectorFailure, AStopKeepsTheSamplesTaken) {
         [&] { runner.Before("cat ", [stop](const std::string&) { stop(); }); },
     };
     for (const auto& place : places) {
-        std::filesystem::remove_all(dir.Path() + "raw_data");
-        std::filesystem::remove(dir.Path() + DataName());
+        tree.Remove("raw_data");
+        tree.Remove(DataName());
         stopFlag = 0;
         host.ticks = 0;
         place();
@@ -199,7 +199,7 @@ TEST_F(DdrCollectorFailure, AStopKeepsTheSamplesTaken) {
         EXPECT_TRUE(result);
         EXPECT_EQ(captured.err, "");
         EXPECT_EQ(RawLog(), "20230101120000001\n" + table);
-        EXPECT_THAT(dir.Read(DataName()), HasSubstr("\"happenTime\":\"20230101120000001\""));
+        EXPECT_THAT(tree.Read(DataName()), HasSubstr("\"happenTime\":\"20230101120000001\""));
     }
 }
 
@@ -207,13 +207,13 @@ TEST_F(DdrCollectorFailure, ACollectorThatWasNeverCheckedTakesNoSample) {
     DdrCollector collector = MakeCollector(runner, device);
     const JsonDocument config = Options(1, 1);
     const Captured captured =
-        Capture([&] { EXPECT_FALSE(collector.Start(config, dir.Path(), &stopFlag)); });
+        Capture([&] { EXPECT_FALSE(collector.Start(config, tree.Path(), &stopFlag)); });
     EXPECT_EQ(captured.err, kNoLog);
 }
 
 TEST_F(DdrCollectorFailure, AFullDiskUnderTheDocumentsIsToldLineByLine) {
-    std::filesystem::create_symlink("/dev/full", dir.Path() + DataName());
-    std::filesystem::create_symlink("/dev/full", dir.Path() + QosName());
+    tree.MakeFull(DataName());
+    tree.MakeFull(QosName());
     const Captured captured = Run(2);
     EXPECT_TRUE(result);
     std::string lines;
@@ -224,13 +224,13 @@ TEST_F(DdrCollectorFailure, AFullDiskUnderTheDocumentsIsToldLineByLine) {
 }
 
 TEST_F(DdrCollectorFailure, AFullDiskUnderTheRawLogEndsTheSampling) {
-    std::filesystem::create_directories(dir.Path() + "raw_data/ddr");
-    std::filesystem::create_symlink("/dev/full", RawLogPath());
+    tree.MakeFolder("raw_data/ddr");
+    tree.MakeFull(RunTree::NameOf(ddr_files::kBandwidthLog));
     DdrCollector collector = MakeCollector(SystemCommandRunner(), device);
     const JsonDocument config = Options(2, 1);
     EXPECT_TRUE(collector.CheckOptions(config, "collector"));
     const Captured captured =
-        Capture([&] { EXPECT_FALSE(collector.Start(config, dir.Path(), &stopFlag)); });
+        Capture([&] { EXPECT_FALSE(collector.Start(config, tree.Path(), &stopFlag)); });
     EXPECT_THAT(captured.err, testing::EndsWith(std::string("[DdrCollector] Fail to "
                                                             "CollectDdrInfo!\n") +
                                                 kProcessFailed));

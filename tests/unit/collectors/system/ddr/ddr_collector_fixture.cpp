@@ -1,6 +1,5 @@
 #include "tests/unit/collectors/system/ddr/ddr_collector_fixture.h"
 
-#include <filesystem>
 #include <fstream>
 
 namespace zarn::test {
@@ -14,8 +13,6 @@ DdrCollectorTest::DdrCollectorTest() {
     ddrTimeStampQueue = {};
     ddrReadCommand.clear();
     ConfigureDevice(51, 0);
-    std::filesystem::create_directories(dir.Path() + "json");
-    std::filesystem::create_directories(dir.Path() + "env_info");
     runner.Before(kEcho, [](const std::string& command) {
         const std::string text = command.substr(5);
         Append(command, text.substr(0, text.find(' ')) + "\n");
@@ -46,23 +43,11 @@ Captured DdrCollectorTest::Run(unsigned count, unsigned interval) {
     DdrCollector collector = MakeCollector(runner, device);
     const JsonDocument config = Options(count, interval);
     EXPECT_TRUE(collector.CheckOptions(config, "collector"));
-    return Capture([&] { result = collector.Start(config, dir.Path(), &stopFlag); });
+    return Capture([&] { result = collector.Start(config, tree.Path(), &stopFlag); });
 }
 
 std::string DdrCollectorTest::RawLogPath() const {
-    return dir.Path() + "raw_data/ddr/soc_ddr_bandwidth_usage_info_1_" + kStart + ".log";
-}
-
-std::string DdrCollectorTest::DataName() const {
-    return std::string("json/soc_ddr_bandwidth_usage_info_1_") + kStart + ".data";
-}
-
-std::string DdrCollectorTest::QosName() const {
-    return std::string("json/soc_qos_mata_config_info_") + kStart + ".data";
-}
-
-bool DdrCollectorTest::Exists(const std::string& name) const {
-    return std::filesystem::exists(dir.Path() + name);
+    return ddr_files::kBandwidthLog.Path(tree.Path(), kStart);
 }
 
 std::string DdrCollectorTest::Table(const std::string& bandwidth) {

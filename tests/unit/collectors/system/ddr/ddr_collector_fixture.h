@@ -7,9 +7,10 @@
 #include <vector>
 
 #include "collectors/system/ddr/ddr_collector.h"
+#include "formats/ddr.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn::test {
 
@@ -30,16 +31,15 @@ protected:
 
     [[nodiscard]] std::string RawLogPath() const;
     [[nodiscard]] std::string RawLog() const { return ReadText(RawLogPath()); }
-    [[nodiscard]] std::string DataName() const;
-    [[nodiscard]] std::string QosName() const;
-    [[nodiscard]] bool Exists(const std::string& name) const;
+    [[nodiscard]] static std::string DataName() { return RunTree::NameOf(ddr_files::kBandwidth); }
+    [[nodiscard]] static std::string QosName() { return RunTree::NameOf(ddr_files::kQosSettings); }
 
     // A table of ten rows, the bandwidth of each master being `bandwidth`.
     static std::string Table(const std::string& bandwidth);
     // All masters configured, with these bounds.
     void ConfigureDevice(std::uint32_t high, std::uint32_t low);
 
-    TempDir dir;
+    RunTree tree;
     FakeHost host;
     FakeRunner& runner = host.runner;
     FakeDevice& device = host.device;

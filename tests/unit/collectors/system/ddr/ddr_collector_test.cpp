@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -48,7 +47,7 @@ TEST_F(DdrCollectorTest, RunsTheTwoCommandsOfEachSampleAndWritesItsFiles) {
     EXPECT_EQ(captured.err, "");
     EXPECT_EQ(captured.out,
               "[DdrCollector] Create ddr rawdata directory successfully! The output dir is " +
-                  dir.Path() +
+                  tree.Path() +
                   "raw_data/ddr\n"
                   "[DdrCollector] The mbwu is not set and does not need to be stopped. Ret: 6\n"
                   "[DdrCollector] Set mbwu success.\n");
@@ -60,15 +59,15 @@ TEST_F(DdrCollectorTest, RunsTheTwoCommandsOfEachSampleAndWritesItsFiles) {
     EXPECT_THAT(host.sleeps, ElementsAre(7U, 7U));
     EXPECT_THAT(host.pauses, ElementsAre(std::chrono::microseconds(20000)));
     EXPECT_EQ(RawLog(), "20230101120000001\n" + table + "20230101120000002\n" + table);
-    EXPECT_EQ(dir.Read(DataName()),
+    EXPECT_EQ(tree.Read(DataName()),
               BandwidthLine("20230101120000001", "9.999234", "99.992341") +
                   BandwidthLine("20230101120000002", "9.999234", "99.992341"));
     std::string settings;
     for (const QosConfig& row : defaultQosConfigs) {
         settings += QosLine(row, "51", "0");
     }
-    EXPECT_EQ(dir.Read(QosName()), settings);
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"),
+    EXPECT_EQ(tree.Read(QosName()), settings);
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[DdrCollector\\] cost time: [0-9.]+s\n"));
     EXPECT_TRUE(ddrTimeStampQueue.empty());
 }
@@ -103,7 +102,7 @@ TEST_F(DdrCollectorTest, GivesTheDefaultsToMastersThatWereNeverConfigured) {
         const bool fresh = row.mpamid == 0 || row.mpamid == 7;
         settings += QosLine(row, fresh ? "51" : "40", fresh ? "0" : "2");
     }
-    EXPECT_EQ(dir.Read(QosName()), settings);
+    EXPECT_EQ(tree.Read(QosName()), settings);
     std::vector<std::string> written;
     for (const std::string& line : device.CallLines()) {
         if (line.rfind("set 13:0", 0) == 0 || line.rfind("set 13:1", 0) == 0) {
@@ -117,7 +116,7 @@ TEST_F(DdrCollectorTest, GivesTheDefaultsToMastersThatWereNeverConfigured) {
 
 TEST_F(DdrCollectorTest, TenSamplesGiveTenLinesOfElevenMembers) {
     Run(10);
-    const std::string text = dir.Read(DataName());
+    const std::string text = tree.Read(DataName());
     EXPECT_EQ(CountLines(text), 10U);
     std::size_t start = 0;
     for (int i = 0; i < 10; ++i) {
@@ -132,13 +131,14 @@ TEST_F(DdrCollectorTest, TenSamplesGiveTenLinesOfElevenMembers) {
 TEST_F(DdrCollectorTest, SharesAreCappedRowByRowAndInTheTotal) {
     table = Table("60000");
     Run();
-    EXPECT_EQ(dir.Read(DataName()), BandwidthLine("20230101120000001", "100.000000", "100.000000"));
+    EXPECT_EQ(tree.Read(DataName()),
+              BandwidthLine("20230101120000001", "100.000000", "100.000000"));
 }
 
 TEST_F(DdrCollectorTest, TheTotalReachesTheCapBeforeTheMasters) {
     table = Table("10000");
     Run();
-    EXPECT_EQ(dir.Read(DataName()), BandwidthLine("20230101120000001", "19.148284", "100.000000"));
+    EXPECT_EQ(tree.Read(DataName()), BandwidthLine("20230101120000001", "19.148284", "100.000000"));
 }
 
 // A log whose last table is torn gives an empty result and a run that reports success.
@@ -149,9 +149,9 @@ TEST_F(DdrCollectorTest, ATornTableEmptiesTheResult) {
     const Captured captured = Run(3);
     EXPECT_TRUE(result);
     EXPECT_EQ(captured.err, "");
-    EXPECT_EQ(dir.Read(DataName()), "");
+    EXPECT_EQ(tree.Read(DataName()), "");
     EXPECT_EQ(ddrTimeStampQueue.size(), 3U);
-    EXPECT_EQ(CountLines(dir.Read("env_info/time_cost.log")), 1U);
+    EXPECT_EQ(CountLines(tree.Read("env_info/time_cost.log")), 1U);
 }
 
 TEST_F(DdrCollectorTest, ATableWithoutRowsGivesAnEmptyResult) {
@@ -159,29 +159,29 @@ TEST_F(DdrCollectorTest, ATableWithoutRowsGivesAnEmptyResult) {
                                     std::string(16U << 20U, '|'), std::string(4096, '\0'),
                                     std::string("\x7f"
                                                 "ELF|\xff|\xfe|\x80|\x01|\x02\n")}) {
-        std::filesystem::remove_all(dir.Path() + "raw_data");
-        std::filesystem::remove(dir.Path() + DataName());
+        tree.Remove("raw_data");
+        tree.Remove(DataName());
         table = text;
         host.ticks = 0;
         const Captured captured = Run();
         EXPECT_TRUE(result);
         EXPECT_EQ(captured.err, "");
-        EXPECT_EQ(dir.Read(DataName()), "");
+        EXPECT_EQ(tree.Read(DataName()), "");
     }
 }
 
 TEST_F(DdrCollectorTest, ASampleBeyondTheMomentsTakenHasNoTime) {
     table += table;  // two samples in one reading
     Run();
-    EXPECT_EQ(dir.Read(DataName()), BandwidthLine("20230101120000001", "9.999234", "99.992341") +
-                                        BandwidthLine("", "9.999234", "99.992341"));
+    EXPECT_EQ(tree.Read(DataName()), BandwidthLine("20230101120000001", "9.999234", "99.992341") +
+                                         BandwidthLine("", "9.999234", "99.992341"));
 }
 
 TEST_F(DdrCollectorTest, TheTableMayBeReplacedBetweenTheTwoCommands) {
     runner.Before("echo ", [this](const std::string& /*command*/) { table = Table("26112"); });
     Run();
     EXPECT_TRUE(result);
-    EXPECT_EQ(dir.Read(DataName()), BandwidthLine("20230101120000001", "50.000000", "100.000000"));
+    EXPECT_EQ(tree.Read(DataName()), BandwidthLine("20230101120000001", "50.000000", "100.000000"));
 }
 
 TEST_F(DdrCollectorTest, AnUnknownIdLeavesTheMission) {
@@ -191,7 +191,7 @@ TEST_F(DdrCollectorTest, AnUnknownIdLeavesTheMission) {
     });
     EXPECT_THROW(Run(2), std::out_of_range);
     // What came before the row is kept.
-    EXPECT_EQ(dir.Read(DataName()), BandwidthLine("20230101120000001", "9.999234", "99.992341"));
+    EXPECT_EQ(tree.Read(DataName()), BandwidthLine("20230101120000001", "9.999234", "99.992341"));
 }
 
 TEST_F(DdrCollectorTest, ABandwidthThatIsNoNumberLeavesTheMission) {
@@ -207,18 +207,18 @@ TEST_F(DdrCollectorTest, ABandwidthThatIsNoNumberLeavesTheMission) {
 TEST_F(DdrCollectorTest, ASecondCollectorsTablesGoToTheFirstOnesLog) {
     Run();
     const std::string secondLog =
-        dir.Path() + "raw_data/ddr/soc_ddr_bandwidth_usage_info_1_20230101120000002.log";
+        tree.Path() + "raw_data/ddr/soc_ddr_bandwidth_usage_info_1_20230101120000002.log";
     Run();
     EXPECT_TRUE(result);
     EXPECT_EQ(runner.Commands().at(2), "echo 20230101120000003 >> " + secondLog);
     EXPECT_EQ(runner.Commands().at(3), runner.Commands().at(1));
-    EXPECT_EQ(dir.Read("json/soc_ddr_bandwidth_usage_info_1_20230101120000002.data"), "");
+    EXPECT_EQ(tree.Read("json/soc_ddr_bandwidth_usage_info_1_20230101120000002.data"), "");
 }
 
 TEST_F(DdrCollectorTest, MomentsOfATornRunComeFirst) {
     ddrTimeStampQueue.push("torn");
     Run();
-    EXPECT_EQ(dir.Read(DataName()), BandwidthLine("torn", "9.999234", "99.992341"));
+    EXPECT_EQ(tree.Read(DataName()), BandwidthLine("torn", "9.999234", "99.992341"));
     EXPECT_EQ(ddrTimeStampQueue.size(), 1U);
 }
 

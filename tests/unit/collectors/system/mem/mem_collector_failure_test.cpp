@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <string>
 
 #include "collectors/system/mem/mem_collector.h"
@@ -29,12 +28,12 @@ constexpr const char* kNoDocument = "[zarn_utils] Cannot open outfile, check you
 using MemCollectorFailure = MemCollectorTest;
 
 TEST_F(MemCollectorFailure, WithoutItsFolderItFails) {
-    dir.Write("raw_data", "a file");
+    tree.PutInTheWay("raw_data");
     const Captured captured = RunSystem();
     EXPECT_FALSE(result);
     EXPECT_THAT(captured.err,
                 HasSubstr("[MemCollector]: Failed to create mem collect directory!\n"));
-    EXPECT_FALSE(std::filesystem::exists(dir.Path() + "env_info/time_cost.log"));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 TEST_F(MemCollectorFailure, WithoutATimeForItsFilesItFails) {
@@ -44,7 +43,7 @@ TEST_F(MemCollectorFailure, WithoutATimeForItsFilesItFails) {
     EXPECT_EQ(captured.err,
               "[MemCollector]: Failed to collect time!\n"
               "[MemCollector]: Failed to process mem info!\n");
-    EXPECT_FALSE(std::filesystem::exists(dir.Path() + "env_info/time_cost.log"));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 TEST_F(MemCollectorFailure, ATableWithoutATimeIsLeftOut) {
@@ -207,9 +206,9 @@ TEST_F(MemCollectorFailure, LogsAndDocumentsThatCannotBeOpenedAreToldAndTheSampl
          {"raw_data/mem/soc_gea_meminfo_info", "raw_data/mem/soc_gea_memory_info",
           "raw_data/mem/soc_gea_sharepool_mem_info", "raw_data/mem/soc_gea_process_info",
           "raw_data/mem/soc_gea_process_smaps_11"}) {
-        std::filesystem::create_directories(dir.Path() + log + ending + ".log");
+        tree.MakeFolder(log + ending + ".log");
     }
-    std::filesystem::create_directories(dir.Path() + "json/soc_gea_memory_info" + ending + ".data");
+    tree.MakeFolder("json/soc_gea_memory_info" + ending + ".data");
     AddNode("11");
     AddProcess("11", "40", "node");
     const Captured captured = Run(R"(["system_mem","process_mem"])", R"(["node"])");

@@ -1,14 +1,8 @@
 #include "tests/unit/collectors/system/mem/mem_collector_fixture.h"
 
-#include <filesystem>
 #include <sstream>
 
 namespace zarn::test {
-
-MemCollectorTest::MemCollectorTest() {
-    std::filesystem::create_directories(dir.Path() + "json");
-    std::filesystem::create_directories(dir.Path() + "env_info");
-}
 
 void MemCollectorTest::AddProcess(const std::string& pid, const std::string& pss,
                                   const std::string& name) {
@@ -47,20 +41,20 @@ Captured MemCollectorTest::Run(const std::string& jobs, const std::string& proce
     MemCollector collector(MemCollector::kName, host.Get());
     return Capture([&] {
         EXPECT_TRUE(collector.CheckOptions(config, "collector"));
-        result = collector.Start(config, dir.Path(), &stopFlag);
+        result = collector.Start(config, tree.Path(), &stopFlag);
     });
 }
 
-std::string MemCollectorTest::TextOrNothing(const std::string& path) const {
-    return std::filesystem::exists(path) ? ReadText(path) : std::string();
+std::string MemCollectorTest::TextOrNothing(const std::string& name) const {
+    return tree.Has(name) ? tree.Read(name) : std::string();
 }
 
 std::string MemCollectorTest::Log(const std::string& name) const {
-    return TextOrNothing(dir.Path() + "raw_data/mem/" + name + "_1_" + kStart + ".log");
+    return TextOrNothing("raw_data/mem/" + name + "_1_" + kStart + ".log");
 }
 
 std::string MemCollectorTest::Documents(const std::string& name) const {
-    return TextOrNothing(dir.Path() + "json/" + name + "_1_" + kStart + ".data");
+    return TextOrNothing("json/" + name + "_1_" + kStart + ".data");
 }
 
 std::string MemCollectorTest::LogRow(const std::string& cells) {

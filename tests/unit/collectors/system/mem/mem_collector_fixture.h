@@ -8,7 +8,7 @@
 #include "collectors/system/mem/mem_collector.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn::test {
 
@@ -18,8 +18,6 @@ namespace zarn::test {
 class MemCollectorTest : public testing::Test {
 protected:
     static constexpr const char* kStart = FakeHost::kStart;
-
-    MemCollectorTest();
 
     // The process is there: its smaps sums are `pss` for HugePages, RSS and USS too.
     void AddProcess(const std::string& pid, const std::string& pss, const std::string& name);
@@ -42,7 +40,7 @@ protected:
     [[nodiscard]] static std::string LogRow(const std::string& cells);
     [[nodiscard]] static std::string Separator() { return std::string(80, '-') + " \n"; }
 
-    TempDir dir;
+    RunTree tree;
     FakeHost host;
     FakeRunner& runner = host.runner;
     StopFlag stopFlag{0};
@@ -50,7 +48,7 @@ protected:
 
 private:
     void AnswerAsMachine();
-    [[nodiscard]] std::string TextOrNothing(const std::string& path) const;
+    [[nodiscard]] std::string TextOrNothing(const std::string& name) const;
 };
 
 }  // namespace zarn::test

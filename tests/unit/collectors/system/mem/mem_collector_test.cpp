@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -82,7 +81,7 @@ TEST_F(MemCollectorTest, EachTableHasOneFileARunAndEachDocumentItsOwnTime) {
     // The clock moves on with each question: the start, then two tables a sample.
     EXPECT_EQ(Documents("soc_gea_memory_info"),
               SystemDocument("20230101120000002") + SystemDocument("20230101120000004"));
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"),
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[MemCollector\\] cost time: [0-9.]+s\n"));
     EXPECT_EQ(Log("soc_gea_sharepool_mem_info") + Log("soc_gea_process_info"), "");
 }
@@ -203,8 +202,8 @@ TEST_F(MemCollectorTest, ElevenProcessesLeaveTenInTheSortedTables) {
         }
         const std::string name = "n" + std::to_string(size);
         runner.On("pidof " + name, pids + "\n");
-        std::filesystem::remove_all(dir.Path() + "json");
-        std::filesystem::create_directories(dir.Path() + "json");
+        tree.Remove("json");
+        tree.MakeFolder("json");
         (void)Run(R"(["process_mem"])", "[\"" + name + "\"]");
         for (const char* table : {"soc_gea_process_info", "soc_gea_process_static_info"}) {
             const std::string text = Documents(table);
@@ -268,7 +267,7 @@ TEST_F(MemCollectorTest, AStopBeforeTheStartTakesNoSample) {
     EXPECT_EQ(captured.out + captured.err, "");
     EXPECT_THAT(runner.Commands(), IsEmpty());
     EXPECT_THAT(host.sleeps, IsEmpty());
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"), HasSubstr("[MemCollector] cost time"));
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"), HasSubstr("[MemCollector] cost time"));
 }
 
 TEST_F(MemCollectorTest, AStopInThePauseKeepsWhatWasSampled) {
@@ -305,7 +304,7 @@ TEST_F(MemCollectorTest, AStopLeavesOutTheTableInHandAndAllBehindIt) {
     for (const auto& [command, written] : stops) {
         current = command;
         stopFlag = 0;
-        std::filesystem::remove_all(dir.Path() + "raw_data");
+        tree.Remove("raw_data");
         const std::size_t before = CountOf(runner.Commands(), "/proc/13/");
         EXPECT_EQ(Run(R"(["system_mem","process_mem"])", R"(["node"])", 3).err, "") << command;
         EXPECT_TRUE(result) << command;
