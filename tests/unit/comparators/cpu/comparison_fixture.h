@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <map>
 #include <string>
 
 #include "comparators/cpu/cpu_comparator.h"
+#include "formats/cpu.h"
 #include "tests/support/captured_streams.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 
 namespace zarn::test {
 
@@ -18,15 +18,13 @@ inline constexpr const char* kStopLine =
 // Version trees and a run directory, and the comparison of the ones in the other.
 class ComparisonFixture : public testing::Test {
 protected:
-    ComparisonFixture() { std::filesystem::create_directories(run_.Path() + "env_info"); }
-
     // Adds a raw log to a version's tree, which is made at the first.
     void AddLog(const std::string& version, const std::string& name, std::string_view text) {
         AddVersion(version);
-        trees_.Write(version + "/raw_data/cpu/" + name, text);
+        trees_.Write(version + "/" + cpu_files::kRawDir + name, text);
     }
     void AddVersion(const std::string& version) {
-        std::filesystem::create_directories(trees_.Path() + version);
+        trees_.MakeFolder(version);
         versions_[version] = trees_.Path() + version + "/";
     }
 
@@ -40,7 +38,7 @@ protected:
     }
 
     [[nodiscard]] std::string Table() const {
-        return run_.Read("csv/cpu/cpu_comparator_result.csv");
+        return run_.Read(std::string(cpu_files::kCsvDir) + cpu_files::kComparison);
     }
     // The cells of a row, each with its comma; empty if the table has no such row.
     [[nodiscard]] std::string Row(const std::string& name) const {
@@ -53,12 +51,10 @@ protected:
         const std::size_t cells = start + head.size();
         return table.substr(cells, table.find('\n', cells) - cells);
     }
-    [[nodiscard]] bool HasCostLine() const {
-        return std::filesystem::exists(run_.Path() + "env_info/time_cost.log");
-    }
+    [[nodiscard]] bool HasCostLine() const { return run_.Has(run_tree::kCostLog); }
 
-    TempDir trees_;
-    TempDir run_;
+    RunTree run_;
+    RunTree trees_{run_.PathOf("versions/")};
     std::map<std::string, std::string> versions_;
     StopFlag stopFlag_{0};
     bool passed_ = false;

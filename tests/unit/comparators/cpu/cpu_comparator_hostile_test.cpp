@@ -187,7 +187,7 @@ TEST_F(UnreadableLog, OfTheSystemFailsTheReading) {
     EXPECT_EQ(printed.err, "[CpuComparator] Failed to open " + path_ +
                                "\n[CpuComparator] Failed to read cpu info!\n"
                                "[CpuComparator] Failed to process cpu comparator!\n");
-    EXPECT_FALSE(std::filesystem::exists(run_.Path() + "csv/cpu/cpu_comparator_result.csv"));
+    EXPECT_FALSE(run_.Has("csv/cpu/cpu_comparator_result.csv"));
 }
 
 TEST_F(UnreadableLog, OfTheProcessesHasALineMore) {
@@ -250,7 +250,7 @@ TEST_F(HostileComparison, StopDuringReadingKeepsWhatWasGathered) {
         AddLog(version, "cpu_global_1_1.log", GlobalSample(5));
         AddLog(version, "soc_gea_cpu_usage_info_1_1.log", UsageSample(UsageRow("app", 10)));
     }
-    std::filesystem::create_directories(trees_.Path() + "b/raw_data/cpu");
+    trees_.MakeFolder("b/raw_data/cpu");
     versions_[longName] = trees_.Path() + "b/";
     // The lines that pass over "b" do not fit into the output together, so the stop, which comes
     // between them, falls into the reading of "b".

@@ -162,7 +162,7 @@ TEST_F(CpuComparatorTest, TableIsRewritten) {
 }
 
 TEST_F(CpuComparatorTest, DirectoryThatCannotBeMadeFailsIt) {
-    run_.Write("csv", "a file in the way");
+    run_.PutInTheWay("csv");
     const Captured printed = Compare(kGlobalOnly);
     EXPECT_FALSE(passed_);
     EXPECT_EQ(printed.out, "");
@@ -175,7 +175,7 @@ TEST_F(CpuComparatorTest, DirectoryThatCannotBeMadeFailsIt) {
 }
 
 TEST_F(CpuComparatorTest, TableThatCannotBeOpenedFailsIt) {
-    std::filesystem::create_directories(run_.Path() + "csv/cpu/cpu_comparator_result.csv");
+    run_.MakeFolder("csv/cpu/cpu_comparator_result.csv");
     const Captured printed = Compare(kGlobalOnly);
     EXPECT_FALSE(passed_);
     EXPECT_EQ(printed.err,

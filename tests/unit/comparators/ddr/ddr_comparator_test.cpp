@@ -10,12 +10,13 @@
 #include <string>
 #include <vector>
 
+#include "formats/ddr.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/ddr_lines.h"
 #include "tests/support/key_check.h"
 #include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 #include "tests/support/unresolvable_folder.h"
 
 namespace zarn::test {
@@ -33,28 +34,26 @@ constexpr const char* kNotLoaded =
 
 class DdrComparatorTest : public testing::Test {
 protected:
-    DdrComparatorTest() { std::filesystem::create_directories(dir.Path() + "env_info"); }
-
     // A version with files of these prefixes and texts in its json/.
     void AddVersion(const std::string& name, const std::map<std::string, std::string>& files) {
-        std::filesystem::create_directories(dir.Path() + name + "/json");
+        tree.MakeFolder(name + "/json");
         const std::string json = name + "/json/";
         for (const auto& [prefix, text] : files) {
             std::string file = json;
-            dir.Write(file.append(prefix).append("1.data"), text);
+            tree.Write(file.append(prefix).append("1.data"), text);
         }
-        versions[name] = dir.Path() + name + "/";
+        versions[name] = tree.Path() + name + "/";
     }
 
     [[nodiscard]] std::string JsonDir(const std::string& version) const {
-        return dir.Path() + version + "/json/";
+        return tree.Path() + version + "/json/";
     }
 
     Captured Run() {
         return Capture([this] { RunUncaptured(); });
     }
 
-    void RunUncaptured() { RunAt(dir.Path()); }
+    void RunUncaptured() { RunAt(tree.Path()); }
 
     void RunAt(const std::string& dataPath) {
         JsonDocument config;
@@ -64,17 +63,17 @@ protected:
         result = comparator.Start(config, dataPath, &stopFlag);
     }
 
-    [[nodiscard]] std::string Table() const { return dir.Read("csv/ddr/soc_ddr_comp_info.csv"); }
+    [[nodiscard]] std::string Table() const { return tree.Read("csv/ddr/soc_ddr_comp_info.csv"); }
     [[nodiscard]] std::string CreatedLines() const {
         return "[DdrComparator] DdrComparator Start.\n[DdrComparator] Successfully created " +
-               std::filesystem::canonical(dir.Path() + "csv/ddr").string() + "\n";
+               std::filesystem::canonical(tree.Path() + "csv/ddr").string() + "\n";
     }
 
-    static constexpr const char* kQos = "soc_qos_mata_config_info_";
-    static constexpr const char* kAnalysis = "soc_ddr_ana_info_1_";
-    static constexpr const char* kShares = "soc_ddr_bandwidth_usage_info_1_";
+    static constexpr const char* kQos = ddr_files::kQosSettings.prefix;
+    static constexpr const char* kAnalysis = ddr_files::kAnalysis.prefix;
+    static constexpr const char* kShares = ddr_files::kBandwidth.prefix;
 
-    TempDir dir;
+    RunTree tree;  // of the comparison; the versions are folders of it
     std::map<std::string, std::string> versions;
     StopFlag stopFlag{0};
     bool result = false;
@@ -132,12 +131,12 @@ TEST_F(DdrComparatorTest, SetsAnalysesAndCollectionsSideBySide) {
                   "[DdrComparator] Successfully loaded ddr ana info for v2\n" + kLoaded +
                   "[DdrComparator] Successfully compared the ddr using info!\n"
                   "[DdrComparator] Successfully saved ddr comparison info to " +
-                  std::filesystem::canonical(dir.Path()).string() +
+                  std::filesystem::canonical(tree.Path()).string() +
                   "/csv/ddr/soc_ddr_comp_info.csv\n[DdrComparator] DdrComparator Finished!\n");
     EXPECT_EQ(captured.err, "[DdrComparator] Warning! Failed to find " + std::string(kAnalysis) +
                                 "YYMMDDMMSS.data in " + JsonDir("v2") +
                                 "\n[DdrComparator] Warning! Failed to find ddr ana file for v2\n");
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"),
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[DdrComparator\\] cost time: [0-9.]+s\n"));
 }
 
@@ -173,7 +172,7 @@ TEST_F(DdrComparatorTest, AVersionThatCannotBeLoadedIsToldAndEmpty) {
              "[DdrComparator] Failed to load ddr coll info!\n" + notAnalyzed},
     };
     for (const Row& row : rows) {
-        std::filesystem::remove_all(dir.Path() + "v");
+        tree.Remove("v");
         AddVersion("v", row.files);
         AddVersion("w", {{kQos, QosLines("2", "40")}, {kAnalysis, Analysis("3.000000")}});
         const Captured captured = Run();
@@ -220,7 +219,7 @@ TEST_F(DdrComparatorTest, AVersionThatMayNotBeReadIsToldAndEmpty) {
              "1.data'\n[DdrComparator] Failed to load ddr coll info!\n"
              "[DdrComparator] Warning! Failed to analyze ddr using info! \n"}};
     for (const Row& row : rows) {
-        std::filesystem::remove_all(dir.Path() + "v");
+        tree.Remove("v");
         AddVersion("v", row.files);
         ASSERT_EQ(::chmod((json + row.unreadable + "1.data").c_str(), 0), 0);
         const Captured captured = Run();
@@ -233,13 +232,13 @@ TEST_F(DdrComparatorTest, AVersionThatMayNotBeReadIsToldAndEmpty) {
 
 TEST_F(DdrComparatorTest, SeveralFilesOfAKindCountAsNone) {
     AddVersion("v", {{kQos, ""}, {kAnalysis, Analysis("3")}, {kShares, ""}});
-    dir.Write("v/json/" + std::string(kAnalysis) + "2.data", "x");
+    tree.Write("v/json/" + std::string(kAnalysis) + "2.data", "x");
     Captured captured = Run();
     EXPECT_EQ(captured.err, "[DdrComparator] Only one " + std::string(kAnalysis) +
                                 "YYMMDDMMSS.data should be existed in " + JsonDir("v") +
                                 "\n[DdrComparator] Warning! Failed to find ddr ana file for v\n");
     EXPECT_THAT(Table(), HasSubstr("cpu_mean(%),0.000000,\n"));
-    dir.Write("v/json/" + std::string(kQos) + "2.data", "");
+    tree.Write("v/json/" + std::string(kQos) + "2.data", "");
     captured = Run();
     EXPECT_EQ(captured.err,
               "[DdrComparator] Only one " + std::string(kQos) +
@@ -250,12 +249,12 @@ TEST_F(DdrComparatorTest, SeveralFilesOfAKindCountAsNone) {
 // Only what is a regular file counts as one; the version's path is used as written.
 TEST_F(DdrComparatorTest, DirectoriesAreNotFilesAndNoSlashIsAdded) {
     AddVersion("v", {});
-    std::filesystem::create_directory(JsonDir("v") + kQos + "1.data");
+    tree.MakeFolder("v/json/" + std::string(kQos) + "1.data");
     EXPECT_THAT(Run().err, EndsWith("Failed to find qos config file for v\n"));
-    versions["v"] = dir.Path() + "missing/";
-    EXPECT_THAT(Run().err, StartsWith("Can not open " + dir.Path() + "missing/json/\n"));
-    versions["v"] = dir.Path() + "v";
-    EXPECT_THAT(Run().err, StartsWith("Can not open " + dir.Path() + "vjson/\n"));
+    versions["v"] = tree.Path() + "missing/";
+    EXPECT_THAT(Run().err, StartsWith("Can not open " + tree.Path() + "missing/json/\n"));
+    versions["v"] = tree.Path() + "v";
+    EXPECT_THAT(Run().err, StartsWith("Can not open " + tree.Path() + "vjson/\n"));
 }
 
 TEST_F(DdrComparatorTest, TwoVersionsOfOneDirectoryAreEqualColumns) {
@@ -309,7 +308,7 @@ TEST_F(DdrComparatorTest, WithoutAJobNothingIsCompared) {
     ASSERT_TRUE(ParseJson("{}", config));
     DdrComparator comparator(DdrComparator::kName, versions);
     const Captured captured =
-        Capture([&] { EXPECT_FALSE(comparator.Start(config, dir.Path(), &stopFlag)); });
+        Capture([&] { EXPECT_FALSE(comparator.Start(config, tree.Path(), &stopFlag)); });
     EXPECT_EQ(captured.err,
               "[DdrComparator] Failed to start ddr DdrComparator, please set job as 'global' ! \n"
               "[DdrComparator] Failed to compare the ddr using info between selected versions!\n");
@@ -323,11 +322,11 @@ TEST_F(DdrComparatorTest, AStopEndsTheComparison) {
     EXPECT_EQ(captured.err,
               "[DdrComparator] Failed to process ddr comparator because of stopFlag!\n"
               "[DdrComparator] Failed to compare the ddr using info between selected versions!\n");
-    EXPECT_FALSE(std::filesystem::exists(dir.Path() + "csv/ddr/soc_ddr_comp_info.csv"));
+    EXPECT_FALSE(tree.Has("csv/ddr/soc_ddr_comp_info.csv"));
 }
 
 TEST_F(DdrComparatorTest, ADirectoryThatCannotBeMadeEndsTheFirstStep) {
-    dir.Write("csv", "a file");
+    tree.PutInTheWay("csv");
     const Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_THAT(captured.err, EndsWith("[DdrComparator] Failed to create ddr_comp_info dir\n"
@@ -364,13 +363,13 @@ TEST_F(DdrComparatorTest, ADirectoryThatCannotBeResolvedEndsTheFirstStep) {
 }
 
 TEST_F(DdrComparatorTest, AFullDiskIsTold) {
-    std::filesystem::create_directories(dir.Path() + "csv/ddr");
-    std::filesystem::create_symlink("/dev/full", dir.Path() + "csv/ddr/soc_ddr_comp_info.csv");
+    tree.MakeFolder("csv/ddr");
+    tree.MakeFull("csv/ddr/soc_ddr_comp_info.csv");
     const Captured captured = Run();
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.err,
               "[DdrComparator] Error occurs when saving ddr comparison info: cannot write " +
-                  std::filesystem::canonical(dir.Path()).string() +
+                  std::filesystem::canonical(tree.Path()).string() +
                   "/csv/ddr/soc_ddr_comp_info.csv\n"
                   "[DdrComparator] Failed to save the ddr comparison file!\n"
                   "[DdrComparator] Failed to save ddr comparison info!\n");

@@ -10,12 +10,13 @@
 #include <string>
 #include <utility>
 
+#include "formats/mem.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
 #include "tests/support/mem_lines.h"
 #include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
 #include "tests/support/unresolvable_folder.h"
 
 namespace zarn::test {
@@ -27,9 +28,9 @@ using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr const char* kSystemFile = "/json/soc_gea_memory_info_1_1.data";
-constexpr const char* kProcessFile = "/raw_data/mem/soc_gea_process_mem_rawdata_info_1_1.data";
-constexpr const char* kJsonProcessFile = "/json/soc_gea_process_mem_rawdata_info_1_1.data";
+const std::string kSystemFile = "/" + RunTree::NameOf(mem_files::kSystemSamples);
+const std::string kProcessFile = "/" + RunTree::NameOf(mem_files::kRawProcessSamples);
+const std::string kJsonProcessFile = "/" + RunTree::NameOf(mem_files::kProcessSamples);
 constexpr const char* kOnlyOneSystem =
     "[MemComparator] Only one system mem data file should be used!\n";
 constexpr const char* kOnlyOneProcess =
@@ -37,23 +38,21 @@ constexpr const char* kOnlyOneProcess =
 
 class MemComparatorTest : public testing::Test {
 protected:
-    MemComparatorTest() { std::filesystem::create_directories(dir.Path() + "env_info"); }
-
     // A version whose tree holds the two folders and nothing else.
     void AddVersion(const std::string& name) {
-        std::filesystem::create_directories(dir.Path() + name + "/json");
-        std::filesystem::create_directories(dir.Path() + name + "/raw_data/mem");
-        versions[name] = dir.Path() + name + "/";
+        tree.MakeFolder(name + "/json");
+        tree.MakeFolder(name + "/raw_data/mem");
+        versions[name] = tree.Path() + name + "/";
     }
 
     void AddSystem(const std::string& version, const std::string& text) {
         AddVersion(version);
-        dir.Write(version + kSystemFile, text);
+        tree.Write(version + kSystemFile, text);
     }
 
     void AddProcesses(const std::string& version, const std::string& text) {
         AddVersion(version);
-        dir.Write(version + kProcessFile, text);
+        tree.Write(version + kProcessFile, text);
     }
 
     Captured Run(const std::string& jobs, const std::string& names = "") {
@@ -67,23 +66,20 @@ protected:
             R"({"MemComparator":{"job":[)" + jobs + R"(],"process":[)" + names + "]}}", config));
         MemComparator comparator(MemComparator::kName, versions);
         EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
-        result = comparator.Start(config, dir.Path(), &stopFlag);
+        result = comparator.Start(config, tree.Path(), &stopFlag);
     }
 
     [[nodiscard]] std::string SystemTable() const {
-        return dir.Read("csv/mem/mem_system_info.csv");
+        return tree.Read("csv/mem/mem_system_info.csv");
     }
     [[nodiscard]] std::string ProcessTable() const {
-        return dir.Read("csv/mem/mem_process_info.csv");
-    }
-    [[nodiscard]] bool Exists(const std::string& name) const {
-        return std::filesystem::exists(dir.Path() + name);
+        return tree.Read("csv/mem/mem_process_info.csv");
     }
 
     static constexpr const char* kSystem = R"("system_mem")";
     static constexpr const char* kProcess = R"("process_mem")";
 
-    TempDir dir;
+    RunTree tree;  // of the comparison; the versions are folders of it
     std::map<std::string, std::string> versions;
     StopFlag stopFlag{0};
     bool result = false;
@@ -104,8 +100,8 @@ TEST_F(MemComparatorTest, SetsTheSystemsSideBySide) {
                                    : ",1.000000,1.000000,1.000000,1.000000,1.000000,1.000000,\n");
     }
     EXPECT_EQ(SystemTable(), expected);
-    EXPECT_FALSE(Exists("csv/mem/mem_process_info.csv"));
-    EXPECT_THAT(dir.Read("env_info/time_cost.log"),
+    EXPECT_FALSE(tree.Has("csv/mem/mem_process_info.csv"));
+    EXPECT_THAT(tree.Read("env_info/time_cost.log"),
                 MatchesRegex("\\[MemComparator\\] cost time: [0-9.]+s\n"));
 }
 
@@ -129,7 +125,7 @@ TEST_F(MemComparatorTest, SetsEachProcessSideBySide) {
                   eights + eights + "\nRSS,4.000000,5.000000,6.000000," + eights + "\nPSS," +
                   eights + eights + "\nUSS," + eights + eights + "\nSP_ALLOC," + eights + eights +
                   "\n");
-    EXPECT_FALSE(Exists("csv/mem/mem_system_info.csv"));
+    EXPECT_FALSE(tree.Has("csv/mem/mem_system_info.csv"));
 }
 
 TEST_F(MemComparatorTest, AVersionWithoutAFileShowsNoValues) {
@@ -202,7 +198,7 @@ TEST_F(MemComparatorDeathTest, ALineBeyondMemoryFailsTheVersion) {
         GTEST_SKIP() << WhyNoMemoryLimit();
     }
     AddSystem("v", "");
-    ASSERT_EQ(::truncate((dir.Path() + "v" + kSystemFile).c_str(), off_t{1} << 33), 0);
+    ASSERT_EQ(::truncate((tree.Path() + "v" + kSystemFile).c_str(), off_t{1} << 33), 0);
     EXPECT_EXIT(ExitBelowAMemoryLimit([this] {
                     RunUncaptured(kSystem, "");
                     return result;
@@ -221,32 +217,32 @@ TEST_F(MemComparatorTest, ProcessesAreFoundAmongTheRawDataOrElseTheDocuments) {
     const std::string one = MemProcessLine("a", {{"1", "app", {{"RSS", "1K"}}}});
     const std::string two = MemProcessLine("a", {{"1", "app", {{"RSS", "2K"}}}});
     AddVersion("v");
-    dir.Write(std::string("v") + kJsonProcessFile, two);
+    tree.Write("v" + kJsonProcessFile, two);
     EXPECT_EQ(Run(kProcess, R"("app")").err, "");
     EXPECT_THAT(ProcessTable(), HasSubstr("RSS,2.000000,"));
-    dir.Write(std::string("v") + kProcessFile, one);
+    tree.Write("v" + kProcessFile, one);
     EXPECT_EQ(Run(kProcess, R"("app")").err, "");
     EXPECT_THAT(ProcessTable(), HasSubstr("RSS,1.000000,"));
     // Two in the first place are its error, whatever the second holds.
-    dir.Write("v/raw_data/mem/soc_gea_process_mem_rawdata_info_1_2.data", one);
+    tree.Write("v/raw_data/mem/soc_gea_process_mem_rawdata_info_1_2.data", one);
     EXPECT_THAT(Run(kProcess, R"("app")").err, StartsWith(kOnlyOneProcess));
-    std::filesystem::remove_all(dir.Path() + "v/raw_data/mem");
-    dir.Write("v/json/soc_gea_process_mem_rawdata_info_1_2.data", two);
+    tree.Remove("v/raw_data/mem");
+    tree.Write("v/json/soc_gea_process_mem_rawdata_info_1_2.data", two);
     EXPECT_EQ(Run(kProcess, R"("app")").err,
-              "Can not open " + dir.Path() + "v//raw_data/mem/\n" + kOnlyOneProcess +
+              "Can not open " + tree.Path() + "v//raw_data/mem/\n" + kOnlyOneProcess +
                   "[MemComparator] Failed to compare [v] process mem data!\n");
 }
 
 TEST_F(MemComparatorTest, SeveralFilesOfTheSystemAreAnError) {
     AddSystem("v", MemSystemLine("a"));
-    dir.Write("v/json/soc_gea_memory_info_1_2.data", MemSystemLine("b"));
+    tree.Write("v/json/soc_gea_memory_info_1_2.data", MemSystemLine("b"));
     EXPECT_EQ(Run(kSystem).err, std::string(kOnlyOneSystem) +
                                     "[MemComparator] Failed to compare [v] system mem data!\n");
 }
 
 TEST_F(MemComparatorTest, AFileThatCannotBeOpenedFailsTheVersion) {
     AddSystem("v", MemSystemLine("a"));
-    const std::string path = dir.Path() + "v/" + kSystemFile;
+    const std::string path = tree.Path() + "v/" + kSystemFile;
     ASSERT_EQ(::chmod(path.c_str(), 0), 0);
     const OrdinaryRights rights;
     EXPECT_EQ(Run(kSystem).err,
@@ -271,8 +267,8 @@ TEST_F(MemComparatorTest, ADirectoryNeedsNoFinalSlash) {
     AddSystem("v", MemSystemLine("a"));
     versions["v"].pop_back();
     EXPECT_EQ(Run(kSystem).err, "");
-    versions["v"] = dir.Path() + "missing";
-    EXPECT_THAT(Run(kSystem).err, StartsWith("Can not open " + dir.Path() + "missing/json/\n"));
+    versions["v"] = tree.Path() + "missing";
+    EXPECT_THAT(Run(kSystem).err, StartsWith("Can not open " + tree.Path() + "missing/json/\n"));
 }
 
 TEST_F(MemComparatorTest, TwoVersionsOfOneDirectoryAreEqualColumns) {
@@ -299,7 +295,7 @@ TEST_F(MemComparatorTest, WithoutJobsOrVersionsThereIsLittleToSay) {
     AddVersion("v");
     EXPECT_EQ(Run("").err, "");
     EXPECT_TRUE(result);
-    EXPECT_FALSE(Exists("csv/mem/mem_system_info.csv"));
+    EXPECT_FALSE(tree.Has("csv/mem/mem_system_info.csv"));
     versions.clear();
     Run(R"("system_mem","process_mem")");
     EXPECT_THAT(SystemTable(), StartsWith("project,\n,\ntotal,\n"));
@@ -307,25 +303,25 @@ TEST_F(MemComparatorTest, WithoutJobsOrVersionsThereIsLittleToSay) {
 }
 
 TEST_F(MemComparatorTest, ADirectoryThatCannotBeMadeEndsTheMission) {
-    dir.Write("csv", "a file");
+    tree.PutInTheWay("csv");
     const Captured captured = Run(kSystem);
     EXPECT_FALSE(result);
     EXPECT_THAT(captured.err, StartsWith("[zarn_utils] Failed to create directory : "));
-    EXPECT_FALSE(Exists("env_info/time_cost.log"));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 TEST_F(MemComparatorTest, TablesThatCannotBeWrittenAreTold) {
-    std::filesystem::create_directories(dir.Path() + "csv/mem/mem_system_info.csv");
-    std::filesystem::create_symlink("/dev/full", dir.Path() + "csv/mem/mem_process_info.csv");
+    tree.MakeFolder("csv/mem/mem_system_info.csv");
+    tree.MakeFull("csv/mem/mem_process_info.csv");
     const Captured captured = Run(R"("system_mem","process_mem")", R"("app")");
     EXPECT_FALSE(result);
     EXPECT_THAT(captured.err,
-                StartsWith("[MemComparator] Failed to open file " + dir.Path() +
+                StartsWith("[MemComparator] Failed to open file " + tree.Path() +
                            "csv/mem/mem_system_info.csv\n"
                            "[MemComparator] Failed to save system comparison data.\n"));
     EXPECT_THAT(captured.err,
                 EndsWith("[MemComparator] Failed to save process comparison data.\n"));
-    EXPECT_FALSE(Exists("env_info/time_cost.log"));
+    EXPECT_FALSE(tree.Has("env_info/time_cost.log"));
 }
 
 // The words of a section that is refused; "taken" for one that is not.
