@@ -2,25 +2,65 @@
 # Runs the benchmarks and prints their ratios: ours to the plain form, ours to the lower bound, each of one run.
 # The raw figures are build/bench/*.json, the table is build/bench/table.md; a run of all goes into docs/performance.md.
 # A row that does not keep what its benchmark promises, in three tries of all, is a failure.
+# With --trial it measures, less exactly, rows drawn at random, until 20 seconds of CPU time are used up. What is drawn
+# follows from the seed it prints; ZARN_BENCH_SEED sets it. A row that takes more than 5 of the seconds is left out.
 #
-# usage: scripts/bench.sh [FILTER]     a regular expression on the names
+# usage: scripts/bench.sh [--trial|FILTER]     FILTER: a regular expression on the names
 source "$(dirname "$0")/lib.sh"
-take_arguments 1 '[^-].*' "$@"
+take_arguments 1 '[^-].*|--trial' "$@"
 
 need_packages scripts/packages.txt
 build_preset release
-[ $# -gt 0 ] || whole=yes
 mkdir -p build/bench
+repetitions=5
 
+# run PROGRAM RESULT OPTION...: measures what the options let through, into build/bench/RESULT.json. In random order, so that
+# a slow moment of the machine does not fall on one side of a ratio.
+run() {
+    "$1" --benchmark_repetitions="$repetitions" --benchmark_enable_random_interleaving=true --benchmark_report_aggregates_only=true \
+        --benchmark_out="build/bench/$2.json" --benchmark_out_format=json "${@:3}" >/dev/null
+}
+
+# measure FILTER: what the filter lets through of all.
 measure() {
     local program
-    rm -f build/bench/*
     for program in build/release/bin/*_bench; do
         say "$(basename "$program")"
-        # In random order, so that a slow moment of the machine does not fall on one side of a ratio.
-        "$program" --benchmark_filter="$1" --benchmark_repetitions=5 --benchmark_enable_random_interleaving=true \
-            --benchmark_report_aggregates_only=true --benchmark_out="build/bench/$(basename "$program").json" --benchmark_out_format=json >/dev/null
+        run "$program" "$(basename "$program")" --benchmark_filter="$1"
     done
+}
+
+# Behind a name's last part, its form, stands what says how it is measured.
+how='/(iterations:[0-9]+|(real|manual|process)_time)'
+
+# The rows of the table, each with all its forms: its program and its name.
+rows() {
+    local program
+    for program in build/release/bin/*_bench; do
+        "$program" --benchmark_list_tests | sed -E "s,$how,,g; s,/[^/]*\$,," | sort -u | sed "s,^,$program ,"
+    done
+}
+
+# measure_trial SEED: rows in random order, at least one.
+measure_trial() {
+    local budget=20 row_limit=5 drawn=0 measured=0 repetitions=3 TIMEFORMAT='%U %S' program name used status
+    while [[ $budget -gt 0 || $measured -eq 0 ]] && read -r program name; do
+        drawn=$((drawn + 1)) status=0
+        used=$({ time (ulimit -c 0 -t "$row_limit" && run "$program" "$drawn" --benchmark_min_time=0.1 \
+            --benchmark_filter="^$name/[^/]+($how)*\$" 2>/dev/null); } 2>&1) || status=$?
+        budget=$(awk -v left="$budget" '{ printf "%.0f", left - $1 - $2 }' <<<"${used##*$'
+'}")
+        case $status in
+            0) measured=$((measured + 1)) ;;
+            137 | 152) rm -f "build/bench/$drawn.json" && echo "left out, since it takes long: $name" ;;
+            *) echo "$program cannot measure $name" && return 1 ;;
+        esac
+    done < <(rows | awk -v seed="$1" 'BEGIN { srand(seed) } { print rand(), $0 }' | sort -g | cut -d' ' -f2-)
+}
+
+make_table() {
+    rm -f build/bench/*
+    "$@"
     {
         echo "$(machine)."
         echo
@@ -28,14 +68,24 @@ measure() {
     } | tee build/bench/table.md
 }
 
+case ${1:-} in
+    '') whole=yes what=(measure .) ;;
+    --trial)
+        seed=${ZARN_BENCH_SEED:-$RANDOM}
+        say "A trial, ZARN_BENCH_SEED=$seed"
+        what=(measure_trial "$seed")
+        ;;
+    *) what=(measure "$1") ;;
+esac
+
 # What else runs on a machine can spoil a ratio, but hardly thrice.
 status=1
 for try in 1 2 3; do
     say "Measuring, try $try of 3"
-    if measure "${1:-.}"; then
+    if make_table "${what[@]}"; then
         status=0
         break
     fi
 done
-[ $# -gt 0 ] || scripts/put_section.py docs/performance.md bench <build/bench/table.md
+[ -z "${whole:-}" ] || scripts/put_section.py docs/performance.md bench <build/bench/table.md
 exit "$status"
