@@ -1,10 +1,7 @@
 #include "tests/system/support/on_board.h"
 
-#include <sys/wait.h>
-
 #include <filesystem>
 
-#include "foundation/command_runner.h"
 #include "tests/system/support/programs.h"
 
 namespace zarn::test {
@@ -55,17 +52,14 @@ void Board::SetUp() {
 }
 
 Result Board::Shell(const std::string& script) const {
-    const std::string outPath = directory_.Path() + "shell.out";
     const std::string bin = std::string(ZARN_BUILD_DIR) + "/bin/";
-    const int status = SystemCommandRunner().Run(
-        "cd '" + directory_.Path() + "' && mkdir -p tmp && export TMPDIR='" + directory_.Path() +
-        "tmp' ASAN_OPTIONS=detect_leaks=0 ANYWAY='" + BoardLauncher() + "' BOARD='" +
-        BoardLauncher() + " --paths " + GetParam() + "' WITHOUT='" + bin +
-        "board_without' PROBE='" + bin + "board_probe' SERVER='" +
-        ProgramPath("zarn-board-server") + "' OPTIMUM='" + ProgramPath("zarn-board-optimum") +
-        "' DATA='" ZARN_SOURCE_DIR "/board' && " + kInBackground + kAwait + "{ " + script +
-        "\n} >'" + outPath + "' 2>&1");
-    return {ReadText(outPath), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+    const int status = runner_.Shell(
+        "export ANYWAY='" + BoardLauncher() + "' BOARD='" + BoardLauncher() + " --paths " +
+        GetParam() + "' WITHOUT='" + bin + "board_without' PROBE='" + bin +
+        "board_probe' SERVER='" + ProgramPath("zarn-board-server") + "' OPTIMUM='" +
+        ProgramPath("zarn-board-optimum") + "' DATA='" ZARN_SOURCE_DIR "/board'\n" + kInBackground +
+        kAwait + "{ " + script + "\n} >shell.out 2>&1");
+    return {directory_.Read("shell.out"), status};
 }
 
 Result Board::OnBoard(const std::string& script, const std::string& options) const {

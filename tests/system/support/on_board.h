@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include "tests/support/temp_dir.h"
+#include "tests/system/support/board_runner.h"
 
 // Tests that run scripts on the virtual board, in one of the ways to put its paths in their places.
 namespace zarn::test {
@@ -45,7 +45,11 @@ protected:
     // Nothing of the board is left where temporary files go.
     void ExpectTidy() const;
 
-    TempDir directory_;
+private:
+    BoardRunner runner_;
+
+protected:
+    const TempDir& directory_ = runner_.Files();
 };
 
 }  // namespace zarn::test
