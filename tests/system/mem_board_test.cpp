@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -10,11 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "foundation/command_runner.h"
+#include "formats/mem.h"
 #include "foundation/json.h"
 #include "foundation/time.h"
+#include "tests/support/lines.h"
 #include "tests/support/manager_texts.h"
-#include "tests/support/temp_dir.h"
+#include "tests/system/support/board_runner.h"
 #include "tests/system/support/program_lock.h"
 #include "tests/system/support/programs.h"
 
@@ -38,19 +38,10 @@ constexpr const char* kAnalyzer = R"({"job": ["system_mem", "process_mem"],
     "peak_trought_threshold": 0.0001, "system_field": "used", "process_field": "USS",
     "process": ["planner"]})";
 
-std::vector<std::string> Lines(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // The tables of a log, without the lines that part them.
 std::vector<std::vector<std::string>> Tables(const std::string& log) {
     std::vector<std::vector<std::string>> tables(1);
-    for (const std::string& line : Lines(log)) {
+    for (const std::string& line : LinesIn(log)) {
         if (line.rfind("-----", 0) == 0) {
             tables.emplace_back();
         } else {
@@ -98,65 +89,42 @@ protected:
         ConfigText config;
         config.serial = R"(["MemCollector"])";
         config.analyze = R"(["MemAnalyzer"])";
-        directory_.Write("usr/config.json",
-                         config.Text({{"MemAnalyzer", kAnalyzer}, {"MemCollector", R"({
+        const std::string text = config.Text({{"MemAnalyzer", kAnalyzer}, {"MemCollector", R"({
             "job": ["system_mem", "process_mem"], "count": 3, "interval": 1,
-            "process": ["camera", "planner", "recorder", "logger"]})"}}));
-        directory_.Write("go",
-                         "date +%Y%m%d%H%M%S%3N >begun\n"
-                         "zarn /opt/usr/config.json >out 2>err\n"
-                         "date +%Y%m%d%H%M%S%3N >ended\n");
+            "process": ["camera", "planner", "recorder", "logger"]})"}});
+        BoardRun run;
+        run.options = "--scenario " + scenario;
+        run.before = "date +%Y%m%d%H%M%S%3N >begun; trap 'date +%Y%m%d%H%M%S%3N >ended' EXIT";
         std::string launched;
         ASSERT_TRUE(GetCurrentTimeString(launched));
         launched_ = Moment(launched);
-        const int status = SystemCommandRunner().Run(
-            "cd '" + directory_.Path() + "' && mkdir tmp && export TMPDIR=$PWD/tmp && " +
-            BoardLauncher() + " --scenario " + scenario + " --opt-usr usr -- sh ./go");
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-        begun_ = Moment(Lines(directory_.Read("begun")).front());
-        ended_ = Moment(Lines(directory_.Read("ended")).front());
-        EXPECT_THAT(directory_.Read("err"), Not(HasSubstr("[MemCollector]")));
-        for (const auto& entry :
-             std::filesystem::directory_iterator(directory_.Path() + "usr/mnt/zarn")) {
-            tree_ = "usr/mnt/zarn/" + entry.path().filename().string() + "/";
-        }
+        ASSERT_EQ(board_.Run(text, run), 0);
+        begun_ = Moment(LinesIn(board_.Files().Read("begun")).front());
+        ended_ = Moment(LinesIn(board_.Files().Read("ended")).front());
+        EXPECT_THAT(board_.Err(), Not(HasSubstr("[MemCollector]")));
+        tree_ = board_.Tree();
     }
 
     // Sets the run beside itself; the rows of a table by their names.
     std::map<std::string, std::string> Compare(const std::string& table) {
         ConfigText config;
         config.compare = R"(["MemComparator"])";
-        config.versionMap = R"({"v": "/opt/)" + tree_ + "\"}";
-        directory_.Write("usr/config.json",
-                         config.Text({{"MemComparator", R"({"job": ["system_mem", "process_mem"],
-                             "process": ["planner"]})"}}));
-        (void)SystemCommandRunner().Run("cd '" + directory_.Path() + "' && " + BoardLauncher() +
-                                        " --opt-usr usr -- zarn /opt/usr/config.json >out 2>err");
+        config.versionMap =
+            R"({"v": "/opt/)" + tree_.Path().substr(board_.Files().Path().size()) + "\"}";
+        EXPECT_EQ(
+            board_.Run(config.Text({{"MemComparator", R"({"job": ["system_mem", "process_mem"],
+                             "process": ["planner"]})"}})),
+            0);
         std::map<std::string, std::string> rows;
-        for (const auto& entry :
-             std::filesystem::recursive_directory_iterator(directory_.Path() + "usr/mnt/zarn")) {
-            if (entry.path().filename() == table) {
-                for (const std::string& line : Lines(ReadText(entry.path().string()))) {
-                    rows[line.substr(0, line.find(','))] = line;
-                }
-            }
+        for (const std::string& line :
+             LinesIn(board_.Tree().Read(std::string(mem_files::kCsvFolder) + "/" + table))) {
+            rows[line.substr(0, line.find(','))] = line;
         }
         return rows;
     }
 
-    [[nodiscard]] std::vector<std::vector<std::string>> Log(const std::string& name) const {
-        const std::string folder = tree_ + "raw_data/mem/";
-        return Tables(directory_.Read(folder + directory_.OnlyFile(folder, name + "_1_")));
-    }
-
-    [[nodiscard]] std::vector<JsonDocument> Documents(const std::string& name) const {
-        const std::string folder = tree_ + "json/";
-        std::vector<JsonDocument> documents;
-        for (const std::string& line :
-             Lines(directory_.Read(folder + directory_.OnlyFile(folder, name + "_1_")))) {
-            EXPECT_TRUE(ParseJson(line, documents.emplace_back())) << line;
-        }
-        return documents;
+    [[nodiscard]] std::vector<JsonDocument> Documents(const NumberedFile& kind) const {
+        return DocumentsIn(tree_.Read(kind));
     }
 
     // When a document's sample was taken on the board, at the earliest and at the latest, ms: the
@@ -173,8 +141,8 @@ protected:
     }
 
     ProgramLock lock_;
-    TempDir directory_;
-    std::string tree_;
+    BoardRunner board_;
+    RunTree tree_;
     std::uint64_t launched_ = 0;
     std::uint64_t begun_ = 0;
     std::uint64_t ended_ = 0;
@@ -183,7 +151,7 @@ protected:
 // Their plans do not move in the time of the test.
 TEST_F(MemOnBoard, RowsOfSteadyProgramsAreTheSumsOfTheirMappings) {
     Collect("memory_steady");
-    const auto documents = Documents("soc_gea_process_mem_rawdata_info");
+    const auto documents = Documents(mem_files::kProcessSamples);
     ASSERT_EQ(documents.size(), 3U);
     for (std::size_t i = 0; i < documents.size(); ++i) {
         const JsonValue& rows = documents[i]["content"][0]["process"];
@@ -191,7 +159,10 @@ TEST_F(MemOnBoard, RowsOfSteadyProgramsAreTheSumsOfTheirMappings) {
         for (const JsonValue& row : rows.GetArray()) {
             const std::string name = row["COMMAND"].GetString();
             const auto smaps =
-                Log(std::string("soc_gea_process_smaps_") + row["PID"].GetString()).at(i);
+                Tables(tree_.Read(tree_.OnlyFile(
+                           mem_files::kRawFolder,
+                           std::string("soc_gea_process_smaps_") + row["PID"].GetString() + "_1_")))
+                    .at(i);
             EXPECT_EQ(Number(row["RSS"]), SumOf(smaps, {"Rss"})) << name;
             EXPECT_EQ(Number(row["PSS"]), SumOf(smaps, {"Pss"})) << name;
             EXPECT_EQ(Number(row["USS"]), SumOf(smaps, {"Private_Clean", "Private_Dirty"})) << name;
@@ -207,7 +178,7 @@ TEST_F(MemOnBoard, RowsOfSteadyProgramsAreTheSumsOfTheirMappings) {
 
 TEST_F(MemOnBoard, ALeakingProgramLiesOnItsPlan) {
     Collect("memory_leak");
-    const auto documents = Documents("soc_gea_process_mem_rawdata_info");
+    const auto documents = Documents(mem_files::kProcessSamples);
     ASSERT_EQ(documents.size(), 3U);
     for (std::size_t i = 0; i < documents.size(); ++i) {
         const Span span = SpanOf(documents, i);
@@ -233,7 +204,7 @@ TEST_F(MemOnBoard, ALeakingProgramLiesOnItsPlan) {
 
 TEST_F(MemOnBoard, WhatIsInUseIsTheBaseAndAllPlans) {
     Collect("memory_leak");
-    const auto documents = Documents("soc_gea_memory_info");
+    const auto documents = Documents(mem_files::kSystemSamples);
     ASSERT_EQ(documents.size(), 3U);
     for (std::size_t i = 0; i < documents.size(); ++i) {
         const JsonValue& info = documents[i]["content"][0]["memInfo"];
@@ -282,11 +253,11 @@ void ExpectExtremes(const std::vector<std::uint64_t>& values, const JsonValue& a
 TEST_F(MemOnBoard, AnalysisAndComparisonGiveTheExtremesOfTheDocuments) {
     Collect("memory_leak");
     std::vector<std::uint64_t> used;
-    for (const JsonDocument& document : Documents("soc_gea_memory_info")) {
+    for (const JsonDocument& document : Documents(mem_files::kSystemSamples)) {
         used.push_back(Number(document["content"][0]["memInfo"]["used"]));
     }
     std::vector<std::uint64_t> uss;
-    for (const JsonDocument& document : Documents("soc_gea_process_mem_rawdata_info")) {
+    for (const JsonDocument& document : Documents(mem_files::kProcessSamples)) {
         for (const JsonValue& row : document["content"][0]["process"].GetArray()) {
             if (std::string(row["COMMAND"].GetString()) == "planner") {
                 uss.push_back(Number(row["USS"]));
@@ -294,8 +265,8 @@ TEST_F(MemOnBoard, AnalysisAndComparisonGiveTheExtremesOfTheDocuments) {
         }
     }
     ASSERT_EQ(used.size() + uss.size(), 6U);
-    const auto system = Documents("soc_gea_memory_ana");
-    const auto processes = Documents("soc_gea_process_ana");
+    const auto system = Documents(mem_files::kSystemAnalysis);
+    const auto processes = Documents(mem_files::kProcessAnalysis);
     ASSERT_EQ(system.size() + processes.size(), 2U);
     ASSERT_EQ(processes[0]["content"].Size(), 1U);
     ExpectExtremes(used, system[0]["content"][0], Compare("mem_system_info.csv")["used"]);
@@ -304,7 +275,7 @@ TEST_F(MemOnBoard, AnalysisAndComparisonGiveTheExtremesOfTheDocuments) {
 
 TEST_F(MemOnBoard, TheSharePoolsSumIsThatOfItsRows) {
     Collect("memory_leak");
-    const auto tables = Log("soc_gea_sharepool_mem_info");
+    const auto tables = Tables(tree_.Read(mem_files::kSharePoolLog));
     ASSERT_EQ(tables.size(), 3U);
     for (const auto& table : tables) {
         ASSERT_EQ(table.size(), 6U);  // total, head, server, two programs, guard

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -9,12 +8,13 @@
 #include <string>
 #include <utility>
 
-#include "foundation/command_runner.h"
-#include "tests/support/temp_dir.h"
+#include "formats/ddr.h"
+#include "tests/support/manager_texts.h"
+#include "tests/system/support/board_runner.h"
 #include "tests/system/support/programs.h"
 
 // The optimizer of the built program on the virtual board, with the board's stress benchmark.
-namespace zarn {
+namespace zarn::test {
 namespace {
 
 using testing::EndsWith;
@@ -25,10 +25,9 @@ using testing::StartsWith;
 constexpr const char* kYaml = "work/virtual_node/config/Config.yaml";
 
 std::string Config(const std::string& section) {
-    return R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [], "analyzeMode": [],
-        "optimizeMode": ["DdrOptimizer"],
-        "compareMode": {"comparatorName": [], "versionMap": {}}}, "DdrOptimizer": )" +
-           section + "}";
+    ConfigText config;
+    config.optimize = R"(["DdrOptimizer"])";
+    return config.Text({{"DdrOptimizer", section}});
 }
 
 // A search of `particles` in `iterations`.
@@ -45,53 +44,29 @@ std::string Auto(int particles, int iterations) {
 
 class OptimizerOnBoard : public testing::Test {
 protected:
-    OptimizerOnBoard() { directory_.Write(kYaml, "pace_ms: 0\n"); }
+    OptimizerOnBoard() { board_.Files().Write(kYaml, "pace_ms: 0\n"); }
 
-    // Runs the program on `config` in the folder "work" of the board. `options` are the launcher's.
-    // `before` is a shell script for that folder; with a `watcher`, another one, which knows the
-    // program as $zarn, a process group of its own, both run at once.
+    // Runs the program on `config` in the folder "work" of the board, which is kept from run to
+    // run. `before` and `watcher` are scripts for that folder.
     void Run(const std::string& config, const std::string& options = "",
              const std::string& before = "", const std::string& watcher = "") {
-        const std::string program = "zarn /opt/usr/config.json >../out 2>../err";
-        directory_.Write("usr/config.json", config);
-        directory_.Write("go", before + "\n" +
-                                   (watcher.empty() ? "exec " + program
-                                                    : test::WatchedScript(program, watcher)));
-        status_ = OnBoard("--opt-usr usr --workdir work " + options + " -- bash ../go");
-        out_ = directory_.Read("out");
-        err_.clear();
-        std::istringstream lines(directory_.Read("err"));
-        for (std::string line; std::getline(lines, line);) {
-            err_ += line.find("[ZarnManager] Create ") == 0 ? "" : line + "\n";
-        }
-    }
-
-    // The launcher with the board of this test; gives the exit status.
-    int OnBoard(const std::string& arguments) {
-        const int status = SystemCommandRunner().Run(
-            "cd '" + directory_.Path() +
-            "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " +
-            test::BoardLauncher() + " --board board " + arguments);
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-    // The text of the one log with that prefix.
-    std::string Log(const std::string& prefix) {
-        const std::string tree =
-            "usr/mnt/zarn/" + directory_.OnlyFile("usr/mnt/zarn", "zarn_data_");
-        return directory_.Read(tree + "/raw_data/ddr/" +
-                               directory_.OnlyFile(tree + "/raw_data/ddr", prefix));
+        status_ = board_.Run(config, {kKept + " --workdir work " + options, before, watcher});
+        out_ = board_.Out();
+        err_ = board_.Err();
     }
 
     // What the device holds, as the optimizer reads it back in manual mode.
     std::string Held() {
-        EXPECT_EQ(OnBoard("-- sh -c 'for p in 5 0 3; do " ZARN_BUILD_DIR
-                          "/bin/board_probe get 13 0 $p 48; done' > held"),
+        EXPECT_EQ(board_.Shell(BoardLauncher() + kKept +
+                               " -- sh -c 'for p in 5 0 3; do " ZARN_BUILD_DIR
+                               "/bin/board_probe get 13 0 $p 48; done' > held"),
                   0);
-        return directory_.Read("held");
+        return board_.Files().Read("held");
     }
 
-    test::TempDir directory_;
+    inline static const std::string kKept = " --board board";
+
+    BoardRunner board_;
     int status_ = -1;
     std::string out_;
     std::string err_;  // without the manager's lines about the run directory
@@ -137,7 +112,7 @@ TEST_F(OptimizerOnBoard, ABoardThatWasNeverConfiguredGetsTheDefaults) {
 TEST_F(OptimizerOnBoard, TheSearchRaisesTheCpuAndLeavesItsBoundsOnTheDevice) {
     Run(Auto(3, 2), "--scenario memory_hungry");
     EXPECT_EQ(err_, "");
-    const std::string log = Log("soc_ddr_opt_info_1_");
+    const std::string log = board_.Tree().Read(ddr_files::kOptimizerLog);
     EXPECT_THAT(log, StartsWith("[DdrOptimizer] ======= start to collect bencharmk perf =======\n"
                                 "[DdrOptimizer] ======= start to init pso =======\n"));
     EXPECT_THAT(log, HasSubstr("[DdrOptimizer] ======= pso num: 3 =======, cpu t-value: "));
@@ -154,7 +129,7 @@ TEST_F(OptimizerOnBoard, TheSearchRaisesTheCpuAndLeavesItsBoundsOnTheDevice) {
     std::istringstream best(log.substr(last));
     std::string bounds;
     std::getline(best, bounds);
-    EXPECT_EQ(Log("soc_ddr_stress_info_1_").substr(0, 38),
+    EXPECT_EQ(board_.Tree().Read(ddr_files::kStressLog).substr(0, 38),
               "stress_benchmark of the virtual board\n");
     // "0 48 <high> <low> 0" of the CPU is the second of three.
     const std::string held = Held();
@@ -209,7 +184,7 @@ TEST_F(OptimizerOnBoard, ABenchmarkWithoutResultsMakesNoCandidateAcceptable) {
     for (const char* bench :
          {"echo 'fault: fail' >", "echo 'fault: silent' >", "echo 'fault: kill' >",
           "rm virtual_node/config/Config.yaml #", "echo 'no yaml' >"}) {
-        std::filesystem::remove_all(directory_.Path() + "usr/mnt");
+        std::filesystem::remove_all(board_.Files().Path() + "usr/mnt");
         Run(Auto(1, 0), "", bench + std::string(" virtual_node/config/Config.yaml"));
         std::string lines;
         std::istringstream all(err_);
@@ -233,8 +208,8 @@ TEST_F(OptimizerOnBoard, ALogThatDiffersIsDealtWith) {
         {"periods: 1000", ""},
     };
     for (const auto& [yaml, errors] : cases) {
-        std::filesystem::remove_all(directory_.Path() + "board");
-        directory_.Write(kYaml, "pace_ms: 0\n" + yaml + "\n");
+        std::filesystem::remove_all(board_.Files().Path() + "board");
+        board_.Files().Write(kYaml, "pace_ms: 0\n" + yaml + "\n");
         Run(Auto(1, 0), "--scenario memory_hungry");
         EXPECT_EQ(err_, errors) << yaml;
         EXPECT_EQ(status_, 0);
@@ -243,8 +218,8 @@ TEST_F(OptimizerOnBoard, ALogThatDiffersIsDealtWith) {
 
 TEST_F(OptimizerOnBoard, AnInterruptedBenchmarkEndsTheSearch) {
     for (const char* fault : {"hang", "endless"}) {
-        std::filesystem::remove_all(directory_.Path() + "usr/mnt");
-        directory_.Write(kYaml, std::string("pace_ms: 0\nfault: ") + fault + "\n");
+        std::filesystem::remove_all(board_.Files().Path() + "usr/mnt");
+        board_.Files().Write(kYaml, std::string("pace_ms: 0\nfault: ") + fault + "\n");
         // As the terminal does it: the whole process group is interrupted.
         Run(Auto(1, 0), "", "",
             "until grep -q start /opt/usr/mnt/zarn/*/raw_data/ddr/*stress* 2>/dev/null || "
@@ -272,7 +247,7 @@ std::string InterruptAt(int run) {
 TEST_F(OptimizerOnBoard, AnInterruptDuringInitLeavesTheBestSoFar) {
     Run(Auto(3, 2), "--scenario memory_hungry", InterruptAt(2));
     EXPECT_EQ(err_, "");
-    const std::string log = Log("soc_ddr_opt_info_1_");
+    const std::string log = board_.Tree().Read(ddr_files::kOptimizerLog);
     EXPECT_THAT(log, Not(HasSubstr("pso num: 2 =")));
     EXPECT_THAT(log, HasSubstr("======= iter num: 1 ======= \n"));
     EXPECT_THAT(log, HasSubstr("======= iter num: 2 ======= \n"));
@@ -284,11 +259,11 @@ TEST_F(OptimizerOnBoard, AnInterruptDuringTheIterationLeavesTheBestSoFar) {
     // One particle of at most four tries: run 6 falls into the iterations.
     Run(Auto(1, 50), "--scenario memory_hungry", InterruptAt(6));
     EXPECT_EQ(err_, "");
-    const std::string log = Log("soc_ddr_opt_info_1_");
+    const std::string log = board_.Tree().Read(ddr_files::kOptimizerLog);
     EXPECT_THAT(log, HasSubstr("======= pso num: 1 =======, cpu t-value: "));
     EXPECT_THAT(log, HasSubstr("======= iter num: 50 ======= \n"));
     EXPECT_THAT(log, HasSubstr("[DdrOptimizer] optimized : aic : "));
-    std::istringstream runs(directory_.Read("work/runs"));
+    std::istringstream runs(board_.Files().Read("work/runs"));
     EXPECT_EQ(std::count(std::istreambuf_iterator<char>(runs), {}, '\n'), 6);
 }
 
@@ -307,15 +282,15 @@ TEST_F(OptimizerOnBoard, ADeviceThatLosesAnswersIsReported) {
          "Failed to get sdma qos config, ret = 0\n[DdrOptimizer] Failed to get init qos conf!\n"},
     };
     for (const Case& one : cases) {
-        std::filesystem::remove_all(directory_.Path() + "board");
-        directory_.Write("plan.json", std::string(R"({"faults": [)") + one.rule + "]}");
+        std::filesystem::remove_all(board_.Files().Path() + "board");
+        board_.Files().Write("plan.json", std::string(R"({"faults": [)") + one.rule + "]}");
         Run(Auto(1, 0), "--faults plan.json");
         EXPECT_THAT(err_, StartsWith(one.errors + words)) << one.rule;
     }
 }
 
 TEST_F(OptimizerOnBoard, ADeviceThatRefusesForeverIsTriedUntilTheInterrupt) {
-    directory_.Write("plan.json", R"({"faults": [
+    board_.Files().Write("plan.json", R"({"faults": [
         {"call": "tovi_set_device_info", "main": 13, "sub": 0, "code": -9}]})");
     Run(Auto(1, 1), "--faults plan.json", "",
         "until grep -q 'pso init' ../err || ! kill -0 $zarn; do :; done\nkill -INT $zarn");
@@ -334,4 +309,4 @@ TEST_F(OptimizerOnBoard, ASectionThatIsNoObjectEndsTheProcess) {
 }
 
 }  // namespace
-}  // namespace zarn
+}  // namespace zarn::test
