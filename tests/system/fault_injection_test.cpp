@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "foundation/command_runner.h"
+#include "formats/mem.h"
+#include "tests/support/manager_texts.h"
 #include "tests/support/mem_lines.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/run_tree.h"
+#include "tests/system/support/board_runner.h"
 #include "tests/system/support/program_lock.h"
 #include "tests/system/support/programs.h"
 #include "tests/system/support/sandbox.h"
@@ -40,40 +42,66 @@ const std::vector<std::string> kDeviceCalls = {"close",    "device_get", "localt
                                                "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
-constexpr const char* kCpuConfig = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"],
-    "collectMode": [], "analyzeMode": ["CpuAnalyzer"], "optimizeMode": [],
-    "compareMode": {"comparatorName": ["CpuComparator"], "versionMap": {"v": "/opt/usr/"}}},
-    "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 1, "process": ["zarn"],
-    "count": 2, "thread_collector": false, "json_output": true},
-    "CpuAnalyzer": {"job": ["global", "core", "process_set"], "peak_trought_threshold": 0.2,
-    "process_set": {"all": ["zarn"]}},
-    "CpuComparator": {"job": ["global"], "process": []}})";
+std::string CpuConfig() {
+    ConfigText config;
+    config.parallel = R"(["CpuCollector"])";
+    config.analyze = R"(["CpuAnalyzer"])";
+    config.compare = R"(["CpuComparator"])";
+    config.versionMap = R"({"v": "/opt/usr/"})";
+    return config.Text(
+        {{"CpuCollector", R"({"job": ["global", "core", "selected_process"], "interval": 1,
+             "process": ["zarn"], "count": 2, "thread_collector": false, "json_output": true})"},
+         {"CpuAnalyzer", R"({"job": ["global", "core", "process_set"],
+             "peak_trought_threshold": 0.2, "process_set": {"all": ["zarn"]}})"},
+         {"CpuComparator", R"({"job": ["global"], "process": []})"}});
+}
 
-constexpr const char* kDdrConfig = R"({"ManagerParam": {"parallelCollectMode": [],
-    "collectMode": ["DdrCollector"], "analyzeMode": ["DdrAnalyzer"], "optimizeMode": [],
-    "compareMode": {"comparatorName": ["DdrComparator"], "versionMap": {"v": "/opt/usr/"}}},
-    "DdrCollector": {"job": ["global"], "count": 2, "interval": 1},
-    "DdrAnalyzer": {"job": ["global"]}, "DdrComparator": {"job": ["global"]}})";
+std::string DdrConfig() {
+    ConfigText config;
+    config.serial = R"(["DdrCollector"])";
+    config.analyze = R"(["DdrAnalyzer"])";
+    config.compare = R"(["DdrComparator"])";
+    config.versionMap = R"({"v": "/opt/usr/"})";
+    return config.Text({{"DdrCollector", R"({"job": ["global"], "count": 2, "interval": 1})"},
+                        {"DdrAnalyzer", R"({"job": ["global"]})"},
+                        {"DdrComparator", R"({"job": ["global"]})"}});
+}
+
+ConfigText MemAnalysis(const std::string& version) {
+    ConfigText config;
+    config.analyze = R"(["MemAnalyzer"])";
+    config.compare = R"(["MemComparator"])";
+    config.versionMap = R"({"v": ")" + version + "\"}";
+    return config;
+}
+
+std::string MemAnalyzerSection(const std::string& field) {
+    return R"({"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
+        "system_field": "used", "process_field": ")" +
+           field + R"(", "process": []})";
+}
+
+std::string MemComparatorSection(const std::string& process) {
+    return R"({"job": ["system_mem", "process_mem"], "process": [")" + process + "\"]}";
+}
 
 // On the documents of an earlier collection.
-constexpr const char* kMemConfig =
-    R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [],
-    "analyzeMode": ["MemAnalyzer"], "optimizeMode": [],
-    "compareMode": {"comparatorName": ["MemComparator"], "versionMap": {"v": "/opt/usr/old/"}},
-    "historyDataPath": "/opt/usr/old/"},
-    "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
-    "system_field": "used", "process_field": "PSS", "process": []},
-    "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["app"]}})";
+std::string MemConfig() {
+    ConfigText config = MemAnalysis("/opt/usr/old/");
+    config.more = R"(, "historyDataPath": "/opt/usr/old/")";
+    return config.Text({{"MemAnalyzer", MemAnalyzerSection("PSS")},
+                        {"MemComparator", MemComparatorSection("app")}});
+}
 
 // On the board, from the collection on.
-constexpr const char* kMemBoardConfig = R"({"ManagerParam": {"parallelCollectMode": [],
-    "collectMode": ["MemCollector"], "analyzeMode": ["MemAnalyzer"], "optimizeMode": [],
-    "compareMode": {"comparatorName": ["MemComparator"], "versionMap": {"v": "/opt/usr/"}}},
-    "MemCollector": {"job": ["system_mem", "process_mem"], "count": 1, "interval": 1,
-    "process": ["logger"]},
-    "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": 0.1,
-    "system_field": "used", "process_field": "USS", "process": []},
-    "MemComparator": {"job": ["system_mem", "process_mem"], "process": ["logger"]}})";
+std::string MemBoardConfig() {
+    ConfigText config = MemAnalysis("/opt/usr/");
+    config.serial = R"(["MemCollector"])";
+    return config.Text({{"MemCollector", R"({"job": ["system_mem", "process_mem"], "count": 1,
+                            "interval": 1, "process": ["logger"]})"},
+                        {"MemAnalyzer", MemAnalyzerSection("USS")},
+                        {"MemComparator", MemComparatorSection("logger")}});
+}
 
 // What the board's devices tell.
 constexpr const char* kDeviceConfig = R"({"ManagerParam": {"parallelCollectMode": [],
@@ -103,45 +131,41 @@ void WalkCpu(const std::vector<std::string>& more) {
     Sandbox sandbox;
     sandbox.ToolPrinting("top", ReadText(DataPath("top-4.0.2/two_cores.txt")));
     sandbox.ToolPrinting("ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
-    sandbox.Write("config.json", kCpuConfig);
+    sandbox.Write("config.json", CpuConfig());
     WalkIn(sandbox, more);
 }
 
 void WalkMem() {
     Sandbox sandbox;
     const MemRow app = {"9", "app", {}};
-    sandbox.Write("old/json/soc_gea_memory_info_1_1.data", MemSystemLines("used", {"9", "5"}));
-    sandbox.Write("old/raw_data/mem/soc_gea_process_mem_rawdata_info_1_1.data",
-                  MemProcessLines(app, "PSS", {"9K", "5K"}));
-    sandbox.Write("old/json/soc_gea_process_mem_rawdata_info_1_1.data",
-                  MemProcessLines(app, "PSS", {"9K", "5K"}));
-    sandbox.Write("old/env_info/time_cost.log", "");
-    sandbox.Write("config.json", kMemConfig);
+    const RunTree tree(sandbox.UsrDir() + "old/");
+    const std::string processes = MemProcessLines(app, "PSS", {"9K", "5K"});
+    tree.Write(RunTree::NameOf(mem_files::kSystemSamples), MemSystemLines("used", {"9", "5"}));
+    tree.Write(RunTree::NameOf(mem_files::kRawProcessSamples), processes);
+    tree.Write(RunTree::NameOf(mem_files::kProcessSamples), processes);
+    tree.Write(run_tree::kCostLog, "");
+    sandbox.Write("config.json", MemConfig());
     WalkIn(sandbox, kMemCalls);
 }
 
 // On the virtual board, whose settings stay from run to run.
-void WalkOnBoard(const std::string& scenario, const char* config,
+void WalkOnBoard(const std::string& scenario, const std::string& config,
                  const std::vector<std::string>& more) {
-    const TempDir directory;
-    directory.Write("usr/config.json", config);
+    const BoardRunner board;
+    board.Files().Write("usr/config.json", config);
     std::string words;
     for (const std::string& word : more) {
         words += " " + word;
     }
-    std::string out;
-    ASSERT_TRUE(SystemCommandRunner().Capture(
-        "cd '" + directory.Path() +
-            "' && mkdir -p tmp && TMPDIR=$PWD/tmp ASAN_OPTIONS=detect_leaks=0 " + BoardLauncher() +
-            " --scenario " + scenario + " --board board --opt-usr usr -- '" + kWalk + "' '" +
-            ProgramPath() + "' '" + kPreload + "' '" + kJudge + "' /opt/usr/config.json" + words +
-            " && echo done",
-        out));
-    ExpectNothingAtFault(out, out.find("\ndone\n") != std::string::npos);
+    const int status =
+        board.Shell(BoardLauncher() + " --scenario " + scenario +
+                    " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" +
+                    kPreload + "' '" + kJudge + "' /opt/usr/config.json" + words + " >out");
+    ExpectNothingAtFault(board.Out(), status == 0);
 }
 
 void WalkDdr(const std::vector<std::string>& more) {
-    WalkOnBoard("camera_pipeline", kDdrConfig, more);
+    WalkOnBoard("camera_pipeline", DdrConfig(), more);
 }
 
 void WalkDevices(const std::vector<std::string>& more) {
@@ -150,7 +174,7 @@ void WalkDevices(const std::vector<std::string>& more) {
 
 void WalkMemOnBoard(const std::vector<std::string>& more) {
     const ProgramLock lock;
-    WalkOnBoard("memory_leak", kMemBoardConfig, more);
+    WalkOnBoard("memory_leak", MemBoardConfig(), more);
 }
 
 TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
