@@ -3,9 +3,12 @@
 #include <filesystem>
 #include <sstream>
 
+#include "formats/cpu.h"
 #include "foundation/json.h"
 #include "foundation/numbers.h"
 #include "foundation/text.h"
+#include "tests/support/lines.h"
+#include "tests/system/support/examples.h"
 #include "tests/system/support/sandbox.h"
 
 // CPU collections with the machine's own top and ps: what the files say must agree with one
@@ -58,29 +61,24 @@ protected:
 
     // Runs the configuration that docs/ offers to a reader, or the same without threads.
     void Collect(bool threads) {
-        std::string config =
-            ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/cpu_collect.json");
+        std::string config = ExampleText("cpu_collect.json");
         if (!threads) {
             config =
                 ReplaceAll(config, R"("thread_collector": true)", R"("thread_collector": false)");
         }
         run_ = sandbox_.Run(config);
         ASSERT_TRUE(run_.Succeeded()) << run_.err;
-        std::istringstream stream(
-            sandbox_.Read(sandbox_.OnlyFile("json", "soc_gea_cpu_usage_info_")));
-        for (std::string line; std::getline(stream, line);) {
-            ASSERT_TRUE(ParseJson(line, documents_.emplace_back())) << line;
-        }
+        documents_ = DocumentsIn(sandbox_.Tree().Read(cpu_files::kUsageDocuments));
     }
 
-    [[nodiscard]] std::vector<Batch> Log(const std::string& prefix) const {
-        return Batches(sandbox_.Read(sandbox_.OnlyFile("raw_data/cpu", prefix)));
+    [[nodiscard]] std::vector<Batch> Log(const NumberedFile& kind) const {
+        return Batches(sandbox_.Tree().Read(kind));
     }
 
     // Compares each document's load figures and time with the raw logs.
     void ExpectDocumentsAgreeWithLogs() const {
-        const std::vector<Batch> global = Log("cpu_global_1_");
-        const std::vector<Batch> cores = Log("cpu_cores_1_");
+        const std::vector<Batch> global = Log(cpu_files::kGlobalLog);
+        const std::vector<Batch> cores = Log(cpu_files::kCoresLog);
         ASSERT_EQ(global.size(), documents_.size());
         ASSERT_EQ(cores.size(), documents_.size());
         for (std::size_t i = 0; i < documents_.size(); ++i) {
@@ -100,9 +98,9 @@ protected:
     }
 
     void ExpectLogsAreTakenFromTheUsageLog() const {
-        const std::vector<Batch> usage = Log("soc_gea_cpu_usage_info_1_");
-        const std::vector<Batch> global = Log("cpu_global_1_");
-        const std::vector<Batch> selected = Log("cpu_selected_processes_1_");
+        const std::vector<Batch> usage = Log(cpu_files::kUsageLog);
+        const std::vector<Batch> global = Log(cpu_files::kGlobalLog);
+        const std::vector<Batch> selected = Log(cpu_files::kSelectedLog);
         ASSERT_EQ(usage.size(), global.size());
         ASSERT_EQ(usage.size(), selected.size());
         for (std::size_t i = 0; i < usage.size(); ++i) {
@@ -113,7 +111,7 @@ protected:
                 EXPECT_THAT(usage[i], testing::Contains(line));
             }
         }
-        for (const Batch& batch : Log("cpu_thread_1_")) {
+        for (const Batch& batch : Log(cpu_files::kThreadLog)) {
             EXPECT_GE(batch.size(), 2U);
             EXPECT_LE(batch.size(), 11U);
         }
@@ -159,7 +157,7 @@ TEST_F(CpuCollectorRealTest, TheCallersLocaleDoesNotCount) {
     Collect(false);
     ASSERT_EQ(documents_.size(), 3U);
     ExpectDocumentsAgreeWithLogs();
-    for (const Batch& batch : Log("cpu_global_1_")) {
+    for (const Batch& batch : Log(cpu_files::kGlobalLog)) {
         EXPECT_THAT(batch[3], testing::ContainsRegex(R"([0-9]\.[0-9] id)"));
     }
 }

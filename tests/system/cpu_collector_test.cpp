@@ -2,8 +2,11 @@
 
 #include <sstream>
 
+#include "formats/cpu.h"
 #include "foundation/stop_flag.h"
 #include "foundation/text.h"
+#include "tests/support/lines.h"
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/sandbox.h"
 
 // CPU collections by the built program, with tools that print what real ones printed, or worse.
@@ -34,26 +37,15 @@ std::string Config(const std::string& jobs, const std::string& changedKey = "cou
     for (const auto& [key, text] : keys) {
         section.append(section.empty() ? "\"" : ",\"").append(key).append("\":").append(text);
     }
-    return R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [],
-               "analyzeMode": [], "optimizeMode": [],
-               "compareMode": {"comparatorName": [], "versionMap": {}}},
-               "CpuCollector": {)" +
-           section + "}}";
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    ConfigText config;
+    config.parallel = R"(["CpuCollector"])";
+    return config.Text({{"CpuCollector", "{" + section + "}"}});
 }
 
 // The lines of a stream that are the collector's, the utilities' or a shell's.
 std::string WithoutManagerLines(const std::string& text) {
     std::string kept;
-    for (const std::string& line : Lines(text)) {
+    for (const std::string& line : LinesIn(text)) {
         if (line.rfind("[ZarnManager]", 0) != 0 && line.rfind("[Main]", 0) != 0) {
             kept += line + "\n";
         }
@@ -64,7 +56,7 @@ std::string WithoutManagerLines(const std::string& text) {
 // A raw log without its time lines and empty lines.
 std::vector<std::string> Content(const std::string& log) {
     std::vector<std::string> lines;
-    for (const std::string& line : Lines(log)) {
+    for (const std::string& line : LinesIn(log)) {
         if (!line.empty() && !(line.size() == 17 && IsDigitString(line))) {
             lines.push_back(line);
         }
@@ -88,12 +80,12 @@ protected:
     }
 
     // The one raw log of that name.
-    [[nodiscard]] std::string Log(const std::string& prefix) const {
-        return sandbox_.Read(sandbox_.OnlyFile("raw_data/cpu", prefix));
+    [[nodiscard]] std::string Log(const NumberedFile& kind) const {
+        return sandbox_.Tree().Read(kind);
     }
 
     [[nodiscard]] std::vector<std::string> Documents() const {
-        return Lines(sandbox_.Read(sandbox_.OnlyFile("json", "soc_gea_cpu_usage_info_")));
+        return LinesIn(sandbox_.Tree().Read(cpu_files::kUsageDocuments));
     }
 
     Sandbox sandbox_;
@@ -110,7 +102,7 @@ TEST_F(CpuCollectorSystemTest, RunsItsToolsAndKeepsWhatTheyPrint) {
     for (int pass = 0; pass < 3; ++pass) {
         calls.emplace_back(
             "ps --no-header --cols 512 -eo user,pid,%cpu,%mem,vsz,rss,psr,comm --sort -%cpu");
-        for (const std::string& row : Lines(ReadText(DataPath(kProcesses)))) {
+        for (const std::string& row : LinesIn(ReadText(DataPath(kProcesses)))) {
             std::istringstream words(row);
             std::string pid;
             words >> pid >> pid;
@@ -118,14 +110,14 @@ TEST_F(CpuCollectorSystemTest, RunsItsToolsAndKeepsWhatTheyPrint) {
                             " -o user,tid,pid,%cpu,%mem,vsz,rss,psr,comm");
         }
     }
-    EXPECT_THAT(Lines(sandbox_.ReadScratch("calls")), UnorderedElementsAreArray(calls));
+    EXPECT_THAT(LinesIn(sandbox_.ReadScratch("calls")), UnorderedElementsAreArray(calls));
     EXPECT_EQ(sandbox_.Files("raw_data/cpu").size(), 5U);
     std::vector<std::string> printed = Content(ReadText(DataPath(kPlain)));
-    EXPECT_EQ(Content(Log("soc_gea_cpu_usage_info_1_")), printed);
-    EXPECT_EQ(Content(Log("cpu_global_1_")).size(), 15U);
-    EXPECT_EQ(Content(Log("cpu_cores_1_")).size(), 12U);
-    EXPECT_EQ(Content(Log("cpu_selected_processes_1_")).size(), 9U);
-    EXPECT_EQ(Content(Log("cpu_thread_1_")).size(), 30U);
+    EXPECT_EQ(Content(Log(cpu_files::kUsageLog)), printed);
+    EXPECT_EQ(Content(Log(cpu_files::kGlobalLog)).size(), 15U);
+    EXPECT_EQ(Content(Log(cpu_files::kCoresLog)).size(), 12U);
+    EXPECT_EQ(Content(Log(cpu_files::kSelectedLog)).size(), 9U);
+    EXPECT_EQ(Content(Log(cpu_files::kThreadLog)).size(), 30U);
     EXPECT_EQ(Documents().size(), 3U);
     EXPECT_THAT(Documents()[2], HasSubstr(R"({"threadInfo":"daemon        14      14 )"));
     EXPECT_THAT(sandbox_.Read("env_info/time_cost.log"), HasSubstr("[CpuCollector] cost time: "));
@@ -138,9 +130,10 @@ TEST_F(CpuCollectorSystemTest, WithoutToolsOnlyTheTimesAreFiled) {
     EXPECT_EQ(WithoutManagerLines(run.out), "");
     EXPECT_THAT(run.err, HasSubstr("top: not found"));
     EXPECT_THAT(run.err, HasSubstr("ps: not found"));
-    for (const char* prefix : {"soc_gea_cpu_usage_info_1_", "cpu_global_1_", "cpu_cores_1_",
-                               "cpu_selected_processes_1_", "cpu_thread_1_"}) {
-        EXPECT_THAT(Lines(Log(prefix)), ElementsAre(testing::MatchesRegex("[0-9]{17}"), ""));
+    for (const NumberedFile& kind :
+         {cpu_files::kUsageLog, cpu_files::kGlobalLog, cpu_files::kCoresLog,
+          cpu_files::kSelectedLog, cpu_files::kThreadLog}) {
+        EXPECT_THAT(LinesIn(Log(kind)), ElementsAre(testing::MatchesRegex("[0-9]{17}"), ""));
     }
     ASSERT_EQ(Documents().size(), 3U);
     EXPECT_THAT(Documents()[0], HasSubstr(R"("cpu":[],"top10Procs":[],"selectedProcs":[]}})"));
@@ -152,7 +145,7 @@ TEST_F(CpuCollectorSystemTest, AToolKilledInTheMiddleLeavesWhatItPrinted) {
     const RunResult run = sandbox_.Run(Config(R"("global")"));
     EXPECT_TRUE(run.Succeeded());
     const std::string torn = ReadText(DataPath(kPlain)).substr(0, 1500);
-    EXPECT_EQ(Content(Log("soc_gea_cpu_usage_info_1_")), Content(torn));
+    EXPECT_EQ(Content(Log(cpu_files::kUsageLog)), Content(torn));
     EXPECT_EQ(Documents().size(), 3U);
     EXPECT_THAT(sandbox_.Read("env_info/time_cost.log"), HasSubstr("[CpuCollector] cost time: "));
 }
@@ -166,7 +159,7 @@ TEST_F(CpuCollectorSystemTest, HostileOutputIsKeptInPieces) {
     EXPECT_TRUE(run.Succeeded());
     EXPECT_EQ(WithoutManagerLines(run.out + run.err), "");
     using namespace std::string_literals;
-    const std::vector<std::string> lines = Lines(Log("soc_gea_cpu_usage_info_1_"));
+    const std::vector<std::string> lines = LinesIn(Log(cpu_files::kUsageLog));
     constexpr std::size_t kPieces = (16777216 + 510) / 511;
     ASSERT_EQ(lines.size(), 3 + kPieces + 4);
     EXPECT_EQ(lines[1], "top \0\x01\xff\r"s);
@@ -181,11 +174,11 @@ TEST_F(CpuCollectorSystemTest, AnInterruptDuringTheMeasuringIsSeenAfterIt) {
              "case \"$*\" in -1*) sandbox-event interrupt ;; esac\n");
     const RunResult run = sandbox_.Run(Config(kAllJobs));
     EXPECT_TRUE(run.Succeeded());
-    EXPECT_THAT(Lines(run.out), testing::Contains(kStopLine).Times(1));
+    EXPECT_THAT(LinesIn(run.out), testing::Contains(kStopLine).Times(1));
     EXPECT_EQ(run.LastLine(), "[Main] Collection jobs finished.");
     EXPECT_THAT(sandbox_.Files("raw_data/cpu"), IsEmpty());
     EXPECT_THAT(sandbox_.Read("env_info/time_cost.log"), HasSubstr("[CpuCollector] cost time: "));
-    EXPECT_EQ(Lines(sandbox_.ReadScratch("calls")).size(), 3U + 3U * 12U);
+    EXPECT_EQ(LinesIn(sandbox_.ReadScratch("calls")).size(), 3U + 3U * 12U);
 }
 
 // The cores log is the third file and does not fit; the others and the documents are whole.
@@ -199,10 +192,10 @@ TEST_F(CpuCollectorSystemTest, AFullDiskLeavesOutOnlyWhatDoesNotFit) {
     const RunResult run = sandbox_.Run(Config(kAllJobs));
     EXPECT_TRUE(run.Succeeded());
     EXPECT_EQ(run.LastLine(), "[Main] Collection jobs finished.");
-    EXPECT_EQ(Content(Log("soc_gea_cpu_usage_info_1_")), Content(ReadText(DataPath(kPlain))));
-    EXPECT_EQ(Content(Log("cpu_global_1_")).size(), 15U);
-    EXPECT_EQ(Log("cpu_cores_1_"), "");
-    EXPECT_EQ(Content(Log("cpu_thread_1_")).size(), 30U);
+    EXPECT_EQ(Content(Log(cpu_files::kUsageLog)), Content(ReadText(DataPath(kPlain))));
+    EXPECT_EQ(Content(Log(cpu_files::kGlobalLog)).size(), 15U);
+    EXPECT_EQ(Log(cpu_files::kCoresLog), "");
+    EXPECT_EQ(Content(Log(cpu_files::kThreadLog)).size(), 30U);
     ASSERT_EQ(Documents().size(), 3U);
     for (const std::string& document : Documents()) {
         EXPECT_THAT(document, testing::EndsWith("]}}"));

@@ -10,7 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "formats/mem.h"
 #include "foundation/json.h"
+#include "tests/support/lines.h"
 #include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
 #include "tests/system/support/sandbox.h"
@@ -39,15 +41,6 @@ std::string Config(const std::string& job, const std::string& process, int count
     return config.Text(
         {{"MemCollector", R"({"job":[")" + job + R"("],"process":)" + process +
                               R"(,"interval":1,"count":)" + std::to_string(count) + "}"}});
-}
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
 }
 
 // A process of this test that does nothing, under a name of its own, until the end.
@@ -95,17 +88,15 @@ protected:
         return run;
     }
 
-    // The log of a table, by its name up to "_1_".
-    [[nodiscard]] std::string Log(const std::string& name) const {
-        return sandbox_.Read(sandbox_.OnlyFile("raw_data/mem", name + "_1_"));
+    [[nodiscard]] std::string Log(const NumberedFile& kind) const {
+        return sandbox_.Tree().Read(kind);
     }
-    [[nodiscard]] std::vector<JsonDocument> Documents(const std::string& name) const {
-        std::vector<JsonDocument> documents;
-        for (const std::string& line :
-             Lines(sandbox_.Read(sandbox_.OnlyFile("json", name + "_1_")))) {
-            EXPECT_TRUE(ParseJson(line, documents.emplace_back())) << line;
-        }
-        return documents;
+    [[nodiscard]] std::string Smaps(const std::string& pid) const {
+        return sandbox_.Read(
+            sandbox_.OnlyFile("raw_data/mem", "soc_gea_process_smaps_" + pid + "_1_"));
+    }
+    [[nodiscard]] std::vector<JsonDocument> Documents(const NumberedFile& kind) const {
+        return DocumentsIn(sandbox_.Tree().Read(kind));
     }
     // How many logs and documents there are.
     [[nodiscard]] std::size_t FileCount(const std::string& folder) const {
@@ -121,7 +112,7 @@ protected:
 // The second column of those lines of a log that begin with `name`, added up.
 long SumOf(const std::string& log, const std::string& name) {
     long sum = 0;
-    for (const std::string& line : Lines(log)) {
+    for (const std::string& line : LinesIn(log)) {
         if (line.rfind(name, 0) == 0) {
             sum += std::stol(line.substr(name.size()));
         }
@@ -131,9 +122,9 @@ long SumOf(const std::string& log, const std::string& name) {
 
 TEST_F(MemCollectorRunTest, TheDocumentOfTheSystemAgreesWithItsLogs) {
     EXPECT_EQ(ErrorsOfMissions(Run(Config("system_mem", "[]", 2))), "");
-    const auto documents = Documents("soc_gea_memory_info");
+    const auto documents = Documents(mem_files::kSystemSamples);
     ASSERT_EQ(documents.size(), 2U);
-    const std::vector<std::string> counters = Lines(Log("soc_gea_meminfo_info"));
+    const std::vector<std::string> counters = LinesIn(Log(mem_files::kCounterLog));
     ASSERT_EQ(counters.size(), 6U);
     for (std::size_t i = 0; i < 2; ++i) {
         const JsonValue& info = documents[i]["content"][0]["memInfo"];
@@ -147,7 +138,7 @@ TEST_F(MemCollectorRunTest, TheDocumentOfTheSystemAgreesWithItsLogs) {
             sum += std::stoul(value);
         }
         EXPECT_EQ(info["sum"].GetString(), std::to_string(sum % 4294967296UL));
-        const std::string log = Log("soc_gea_memory_info");  // of both samples
+        const std::string log = Log(mem_files::kSystemLog);  // of both samples
         EXPECT_EQ(2 * std::stol(info["total"].GetString()),
                   SumOf(log, "Mem:") + SumOf(log, "Swap:"));
     }
@@ -161,9 +152,9 @@ TEST_F(MemCollectorRunTest, ARowAgreesWithTheMappingsOfItsProcess) {
     const Sleeper sleeper("watched");
     WatchPids(sleeper.Pid());
     EXPECT_EQ(ErrorsOfMissions(Run(Config("process_mem", R"(["watched"])", 2))), "");
-    const auto documents = Documents("soc_gea_process_mem_rawdata_info");
+    const auto documents = Documents(mem_files::kProcessSamples);
     ASSERT_EQ(documents.size(), 2U);
-    const std::string smaps = Log("soc_gea_process_smaps_" + sleeper.Pid());
+    const std::string smaps = Smaps(sleeper.Pid());
     EXPECT_EQ(smaps.find(Separator()) + Separator().size(), smaps.size() / 2);
     for (const JsonDocument& document : documents) {
         const JsonValue& row = document["content"][0]["process"][0];
@@ -183,13 +174,13 @@ TEST_F(MemCollectorRunTest, NamesOfAnyBytesStayReadable) {
     const Sleeper words("two words");
     WatchPids(quoted.Pid() + " " + words.Pid());
     EXPECT_EQ(ErrorsOfMissions(Run(Config("process_mem", R"(["x"])"))), "");
-    const auto documents = Documents("soc_gea_process_mem_rawdata_info");
+    const auto documents = Documents(mem_files::kProcessSamples);
     ASSERT_EQ(documents.size(), 1U);
     const JsonValue& rows = documents[0]["content"][0]["process"];
     ASSERT_EQ(rows.Size(), 2U);
     EXPECT_EQ(rows[0]["COMMAND"].GetString(), std::string("a\"b\\\\c\\nd\xff/"));
     EXPECT_EQ(rows[1]["COMMAND"].GetString(), std::string("two"));
-    EXPECT_EQ(Lines(Log("soc_gea_process_info")).size(), 4U);
+    EXPECT_EQ(LinesIn(Log(mem_files::kProcessLog)).size(), 4U);
 }
 
 TEST_F(MemCollectorRunTest, KernelThreadsZombiesAndTheDeadHaveNoRow) {
@@ -203,10 +194,10 @@ TEST_F(MemCollectorRunTest, KernelThreadsZombiesAndTheDeadHaveNoRow) {
     WatchPids("2 " + zombiePid + " 4194305 PID");
     EXPECT_EQ(ErrorsOfMissions(Run(Config("process_mem", R"(["x"])"))), "");
     ::waitpid(zombie, nullptr, 0);
-    EXPECT_EQ(Lines(Log("soc_gea_process_info")).size(), 2U);
-    EXPECT_EQ(Log("soc_gea_process_smaps_" + zombiePid), Separator());
-    EXPECT_EQ(Log("soc_gea_process_smaps_4194305"), Separator());
-    EXPECT_EQ(Documents("soc_gea_process_info")[0]["content"].Size(), 1U);
+    EXPECT_EQ(LinesIn(Log(mem_files::kProcessLog)).size(), 2U);
+    EXPECT_EQ(Smaps(zombiePid), Separator());
+    EXPECT_EQ(Smaps("4194305"), Separator());
+    EXPECT_EQ(Documents(mem_files::kProcessInfo)[0]["content"].Size(), 1U);
 }
 
 TEST_F(MemCollectorRunTest, AThousandShortLivedProcessesLeaveWholeRowsAlone) {
@@ -214,7 +205,7 @@ TEST_F(MemCollectorRunTest, AThousandShortLivedProcessesLeaveWholeRowsAlone) {
                   "i=0\nwhile [ $i -lt 1000 ]; do /bin/true & printf '%s ' $!; i=$((i + 1)); "
                   "done\n");
     EXPECT_EQ(ErrorsOfMissions(Run(Config("process_mem", R"(["x"])"))), "");
-    for (const std::string& line : Lines(Log("soc_gea_process_info"))) {
+    for (const std::string& line : LinesIn(Log(mem_files::kProcessLog))) {
         std::istringstream cells(line);
         std::string cell;
         int count = 0;
@@ -242,7 +233,7 @@ TEST_F(MemCollectorRunTest, APsThatGoesWrongLeavesNoRows) {
                              "yes '$(touch /opt/usr/run) `x` a b c d e f g' | head -n 20\n"}) {
         sandbox_.Tool("ps", body);
         (void)Run(Config("process_mem", "[]"));
-        EXPECT_EQ(Lines(Log("soc_gea_process_info")).size(), 2U) << body;
+        EXPECT_EQ(LinesIn(Log(mem_files::kProcessLog)).size(), 2U) << body;
         EXPECT_THAT(sandbox_.RunCommand({"ls", "/opt/usr"}).out, Not(HasSubstr("run\n")));
     }
 }
@@ -259,7 +250,7 @@ TEST_F(MemCollectorRunTest, ASharePoolOfAnyShapeIsToldOrLogged) {
                   "1000 PID $ZARN_SANDBOX_DIR/pool ;; esac\nexec /bin/grep \"$@\"\n");
     WatchPids("1");
     EXPECT_EQ(ErrorsOfMissions(Run(Config("process_mem", R"(["x"])"))), "");
-    const std::vector<std::string> lines = Lines(Log("soc_gea_sharepool_mem_info"));
+    const std::vector<std::string> lines = LinesIn(Log(mem_files::kSharePoolLog));
     ASSERT_EQ(lines.size(), 1002U);  // grep leaves the last one out
     EXPECT_EQ(lines[1000], "guard 999");
     for (const char* row : {"1 2 3\n", "noone 1 2 3 4 5 6 7 8\n",
@@ -279,7 +270,7 @@ TEST_F(MemCollectorRunTest, MappingsOfAnyShapeGoThrough) {
     sandbox_.Tool("cat", "head -c " + std::to_string(size) + " /dev/zero | tr '\\0' x\necho\n");
     WatchPids("1");
     EXPECT_EQ(ErrorsOfMissions(Run(Config("process_mem", R"(["x"])"))), "");
-    EXPECT_EQ(Log("soc_gea_process_smaps_1").size(), size + 1 + Separator().size());
+    EXPECT_EQ(Smaps("1").size(), size + 1 + Separator().size());
 }
 
 TEST_F(MemCollectorRunTest, AFullDiskLeavesEachLogAsItWasBeforeTheTable) {
@@ -291,7 +282,7 @@ TEST_F(MemCollectorRunTest, AFullDiskLeavesEachLogAsItWasBeforeTheTable) {
     const std::string errors = ErrorsOfMissions(Run(Config("process_mem", R"(["x"])", 4)));
     EXPECT_THAT(errors, HasSubstr("[MemCollector]: Failed to mem log doesn't Exist !\n"));
     const std::string table = std::string(150000, 'x') + "\n" + Separator();
-    const std::string log = Log("soc_gea_process_smaps_1");
+    const std::string log = Smaps("1");
     ASSERT_EQ(log.size() % table.size(), 0U);
     EXPECT_GE(log.size(), table.size());
     EXPECT_EQ(log.compare(0, table.size(), table), 0);

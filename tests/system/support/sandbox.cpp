@@ -84,16 +84,6 @@ std::string FindTool(const std::string& name, const std::string& list = MachineP
     return "";
 }
 
-std::vector<std::string> SortedNames(const std::string& folder) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (const auto& entry : fs::directory_iterator(folder, error)) {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 }  // namespace
 
 bool RunResult::Aborted() const {
@@ -294,7 +284,7 @@ RunResult Sandbox::RunCommand(const std::vector<std::string>& command) {
 }
 
 std::vector<std::string> Sandbox::RunNames() const {
-    return SortedNames(usr_ + "mnt/zarn");
+    return RunTree(usr_).NamesIn("mnt/zarn");
 }
 
 std::string Sandbox::RunDir() const {
@@ -305,25 +295,6 @@ std::string Sandbox::RunDir() const {
 
 std::string Sandbox::RunDirInside() const {
     return "/opt/usr/" + RunDir().substr(usr_.size());
-}
-
-std::string Sandbox::Read(const std::string& name) const {
-    return ReadText(RunDir() + name);
-}
-
-std::vector<std::string> Sandbox::Files(const std::string& folder) const {
-    return SortedNames(RunDir() + folder);
-}
-
-std::string Sandbox::OnlyFile(const std::string& folder, std::string_view prefix) const {
-    std::vector<std::string> found = Files(folder);
-    found.erase(std::remove_if(found.begin(), found.end(),
-                               [prefix](const std::string& name) {
-                                   return std::string_view(name).substr(0, prefix.size()) != prefix;
-                               }),
-                found.end());
-    EXPECT_EQ(found.size(), 1U) << prefix << " in " << folder;
-    return found.empty() ? "" : folder + (folder.back() == '/' ? "" : "/") + found.front();
 }
 
 std::string Sandbox::ReadScratch(const std::string& name) const {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/run_tree.h"
 #include "tests/support/temp_dir.h"
 #include "tests/system/support/private_usr.h"
 
@@ -108,12 +109,15 @@ public:
     [[nodiscard]] std::string RunDirInside() const;
     // The names of all run directories, in increasing order.
     [[nodiscard]] std::vector<std::string> RunNames() const;
-    // A file of that directory; fails the test if it cannot be read.
-    [[nodiscard]] std::string Read(const std::string& name) const;
-    // The names of the files in a folder of that directory, sorted; empty if there is no folder.
-    [[nodiscard]] std::vector<std::string> Files(const std::string& folder) const;
-    // The one file in `folder` whose name begins with `prefix`, as name below the run directory.
-    [[nodiscard]] std::string OnlyFile(const std::string& folder, std::string_view prefix) const;
+    // What it holds.
+    [[nodiscard]] RunTree Tree() const { return RunTree(RunDir()); }
+    [[nodiscard]] std::string Read(const std::string& name) const { return Tree().Read(name); }
+    [[nodiscard]] std::vector<std::string> Files(const std::string& folder) const {
+        return Tree().NamesIn(folder);
+    }
+    [[nodiscard]] std::string OnlyFile(const std::string& folder, std::string_view prefix) const {
+        return Tree().OnlyFile(folder, prefix);
+    }
     // What a fake tool left in $ZARN_SANDBOX_DIR.
     [[nodiscard]] std::string ReadScratch(const std::string& name) const;
 
