@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <filesystem>
 #include <set>
 
 #include "tests/support/manager_texts.h"
@@ -11,7 +10,6 @@
 namespace zarn::test {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::EndsWith;
 
 const std::string kPreload = std::string(ZARN_BUILD_DIR) + "/lib/libzarn_faults.so";
@@ -44,24 +42,12 @@ protected:
             "job": ["global", "core", "selected_process"], "interval": 1.0, "count": 3,
             "process": ["planner_node"], "thread_collector": false, "json_output": true})"}}));
         ASSERT_EQ(ErrorsOfMissions(run), "");
-        tree_ = sandbox_.RunDir();
+        tree_ = sandbox_.Tree();
         ConfigText analyze;
         analyze.analyze = R"(["CpuAnalyzer"])";
         analyze.more = R"(, "historyDataPath": ")" + sandbox_.RunDirInside() + "\"";
         config_ = analyze.Text({{"CpuAnalyzer", R"({"job": ["global", "core", "process_set"],
             "peak_trought_threshold": 0.2, "process_set": {"planner": ["planner_node"]}})"}});
-    }
-
-    // What the tree holds: names below it and texts, without the cost log.
-    [[nodiscard]] std::map<std::string, std::string> Files() const {
-        std::map<std::string, std::string> files;
-        for (const auto& entry : fs::recursive_directory_iterator(tree_)) {
-            const std::string name = entry.path().string().substr(tree_.size());
-            if (entry.is_regular_file() && name != "env_info/time_cost.log") {
-                files[name] = ReadText(entry.path().string());
-            }
-        }
-        return files;
     }
 
     // The stages that left all their results, by letter; '?' for one that left some.
@@ -79,13 +65,13 @@ protected:
     }
 
     Sandbox sandbox_;
-    std::string tree_;
+    RunTree tree_;
     std::string config_;
 };
 
 TEST_F(CpuAnalyzerFaults, AnInterruptEndsTheAnalysisBetweenTwoStages) {
     ASSERT_NO_FATAL_FAILURE(Collect());
-    const auto collected = Files();
+    const auto collected = tree_.Texts();
     sandbox_.SetEnvironment("LD_PRELOAD", kPreload);
     sandbox_.SetEnvironment("ASAN_OPTIONS", "verify_asan_link_order=0");
     std::set<std::string> seen;
@@ -94,7 +80,7 @@ TEST_F(CpuAnalyzerFaults, AnInterruptEndsTheAnalysisBetweenTwoStages) {
         sandbox_.SetEnvironment("ZARN_FAULT", "open:" + std::to_string(call) + ":interrupt");
         const RunResult run = sandbox_.Run(config_);
         ASSERT_EQ(run.LastLine(), "[Main] Collection jobs finished.");
-        auto files = Files();
+        auto files = tree_.Texts();
         const std::string done = StagesDone(files);
         EXPECT_EQ(std::string("gpcl").substr(0, done.size()), done) << "call " << call;
         const bool saidSo = run.err.find(kStopLine) != std::string::npos;
@@ -105,7 +91,7 @@ TEST_F(CpuAnalyzerFaults, AnInterruptEndsTheAnalysisBetweenTwoStages) {
             files.erase(name);
         }
         for (const auto& [name, text] : files) {
-            fs::remove(tree_ + name);
+            tree_.Remove(name);
         }
         if (run.out.find("Signal Interactive attention received") == std::string::npos) {
             break;
@@ -120,7 +106,7 @@ TEST_F(CpuAnalyzerFaults, AFullDiskTakesTheResultsAndNothingElse) {
         GTEST_SKIP() << Sandbox::kNeedsRoot;
     }
     ASSERT_NO_FATAL_FAILURE(Collect());
-    const auto collected = Files();
+    const auto collected = tree_.Texts();
     // Two pages stay free, for what the manager saves of the run itself.
     (void)sandbox_.RunCommand({"sh", "-c",
                                "cat /dev/zero > /opt/usr/filler 2> /dev/null; "
@@ -140,7 +126,7 @@ TEST_F(CpuAnalyzerFaults, AFullDiskTakesTheResultsAndNothingElse) {
                                   "[CpuAnalyzer] Failed to process cpu info!\n"
                                   "[ZarnManager] analyzers mode CpuAnalyzer failed!\n"
                                   "[ZarnManager] Some Analyzer missions failed to start!\n"));
-    const auto files = Files();
+    const auto files = tree_.Texts();
     for (const auto& [name, text] : collected) {
         const auto file = files.find(name);
         ASSERT_NE(file, files.end()) << name;

@@ -4,6 +4,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "tests/support/manager_texts.h"
+#include "tests/system/support/examples.h"
 #include "tests/system/support/sandbox.h"
 
 // The comparison of run trees by the built program.
@@ -19,13 +21,15 @@ constexpr const char* kStopLine =
 
 // The configuration of a comparison of `versions`, the text of the version map's members.
 std::string Comparison(const std::string& versions, const std::string& collectors = "") {
-    return R"({"ManagerParam": {"parallelCollectMode": [)" + collectors +
-           R"(], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
-              "compareMode": {"comparatorName": ["CpuComparator"], "versionMap": {)" +
-           versions + R"(}}},
-            "CpuCollector": {"job": ["global", "core"], "interval": 1.0, "process": [], "count": 2,
-                             "thread_collector": false, "json_output": false},
-            "CpuComparator": {"job": ["global", "selected_process"], "process": ["app", "lib"]}})";
+    ConfigText config;
+    config.parallel = "[" + collectors + "]";
+    config.compare = R"(["CpuComparator"])";
+    config.versionMap = "{" + versions + "}";
+    return config.Text(
+        {{"CpuCollector", R"({"job": ["global", "core"], "interval": 1.0, "process": [], "count": 2,
+             "thread_collector": false, "json_output": false})"},
+         {"CpuComparator",
+          R"({"job": ["global", "selected_process"], "process": ["app", "lib"]})"}});
 }
 
 // One sample as top prints it: `tasks` in all, `app` of `cpu` percent, and as many of `lib`.
@@ -67,12 +71,11 @@ protected:
     std::string Collect(const std::string& text) {
         sandbox_.ToolPrinting("top", text);
         sandbox_.ToolPrinting("ps", "");
-        const RunResult run = sandbox_.Run(
-            R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector"], "collectMode": [],
-                "analyzeMode": [], "optimizeMode": [],
-                "compareMode": {"comparatorName": [], "versionMap": {}}},
-                "CpuCollector": {"job": ["global"], "interval": 1.0, "process": [], "count": 2,
-                                 "thread_collector": false, "json_output": false}})");
+        ConfigText config;
+        config.parallel = R"(["CpuCollector"])";
+        const RunResult run = sandbox_.Run(config.Text({{"CpuCollector", R"({
+            "job": ["global"], "interval": 1.0, "process": [], "count": 2,
+            "thread_collector": false, "json_output": false})"}}));
         EXPECT_TRUE(run.Succeeded()) << run.out << run.err;
         return sandbox_.RunDirInside();
     }
@@ -122,8 +125,7 @@ TEST_F(CpuComparatorSystemTest, RunsTheExample) {
         (void)Collect(TopSample(96, "50.0", 1));
         std::filesystem::rename(sandbox_.RunDir(), sandbox_.UsrDir() + "mnt/zarn/" + version);
     }
-    const RunResult run =
-        sandbox_.Run(ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/cpu_compare.json"));
+    const RunResult run = sandbox_.Run(ExampleText("cpu_compare.json"));
     EXPECT_EQ(MissionErrors(run), "");
     EXPECT_EQ(Row("version"), "baseline,candidate,");
     EXPECT_EQ(Row("tasks_total_max"), "96,96,");
@@ -187,11 +189,9 @@ TEST_F(CpuComparatorSystemTest, FullDiskFailsTheWritingAndHarmsNoVersion) {
 }
 
 TEST_F(CpuComparatorSystemTest, IllegalSectionStopsTheRunBeforeAnyMission) {
-    const RunResult run = sandbox_.Run(
-        R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [], "analyzeMode": [],
-            "optimizeMode": [],
-            "compareMode": {"comparatorName": ["CpuComparator"], "versionMap": {}}},
-            "CpuComparator": {"job": ["global"]}})");
+    ConfigText config;
+    config.compare = R"(["CpuComparator"])";
+    const RunResult run = sandbox_.Run(config.Text({{"CpuComparator", R"({"job": ["global"]})"}}));
     EXPECT_TRUE(run.Succeeded());
     EXPECT_THAT(run.err,
                 HasSubstr("[CpuComparator] Failed to parse config file, at least one of the field "
@@ -200,7 +200,7 @@ TEST_F(CpuComparatorSystemTest, IllegalSectionStopsTheRunBeforeAnyMission) {
                           "[ZarnManager] Options check for comparator mode CpuComparator "
                           "failed!\n"));
     EXPECT_THAT(run.out, Not(HasSubstr("comparator mode CpuComparator start")));
-    EXPECT_FALSE(std::filesystem::exists(sandbox_.RunDir() + kTable));
+    EXPECT_FALSE(sandbox_.Tree().Has(kTable));
 }
 
 }  // namespace

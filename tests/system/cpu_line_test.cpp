@@ -8,7 +8,10 @@
 #include <filesystem>
 #include <sstream>
 
+#include "formats/cpu.h"
 #include "foundation/json.h"
+#include "tests/support/lines.h"
+#include "tests/support/manager_texts.h"
 #include "tests/system/support/cpu_raw_text.h"
 #include "tests/system/support/sandbox.h"
 
@@ -49,49 +52,38 @@ private:
     pid_t pid_ = 0;
 };
 
-std::string Manager(const std::string& collectors, const std::string& analyzers,
-                    const std::string& versions, const std::string& more = "") {
-    return R"({"ManagerParam": {"parallelCollectMode": [)" + collectors +
-           R"(], "collectMode": [], "analyzeMode": [)" + analyzers +
-           R"(], "optimizeMode": [], "compareMode": {"comparatorName": [)" +
-           (versions.empty() ? "" : "\"CpuComparator\"") + R"(], "versionMap": {)" + versions +
-           "}}" + more + "}";
-}
-
 std::string AnalyzerSection(const std::string& process) {
-    return R"(, "CpuAnalyzer": {"job": ["global", "core", "process_set"],
-                "peak_trought_threshold": 0.1, "process_set": {"probes": [")" +
+    return R"({"job": ["global", "core", "process_set"], "peak_trought_threshold": 0.1,
+        "process_set": {"probes": [")" +
            process + R"("]}})";
 }
 
 std::string CollectionAndAnalysis(const std::string& process, bool threads) {
-    return Manager("\"CpuCollector\"", "\"CpuAnalyzer\"", "") +
-           R"(, "CpuCollector": {"job": ["global", "core", "selected_process"], "interval": 0.5,
-                "process": [")" +
-           process + R"("], "count": )" + std::to_string(kSamples) + R"(, "thread_collector": )" +
-           (threads ? "true" : "false") + R"(, "json_output": true})" + AnalyzerSection(process) +
-           "}";
+    ConfigText config;
+    config.parallel = R"(["CpuCollector"])";
+    config.analyze = R"(["CpuAnalyzer"])";
+    return config.Text(
+        {{"CpuCollector", R"({"job": ["global", "core", "selected_process"], "interval": 0.5,
+             "process": [")" + process +
+                              R"("], "count": )" + std::to_string(kSamples) +
+                              R"(, "thread_collector": )" + (threads ? "true" : "false") +
+                              R"(, "json_output": true})"},
+         {"CpuAnalyzer", AnalyzerSection(process)}});
 }
 
 std::string History(const std::string& tree, const std::string& process) {
-    return Manager("", "\"CpuAnalyzer\"", "", ", \"historyDataPath\": \"" + tree + "\"") +
-           AnalyzerSection(process) + "}";
+    ConfigText config;
+    config.analyze = R"(["CpuAnalyzer"])";
+    config.more = R"(, "historyDataPath": ")" + tree + "\"";
+    return config.Text({{"CpuAnalyzer", AnalyzerSection(process)}});
 }
 
 std::string Comparison(const std::string& versions, const std::string& process) {
-    return Manager("", "", versions) +
-           R"(, "CpuComparator": {"job": ["global", "selected_process"], "process": [")" + process +
-           "\"]}}";
-}
-
-// The documents of a file, one a line.
-std::vector<JsonDocument> Documents(const std::string& text) {
-    std::vector<JsonDocument> documents;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        EXPECT_TRUE(ParseJson(line, documents.emplace_back())) << line;
-    }
-    return documents;
+    ConfigText config;
+    config.compare = R"(["CpuComparator"])";
+    config.versionMap = "{" + versions + "}";
+    return config.Text({{"CpuComparator", R"({"job": ["global", "selected_process"],
+        "process": [")" + process + "\"]}"}});
 }
 
 std::string DefaultText(double value) {
@@ -112,22 +104,11 @@ void ExpectStatistics(const JsonValue& block, const std::vector<double>& values)
 
 class CpuLineTest : public testing::Test {
 protected:
-    // The text of the one file of the collected tree in `folder` that begins with `prefix`.
-    [[nodiscard]] std::string TreeFile(const std::string& folder, const std::string& prefix) const {
-        std::vector<std::string> paths;
-        for (const auto& entry : std::filesystem::directory_iterator(tree_ + folder)) {
-            if (entry.path().filename().string().rfind(prefix, 0) == 0) {
-                paths.push_back(entry.path().string());
-            }
-        }
-        EXPECT_THAT(paths, SizeIs(1)) << prefix;
-        return paths.size() == 1 ? ReadText(paths.front()) : "";
+    [[nodiscard]] std::vector<RawCpuSample> Raw(const NumberedFile& kind) const {
+        return CutRawLog(tree_.Read(kind));
     }
-    [[nodiscard]] std::vector<RawCpuSample> Raw(const std::string& prefix) const {
-        return CutRawLog(TreeFile("raw_data/cpu", prefix));
-    }
-    [[nodiscard]] std::vector<JsonDocument> Json(const std::string& prefix) const {
-        return Documents(TreeFile("json", prefix));
+    [[nodiscard]] std::vector<JsonDocument> Json(const NumberedFile& kind) const {
+        return DocumentsIn(tree_.Read(kind));
     }
 
     void ExpectDocumentsOfTheRawText(unsigned threadRows) const;
@@ -142,7 +123,7 @@ protected:
         EXPECT_TRUE(run.Succeeded());
         EXPECT_THAT(run.out, HasSubstr("[CpuAnalyzer] CpuAnalyzer Finished!\n"));
         EXPECT_THAT(run.err, Not(HasSubstr("[Cpu"))) << run.err;
-        tree_ = sandbox_.RunDir();
+        tree_ = sandbox_.Tree();
         treeInside_ = sandbox_.RunDirInside();
         ExpectDocumentsOfTheRawText(threads ? 1 : 0);
         ExpectGlobalAnalysisOfTheRawText();
@@ -152,15 +133,15 @@ protected:
 
     Probe probe_;
     Sandbox sandbox_;
-    std::string tree_;        // of the collection, on this machine
+    RunTree tree_;            // of the collection
     std::string treeInside_;  // as the program calls it
 };
 
 void CpuLineTest::ExpectDocumentsOfTheRawText(unsigned threadRows) const {
-    const auto usage = Raw("soc_gea_cpu_usage_info_1_");
-    const auto global = Raw("cpu_global_1_");
-    const auto cores = Raw("cpu_cores_1_");
-    const auto documents = Json("soc_gea_cpu_usage_info_");
+    const auto usage = Raw(cpu_files::kUsageLog);
+    const auto global = Raw(cpu_files::kGlobalLog);
+    const auto cores = Raw(cpu_files::kCoresLog);
+    const auto documents = Json(cpu_files::kUsageDocuments);
     ASSERT_THAT(usage, SizeIs(kSamples));
     ASSERT_THAT(global, SizeIs(kSamples));
     ASSERT_THAT(cores, SizeIs(kSamples));
@@ -190,8 +171,8 @@ void CpuLineTest::ExpectDocumentsOfTheRawText(unsigned threadRows) const {
 }
 
 void CpuLineTest::ExpectGlobalAnalysisOfTheRawText() const {
-    const auto usage = Raw("soc_gea_cpu_usage_info_1_");
-    const auto documents = Json("soc_cpu_ana_global_");
+    const auto usage = Raw(cpu_files::kUsageLog);
+    const auto documents = Json(cpu_files::kGlobalAnalysis);
     ASSERT_THAT(documents, SizeIs(3));
     const JsonValue& content = documents[0]["content"];
     for (const char* field : {"us", "sy", "id", "hi", "si"}) {
@@ -202,7 +183,7 @@ void CpuLineTest::ExpectGlobalAnalysisOfTheRawText() const {
     EXPECT_DOUBLE_EQ(content["loadAverage"][0].GetDouble(), Mean(LoadAverages(usage, 2)));
     EXPECT_DOUBLE_EQ(content["loadAverage"][1].GetDouble(), Mean(LoadAverages(usage, 0)));
     EXPECT_DOUBLE_EQ(content["loadAverage"][2].GetDouble(), Mean(LoadAverages(usage, 1)));
-    const auto allProcesses = Json("soc_cpu_ana_all_procs_usage_info_");
+    const auto allProcesses = Json(cpu_files::kAllProcesses);
     ASSERT_THAT(allProcesses, SizeIs(kSamples));
     for (const JsonDocument& document : allProcesses) {
         EXPECT_GE(document["content"]["allProcsInfo"].Size(), 2U);
@@ -210,8 +191,8 @@ void CpuLineTest::ExpectGlobalAnalysisOfTheRawText() const {
 }
 
 void CpuLineTest::ExpectCoreAnalysisOfTheRawText() const {
-    const auto cores = Raw("cpu_cores_1_");
-    const auto documents = Json("soc_cpu_ana_core_");
+    const auto cores = Raw(cpu_files::kCoresLog);
+    const auto documents = Json(cpu_files::kCoreAnalysis);
     ASSERT_THAT(documents, SizeIs(1));
     const JsonValue& usage = documents[0]["content"]["cpuUsage"];
     EXPECT_EQ(usage.Size(), static_cast<unsigned>(::sysconf(_SC_NPROCESSORS_ONLN)));
@@ -227,10 +208,10 @@ void CpuLineTest::ExpectCoreAnalysisOfTheRawText() const {
 }
 
 void CpuLineTest::ExpectSetAnalysisOfTheRawText() const {
-    const auto documents = Json("soc_cpu_ana_selected_process_");
+    const auto documents = Json(cpu_files::kSelectedAnalysis);
     ASSERT_THAT(documents, SizeIs(1));
     const JsonValue& set = documents[0]["content"]["procSetInfo"]["probes"];
-    const auto usage = Numbers(RowTokens(Raw("soc_gea_cpu_usage_info_1_"), probe_.Name(), 8));
+    const auto usage = Numbers(RowTokens(Raw(cpu_files::kUsageLog), probe_.Name(), 8));
     ASSERT_THAT(usage, SizeIs(kSamples));
     ExpectStatistics(set, usage);
     ASSERT_EQ(set["procInfo"].Size(), 1U);
@@ -240,8 +221,8 @@ void CpuLineTest::ExpectSetAnalysisOfTheRawText() const {
 
 // The table of two versions that are both the tree of the raw text.
 void CpuLineTest::ExpectTable(const std::string& table) const {
-    const auto global = Raw("cpu_global_1_");
-    const auto usage = Raw("soc_gea_cpu_usage_info_1_");
+    const auto global = Raw(cpu_files::kGlobalLog);
+    const auto usage = Raw(cpu_files::kUsageLog);
     std::map<std::string, std::vector<double>> figures;
     for (const char* kind : {"total", "running", "sleeping", "stopped", "zombie"}) {
         figures[std::string("tasks_") + kind] = NumbersBefore(global, "Tasks", kind);
@@ -283,17 +264,16 @@ void CpuLineTest::ExpectTable(const std::string& table) const {
 
 TEST_F(CpuLineTest, NumbersAreThoseOfTheMachinesOwnTools) {
     CollectAndCheck(true);
-    const std::vector<std::string> analyses{"soc_cpu_ana_global_",
-                                            "soc_cpu_ana_all_procs_usage_info_",
-                                            "soc_cpu_ana_core_", "soc_cpu_ana_selected_process_"};
-    std::map<std::string, std::string> first;
-    for (const std::string& prefix : analyses) {
-        first[prefix] = TreeFile("json", prefix);
+    const NumberedFile analyses[] = {cpu_files::kGlobalAnalysis, cpu_files::kAllProcesses,
+                                     cpu_files::kCoreAnalysis, cpu_files::kSelectedAnalysis};
+    std::vector<std::string> first;
+    for (const NumberedFile& kind : analyses) {
+        first.push_back(tree_.Read(kind));
     }
     const RunResult history = sandbox_.Run(History(treeInside_, probe_.Name()));
     EXPECT_THAT(history.out, HasSubstr("[CpuAnalyzer] CpuAnalyzer Finished!\n"));
-    for (const std::string& prefix : analyses) {
-        EXPECT_EQ(TreeFile("json", prefix), first[prefix] + first[prefix]);
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        EXPECT_EQ(tree_.Read(analyses[i]), first[i] + first[i]);
     }
     const RunResult comparison = sandbox_.Run(Comparison(
         R"("first": ")" + treeInside_ + R"(", "again": ")" + treeInside_ + "\"", probe_.Name()));
@@ -348,12 +328,11 @@ void LocalisedTool(Sandbox& sandbox, const std::string& name, const std::string&
 }
 
 // Every file of a tree but the environment's, times left out.
-std::map<std::string, std::string> Contents(const std::string& tree) {
+std::map<std::string, std::string> Contents(const RunTree& tree) {
     std::map<std::string, std::string> contents;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(tree)) {
-        const std::string name = entry.path().string().substr(tree.size());
-        if (entry.is_regular_file() && name.rfind("env_info/", 0) != 0) {
-            contents[WithoutTimes(name)] = WithoutTimes(ReadText(entry.path().string()));
+    for (const auto& [name, text] : tree.Texts()) {
+        if (name.rfind("env_info/", 0) != 0) {
+            contents[WithoutTimes(name)] = WithoutTimes(text);
         }
     }
     return contents;
@@ -380,9 +359,9 @@ std::map<std::string, std::string> LineOfFakeTools(Sandbox& sandbox) {
     EXPECT_THAT(sandbox.Run(CollectionAndAnalysis("app", true)).out,
                 HasSubstr("[CpuAnalyzer] CpuAnalyzer Finished!\n"));
     const std::string tree = sandbox.RunDirInside();
-    std::map<std::string, std::string> contents = Contents(sandbox.RunDir());
+    std::map<std::string, std::string> contents = Contents(sandbox.Tree());
     EXPECT_TRUE(sandbox.Run(Comparison(R"("v1": ")" + tree + "\"", "app")).Succeeded());
-    contents.merge(Contents(sandbox.RunDir()));
+    contents.merge(Contents(sandbox.Tree()));
     return contents;
 }
 

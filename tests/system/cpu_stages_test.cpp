@@ -1,7 +1,5 @@
 #include <gmock/gmock.h>
 
-#include <filesystem>
-
 #include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
 
@@ -10,7 +8,6 @@
 namespace zarn::test {
 namespace {
 
-namespace fs = std::filesystem;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
@@ -34,17 +31,6 @@ protected:
         lists.serial = R"(["CpuCollector"])";
         EXPECT_EQ(ErrorsOfMissions(sandbox.Run(Config(lists))), "");
         return sandbox.RunDirInside();
-    }
-
-    // The names of all files below a folder of the run directory.
-    [[nodiscard]] std::vector<std::string> AllFiles(const std::string& runDir) const {
-        std::vector<std::string> files;
-        for (const auto& entry : fs::recursive_directory_iterator(runDir)) {
-            if (entry.is_regular_file()) {
-                files.push_back(entry.path().string().substr(runDir.size()));
-            }
-        }
-        return files;
     }
 
     Sandbox sandbox;
@@ -135,7 +121,7 @@ TEST_F(CpuStagesTest, AnInterruptDuringCollectionLetsEveryStageStartAndEnd) {
 
 TEST_F(CpuStagesTest, AHistoryTreeIsAnalysedInPlaceOfTheNewOne) {
     const std::string history = Collect();
-    const std::string historyDir = sandbox.RunDir();
+    const RunTree historyTree = sandbox.Tree();
     ConfigText lists;
     lists.analyze = R"(["CpuAnalyzer"])";
     lists.more = R"(, "historyDataPath": ")" + history + "\"";
@@ -146,11 +132,10 @@ TEST_F(CpuStagesTest, AHistoryTreeIsAnalysedInPlaceOfTheNewOne) {
     EXPECT_THAT(run.out,
                 HasSubstr("[ZarnManager] The historyDataPath is " + history + "\n" + kFinished))
         << "asked for again by the optimizers";
-    EXPECT_THAT(AllFiles(sandbox.RunDir()), testing::Each(testing::StartsWith("env_info/")));
-    EXPECT_FALSE(fs::exists(sandbox.RunDir() + "env_info/time_cost.log"));
-    EXPECT_THAT(AllFiles(historyDir), testing::Contains(HasSubstr("json/soc_cpu_ana_global_")));
-    EXPECT_THAT(ReadText(historyDir + "env_info/time_cost.log"),
-                HasSubstr("[CpuAnalyzer] cost time: "));
+    EXPECT_THAT(sandbox.Tree().Names(), testing::Each(testing::StartsWith("env_info/")));
+    EXPECT_FALSE(sandbox.Tree().Has("env_info/time_cost.log"));
+    EXPECT_THAT(historyTree.Names(), testing::Contains(HasSubstr("json/soc_cpu_ana_global_")));
+    EXPECT_THAT(historyTree.Read("env_info/time_cost.log"), HasSubstr("[CpuAnalyzer] cost time: "));
 }
 
 TEST_F(CpuStagesTest, WithoutAHistoryPathThereIsNothingToAnalyse) {

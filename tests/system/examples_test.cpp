@@ -4,9 +4,11 @@
 
 #include <filesystem>
 
+#include "formats/mem.h"
 #include "foundation/json.h"
 #include "tests/support/manager_texts.h"
 #include "tests/support/mem_lines.h"
+#include "tests/support/run_tree.h"
 #include "tests/system/support/recorded_tools.h"
 
 // Every configuration of docs/examples that needs no board is run as a user would run it.
@@ -36,11 +38,11 @@ protected:
 
     // The documents that a collection of the memory leaves in a tree below /opt/usr/.
     void AddMemory(const std::string& tree) {
-        const std::string time = "20240101120000000";
-        sandbox.Write(tree + "json/soc_gea_memory_info_1_" + time + ".data", MemSystemLine(time));
-        sandbox.Write(tree + "json/soc_gea_process_mem_rawdata_info_1_" + time + ".data",
-                      MemProcessLine(time, {{"9", "planner_node", {}}}));
-        fs::create_directories(sandbox.UsrDir() + tree + "raw_data/mem");
+        const RunTree measured(sandbox.UsrDir() + tree);
+        measured.Write(RunTree::NameOf(mem_files::kSystemSamples), MemSystemLine(FakeHost::kStart));
+        measured.Write(RunTree::NameOf(mem_files::kProcessSamples),
+                       MemProcessLine(FakeHost::kStart, {{"9", "planner_node", {}}}));
+        measured.MakeFolder(mem_files::kRawFolder);
     }
 
     // The trees of earlier runs that the configuration names.

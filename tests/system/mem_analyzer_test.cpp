@@ -6,8 +6,12 @@
 #include <vector>
 
 #include "benchmarks/support/mem_generator.h"
+#include "formats/mem.h"
 #include "foundation/json.h"
+#include "tests/support/manager_texts.h"
 #include "tests/support/mem_lines.h"
+#include "tests/support/run_tree.h"
+#include "tests/system/support/examples.h"
 #include "tests/system/support/sandbox.h"
 
 // The analysis of a collected tree by the built program.
@@ -19,35 +23,34 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 
 constexpr const char* kTree = "mnt/zarn/baseline/";
-constexpr const char* kSystemFile = "json/soc_gea_memory_info_1_20240101120000000.data";
-constexpr const char* kProcessFile =
-    "json/soc_gea_process_mem_rawdata_info_1_20240101120000000.data";
-constexpr const char* kSystemResult = "json/soc_gea_memory_ana_1_20240101120000000.data";
-constexpr const char* kProcessResult = "json/soc_gea_process_ana_1_20240101120000000.data";
+constexpr const char* kTime = "20240101120000000";
+const std::string kSystemFile = RunTree::NameOf(mem_files::kSystemSamples, kTime);
+const std::string kProcessFile = RunTree::NameOf(mem_files::kProcessSamples, kTime);
+const std::string kSystemResult = RunTree::NameOf(mem_files::kSystemAnalysis, kTime);
+const std::string kProcessResult = RunTree::NameOf(mem_files::kProcessAnalysis, kTime);
 
 std::string Analysis(const std::string& threshold = "0.15") {
-    return R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [],
-        "analyzeMode": ["MemAnalyzer"], "optimizeMode": [],
-        "compareMode": {"comparatorName": [], "versionMap": {}},
-        "historyDataPath": "/opt/usr/mnt/zarn/baseline/"},
-        "MemAnalyzer": {"job": ["system_mem", "process_mem"], "peak_trought_threshold": )" +
-           threshold + R"(, "system_field": "used", "process_field": "PSS", "process": []}})";
+    ConfigText config;
+    config.analyze = R"(["MemAnalyzer"])";
+    config.more = R"(, "historyDataPath": "/opt/usr/mnt/zarn/baseline/")";
+    return config.Text({{"MemAnalyzer", R"({"job": ["system_mem", "process_mem"],
+        "peak_trought_threshold": )" + threshold +
+                                            R"(, "system_field": "used",
+        "process_field": "PSS", "process": []})"}});
 }
 
 class MemAnalyzerSystemTest : public testing::Test {
 protected:
     void WriteTree(const std::string& system, const std::string& processes) {
-        const std::string tree = kTree;
-        sandbox_.Write(tree + kSystemFile, system);
-        sandbox_.Write(tree + kProcessFile, processes);
-        sandbox_.Write(tree + "env_info/time_cost.log", "");
+        tree_.Write(kSystemFile, system);
+        tree_.Write(kProcessFile, processes);
+        tree_.Write(run_tree::kCostLog, "");
     }
 
-    [[nodiscard]] std::string Result(const std::string& name) const {
-        return ReadText(sandbox_.UsrDir() + kTree + name);
-    }
+    [[nodiscard]] std::string Result(const std::string& name) const { return tree_.Read(name); }
 
     Sandbox sandbox_;
+    const RunTree tree_{sandbox_.UsrDir() + kTree};
 };
 
 // Extremes by other code: each value is compared with what the documents hold.
@@ -159,8 +162,7 @@ TEST_F(MemAnalyzerSystemTest, ALeakShowsFromTheFirstSampleToTheLast) {
 TEST_F(MemAnalyzerSystemTest, AnalysesTheExamplesTree) {
     WriteTree(MemSystemLine("20240101120000000"),
               MemProcessLine("20240101120000000", {{"9", "planner_node", {}}}));
-    const RunResult run =
-        sandbox_.Run(ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/mem_analyze.json"));
+    const RunResult run = sandbox_.Run(ExampleText("mem_analyze.json"));
     EXPECT_TRUE(run.Succeeded());
     EXPECT_THAT(run.err, testing::Not(HasSubstr("MemAnalyzer")));
     EXPECT_THAT(Result(kProcessResult), HasSubstr(R"("command":"planner_node")"));

@@ -7,8 +7,12 @@
 #include <vector>
 
 #include "benchmarks/support/mem_generator.h"
+#include "formats/mem.h"
 #include "foundation/json.h"
+#include "tests/support/manager_texts.h"
 #include "tests/support/mem_lines.h"
+#include "tests/support/run_tree.h"
+#include "tests/system/support/examples.h"
 #include "tests/system/support/sandbox.h"
 
 // The comparison of collected trees by the built program.
@@ -19,17 +23,12 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr const char* kSystemFile = "json/soc_gea_memory_info_1_20240101120000000.data";
-constexpr const char* kProcessFile =
-    "json/soc_gea_process_mem_rawdata_info_1_20240101120000000.data";
-
 std::string Comparison(const std::string& versions, const std::string& processes) {
-    return R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [], "analyzeMode": [],
-        "optimizeMode": [],
-        "compareMode": {"comparatorName": ["MemComparator"], "versionMap": {)" +
-           versions + R"(}}},
-        "MemComparator": {"job": ["system_mem", "process_mem"], "process": [)" +
-           processes + "]}}";
+    ConfigText config;
+    config.compare = R"(["MemComparator"])";
+    config.versionMap = "{" + versions + "}";
+    return config.Text({{"MemComparator", R"({"job": ["system_mem", "process_mem"],
+        "process": [)" + processes + "]}"}});
 }
 
 class MemComparatorSystemTest : public testing::Test {
@@ -37,10 +36,10 @@ protected:
     // A tree below /opt/usr/mnt/zarn/, as a collector leaves it.
     void WriteTree(const std::string& name, const std::string& system,
                    const std::string& processes) {
-        const std::string tree = "mnt/zarn/" + name + "/";
-        sandbox_.Write(tree + kSystemFile, system);
-        sandbox_.Write(tree + kProcessFile, processes);
-        std::filesystem::create_directories(sandbox_.UsrDir() + tree + "raw_data/mem");
+        const RunTree tree(sandbox_.UsrDir() + "mnt/zarn/" + name + "/");
+        tree.Write(RunTree::NameOf(mem_files::kSystemSamples), system);
+        tree.Write(RunTree::NameOf(mem_files::kProcessSamples), processes);
+        tree.MakeFolder(mem_files::kRawFolder);
     }
 
     // The rows of the last run's table that begin with `label`, without it.
@@ -115,8 +114,7 @@ TEST_F(MemComparatorSystemTest, RunsTheExample) {
         WriteTree(version, MemSystemLine("20240101120000000"),
                   MemProcessLine("20240101120000000", {{"9", "planner_node", {}}}));
     }
-    const RunResult run =
-        sandbox_.Run(ReadText(std::string(ZARN_SOURCE_DIR) + "/docs/examples/mem_compare.json"));
+    const RunResult run = sandbox_.Run(ExampleText("mem_compare.json"));
     EXPECT_THAT(run.err, Not(HasSubstr("MemComparator")));
     EXPECT_EQ(Rows("mem_process_info.csv", "USS"),
               std::vector<std::string>{"8.000000,8.000000,8.000000,8.000000,8.000000,8.000000,"});
