@@ -88,6 +88,14 @@ inline constexpr std::array<const char*, 15> kMemProcessColumns = {
     kMemCommandColumn};
 inline constexpr char kMemUnit = 'K';
 
+// A size without its unit, where it has one.
+[[nodiscard]] inline std::string_view WithoutMemUnit(std::string_view size) {
+    if (!size.empty() && size.back() == kMemUnit) {
+        size.remove_suffix(1);
+    }
+    return size;
+}
+
 // A row of the share pool's log: what the kernel's table holds, then the process's name.
 inline constexpr std::array<const char*, 10> kMemSharePoolColumns = {
     "PID", "Group_ID", "SP_ALLOC", "SP_K", "SP_R", "VIRT", "RES", "Shm", "PROT", "COMMAND"};

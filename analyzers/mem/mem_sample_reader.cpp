@@ -25,13 +25,6 @@ std::uint32_t AddMoment(const EventObject& event, std::vector<std::string>& mome
     return static_cast<std::uint32_t>(moments.size() - 1);
 }
 
-std::string_view WithoutUnit(std::string_view value) {
-    if (!value.empty() && value.back() == kMemUnit) {
-        value.remove_suffix(1);
-    }
-    return value;
-}
-
 MemFrames& FramesOf(const MemProcessOrder::View& process, MemProcessSamples& samples) {
     const auto found = samples.processes.find(process);
     if (found != samples.processes.end()) {
@@ -57,7 +50,7 @@ public:
             return PrintFailure(kBadProcessFile);
         }
         const MemProcessOrder::View process = {RequireText(*pid), RequireText(*command)};
-        const std::string_view text = WithoutUnit(RequireText(*value));
+        const std::string_view text = WithoutMemUnit(RequireText(*value));
         if (IsWanted(process.second)) {
             FramesOf(process, samples_).Add(moment, text);
         }

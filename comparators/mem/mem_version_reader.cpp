@@ -69,14 +69,6 @@ std::string LacksField(const std::string& name) {
     return words;
 }
 
-// The number at the front; without the unit behind it the text is read much faster, and alike.
-bool ReadSize(std::string_view text, double& value) {
-    if (!text.empty() && text.back() == kMemUnit) {
-        text.remove_suffix(1);
-    }
-    return TextToDouble(text, value);
-}
-
 bool AddProcess(const MemberFinder& finder, MemProcessValues& values) {
     for (std::size_t i = 0; i < values.size(); ++i) {
         const EventMember* member = finder.Find(kFirstField + i);
@@ -84,7 +76,9 @@ bool AddProcess(const MemberFinder& finder, MemProcessValues& values) {
             return PrintFailure(LacksField(kMemProcessFields.at(i)));
         }
         double value = 0.0;
-        if (!ReadSize(member->text, value)) {
+        // The number at the front; without the unit behind it the text is read much faster, and
+        // alike.
+        if (!TextToDouble(WithoutMemUnit(member->text), value)) {
             return false;
         }
         values.at(i).push_back(value);

@@ -15,9 +15,7 @@ namespace {
 constexpr std::size_t kPssCell = 3;
 
 bool ReadSize(std::string_view cell, std::uint64_t& size) {
-    if (!cell.empty() && cell.back() == kMemUnit) {
-        cell.remove_suffix(1);
-    }
+    cell = WithoutMemUnit(cell);
     return IsMemNumber(cell) &&
            std::from_chars(cell.data(), cell.data() + cell.size(), size).ec == std::errc();
 }

@@ -16,6 +16,14 @@ TEST(MemFiles, ADocumentBearsTheNameOfItsTable) {
     EXPECT_EQ(mem_files::ObjectId(mem_files::kProcessAnalysis), "soc_gea_process_ana");
 }
 
+TEST(MemTables, ASizeLosesItsUnitOnce) {
+    EXPECT_EQ(WithoutMemUnit("8K"), "8");
+    EXPECT_EQ(WithoutMemUnit("8KK"), "8K");
+    EXPECT_EQ(WithoutMemUnit("8"), "8");
+    EXPECT_EQ(WithoutMemUnit("8k"), "8k");
+    EXPECT_EQ(WithoutMemUnit(""), "");
+}
+
 TEST(MemTables, TheColumnsOfFreeComeBeforeTheCounters) {
     EXPECT_STREQ(kMemSystemColumns.at(kMemFreeColumnCount - 1), "avail");
     EXPECT_STREQ(kMemSystemColumns.at(kMemFreeColumnCount), "pss");
