@@ -7,6 +7,7 @@
 #include "foundation/text.h"
 #include "tests/support/lines.h"
 #include "tests/support/manager_texts.h"
+#include "tests/support/section_config.h"
 #include "tests/system/support/sandbox.h"
 
 // CPU collections by the built program, with tools that print what real ones printed, or worse.
@@ -29,17 +30,12 @@ constexpr const char* kProcesses = "ps-4.0.2/processes.txt";
 
 std::string Config(const std::string& jobs, const std::string& changedKey = "count",
                    const std::string& value = "3") {
-    std::map<std::string, std::string> keys = {
+    const SectionKeys keys = {
         {"job", "[" + jobs + "]"},    {"interval", "0.5"},          {"count", "3"},
         {"process", R"(["logger"])"}, {"thread_collector", "true"}, {"json_output", "true"}};
-    keys[changedKey] = value;
-    std::string section;
-    for (const auto& [key, text] : keys) {
-        section.append(section.empty() ? "\"" : ",\"").append(key).append("\":").append(text);
-    }
     ConfigText config;
     config.parallel = R"(["CpuCollector"])";
-    return config.Text({{"CpuCollector", "{" + section + "}"}});
+    return config.Text({{"CpuCollector", SectionText(keys, changedKey, value)}});
 }
 
 // The lines of a stream that are the collector's, the utilities' or a shell's.

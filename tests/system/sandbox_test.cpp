@@ -5,6 +5,8 @@
 
 #include <filesystem>
 
+#include "tests/support/manager_texts.h"
+
 namespace zarn::test {
 namespace {
 
@@ -39,9 +41,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, SandboxTest,
                              return kind.param == SandboxKind::Proot ? "Proot" : "Namespace";
                          });
 
-constexpr const char* kNoMissions =
-    R"({"ManagerParam": {"parallelCollectMode": [], "collectMode": [], "analyzeMode": [],
-        "optimizeMode": [], "compareMode": {"comparatorName": [], "versionMap": {}}}})";
+const std::string kNoMissions = ConfigText().Text();
 
 TEST_P(SandboxTest, OptUsrIsPrivateAndCanBeReadAfterwards) {
     const std::string mark = "mark-of-" + std::to_string(::getpid());

@@ -4,6 +4,7 @@
 
 #include "analyzers/cpu/cpu_analyzer.h"
 #include "tests/support/fake_host.h"
+#include "tests/support/section_config.h"
 
 namespace zarn::test {
 
@@ -74,12 +75,11 @@ CpuRunTree::Result CpuRunTree::Analyze(const std::string& jobs, bool stopped) co
 
 CpuRunTree::Result CpuRunTree::AnalyzeTree(const std::string& dataPath, const std::string& jobs,
                                            bool stopped) {
-    JsonDocument config;
-    EXPECT_TRUE(ParseJson(R"({"CpuAnalyzer":{"job":[)" + jobs +
-                              R"(],"peak_trought_threshold":0.1,"process_set":{)"
-                              R"("all":["init","worker","helper"],"small":["helper"],)"
-                              R"("none":["absent"]}}})",
-                          config));
+    const JsonDocument config = ParsedConfigOf(
+        "CpuAnalyzer", SectionText({{"job", "[" + jobs + "]"},
+                                    {"peak_trought_threshold", "0.1"},
+                                    {"process_set", R"({"all":["init","worker","helper"],)"
+                                                    R"("small":["helper"],"none":["absent"]})"}}));
     const StopFlag stopFlag(stopped ? 1 : 0);
     test::FakeHost host;
     CpuAnalyzer analyzer("CpuAnalyzer", host.Get());

@@ -1,6 +1,7 @@
 #include "tests/unit/analyzers/ddr/ddr_analyzer_fixture.h"
 
 #include "analyzers/ddr/ddr_master_info.h"
+#include "tests/support/section_config.h"
 
 namespace zarn::test {
 
@@ -16,8 +17,7 @@ void DdrAnalyzerTest::TearDown() {
 }
 
 Captured DdrAnalyzerTest::Run(const std::string& section) {
-    JsonDocument config;
-    EXPECT_TRUE(ParseJson(R"({"DdrAnalyzer":)" + section + "}", config));
+    const JsonDocument config = ParsedConfigOf("DdrAnalyzer", section);
     return Capture([&] {
         DdrAnalyzer analyzer(DdrAnalyzer::kName);
         result = analyzer.Start(config, tree.Path(), &stopFlag);

@@ -1,5 +1,7 @@
 #include "tests/unit/analyzers/mem/mem_analyzer_fixture.h"
 
+#include "tests/support/section_config.h"
+
 namespace zarn::test {
 
 MemAnalyzerTest::MemAnalyzerTest() {
@@ -27,8 +29,7 @@ void MemAnalyzerTest::RunUncaptured() {
 }
 
 void MemAnalyzerTest::Start(const std::string& section) {
-    JsonDocument config;
-    EXPECT_TRUE(ParseJson(R"({"MemAnalyzer":)" + section + "}", config));
+    const JsonDocument config = ParsedConfigOf("MemAnalyzer", section);
     MemAnalyzer analyzer(MemAnalyzer::kName);
     result = analyzer.Start(config, tree.Path(), &stopFlag);
 }

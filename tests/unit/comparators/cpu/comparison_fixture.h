@@ -9,6 +9,7 @@
 #include "formats/cpu.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/run_tree.h"
+#include "tests/support/section_config.h"
 
 namespace zarn::test {
 
@@ -30,8 +31,7 @@ protected:
 
     // Checks the options and runs the comparison; `config` is the section's text.
     Captured Compare(const std::string& section) {
-        JsonDocument config;
-        EXPECT_TRUE(ParseJson("{\"CpuComparator\": " + section + "}", config));
+        const JsonDocument config = ParsedConfigOf("CpuComparator", section);
         CpuComparator comparator(CpuComparator::kName, versions_);
         EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
         return Capture([&] { passed_ = comparator.Start(config, run_.Path(), &stopFlag_); });

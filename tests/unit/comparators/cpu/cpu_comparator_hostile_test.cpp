@@ -262,8 +262,7 @@ TEST_F(HostileComparison, StopDuringReadingKeepsWhatWasGathered) {
             stopFlag_ = 1;
             printed = output.TakeAll();
         });
-        JsonDocument config;
-        EXPECT_TRUE(ParseJson("{\"CpuComparator\": " + std::string(kBothJobs) + "}", config));
+        const JsonDocument config = test::ParsedConfigOf("CpuComparator", kBothJobs);
         CpuComparator comparator(CpuComparator::kName, versions_);
         passed_ = comparator.CheckOptions(config, "comparator") &&
                   comparator.Start(config, run_.Path(), &stopFlag_);

@@ -17,6 +17,7 @@
 #include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/run_tree.h"
+#include "tests/support/section_config.h"
 #include "tests/support/unresolvable_folder.h"
 
 namespace zarn::test {
@@ -56,8 +57,7 @@ protected:
     void RunUncaptured() { RunAt(tree.Path()); }
 
     void RunAt(const std::string& dataPath) {
-        JsonDocument config;
-        EXPECT_TRUE(ParseJson(R"({"DdrComparator":{"job":["global"]}})", config));
+        const JsonDocument config = ParsedConfigOf("DdrComparator", R"({"job":["global"]})");
         DdrComparator comparator(DdrComparator::kName, versions);
         EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
         result = comparator.Start(config, dataPath, &stopFlag);

@@ -17,6 +17,7 @@
 #include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/run_tree.h"
+#include "tests/support/section_config.h"
 #include "tests/support/unresolvable_folder.h"
 
 namespace zarn::test {
@@ -61,9 +62,9 @@ protected:
 
     // The same, its lines going where they go.
     void RunUncaptured(const std::string& jobs, const std::string& names) {
-        JsonDocument config;
-        EXPECT_TRUE(ParseJson(
-            R"({"MemComparator":{"job":[)" + jobs + R"(],"process":[)" + names + "]}}", config));
+        const JsonDocument config = ParsedConfigOf(
+            "MemComparator",
+            SectionText({{"job", "[" + jobs + "]"}, {"process", "[" + names + "]"}}));
         MemComparator comparator(MemComparator::kName, versions);
         EXPECT_TRUE(comparator.CheckOptions(config, "comparator"));
         result = comparator.Start(config, tree.Path(), &stopFlag);

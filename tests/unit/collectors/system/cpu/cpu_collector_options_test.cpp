@@ -5,6 +5,7 @@
 #include "collectors/system/cpu/cpu_collector.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
+#include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
@@ -14,18 +15,11 @@ using testing::IsEmpty;
 
 // A whole section in which one key has another value, or is left out if the value is empty.
 std::string Config(const std::string& changedKey = "", const std::string& value = "") {
-    const std::vector<std::pair<std::string, std::string>> keys = {
+    static const test::SectionKeys keys = {
         {"job", R"(["global","core"])"}, {"interval", "2.5"},
         {"process", R"(["node"])"},      {"count", "3"},
         {"thread_collector", "true"},    {"json_output", "false"}};
-    std::string text;
-    for (const auto& [key, usual] : keys) {
-        const std::string& chosen = key == changedKey ? value : usual;
-        if (!chosen.empty()) {
-            text.append(text.empty() ? "\"" : ",\"").append(key).append("\":").append(chosen);
-        }
-    }
-    return R"({"CpuCollector":{)" + text + "}}";
+    return test::ConfigOf("CpuCollector", test::SectionText(keys, changedKey, value));
 }
 
 struct Checked {

@@ -9,6 +9,7 @@
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/run_tree.h"
+#include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
@@ -57,12 +58,13 @@ protected:
                 return true;
             };
         }
-        JsonDocument config;
-        EXPECT_TRUE(ParseJson(R"({"CpuCollector":{"interval":0.5,"process":["node"],"count":)" +
-                                  std::to_string(count) + R"(,"job":)" + jobs +
-                                  R"(,"thread_collector":)" + (threads ? "true" : "false") +
-                                  R"(,"json_output":)" + (json ? "true" : "false") + "}}",
-                              config));
+        const JsonDocument config = test::ParsedConfigOf(
+            "CpuCollector", test::SectionText({{"interval", "0.5"},
+                                               {"process", R"(["node"])"},
+                                               {"count", std::to_string(count)},
+                                               {"job", jobs},
+                                               {"thread_collector", threads ? "true" : "false"},
+                                               {"json_output", json ? "true" : "false"}}));
         host.currentTime = clock;
         CpuCollector collector(CpuCollector::kName, host.Get());
         return test::Capture([&] {

@@ -2,6 +2,8 @@
 
 #include <fstream>
 
+#include "tests/support/section_config.h"
+
 namespace zarn::test {
 namespace {
 
@@ -32,11 +34,9 @@ DdrCollector DdrCollectorTest::MakeCollector(CommandRunner& commands, DeviceLibr
 }
 
 JsonDocument DdrCollectorTest::Options(unsigned count, unsigned interval) {
-    JsonDocument config;
-    EXPECT_TRUE(ParseJson(R"({"DdrCollector":{"job":["global"],"count":)" + std::to_string(count) +
-                              R"(,"interval":)" + std::to_string(interval) + "}}",
-                          config));
-    return config;
+    return ParsedConfigOf("DdrCollector", SectionText({{"job", R"(["global"])"},
+                                                       {"count", std::to_string(count)},
+                                                       {"interval", std::to_string(interval)}}));
 }
 
 Captured DdrCollectorTest::Run(unsigned count, unsigned interval) {

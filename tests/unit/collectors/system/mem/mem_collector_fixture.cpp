@@ -2,6 +2,8 @@
 
 #include <sstream>
 
+#include "tests/support/section_config.h"
+
 namespace zarn::test {
 
 void MemCollectorTest::AddProcess(const std::string& pid, const std::string& pss,
@@ -33,11 +35,11 @@ Captured MemCollectorTest::Run(const std::string& jobs, const std::string& proce
                                unsigned interval) {
     AnswerAsMachine();
     host.ticks = 0;  // the files bear the same time in each run
-    JsonDocument config;
-    EXPECT_TRUE(ParseJson(R"({"MemCollector":{"job":)" + jobs + R"(,"process":)" + process +
-                              R"(,"count":)" + std::to_string(count) + R"(,"interval":)" +
-                              std::to_string(interval) + "}}",
-                          config));
+    const JsonDocument config =
+        ParsedConfigOf("MemCollector", SectionText({{"job", jobs},
+                                                    {"process", process},
+                                                    {"count", std::to_string(count)},
+                                                    {"interval", std::to_string(interval)}}));
     MemCollector collector(MemCollector::kName, host.Get());
     return Capture([&] {
         EXPECT_TRUE(collector.CheckOptions(config, "collector"));

@@ -7,6 +7,7 @@
 
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
+#include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
@@ -28,18 +29,11 @@ constexpr const char* kJobType = "[MemCollector]: Illegal job type!\n";
 
 // A whole section in which one key has another value, or is left out if the value is empty.
 std::string Config(const std::string& changedKey = "", const std::string& value = "") {
-    const std::vector<std::pair<std::string, std::string>> keys = {{"job", R"(["system_mem"])"},
-                                                                   {"count", "3"},
-                                                                   {"interval", "2"},
-                                                                   {"process", R"(["node"])"}};
-    std::string text;
-    for (const auto& [key, usual] : keys) {
-        const std::string& chosen = key == changedKey ? value : usual;
-        if (!chosen.empty()) {
-            text.append(text.empty() ? "\"" : ",\"").append(key).append("\":").append(chosen);
-        }
-    }
-    return R"({"MemCollector":{)" + text + "}}";
+    static const test::SectionKeys keys = {{"job", R"(["system_mem"])"},
+                                           {"count", "3"},
+                                           {"interval", "2"},
+                                           {"process", R"(["node"])"}};
+    return test::ConfigOf("MemCollector", test::SectionText(keys, changedKey, value));
 }
 
 test::Captured Read(const std::string& text, MemSettings& settings, bool& good) {
