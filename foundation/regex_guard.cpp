@@ -117,6 +117,12 @@ std::optional<std::regex> CompileGuarded(const std::string& pattern, std::string
     return compiled;
 }
 
+std::optional<std::regex> CompileWithoutBacktracking(const std::string& pattern,
+                                                     std::string& error) {
+    return CompileGuarded(pattern, error,
+                          std::regex::ECMAScript | std::regex_constants::__polynomial);
+}
+
 void SplitByRegex(const std::string& text, const std::regex& pattern,
                   std::vector<std::string>& tokens) {
     std::vector<std::string_view> pieces;

@@ -20,7 +20,8 @@
 // What it does not promise: time. The matcher backtracks, so a pattern with a star within a star
 // ("(x+x+)+y") can take time exponential in the text, and any pattern with an open start takes the
 // square of it: a hostile line of a few hundred bytes can keep it busy for minutes. A pattern that
-// meets hostile text needs an exact matcher, or a cheap test, in front of it. Nor is the stack
+// meets hostile text needs an exact matcher, or a cheap test, in front of it, and one that comes
+// from the user is compiled by CompileWithoutBacktracking. Nor is the stack
 // bounded for patterns that nest more than nine groups below a star.
 namespace zarn {
 
@@ -56,6 +57,12 @@ void SplitGuarded(std::string_view text, const std::regex& pattern,
 [[nodiscard]] std::optional<std::regex> CompileGuarded(
     const std::string& pattern, std::string& error,
     std::regex::flag_type flags = std::regex::ECMAScript);
+
+// The same for a pattern that somebody else wrote: it is matched state by state, in time that grows
+// with the text times the pattern, whatever stars it holds. A back-reference is refused, since it
+// cannot be matched so.
+[[nodiscard]] std::optional<std::regex> CompileWithoutBacktracking(const std::string& pattern,
+                                                                   std::string& error);
 
 // Appends the non-empty pieces between matches; a text beyond the regular expressions' limit stays
 // whole.

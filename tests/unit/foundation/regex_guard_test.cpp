@@ -150,5 +150,26 @@ TEST(CompileGuarded, PassesTheFlags) {
     EXPECT_TRUE(SearchGuarded("a.log", *pattern));
 }
 
+// Each of these takes years by backtracking.
+TEST(CompileWithoutBacktracking, NoStarTakesTimeWithoutEnd) {
+    const std::string text = std::string(kDeepText - 1, 'x') + "!";
+    for (const char* pattern : {"^(x+x+)+y", "^(x*)*$", "^((x?){60})+$", "^(x|xx|x.)*y$"}) {
+        std::string error;
+        const auto compiled = CompileWithoutBacktracking(pattern, error);
+        ASSERT_TRUE(compiled) << pattern << error;
+        EXPECT_FALSE(SearchGuarded(text, *compiled)) << pattern;
+    }
+}
+
+TEST(CompileWithoutBacktracking, FindsWhatIsThere) {
+    std::string error;
+    const auto compiled = CompileWithoutBacktracking("^[0-9]+,(a|b.)*,[0-9]+$", error);
+    ASSERT_TRUE(compiled);
+    EXPECT_TRUE(SearchGuarded("12,abxa,7", *compiled));
+    EXPECT_FALSE(SearchGuarded("12,abxc,7", *compiled));
+    EXPECT_FALSE(CompileWithoutBacktracking("(a)\\1", error)) << "a back-reference";
+    EXPECT_NE(error, "");
+}
+
 }  // namespace
 }  // namespace zarn
