@@ -42,6 +42,7 @@ MissionClasses ListMissions() {
     MissionClasses classes;
     classes.collectors = {
         Collector<AiCoreCollector>(),
+        Collector<AicpuCollector>(),
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
         Collector<ImgpCollector>(),

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "formats/aicpu.h"
+
+// Looking up of processes in what the scheduler's attributes say.
+namespace zarn {
+
+// A number looked up in a table.
+struct Lookup {
+    enum class Verdict { Found, NotFound, Fault };  // Fault: beyond 32 bits, `reason` says so
+
+    Verdict verdict = Verdict::NotFound;
+    std::uint32_t value = 0;
+    std::string reason;
+};
+
+// The pid of the first line of `proc_list`, "pid,name,number,number,number", whose name matches, a
+// regular expression. A name that is no expression, or has a back-reference, matches nothing, nor
+// does a line of more than 4096 bytes.
+[[nodiscard]] Lookup FindPid(std::string_view procList, const std::string& name);
+
+// The group id of the first line of `cpu_thread_info`, "core,pid,group,more", of that process on
+// that core.
+[[nodiscard]] Lookup FindGroup(std::string_view threadInfo, const AicpuProcess& process);
+
+}  // namespace zarn
