@@ -85,7 +85,15 @@ void EventWriter::Close(char bracket) {
 }
 
 void EventWriter::Save(const std::string& path) {
-    if (AppendFile(path, Lines()) != FileResult::Ok) {
+    Finish(AppendFile(path, Lines()));
+}
+
+void EventWriter::SaveAnew(const std::string& path) {
+    Finish(WriteFile(path, Lines()));
+}
+
+void EventWriter::Finish(FileResult result) {
+    if (result != FileResult::Ok) {
         PrintError("[zarn_utils] Cannot open outfile, check your filePath.");
     }
     const bool isSwollen = buffer_.GetSize() > kKeptSize;

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/files.h"
 #include "foundation/json.h"
 
 // Writing of event documents, one to a line, as compact JSON. A document reaches its file whole or
@@ -51,11 +52,15 @@ public:
 
     // Appends them to a file, in one piece, and forgets them, written or not.
     void Save(const std::string& path);
+    // The same in the place of what the file held.
+    void SaveAnew(const std::string& path);
 
 private:
     void Separate();
     void Open(char bracket);
     void Close(char bracket);
+    // Behind a writing that went so.
+    void Finish(FileResult result);
 
     rapidjson::StringBuffer buffer_;
     std::size_t whole_ = 0;    // bytes up to the end of the last whole document

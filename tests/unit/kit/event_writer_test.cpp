@@ -75,14 +75,30 @@ TEST(EventWriterTest, SavingAppendsAndForgets) {
               "{\"text\":\"a\"}\n{\"text\":\"" + huge + "\"}\n{\"text\":\"b\"}\n");
 }
 
+TEST(EventWriterTest, SavingAnewReplacesAndForgets) {
+    const test::TempDir directory;
+    const std::string path = directory.Path() + "documents.data";
+    EventWriter events;
+    for (const char* text : {"a longer one", "b"}) {
+        Write(text, events);
+        events.SaveAnew(path);
+        EXPECT_EQ(events.Lines(), "");
+    }
+    EXPECT_EQ(directory.Read("documents.data"), "{\"text\":\"b\"}\n");
+}
+
 TEST(EventWriterTest, AFileThatCannotBeOpenedIsSaidAndForgotten) {
     const test::TempDir directory;
     EventWriter events;
     Write("lost", events);
     const test::Captured captured =
         test::Capture([&] { events.Save(directory.Path() + "missing/file"); });
-    EXPECT_EQ(captured.err, "[zarn_utils] Cannot open outfile, check your filePath.\n");
+    const std::string words = "[zarn_utils] Cannot open outfile, check your filePath.\n";
+    EXPECT_EQ(captured.err, words);
     EXPECT_EQ(captured.out, "");
+    EXPECT_EQ(events.Lines(), "");
+    Write("lost", events);
+    EXPECT_EQ(test::Capture([&] { events.SaveAnew(directory.Path()); }).err, words);
     EXPECT_EQ(events.Lines(), "");
 }
 
