@@ -49,6 +49,7 @@ MissionClasses ListMissions() {
         Collector<MemCollector>(),
     };
     classes.analyzers = {
+        Analyzer<AicpuAnalyzer>(),
         Analyzer<CpuAnalyzer>(),
         Analyzer<DdrAnalyzer>(),
         Analyzer<MemAnalyzer>(),

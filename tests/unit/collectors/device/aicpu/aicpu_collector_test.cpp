@@ -7,6 +7,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/support/aicpu_lines.h"
 #include "tests/unit/collectors/device/aicpu/aicpu_collector_fixture.h"
 
 namespace zarn::test {
@@ -19,20 +20,11 @@ using testing::Not;
 
 constexpr const char* kCost = "\\[AicpuCollector\\] cost time: [0-9.]+s\n";
 
-// A section of a merged file with that text of each pass.
-std::string Section(const std::string& attribute, const std::vector<std::string>& passes) {
-    std::string text = "\n" + attribute + " START\n";
-    for (const std::string& pass : passes) {
-        text += "\n@zarn-new:\n" + pass;
-    }
-    return text + attribute + " END\n\n";
-}
-
-// The same of each attribute of a list, whose text is its name.
+// The sections of a list whose attributes hold their names.
 std::string Sections(const AicpuList& list, std::size_t passes) {
     std::string text;
     for (const std::string& attribute : list.attributes) {
-        text += Section(attribute, std::vector<std::string>(passes, attribute + "\n"));
+        text += AicpuSection(attribute, std::vector<std::string>(passes, attribute + "\n"));
     }
     return text;
 }
@@ -41,7 +33,7 @@ std::string ProcessSections(const std::string& pid, std::size_t passes) {
     std::string text;
     for (const std::string& attribute : aicpuProcessList.attributes) {
         const std::string shown = attribute == "proc_status" ? pid : attribute;
-        text += Section(attribute, std::vector<std::string>(passes, shown + "\n"));
+        text += AicpuSection(attribute, std::vector<std::string>(passes, shown + "\n"));
     }
     return text;
 }
