@@ -6,7 +6,9 @@ namespace zarn {
 namespace {
 
 bool EndsWith(std::string_view line, std::string_view end) {
-    return line.size() >= end.size() && line.substr(line.size() - end.size()) == end;
+    // As good as all lines are told by their last byte.
+    return line.size() >= end.size() && line.back() == end.back() &&
+           line.substr(line.size() - end.size()) == end;
 }
 
 }  // namespace
