@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "foundation/json.h"
+#include "tests/support/lines.h"
 #include "tests/system/support/examples.h"
 #include "tests/system/support/on_board.h"
 #include "tests/system/support/program_lock.h"
@@ -27,19 +28,10 @@ cd /sys/devices/virtual/event_sched/event_sched/node; cat node_id pid cpuid_in_n
 // Events over the thresholds, by list, then by "pid:thread".
 using LateEvents = std::map<std::string, std::map<std::string, int>>;
 
-std::vector<std::string> Lines(const std::string& text) {
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
 // What the model knew at each moment that it was asked for.
 std::vector<LateEvents> ReadTruth(const std::string& text) {
     std::vector<LateEvents> moments;
-    for (const std::string& line : Lines(text)) {
+    for (const std::string& line : LinesIn(text)) {
         std::istringstream fields(line);
         std::string list;
         std::string threshold;
@@ -166,7 +158,8 @@ TEST_P(AicpuOnBoard, EachReadingAddsUp) {
     long published = 0;
     long waiting = 0;
     int passes = 0;
-    for (const std::string& line : Lines(FileOfRun("raw_data/aicpu", "aicpu_event_perception_"))) {
+    for (const std::string& line :
+         LinesIn(FileOfRun("raw_data/aicpu", "aicpu_event_perception_"))) {
         const auto value = [&line] { return std::stol(line.substr(line.find(' '))); };
         if (line.rfind("publish_event_num ", 0) == 0) {
             published = value();

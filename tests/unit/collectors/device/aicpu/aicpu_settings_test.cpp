@@ -4,11 +4,11 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "collectors/device/aicpu/aicpu_common.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
+#include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
@@ -22,20 +22,12 @@ constexpr const char* kLists =
 
 // A whole section in which one key has another value, or is left out if the value is empty.
 std::string Config(const std::string& changedKey = "", const std::string& value = "") {
-    const std::vector<std::pair<std::string, std::string>> keys = {
-        {"aicpu_job", R"(["core"])"},
-        {"aicpu_process", R"(["a","b"])"},
-        {"aicpu_cid", "[1,3]"},
-        {"interval", "2"},
-        {"count", "3"}};
-    std::string text;
-    for (const auto& [key, usual] : keys) {
-        const std::string& chosen = key == changedKey ? value : usual;
-        if (!chosen.empty()) {
-            text.append(text.empty() ? "\"" : ",\"").append(key).append("\":").append(chosen);
-        }
-    }
-    return R"({"AicpuCollector":{)" + text + "}}";
+    const test::SectionKeys keys = {{"aicpu_job", R"(["core"])"},
+                                    {"aicpu_process", R"(["a","b"])"},
+                                    {"aicpu_cid", "[1,3]"},
+                                    {"interval", "2"},
+                                    {"count", "3"}};
+    return test::ConfigOf("AicpuCollector", test::SectionText(keys, changedKey, value));
 }
 
 test::Captured Read(const std::string& text, AicpuSettings& settings, bool& good) {
