@@ -20,7 +20,8 @@ std::vector<std::string> Examples(bool forTheBoard) {
         const std::string text = ExampleText(name);
         const bool isBoards = name.rfind("tour_", 0) == 0 ||
                               text.find("\"Ddr") != std::string::npos ||
-                              text.find("\"AiCoreCollector\"") != std::string::npos;
+                              text.find("\"AiCoreCollector\"") != std::string::npos ||
+                              text.find("\"MbufCollector\"") != std::string::npos;
         if (isBoards == forTheBoard) {
             names.push_back(name);
         }
