@@ -29,7 +29,10 @@ void EnterBoard() {
         }
         state->scenario.load = {50.0, 50.0, 50.0, 50.0};
         state->scenario.aiCoreCount = 32;
-        state->scenario.buffers.held = 16;
+        state->scenario.buffers.ownerCount = 1;
+        state->scenario.buffers.owners[0].everyUs = 1;
+        state->scenario.buffers.owners[0].stuckOneOf = 1;
+        state->scenario.buffers.owners[0].most = 16;
         state->faults.count = board::kMaxFaults;
         for (board::FaultRule& rule : state->faults.rules) {
             rule.device = 9;

@@ -46,6 +46,7 @@ MissionClasses ListMissions() {
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
         Collector<ImgpCollector>(),
+        Collector<MbufCollector>(),
         Collector<MemCollector>(),
     };
     classes.analyzers = {

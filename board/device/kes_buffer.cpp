@@ -15,7 +15,7 @@ int kesBuffCfg(unsigned command, void* setting, unsigned size) {
         arguments.key = RecordReader(setting, size).Word(0);
     }
     return RunLibraryCall(arguments, nullptr, [&](BoardState& state) {
-        return ConfigureBuffers(state, command, setting, size, BoardTimeMs(state));
+        return ConfigureBuffers(state, command, setting, size, BoardTimeUs(state));
     });
 }
 
@@ -27,6 +27,6 @@ int kesBuffGetInfo(unsigned type, void* in, unsigned inSize, void* out, unsigned
             return kBadRecord;
         }
         const auto caller = static_cast<std::uint32_t>(OwnProcessId());
-        return ReadBuffers(state, type, out, *outSize, BoardTimeMs(state), caller);
+        return ReadBuffers(state, type, out, *outSize, BoardTimeUs(state), caller);
     });
 }

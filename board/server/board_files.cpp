@@ -4,6 +4,7 @@
 #include <iomanip>
 #include <sstream>
 
+#include "board/device/buffer_device.h"
 #include "board/state/observation.h"
 
 namespace zarn::board {
@@ -28,11 +29,63 @@ std::string BandwidthTable(const BoardState& state, std::uint64_t timeMs) {
     return text.str();
 }
 
-std::string BufferGroupsText(std::int32_t pid) {
+std::string BufferGroupsText(std::int32_t pid, const std::vector<std::string>& groups) {
     std::ostringstream text;
-    text << "task pid " << pid << " group cnt: 2\n"
-         << "0:default_dm( pool_id 1 )\n"
-         << "1:vboard( pool_id 2 )\n";
+    text << "task pid " << pid << " group cnt: " << groups.size() << '\n';
+    for (std::size_t i = 0; i < groups.size(); ++i) {
+        text << i << ':' << groups[i] << "( pool_id " << i + 1 << " )\n";
+    }
+    return text.str();
+}
+
+std::vector<std::string> BufferGroupsOf(const BufferPools& pools, std::uint32_t program) {
+    const std::size_t count = std::min<std::size_t>(pools.ownerCount, kMaxBufferOwners);
+    std::vector<std::string> groups;
+    for (std::size_t i = 0; i < count && groups.empty(); ++i) {
+        const BufferOwner& owner = pools.owners[i];
+        for (std::size_t k = 0; k < owner.groupCount && owner.holder == program; ++k) {
+            groups.emplace_back(owner.groups[k].data());
+        }
+    }
+    return groups;
+}
+
+std::string RecordedBuffersText(const BoardState& state, std::uint64_t timeUs) {
+    std::ostringstream text;
+    text << "time: " << timeUs << " us\n"
+         << "mbuf               taken_us     found_us     pid      program         pool\n"
+         << std::left;
+    if (state.recording.enabled == 0) {
+        return text.str();
+    }
+    OverdueWalk walk = WalkRecording(state, timeUs);
+    std::uint32_t count = 0;
+    for (OverdueBuffer buffer; count < state.recording.maxRecords && walk.Next(buffer); ++count) {
+        const BufferOwner& owner = state.scenario.buffers.owners[buffer.owner];
+        const bool isServers = owner.holder == kServerProgram;
+        std::ostringstream address;
+        address << "0x" << std::hex << BufferAddress(state, buffer);
+        text << std::setw(18) << address.str() << ' ' << std::setw(12) << buffer.takenUs << ' '
+             << std::setw(12) << buffer.foundUs << ' ' << std::setw(8)
+             << PidOf(state, owner.holder, 0) << ' ' << std::setw(15)
+             << (isServers ? kServerName : state.scenario.programs.plans[owner.holder].name.data())
+             << ' ' << owner.pool.data() << '\n';
+    }
+    return text.str();
+}
+
+std::string BufferRecordingText(const BoardState& state) {
+    const BufferRecording& recording = state.recording;
+    if (recording.enabled == 0) {
+        return "recording: off\n";
+    }
+    std::ostringstream text;
+    text << "recording: since " << recording.sinceUs << " us, held for " << recording.limitUs
+         << " us, a look every " << recording.scanUs << " us, asked at";
+    for (const std::uint64_t asked : recording.askedUs) {
+        text << ' ' << asked;
+    }
+    text << " us\n";
     return text.str();
 }
 

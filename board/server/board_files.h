@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "board/state/board_state.h"
 
@@ -18,7 +19,16 @@ namespace zarn::board {
 inline constexpr const char* kServerName = "zarn-board-serv";
 
 // The buffer groups of a process: a line with the number of groups, then a line per group.
-[[nodiscard]] std::string BufferGroupsText(std::int32_t pid);
+[[nodiscard]] std::string BufferGroupsText(std::int32_t pid,
+                                           const std::vector<std::string>& groups);
+// Those of a program; none if it owns no buffers.
+[[nodiscard]] std::vector<std::string> BufferGroupsOf(const BufferPools& pools,
+                                                      std::uint32_t program);
+
+// The buffers that the recording, as it is set now, holds at a moment, a line each behind the
+// moment's; and how it is set. The caller holds the lock.
+[[nodiscard]] std::string RecordedBuffersText(const BoardState& state, std::uint64_t timeUs);
+[[nodiscard]] std::string BufferRecordingText(const BoardState& state);
 
 // The QoS settings of the board, a line per master, and the monitor's state: what a user may want
 // to see. The caller holds the lock.

@@ -149,7 +149,22 @@ bool RunningPrograms::LayFiles(const BoardState& state, const std::string& files
         fs::create_directories(files_ + std::to_string(pid), error);
     }
     fs::create_directories(files_ + std::to_string(::getpid()), error);
-    return WriteFiles(state, BoardTimeMs(state));
+    return WriteBufferGroups(state.scenario.buffers) && WriteFiles(state, BoardTimeMs(state));
+}
+
+bool RunningPrograms::WriteBufferGroups(const BufferPools& pools) {
+    bool good = true;
+    for (std::size_t i = 0; i < pids_.size(); ++i) {
+        const std::vector<std::string> groups =
+            BufferGroupsOf(pools, static_cast<std::uint32_t>(i));
+        if (!groups.empty()) {
+            const std::string task = "xsmem/task/" + std::to_string(pids_[i]);
+            std::error_code error;
+            fs::create_directories(files_ + task, error);
+            good = Write(task + "/summary", BufferGroupsText(pids_[i], groups)) && good;
+        }
+    }
+    return good;
 }
 
 void RunningPrograms::TellProcesses(BoardState& state) const {

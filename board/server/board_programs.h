@@ -23,8 +23,8 @@ public:
     // Starts them and waits until each has the memory of its plan. False if one cannot be started.
     [[nodiscard]] bool Start(const BoardState& state);
 
-    // Lays the memory files below `files`: the share pool, and the system's memory if the scenario
-    // settles it.
+    // Lays the memory files below `files`: the share pool, the groups of those who own buffers, and
+    // the system's memory if the scenario settles it.
     [[nodiscard]] bool LayFiles(const BoardState& state, const std::string& files);
 
     // Their processes, by the index of the program.
@@ -37,6 +37,7 @@ public:
     [[nodiscard]] bool WriteFiles(const BoardState& state, std::uint64_t timeMs);
 
 private:
+    [[nodiscard]] bool WriteBufferGroups(const BufferPools& pools);
     [[nodiscard]] bool Write(const std::string& name, const std::string& text);
 
     std::vector<pid_t> pids_;

@@ -1,7 +1,7 @@
 // zarn-board-server: makes a virtual board and writes its moving files, as long as somebody holds
-// the other end of its standard input. Called by zarn-board; `table`, `events` and `status` are for
-// users, too, `trace` is the work of the board's profiling tool. Exit status: 0, 1 if the work
-// fails, 2 for a wrong call.
+// the other end of its standard input. Called by zarn-board; `table`, `events`, `buffers` and
+// `status` are for users, too, `trace` is the work of the board's profiling tool. Exit status: 0, 1
+// if the work fails, 2 for a wrong call.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -39,6 +39,7 @@ constexpr const char* kUsage =
     "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
     "       zarn-board-server table STATE MILLISECONDS...\n"
     "       zarn-board-server events STATE MILLISECONDS...\n"
+    "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
     "       zarn-board-server status STATE\n"
     "       zarn-board-server trace STATE FOLDER";
 
@@ -69,7 +70,7 @@ bool LayProcessFiles(const std::string& files) {
     std::filesystem::create_directories(task, error);
     std::filesystem::create_directories(files + "/proc/sharepool", error);
     std::filesystem::create_directories(files + "/proc/qos/bwstat", error);
-    return ReplaceFile(task + "/summary", BufferGroupsText(self));
+    return ReplaceFile(task + "/summary", BufferGroupsText(self, {"default_dm", "vboard"}));
 }
 
 // Pauses until the time is over or the server is to end: it was told to by a signal, or nobody
@@ -308,6 +309,25 @@ int Events(const Arguments& arguments) {
     });
 }
 
+int Buffers(const Arguments& arguments) {
+    BoardState* state = MapBoardState(arguments[0].c_str());
+    if (state == nullptr) {
+        return Fail("no board state: " + arguments[0]);
+    }
+    const BoardLock lock(*state);
+    std::string text = BufferRecordingText(*state);
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        std::uint64_t timeUs = 0;
+        if (!IsDigitString(arguments[i]) || !StringToUint64(arguments[i], timeUs)) {
+            return Fail("no time in microseconds: " + arguments[i]);
+        }
+        text += RecordedBuffersText(*state, timeUs);
+    }
+    text.pop_back();
+    PrintLine(text);
+    return 0;
+}
+
 int Status(const Arguments& arguments) {
     BoardState* state = MapBoardState(arguments[0].c_str());
     if (state == nullptr) {
@@ -368,12 +388,13 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 7> kCommands{{
+constexpr std::array<Command, 8> kCommands{{
     {"create", 3, 4, Create},
     {"serve", 4, 5, Serve},
     {"serve-once", 4, 5, ServeOnce},
     {"table", 2, 1000000, Table},
     {"events", 2, 1000000, Events},
+    {"buffers", 1, 1000000, Buffers},
     {"status", 1, 1, Status},
     {"trace", 2, 2, Trace},
 }};

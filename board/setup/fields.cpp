@@ -16,6 +16,13 @@ std::string RangeText(double least, double most) {
 
 }  // namespace
 
+bool IsPlainName(std::string_view text, std::size_t most) {
+    constexpr std::string_view kAllowed =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
+    return !text.empty() && text.size() <= most &&
+           text.find_first_not_of(kAllowed) == std::string_view::npos;
+}
+
 void Refuse(const std::string& where, const std::string& what) {
     throw std::invalid_argument(where + ": expected " + what);
 }

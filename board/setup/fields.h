@@ -57,6 +57,9 @@ private:
     std::vector<std::string> asked_;
 };
 
+// Whether the text is 1 to `most` letters, digits, "_" and "-".
+[[nodiscard]] bool IsPlainName(std::string_view text, std::size_t most);
+
 // Raises "<where>: expected <what>".
 [[noreturn]] void Refuse(const std::string& where, const std::string& what);
 

@@ -19,25 +19,11 @@ struct NamedArea {
     std::string place;  // in messages
 };
 
-bool IsName(const std::string& text) {
-    constexpr std::string_view kAllowed =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-";
-    return !text.empty() && text.size() < std::tuple_size_v<decltype(ProgramPlan::name)> &&
-           text.find_first_not_of(kAllowed) == std::string::npos;
-}
-
-std::size_t IndexOf(const BoardPrograms& programs, const std::string& name) {
-    std::size_t index = 0;
-    while (index < programs.count && name != programs.plans[index].name.data()) {
-        ++index;
-    }
-    return index;
-}
-
 void ReadName(Fields& fields, const BoardPrograms& earlier, ProgramPlan& plan) {
     std::string name;
     fields.Text("name", name);
-    if (!IsName(name) || IndexOf(earlier, name) < earlier.count) {
+    constexpr std::size_t kMost = std::tuple_size_v<decltype(ProgramPlan::name)> - 1;
+    if (!IsPlainName(name, kMost) || IndexOfProgram(earlier, name) < earlier.count) {
         Refuse(fields.NameOf("name"), "a name of its own, 1 to 15 of A-Z, a-z, 0-9, _ and -");
     }
     std::copy(name.begin(), name.end(), plan.name.begin());
@@ -99,7 +85,7 @@ void AddAreas(const std::vector<NamedArea>& named, BoardPrograms& programs) {
         SharedArea& added = programs.areas[programs.areaCount++];
         added = {area.kb, 1U << area.owner};
         for (const std::string& other : area.others) {
-            const std::size_t index = IndexOf(programs, other);
+            const std::size_t index = IndexOfProgram(programs, other);
             if (index == programs.count) {
                 Refuse(area.place, "names of programs");
             }
@@ -123,6 +109,14 @@ void ReadProgram(Fields& fields, const BoardPrograms& earlier, ProgramPlan& plan
 }
 
 }  // namespace
+
+std::size_t IndexOfProgram(const BoardPrograms& programs, const std::string& name) {
+    std::size_t index = 0;
+    while (index < programs.count && name != programs.plans[index].name.data()) {
+        ++index;
+    }
+    return index;
+}
 
 void ReadPrograms(Fields& scenario, BoardPrograms& programs) {
     const JsonValue* list = scenario.List("programs", kMaxPrograms);

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <string>
+
 #include "board/model/programs.h"
 #include "board/setup/fields.h"
 
@@ -10,5 +13,8 @@ namespace zarn::board {
 // programs that can grow beyond kMostProgramsKb; parts of the memory that exceed its total.
 void ReadPrograms(Fields& scenario, BoardPrograms& programs);
 void ReadMemory(Fields& scenario, const BoardPrograms& programs, SystemMemory& memory);
+
+// The index of the program of that name; the number of programs if there is none.
+[[nodiscard]] std::size_t IndexOfProgram(const BoardPrograms& programs, const std::string& name);
 
 }  // namespace zarn::board

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "board/setup/buffer_owners.h"
 #include "board/setup/event_plans.h"
 #include "board/setup/fault_rules.h"
 #include "board/setup/fields.h"
@@ -118,16 +119,6 @@ void ReadLoad(Fields& fields, EngineLoad& load) {
     });
 }
 
-void ReadBuffers(Fields& fields, BufferLeak& leak) {
-    constexpr std::uint32_t kMostBytes = 0x40000000;
-    fields.Section("buffers", [&leak](Fields& buffers) {
-        buffers.Count("held", leak.held, 8192);
-        buffers.Count("leak_every_ms", leak.leakEveryMs, kMostMs);
-        buffers.Count("block_size", leak.blockSize, kMostBytes);
-        buffers.Count("block_count", leak.blockCount, kMostBytes);
-    });
-}
-
 // Parses the text and hands its fields to `read`; the reason for a refusal comes back.
 template <typename Read>
 std::optional<std::string> ReadStrictly(std::string_view text, const Read& read) {
@@ -157,8 +148,8 @@ std::optional<std::string> ParseScenario(std::string_view text, BoardState& stat
         fields.Count("ddr_type", state.scenario.ddrType, FaultRule::kAnyValue);
         ReadAiBlock(fields, state.scenario);
         ReadLoad(fields, state.scenario.load);
-        ReadBuffers(fields, state.scenario.buffers);
         ReadPrograms(fields, state.scenario.programs);
+        ReadBuffers(fields, state.scenario.programs, state.scenario.buffers);
         ReadMemory(fields, state.scenario.programs, state.scenario.memory);
         ReadEventPlan(fields, state.scenario.programs, state.scenario.events);
         ReadFaultRules(fields, state.faults);

@@ -19,7 +19,7 @@ namespace zarn::board {
 namespace {
 
 constexpr std::array<char, 8> kMagic{'v', 'b', 'o', 'a', 'r', 'd', '0', '1'};
-constexpr std::uint32_t kVersion = 4;
+constexpr std::uint32_t kVersion = 5;
 constexpr std::uint64_t kNsPerMs = 1000000;
 
 static_assert(std::is_standard_layout_v<BoardState>);
@@ -150,8 +150,12 @@ BoardState* AttachBoard() {
 }
 
 std::uint64_t BoardTimeMs(const BoardState& state) {
+    return BoardTimeUs(state) / 1000;
+}
+
+std::uint64_t BoardTimeUs(const BoardState& state) {
     const std::uint64_t now = MonotonicNs();
-    return now < state.startNs ? 0 : (now - state.startNs) / kNsPerMs;
+    return now < state.startNs ? 0 : (now - state.startNs) / 1000;
 }
 
 void Beat(BoardState& state) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "board/model/buffers.h"
 #include "board/model/demand.h"
 #include "board/model/event_plan.h"
 #include "board/model/programs.h"
@@ -56,14 +57,6 @@ struct EngineLoad {
     double venc = 0.0;
 };
 
-// Buffers that are held too long.
-struct BufferLeak {
-    std::uint32_t held = 0;         // found as soon as the recording starts
-    std::uint32_t leakEveryMs = 0;  // then one more in each stretch of this length; 0: none
-    std::uint32_t blockSize = 4096;
-    std::uint32_t blockCount = 1024;
-};
-
 // What the scenario settles, all but the QoS settings, which calls change. Plain data.
 struct Scenario {
     PerMaster<MasterDemand> demands{};
@@ -74,7 +67,7 @@ struct Scenario {
     std::uint32_t aiCoreCount = 4;
     std::array<std::uint8_t, kMaxAiCores> aiCoreCodes{};  // 0, or the code a core always reports
     EngineLoad load;
-    BufferLeak buffers;
+    BufferPools buffers;
     BoardPrograms programs;
     SystemMemory memory;
     EventPlan events;
@@ -86,7 +79,8 @@ struct BufferRecording {
     std::uint32_t maxRecords = 0;
     std::uint32_t limitUs = 0;
     std::uint32_t scanUs = 0;
-    std::uint64_t sinceMs = 0;  // board time of the enabling
+    std::uint64_t sinceUs = 0;               // board time of the enabling
+    std::array<std::uint64_t, 2> askedUs{};  // and of the last two questions, the earlier one first
 };
 
 // The calls of the device libraries, as a fault rule names them.
@@ -178,8 +172,9 @@ void ResetSettings(BoardState& state);
 // The same for a path.
 [[nodiscard]] BoardState* MapBoardState(const char* path);
 
-// Milliseconds since the board's start.
+// Time since the board's start.
 [[nodiscard]] std::uint64_t BoardTimeMs(const BoardState& state);
+[[nodiscard]] std::uint64_t BoardTimeUs(const BoardState& state);
 
 // The heartbeat of the program that writes the board's files: Beat is its own; and for the others,
 // for how many milliseconds it has stood still, 0 before the first one.

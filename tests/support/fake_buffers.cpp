@@ -4,15 +4,24 @@
 #include <cstring>
 
 namespace zarn::test {
+namespace {
+
+constexpr int kFailure = -9;
+
+}  // namespace
+
+bool FakeBuffers::Note(const std::string& call) {
+    duringCall();
+    calls.push_back(call);
+    return static_cast<int>(calls.size()) == failingCall + 1;
+}
 
 bool FakeBuffers::RegisterResource() {
-    calls.emplace_back("register");
-    return takesRegistration;
+    return !Note("register") && takesRegistration;
 }
 
 bool FakeBuffers::UnregisterResource() {
-    calls.emplace_back("unregister");
-    return takesRegistration;
+    return !Note("unregister") && takesRegistration;
 }
 
 int FakeBuffers::Configure(std::uint32_t command, void* setting, std::uint32_t size) {
@@ -22,16 +31,17 @@ int FakeBuffers::Configure(std::uint32_t command, void* setting, std::uint32_t s
         std::memcpy(&word, static_cast<const char*>(setting) + at, sizeof(word));
         call += " " + std::to_string(word);
     }
-    calls.push_back(call);
-    return configureCode;
+    return Note(call) ? kFailure : configureCode;
 }
 
 int FakeBuffers::GetInfo(std::uint32_t type, void* out, std::uint32_t* size) {
-    calls.push_back("info " + std::to_string(type) + " " + std::to_string(*size));
+    if (Note("info " + std::to_string(type) + " " + std::to_string(*size))) {
+        return kFailure;
+    }
     const std::string answer = asked_ < answers.size() ? answers[asked_++] : std::string();
     const std::size_t count = std::min<std::size_t>(answer.size(), *size);
     std::memcpy(out, answer.data(), count);
-    *size = static_cast<std::uint32_t>(count);
+    *size = toldSize.value_or(static_cast<std::uint32_t>(count));
     return infoCode;
 }
 

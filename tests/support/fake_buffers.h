@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,12 +23,20 @@ public:
     bool takesRegistration = true;
     int configureCode = 0;
     int infoCode = 0;
-    std::vector<std::string> answers;  // bytes; none left: an empty answer
+    std::vector<std::string> answers;       // bytes; none left: an empty answer
+    std::optional<std::uint32_t> toldSize;  // given back by GetInfo instead of the bytes written
+    int failingCall = -1;                   // the call that fails, by its index in `calls`
+
+    // Called before each call is answered.
+    std::function<void()> duringCall = [] {};
 
     // "register", "unregister", "configure <command> <words>", "info <type> <size>", in order.
     std::vector<std::string> calls;
 
 private:
+    // Notes a call; whether it is the one that fails.
+    bool Note(const std::string& call);
+
     std::size_t asked_ = 0;
 };
 

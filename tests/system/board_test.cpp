@@ -168,6 +168,7 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
         "       zarn-board-server serve|serve-once FOLDER DATA SCENARIO SEED [FAULTS]\n"
         "       zarn-board-server table STATE MILLISECONDS...\n"
         "       zarn-board-server events STATE MILLISECONDS...\n"
+        "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
         "       zarn-board-server status STATE\n"
         "       zarn-board-server trace STATE FOLDER\n";
     EXPECT_EQ(usage, (Result{once + once, 2}));
@@ -176,6 +177,11 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
               noState + noState + noState);
     EXPECT_EQ(Shell("$BOARD --board kept -- true; $SERVER table kept/state 1 x"),
               (Result{"zarn-board-server: no time in milliseconds: x\n", 1}));
+    EXPECT_EQ(Shell("$SERVER buffers none; $SERVER buffers kept/state; "
+                    "$SERVER buffers kept/state 1 x"),
+              (Result{"zarn-board-server: no board state: none\nrecording: off\n"
+                      "zarn-board-server: no time in microseconds: x\n",
+                      1}));
     EXPECT_EQ(Shell("$SERVER create kept/no/state $DATA/scenarios/idle.json 1"),
               (Result{"zarn-board-server: cannot write kept/no/state\n", 1}));
     EXPECT_EQ(Shell("$SERVER create made none.json 1"),

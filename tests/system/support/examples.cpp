@@ -21,7 +21,8 @@ std::vector<std::string> Examples(bool forTheBoard) {
         const bool isBoards = name.rfind("tour_", 0) == 0 ||
                               text.find("\"Ddr") != std::string::npos ||
                               text.find("\"AiCoreCollector\"") != std::string::npos ||
-                              text.find("\"AicpuCollector\"") != std::string::npos;
+                              text.find("\"AicpuCollector\"") != std::string::npos ||
+                              text.find("\"MbufCollector\"") != std::string::npos;
         if (isBoards == forTheBoard) {
             names.push_back(name);
         }

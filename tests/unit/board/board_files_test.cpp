@@ -35,7 +35,7 @@ TEST(BandwidthTable, HasARowPerMonitoredPartitionInTheMonitorsOrder) {
 }
 
 TEST(BufferGroupsText, CountsItsGroups) {
-    EXPECT_EQ(BufferGroupsText(77),
+    EXPECT_EQ(BufferGroupsText(77, {"default_dm", "vboard"}),
               "task pid 77 group cnt: 2\n"
               "0:default_dm( pool_id 1 )\n"
               "1:vboard( pool_id 2 )\n");

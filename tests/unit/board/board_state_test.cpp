@@ -8,7 +8,6 @@
 #include <thread>
 #include <vector>
 
-#include "board/device/buffer_device.h"
 #include "board/state/observation.h"
 #include "tests/unit/board/board_fixture.h"
 
@@ -135,22 +134,6 @@ TEST_F(State, MastersMovedIntoOnePartitionAreOneDemand) {
     EXPECT_EQ(demands[kImgpVenc], 0.0);
     EXPECT_EQ(SettingsOf(*initial_)[0].priority, 7U);
     EXPECT_EQ(SettingsOf(*initial_)[kImgpVenc].priority, 0U);
-}
-
-TEST_F(State, LeakedBuffersKeepTheirRecords) {
-    initial_->scenario.buffers = {1, 500, 4096, 16};
-    initial_->recording = {1, 8192, 10000, 5000, 2000};
-    std::vector<unsigned char> first(8 * kBufferRecordSize);
-    std::vector<unsigned char> second(8 * kBufferRecordSize);
-    std::uint32_t size = 8 * kBufferRecordSize;
-    EXPECT_EQ(ReadBuffers(*initial_, 0, first.data(), size, 2999, 7), 0);
-    EXPECT_EQ(size, 2 * kBufferRecordSize);
-    size = 3 * kBufferRecordSize + 100;
-    EXPECT_EQ(ReadBuffers(*initial_, 0, second.data(), size, 9000, 7), 0);
-    EXPECT_EQ(size, 3 * kBufferRecordSize);
-    const auto early = 2 * static_cast<std::ptrdiff_t>(kBufferRecordSize);
-    EXPECT_TRUE(std::equal(first.begin(), first.begin() + early, second.begin()));
-    EXPECT_NE(second[2 * kBufferRecordSize], second[kBufferRecordSize]);
 }
 
 }  // namespace

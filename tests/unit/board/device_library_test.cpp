@@ -149,9 +149,16 @@ TEST_F(Library, AProcessRegistersAndUnregisters) {
 }
 
 TEST_F(Library, BuffersAreRecordedOnceTheRecordingIsOn) {
-    initial_->scenario.buffers = {2, 0, 8192, 64};
+    BufferPools& pools = initial_->scenario.buffers;
+    pools.blockSize = 8192;
+    pools.blockCount = 64;
+    pools.ownerCount = 1;
+    pools.owners[0].everyUs = 1;
+    pools.owners[0].stuckOneOf = 1;
+    pools.owners[0].most = 2;
+    pools.owners[0].pool = {'v', 'b', 'o', 'a', 'r', 'd', '_', 'p', 'o', 'o', 'l'};
     Start();
-    std::array<unsigned, 4> setting{0, 8192, 10000, 5000};
+    std::array<unsigned, 4> setting{0, 8192, 0, 5000};
     std::vector<unsigned char> records(3 * 224, 0xAA);
     unsigned size = 3 * 224;
     EXPECT_EQ(kesBuffGetInfo(0, nullptr, 0, records.data(), &size), kNotStarted);
@@ -184,6 +191,8 @@ TEST_F(Library, RefusesBufferCallsItDoesNotKnow) {
     setting[1] = 8193;
     EXPECT_EQ(kesBuffCfg(0, setting.data(), 16), kBadValue);
     setting = {2, 8192, 10000, 5000};
+    EXPECT_EQ(kesBuffCfg(0, setting.data(), 16), kBadValue);
+    setting = {1, 8192, 10000, 0};
     EXPECT_EQ(kesBuffCfg(0, setting.data(), 16), kBadValue);
     unsigned char byte = 0;
     unsigned size = 1;

@@ -73,8 +73,13 @@ TEST(ParseScenario, ReadsDevicesEnginesAndBuffers) {
     EXPECT_EQ(state->scenario.aiCoreCount, 3U);
     EXPECT_EQ(state->scenario.aiCoreCodes[1], 239);
     EXPECT_EQ(state->scenario.load.vpc, 100.0);
-    EXPECT_EQ(state->scenario.buffers.leakEveryMs, 100U);
-    EXPECT_EQ(state->scenario.buffers.blockCount, 3U);
+    const BufferPools& pools = state->scenario.buffers;
+    EXPECT_EQ(pools.blockSize, 1U);
+    EXPECT_EQ(pools.blockCount, 3U);
+    ASSERT_EQ(pools.ownerCount, 2U);
+    EXPECT_EQ(pools.owners[0].everyUs, 100000U);
+    EXPECT_EQ(pools.owners[0].most, 3U);
+    EXPECT_EQ(pools.owners[1].most, 2U);
 }
 
 TEST(ParseFaultPlan, AddsRulesBehindThoseOfTheScenario) {

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <numeric>
 #include <string>
 
+#include "board/model/buffers.h"
 #include "board/model/event_scheduler.h"
 #include "board/model/masters.h"
 #include "board/setup/scenario_parser.h"
@@ -182,6 +184,31 @@ TEST(ScenarioTexts, TheListsOfLateEventsHoldThoseOfASecond) {
     for (const char* name : {"device_healthy", "device_trouble"}) {
         EXPECT_LT(ToldEvents(name).mostInASecond, LateEvents::kKept) << name;
     }
+}
+
+// The names of those who hold buffers too long in the first minute, as a recording from the board's
+// start finds them: of how many of their buffers.
+std::map<std::string, std::size_t> LateOwners(const std::string& name) {
+    BoardState state;
+    EXPECT_FALSE(
+        ParseScenario(test::ReadText(ZARN_SOURCE_DIR "/board/scenarios/" + name + ".json"), state));
+    OverdueWalk walk(state.scenario.buffers, 1, {0, 60000000, 10000, 5000});
+    std::map<std::string, std::size_t> late;
+    for (OverdueBuffer buffer; walk.Next(buffer);) {
+        const std::uint32_t holder = state.scenario.buffers.owners[buffer.owner].holder;
+        ++late[state.scenario.programs.plans.at(holder).name.data()];
+    }
+    return late;
+}
+
+TEST(ScenarioTexts, SayWhoKeepsBuffers) {
+    EXPECT_THAT(LateOwners("device_healthy"), testing::IsEmpty());
+    // One in twenty of forty a second, and the two held all along.
+    const auto kept =
+        testing::Pair("planner", testing::AllOf(testing::Ge(119U), testing::Le(123U)));
+    EXPECT_THAT(LateOwners("device_trouble"), testing::ElementsAre(kept));
+    EXPECT_THAT(LateOwners("stuck_buffers"),
+                testing::ElementsAre(kept, testing::Pair("recorder", testing::Gt(20U))));
 }
 
 }  // namespace
