@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
-# settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, and the memory of a
-# healthy version beside that of one that leaks. Says at its end what was found.
+# settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
+# healthy version beside that of one that leaks, and the devices of a healthy board beside those of one in trouble. Says at its end
+# what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -61,7 +62,7 @@ tick() {
     done
 }
 
-stages=9 stage=0
+stages=11 stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -101,6 +102,11 @@ stage "The memory of a version that leaks" zarn_on_board memory_leak leaking tou
 keep_as leaking
 stage "Both versions' memory side by side" zarn_on_board memory_steady healthy tour_memory_compare.json
 memory=$(newest)
+stage "The AI cores, AI CPUs and buffers of a healthy board" zarn_on_board device_healthy devices tour_device.json
+keep_as device_healthy
+stage "The same with the AI block throttled, a slow thread and an owner that keeps buffers" \
+    zarn_on_board device_trouble trouble tour_device.json
+keep_as device_trouble
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"

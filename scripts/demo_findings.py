@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY, four run
 directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load; the memory's
-comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names."""
+comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names, as do those of the devices."""
 import csv
 import datetime
 import glob
@@ -99,11 +99,14 @@ def uss_of(run, program):
                 yield document["happenTime"], int(row["USS"].rstrip("K"))
 
 
+def scenario_of(name):
+    with open(os.path.join(os.path.dirname(__file__), "..", "board", "scenarios", f"{name}.json")) as file:
+        return json.load(file)
+
+
 def leaks_of(scenario):
     """The programs of a scenario that leak, with their rates in KB/s."""
-    path = os.path.join(os.path.dirname(__file__), "..", "board", "scenarios", f"{scenario}.json")
-    with open(path) as file:
-        return {plan["name"]: plan["leak_kb_s"] for plan in json.load(file)["programs"] if plan.get("leak_kb_s")}
+    return {plan["name"]: plan["leak_kb_s"] for plan in scenario_of(scenario)["programs"] if plan.get("leak_kb_s")}
 
 
 def memory_sentences(memory):
@@ -120,10 +123,61 @@ def memory_sentences(memory):
            f"{growth(system):.0f}; the scenario leaks {rate}.")
 
 
+def ai_cores_of(run):
+    """The mean of a run's samples of the AI cores, in percent."""
+    paths = glob.glob(f"{run}/json/soc_ai_resource_usage_info_1_*.data")
+    samples = [float(json.loads(open(path).read())["content"][0]["aicore"].split()[0]) for path in paths]
+    return sum(samples) / len(samples)
+
+
+def planned_ai_cores(scenario):
+    """The percentage that a scenario plans: the load by the share of the demand that the bound leaves, over the phases."""
+    ai = scenario["masters"]["aic_dat"]
+    most = ai.get("qos", {}).get("bw_high", 51) * 1024
+    length = sum(milliseconds for milliseconds, _ in ai["phases"])
+    carried = sum(milliseconds * min(ai["demand"] * factor, most) for milliseconds, factor in ai["phases"])
+    return scenario["load"]["aic"] * carried / length / ai["demand"]
+
+
+def slow_threads_of(scenario):
+    """The threads of a scenario that are slow, with their factors. Those of a program are counted through its groups."""
+    counts = {}
+    for group in scenario["event_scheduler"]["groups"]:
+        for thread in group["threads"]:
+            number = counts.get(group["program"], 0)
+            counts[group["program"]] = number + 1
+            if thread.get("slow", 1) != 1:
+                yield f"{group['program']}_{number}", thread["slow"]
+
+
+def holders_of(run):
+    """The processes whose buffers timed out, with how many did."""
+    counts = {}
+    for path in glob.glob(f"{run}/json/soc_mbuffer_stat_info_*.data"):
+        for buffer in json.loads(open(path).read())["content"]:
+            counts[buffer["useName"]] = counts.get(buffer["useName"], 0) + 1
+    return ", ".join(f"{name} ({count})" for name, count in sorted(counts.items())) or "nobody"
+
+
+def device_sentences(runs):
+    yield "Devices: a healthy board, and one with the AI block throttled, a slow thread and an owner that keeps buffers"
+    for name in ("device_healthy", "device_trouble"):
+        run, scenario = os.path.join(runs, name), scenario_of(name)
+        with open(the_file(f"{run}/json/soc_aicpu_ana_1_soc_*.data")) as file:
+            events = json.loads(file.readlines()[-1])["content"]
+        first = [f"{row['pid:thread_name'].split(':')[1]} ({row['times']})" for row in events["topN_abnormal_thread_proc"][:2]]
+        slow = [f"{thread} {factor} times as slow" for thread, factor in slow_threads_of(scenario)]
+        keeps = [owner["program"] for owner in scenario["buffers"]["owners"] if owner.get("stuck_one_of")]
+        yield f"  {name}: the AI cores' mean is {ai_cores_of(run):.1f} %; the scenario plans {planned_ai_cores(scenario):.1f};"
+        yield (f"    the worst wait is {max(map(int, events['soc_sched_max_time']))} us, the threads that ran too long are "
+               f"{' and '.join(first) or 'none'}; the scenario: {', '.join(slow) or 'none slow'};")
+        yield f"    buffers are held too long by {holders_of(run)}; the scenario: {', '.join(keeps) or 'nobody'}."
+
+
 def main():
     baseline, comparison, search, memory = sys.argv[1:]
     for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search),
-                      memory_sentences(memory)):
+                      memory_sentences(memory), device_sentences(os.path.dirname(memory))):
         print(*sentences, sep="\n")
 
 

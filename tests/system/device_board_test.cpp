@@ -118,6 +118,7 @@ TEST_F(DeviceBoard, TheExampleCollectsFromAllDevices) {
     EXPECT_NE(OnlyText("json/", "soc_imgp_utilization_info_"), "");
     EXPECT_NE(OnlyText("csv/", "soc_imgp_global_profiling_"), "");
     EXPECT_NE(OnlyText("csv/", "soc_imgp_app_profiling_"), "");
+    EXPECT_EQ(OnlyText("raw_data/mbuf/", "soc_mbuffer_stat_info_"), "");
     for (const char* name : {"vdec", "venc", "vpc"}) {
         EXPECT_EQ(directory_.Read(tree_ + "raw_data/imgp/umap/" + name),
                   ReadText(std::string(ZARN_SOURCE_DIR) + "/board/files/proc/umap/" + name));

@@ -37,9 +37,9 @@ const std::vector<std::string> kMemCalls = {"close",   "localtime", "mkdir",    
                                             "opendir", "read",      "truncate", "write"};
 const std::vector<std::string> kMemBoardCalls = {
     "close", "localtime", "mkdir", "open", "pipe", "opendir", "read", "spawn", "truncate", "write"};
-const std::vector<std::string> kDeviceCalls = {"close", "device_get", "localtime", "mkdir",
-                                               "open",  "opendir",    "pipe",      "read",
-                                               "spawn", "truncate",   "write"};
+const std::vector<std::string> kDeviceCalls = {"close", "device_get", "device_set", "localtime",
+                                               "mkdir", "open",       "opendir",    "pipe",
+                                               "read",  "spawn",      "truncate",   "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -105,13 +105,14 @@ std::string MemBoardConfig() {
 
 // What the board's devices tell.
 constexpr const char* kDeviceConfig = R"({"ManagerParam": {"parallelCollectMode": [],
-    "collectMode": ["AiCoreCollector", "AicpuCollector", "ImgpCollector"],
+    "collectMode": ["AiCoreCollector", "AicpuCollector", "ImgpCollector", "MbufCollector"],
     "analyzeMode": ["AicpuAnalyzer"], "optimizeMode": [],
     "compareMode": {"comparatorName": [], "versionMap": {}}},
     "AicpuCollector": {"aicpu_job": ["core", "event", "abnormal"], "aicpu_process": ["perception"],
     "aicpu_cid": [1], "interval": 1, "count": 1},
     "AicpuAnalyzer": {"aicpu_job": ["core", "event", "abnormal"]},
     "AiCoreCollector": {"job": ["usage"], "count": 2, "interval": 1},
+    "MbufCollector": {"count": 1, "interval": 1},
     "ImgpCollector": {"job": ["global", "app", "umap", "vpc", "venc", "vdec"],
     "global": {"duration": 0},
     "app": {"path": "/usr/bin", "library": "", "appName": "true", "params": []}}})";

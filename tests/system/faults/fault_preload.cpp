@@ -325,4 +325,16 @@ int tovi_set_device_info(unsigned device, unsigned mainCommand, unsigned subComm
                      "tovi_set_device_info")(device, mainCommand, subCommand, buffer, size);
 }
 
+int kesBuffCfg(unsigned command, void* setting, unsigned size) {
+    return FaultOf(DeviceSet) != nullptr
+               ? kDeviceError
+               : Real<int(unsigned, void*, unsigned)>("kesBuffCfg")(command, setting, size);
+}
+
+int kesBuffGetInfo(unsigned type, void* in, unsigned inSize, void* out, unsigned* outSize) {
+    return FaultOf(DeviceGet) != nullptr ? kDeviceError
+                                         : Real<int(unsigned, void*, unsigned, void*, unsigned*)>(
+                                               "kesBuffGetInfo")(type, in, inSize, out, outSize);
+}
+
 }  // extern "C"
