@@ -37,26 +37,25 @@ std::string CounterText() {
     const std::vector<std::string> codes = Codes();
     std::string text = "# started on Thu Jan  1 00:00:00 1970\n\n";
     for (int i = 1; i <= kIntervals; ++i) {
-        std::string time = std::to_string(2 * i);
-        time = std::string(time.size() < 6 ? 6 - time.size() : 0, ' ') + time + ".00" +
-               std::to_string(generator.Between(1000000, 9999999));
+        const std::string seconds = std::to_string(2 * i);
+        const std::string nanoseconds = std::to_string(generator.Between(1000000, 9999999));
+        const std::string padding(6 - seconds.size(), ' ');
         for (const std::string& code : codes) {
-            text += time + ";" + std::to_string(generator.Between(0, 4000000000)) + ";;" + code +
-                    ";" + std::to_string(generator.Between(57000000, 58000000)) + ";2." +
-                    std::to_string(generator.Between(10, 99)) + ";;\n";
+            text.append(padding).append(seconds).append(".00").append(nanoseconds).append(";");
+            text.append(std::to_string(generator.Between(0, 4000000000))).append(";;");
+            text.append(code).append(";");
+            text.append(std::to_string(generator.Between(57000000, 58000000))).append(";2.");
+            text.append(std::to_string(generator.Between(10, 99))).append(";;\n");
         }
     }
     return text;
 }
 
-// The file, made once for all rows.
+// A file for as long as it is read.
 class CounterFile {
 public:
-    CounterFile() {
-        const std::string text = CounterText();
-        bytes_ = text.size();
-        ready_ = WriteFile(Path(), text) == FileResult::Ok;
-    }
+    explicit CounterFile(const std::string& text)
+        : bytes_(text.size()), ready_(WriteFile(Path(), text) == FileResult::Ok) {}
 
     [[nodiscard]] std::string Path() const { return directory_.Path() + "counters"; }
     [[nodiscard]] std::size_t Bytes() const { return bytes_; }
@@ -64,13 +63,12 @@ public:
 
 private:
     ScratchDir directory_;
-    std::size_t bytes_ = 0;
-    bool ready_ = false;
+    std::size_t bytes_;
+    bool ready_;
 };
 
 template <typename Work>
-void RunOn(benchmark::State& state, Work work) {
-    static const CounterFile file;
+void RunOn(benchmark::State& state, const CounterFile& file, Work work) {
     for (auto _ : state) {
         work(file.Path());
     }
@@ -87,15 +85,35 @@ void Analyze(std::unordered_map<std::string, float> events) {
     benchmark::DoNotOptimize(data.bottleneck);
 }
 
+void AnalyzeFile(const std::string& path) {
+    LineFile file(path);
+    TopdownTotals totals;
+    for (std::string_view line; file.Next(line);) {
+        totals.Add(line);
+    }
+    Analyze(totals.Events());
+}
+
 void TopdownOurs(benchmark::State& state) {
-    RunOn(state, [](const std::string& path) {
-        LineFile file(path);
-        TopdownTotals totals;
-        for (std::string_view line; file.Next(line);) {
-            totals.Add(line);
-        }
-        Analyze(totals.Events());
-    });
+    RunOn(state, CounterFile(CounterText()), AnalyzeFile);
+}
+
+constexpr std::size_t kLongLine = std::size_t{16} << 20U;
+
+// A line in whose count one byte is repeated.
+void LongLine(benchmark::State& state, char byte) {
+    const std::string text = "2.0;" + std::string(kLongLine, byte) + ";;r11;57000000;2.86;;\n";
+    RunOn(state, CounterFile(text), AnalyzeFile);
+}
+
+// As many bytes of ordinary lines.
+void LongLineBound(benchmark::State& state) {
+    std::string text;
+    while (text.size() < kLongLine) {
+        text += CounterText();
+    }
+    text.resize(kLongLine);
+    RunOn(state, CounterFile(text), AnalyzeFile);
 }
 
 void TopdownNaive(benchmark::State& state) {
@@ -103,7 +121,7 @@ void TopdownNaive(benchmark::State& state) {
     for (const std::string& code : Codes()) {
         names[code] = TopdownEventName(*FindTopdownEvent(code));
     }
-    RunOn(state, [&names](const std::string& path) {
+    RunOn(state, CounterFile(CounterText()), [&names](const std::string& path) {
         std::ifstream file(path);
         std::unordered_map<std::string, float> events;
         for (std::string line; std::getline(file, line);) {
@@ -126,7 +144,7 @@ void TopdownNaive(benchmark::State& state) {
 }
 
 void TopdownBound(benchmark::State& state) {
-    RunOn(state, [](const std::string& path) {
+    RunOn(state, CounterFile(CounterText()), [](const std::string& path) {
         LineFile file(path);
         std::size_t bytes = 0;
         for (std::string_view line; file.Next(line);) {
@@ -141,6 +159,22 @@ const Promise kNearTheBound = AtMostTimesBound("TopdownCollector", 6);
 const Promise kFasterThanPlain = AtLeastTimesNaive("TopdownCollector", 3);
 BENCHMARK(TopdownNaive)->Name("TopdownCollector/naive")->Unit(benchmark::kMillisecond);
 BENCHMARK(TopdownBound)->Name("TopdownCollector/bound")->Unit(benchmark::kMillisecond);
+
+// Whatever a line holds, its bytes cost at most twice what those of ordinary ones do: memory for it
+// is touched for the first time.
+const bool kLongLinesAreMeasured = [] {
+    const std::pair<const char*, char> kinds[] = {
+        {"blanks", ' '}, {"digits", '9'}, {"letters", 'x'}, {"separators", ';'}, {"zeros", '0'}};
+    for (const auto& [kind, byte] : kinds) {
+        const std::string row = std::string("TopdownCollector/long_line/") + kind;
+        benchmark::RegisterBenchmark((row + "/ours").c_str(), LongLine, byte)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark((row + "/bound").c_str(), LongLineBound)
+            ->Unit(benchmark::kMillisecond);
+        (void)AtMostTimesBound(row, 2);
+    }
+    return true;
+}();
 
 }  // namespace
 }  // namespace zarn::bench

@@ -1,6 +1,5 @@
 #include "collectors/profiling/topdown/topdown_stat_parser.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -38,7 +37,7 @@ float CountOf(std::string_view text) {
     if (const std::optional<float> whole = WholeNumber(text)) {
         return *whole;
     }
-    text = text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
+    text = TrimSpacesView(text);
     float count = 0.0F;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
     return error == std::errc() && std::isfinite(count) ? count : 0.0F;

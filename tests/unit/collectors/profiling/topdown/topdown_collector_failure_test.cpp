@@ -208,7 +208,6 @@ TEST_F(TopdownCollectorTest, ADocumentThatCannotBeWrittenIsTold) {
 using TopdownCollectorDeathTest = TopdownCollectorTest;
 
 TEST_F(TopdownCollectorDeathTest, ElementsOfAWrongTypeEndTheProcess) {
-    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     runner.On("pidof", "41\n");
     for (const auto& [job, cores, processes] :
          std::initializer_list<std::tuple<const char*, const char*, const char*>>{
