@@ -119,6 +119,21 @@ private:
     return true;
 }
 
+// Room for a buffer of `size` bytes that a line outgrows. How long it is nobody knows: much more is
+// asked for, since copying it over and over costs, and memory that is never reached does not. Where
+// so much cannot be had nothing is done.
+void MakeRoomForLine(std::string& buffer, std::size_t size) {
+    constexpr std::size_t kGrowth = 64;
+    if (buffer.empty() || buffer.capacity() >= size) {
+        return;
+    }
+    try {
+        buffer.reserve(buffer.size() * kGrowth);
+    } catch (const std::exception&) {
+        return;
+    }
+}
+
 // Opens the regular file `path` with `access` and has it read by read(fd, size).
 template <class Read>
 FileResult ReadRegularFile(const std::string& path, int access, std::string& text, Read&& read) {
@@ -243,7 +258,8 @@ bool LineFile::ReadMore() {
         begin_ = 0;
     }
     if (buffer_.size() - end_ < kStep) {
-        buffer_.resize(std::max(2 * end_, end_ + kStep));
+        MakeRoomForLine(buffer_, end_ + kStep);
+        buffer_.resize(end_ + kStep);
     }
     ssize_t got = -1;
     do {

@@ -59,15 +59,15 @@ void SplitString(std::string_view text, std::string_view delimiter,
 }
 
 bool PieceCursor::Next(std::string_view& piece) {
-    while (!rest_.empty()) {
-        const std::size_t end = rest_.find(delimiter_);
-        piece = rest_.substr(0, end);
-        rest_.remove_prefix(end == std::string_view::npos ? rest_.size() : end + 1);
-        if (!piece.empty()) {
-            return true;
-        }
+    const std::size_t begin = rest_.find_first_not_of(delimiter_);
+    if (begin == std::string_view::npos) {
+        rest_ = {};
+        return false;
     }
-    return false;
+    rest_.remove_prefix(begin);
+    piece = rest_.substr(0, rest_.find(delimiter_));
+    rest_.remove_prefix(std::min(piece.size() + 1, rest_.size()));
+    return true;
 }
 
 std::string_view TrimSpacesView(std::string_view text) {

@@ -48,6 +48,7 @@ MissionClasses ListMissions() {
         Collector<ImgpCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
+        Collector<TopdownCollector>(),
     };
     classes.analyzers = {
         Analyzer<AicpuAnalyzer>(),

@@ -19,7 +19,10 @@ namespace fs = std::filesystem;
 
 class ExampleTest : public testing::TestWithParam<std::string> {
 protected:
-    ExampleTest() { AddRecordedCpuTools(sandbox); }
+    ExampleTest() {
+        AddRecordedCpuTools(sandbox);
+        AddRecordedPerf(sandbox);
+    }
 
     // Puts a collected tree where the example looks for one.
     void CollectInto(const std::string& directory) {

@@ -12,6 +12,7 @@
 #include "tests/system/support/board_runner.h"
 #include "tests/system/support/program_lock.h"
 #include "tests/system/support/programs.h"
+#include "tests/system/support/recorded_tools.h"
 #include "tests/system/support/sandbox.h"
 
 // The fallible calls of the program fail in turn, with each plausible error, and the program is
@@ -40,6 +41,8 @@ const std::vector<std::string> kMemBoardCalls = {
 const std::vector<std::string> kDeviceCalls = {"close", "device_get", "device_set", "localtime",
                                                "mkdir", "open",       "opendir",    "pipe",
                                                "read",  "spawn",      "truncate",   "write"};
+const std::vector<std::string> kTopdownCalls = {"close", "localtime", "mkdir",    "open", "pipe",
+                                                "read",  "spawn",     "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -117,6 +120,13 @@ constexpr const char* kDeviceConfig = R"({"ManagerParam": {"parallelCollectMode"
     "global": {"duration": 0},
     "app": {"path": "/usr/bin", "library": "", "appName": "true", "params": []}}})";
 
+std::string TopdownConfig() {
+    ConfigText config;
+    config.serial = R"(["TopdownCollector"])";
+    return config.Text({{"TopdownCollector", R"({"job": ["global", "core", "process"],
+        "core": [0], "process": ["frame_worker"], "duration": 1})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -137,6 +147,13 @@ void WalkCpu(const std::vector<std::string>& more) {
     sandbox.ToolPrinting("top", ReadText(DataPath("top-4.0.2/two_cores.txt")));
     sandbox.ToolPrinting("ps", ReadText(DataPath("ps-4.0.2/processes.txt")));
     sandbox.Write("config.json", CpuConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkTopdown(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedPerf(sandbox);
+    sandbox.Write("config.json", TopdownConfig());
     WalkIn(sandbox, more);
 }
 
@@ -189,6 +206,14 @@ TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
 
 TEST(FaultInjection, ACpuRunIsInterruptedAtRandomCalls) {
     WalkCpu(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfATopdownRunFailsInTurn) {
+    WalkTopdown(kTopdownCalls);
+}
+
+TEST(FaultInjection, ATopdownRunIsInterruptedAtRandomCalls) {
+    WalkTopdown(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfAMemoryAnalysisFailsInTurn) {

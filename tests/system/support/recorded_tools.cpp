@@ -4,6 +4,8 @@
 #include <array>
 #include <sstream>
 
+#include "tests/support/topdown_lines.h"
+
 namespace zarn::test {
 
 void AddRecordedCpuTools(Sandbox& sandbox) {
@@ -22,6 +24,16 @@ void AddRecordedCpuTools(Sandbox& sandbox) {
     sandbox.Tool("ps",
                  "case \" $* \" in *' -L '*) exec recorded-ps-threads ;; esac\n"
                  "exec recorded-ps\n");
+}
+
+void AddRecordedPerf(Sandbox& sandbox) {
+    sandbox.ToolPrinting("recorded-counters", MemoryBoundCounterFile());
+    sandbox.Tool("perf",
+                 "while [ \"$1\" != -o ]; do shift; done\n"
+                 "exec recorded-counters > \"$2\"\n");
+    sandbox.Tool("pidof",
+                 "[ \"$1\" = frame_worker ] || exec /bin/pidof \"$@\"\n"
+                 "echo 417\n");
 }
 
 std::string ErrorsOfMissions(const RunResult& run) {
