@@ -1,0 +1,89 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/system/support/on_board.h"
+#include "tests/system/support/program_lock.h"
+#include "tests/system/support/programs.h"
+
+// perf on the virtual board.
+namespace zarn::test {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+// In the first way that the machine allows: perf is the same in both.
+class PerfOnBoard : public Board {
+protected:
+    const ProgramLock lock_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Ways, PerfOnBoard, testing::Values("namespace"), WayName);
+
+TEST_P(PerfOnBoard, CountsWhileACommandRuns) {
+    const Result result = OnBoard(R"sh(
+        perf stat -C 0 -x\; -o counts -I 2000 -e '{r11},{r9999}' -a sh -c 'echo working; exit 3'
+        echo status $?
+        cat counts)sh");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.text,
+                MatchesRegex("working\nstatus 3\n"
+                             "# started on [A-Z][a-z]+ [A-Z][a-z]+ [ 0-9]+:[0-9]+:[0-9]+ [0-9]+\n\n"
+                             " +[0-9]+\\.[0-9]+;[<>a-z0-9 ]+;;r11;[0-9]+;100\\.00;;\n"
+                             " +[0-9]+\\.[0-9]+;<not supported>;;r9999;0;100\\.00;;\n"));
+}
+
+TEST_P(PerfOnBoard, KeepsWhatItCountedUntilAnInterrupt) {
+    const Result result = OnBoard(R"sh(
+        env --default-signal=INT perf stat -x\; -o counts -I 100000 -e '{r11},{r8}' -a \
+            sh -c 'kill -INT $PPID; exec tail -f /dev/null'
+        echo status $?
+        grep -c '^ *[0-9].*;r[0-9]*;' counts)sh");
+    EXPECT_EQ(result.text, "status 130\n2\n");
+}
+
+TEST_P(PerfOnBoard, SaysWhatItCannotCount) {
+    const Result result = OnBoard(R"sh(
+        perf stat -x\; -e r11 -a no_such_program; echo status $?
+        perf stat -x\; -e r11 -p 2147483647 true; echo status $?
+        perf stat -e r11 -a true; echo status $?
+        perf stat -x\; -e r11 -r 3 true; echo status $?
+        perf stat -x\; -o no/such/folder -e r11 -a true; echo status $?)sh");
+    EXPECT_EQ(result.text,
+              "Workload failed: No such file or directory\nstatus 255\n"
+              "Problems finding threads of monitor\nstatus 234\n"
+              "perf stat: the board's counters are shown with -x alone\nstatus 129\n"
+              "perf stat: the board does not know -r\nstatus 129\n"
+              "failed to create output file: no/such/folder\nstatus 255\n");
+}
+
+TEST_P(PerfOnBoard, CountsTheCyclesOfProgramsThatWork) {
+    directory_.Write("scenario.json", R"({"programs": [
+        {"name": "perf_busy", "pipeline": {"load": 0.5}}, {"name": "perf_lazy"}]})");
+    const Result result = OnBoard(R"sh(
+        for name in perf_busy perf_lazy; do
+            perf stat -x\; -e '{r11}' -p "$(pidof $name)" -a sleep 0.1
+        done 2>&1 | sed 's/^[1-9][0-9]*;;r11;[1-9][0-9]*;/counted /')sh",
+                                  "--scenario scenario.json");
+    EXPECT_EQ(result.text,
+              "PID/TID switch overriding SYSTEM\ncounted 100.00;;\n"
+              "PID/TID switch overriding SYSTEM\n<not counted>;;r11;0;100.00;;\n");
+}
+
+TEST_P(PerfOnBoard, LeavesTheRestToTheMachine) {
+    const Result result = OnBoard(R"sh(
+        perf --version
+        PATH=$(dirname "$(command -v perf)") perf --version; echo status $?)sh");
+    EXPECT_THAT(result.text, HasSubstr("perf version "));
+    EXPECT_THAT(
+        result.text,
+        EndsWith(
+            "perf: this machine has no perf, which the board needs for this; install linux-perf\n"
+            "status 127\n"));
+}
+
+}  // namespace
+}  // namespace zarn::test
