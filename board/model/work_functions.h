@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -33,5 +34,8 @@ inline constexpr std::array<WorkFunction, kWorkFunctionCount> kWorkFunctions{{
 
 // A number for each.
 using PerFunction = std::array<double, kWorkFunctionCount>;
+
+// Nanoseconds of processor time that the threads of a program have really spent in each, by its own clock.
+using WorkAccount = std::array<std::atomic<std::uint64_t>, kWorkFunctionCount>;
 
 }  // namespace zarn::board

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
+#include <utility>
 
 #include "tests/system/support/on_board.h"
 #include "tests/system/support/program_lock.h"
@@ -71,6 +73,42 @@ TEST_P(PerfOnBoard, CountsTheCyclesOfProgramsThatWork) {
     EXPECT_EQ(result.text,
               "PID/TID switch overriding SYSTEM\ncounted 100.00;;\n"
               "PID/TID switch overriding SYSTEM\n<not counted>;;r11;0;100.00;;\n");
+}
+
+// Half of its time in plan_route, a third in copy_frame, a sixth in sort_tracks.
+constexpr const char* kWorker = R"({"programs": [
+    {"name": "perf_worker", "version": 2, "threads": 3, "pipeline": {"load": 0.98, "cores": [0, 1]},
+     "functions": {"plan_route": 3, "copy_frame": 2, "sort_tracks": 1}}]})";
+
+TEST_P(PerfOnBoard, HasProgramsThatWorkByTheirPlanAndKeepAnAccount) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = OnBoard(R"sh(
+        while ! zarn-board-server account "$VIRTUAL_BOARD_STATE" | grep -q '^perf_worker plan_route [0-9]\{3,\}\.'; do :; done
+        zarn-board-server account "$VIRTUAL_BOARD_STATE" | cut -d' ' -f1,2,5 | tr -d %
+        grep Threads "/proc/$(pidof perf_worker)/status"
+        readlink "/proc/$(pidof perf_worker)/exe" | grep -o 'programs/.*')sh",
+                                  "--scenario scenario.json");
+    std::istringstream text(result.text);
+    for (const auto& [function, share] :
+         {std::pair{"plan_route", 50.0}, {"copy_frame", 100.0 / 3}, {"sort_tracks", 50.0 / 3}}) {
+        std::string program;
+        std::string name;
+        double found = 0.0;
+        text >> program >> name >> found;
+        EXPECT_EQ(program + " " + name, std::string("perf_worker ") + function);
+        EXPECT_NEAR(found, share, 5.0) << name;
+    }
+    EXPECT_THAT(result.text, EndsWith("\nThreads:\t3\nprograms/2/frame_worker\n")) << result.text;
+}
+
+TEST_P(PerfOnBoard, TellsTheTruthOfAScenario) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = Shell(R"sh(
+        $SERVER truth scenario.json 1 -p perf_worker 0 5000
+        $SERVER truth scenario.json 1 -C 2 0 5000 | tail -n 1
+        $SERVER truth scenario.json 1 -p other 0 5000 2>&1 | grep -c usage)sh");
+    EXPECT_THAT(result.text, HasSubstr("Retiring: 0.3500\nperf_worker plan_route 50.00%\n"));
+    EXPECT_THAT(result.text, EndsWith("system - 100.00%\n1\n"));
 }
 
 TEST_P(PerfOnBoard, LeavesTheRestToTheMachine) {
