@@ -6,6 +6,7 @@
 
 #include "board/perf/machine_perf.h"
 #include "board/perf/perf_call.h"
+#include "board/perf/record.h"
 #include "board/perf/stat.h"
 
 namespace {
@@ -21,7 +22,7 @@ int Run(const std::vector<std::string>& words) {
             return RunStat(call);
         }
     }
-    return BecomeMachinePerf(words);
+    return name == "record" ? RunRecord(rest) : BecomeMachinePerf(words);
 }
 
 }  // namespace

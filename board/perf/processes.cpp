@@ -1,6 +1,6 @@
 #include "board/perf/processes.h"
 
-#include "foundation/files.h"
+#include "foundation/zarn_utils.h"
 
 namespace zarn::board {
 
@@ -12,6 +12,23 @@ std::optional<std::string> ProcessName(std::uint32_t pid) {
     }
     name.pop_back();
     return name;
+}
+
+std::vector<std::uint32_t> ChildrenOf(std::int32_t pid) {
+    const std::string self = std::to_string(pid);
+    std::vector<std::uint32_t> children;
+    std::string list;
+    std::vector<std::string> numbers;
+    if (ReadFile("/proc/" + self + "/task/" + self + "/children", list) == FileResult::Ok) {
+        SplitString(list, " ", numbers);
+    }
+    for (const std::string& number : numbers) {
+        std::uint32_t child = 0;
+        if (IsDigitString(number) && StringToUint32(number, child)) {
+            children.push_back(child);
+        }
+    }
+    return children;
 }
 
 std::optional<std::size_t> ProgramNamed(const BoardState& state, const std::string& name) {

@@ -13,6 +13,9 @@ namespace zarn::board {
 // The name of a process, nothing if there is none of that number.
 [[nodiscard]] std::optional<std::string> ProcessName(std::uint32_t pid);
 
+// The children of a process.
+[[nodiscard]] std::vector<std::uint32_t> ChildrenOf(std::int32_t pid);
+
 // The place of the scenario's program of that name.
 [[nodiscard]] std::optional<std::size_t> ProgramNamed(const BoardState& state,
                                                       const std::string& name);

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
+#include <numeric>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -109,6 +111,105 @@ TEST_P(PerfOnBoard, TellsTheTruthOfAScenario) {
         $SERVER truth scenario.json 1 -p other 0 5000 2>&1 | grep -c usage)sh");
     EXPECT_THAT(result.text, HasSubstr("Retiring: 0.3500\nperf_worker plan_route 50.00%\n"));
     EXPECT_THAT(result.text, EndsWith("system - 100.00%\n1\n"));
+}
+
+// The numbers of lines "WORD NAME NUMBER", by their names, for lines with that first word.
+std::map<std::string, double> NumbersOf(const std::string& text, const std::string& word) {
+    std::map<std::string, double> numbers;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream fields(line);
+        std::string first;
+        std::string name;
+        double number = 0.0;
+        if (fields >> first >> name >> number && first == word) {
+            numbers[name] = number;
+        }
+    }
+    return numbers;
+}
+
+double SumOf(const std::map<std::string, double>& numbers) {
+    return std::accumulate(numbers.begin(), numbers.end(), 0.0,
+                           [](double sum, const auto& number) { return sum + number.second; });
+}
+
+TEST_P(PerfOnBoard, SamplesWorkByTheMachineAsItsOwnAccountHasIt) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = OnBoard(R"sh(
+        perf record -o probe.data -g -p "$(pidof perf_worker)" -- true >probe.log 2>&1 || { echo unable; exit; }
+        account() { zarn-board-server account "$VIRTUAL_BOARD_STATE" | sed "s/^perf_worker/$1/"; }
+        account before
+        perf record -o work.data -g -p "$(pidof perf_worker)" -- sh -c '
+            until zarn-board-server account "$VIRTUAL_BOARD_STATE" | grep -q "plan_route [0-9]\{4,\}\."; do sleep 0.1; done'
+        account after
+        perf report -i work.data --no-children --stdio -g none -F sample,sym 2>&1 | sed -n 's/^ *\([0-9]*\)  \[\.\] /sampled \1 /p' |
+            sed 's/^sampled \([0-9]*\) \([a-z_]*\).*/sampled \2 \1/'
+        perf script -i work.data | grep -c ' cycles:')sh",
+                                  "--perf machine --scenario scenario.json");
+    if (result.text == "unable\n") {
+        GTEST_SKIP() << "the kernel does not let this user sample";
+    }
+    const auto before = NumbersOf(result.text, "before");
+    auto spent = NumbersOf(result.text, "after");
+    const auto all = NumbersOf(result.text, "sampled");
+    std::map<std::string, double> sampled;
+    for (auto& [name, ms] : spent) {
+        const auto earlier = before.find(name);
+        ms -= earlier == before.end() ? 0.0 : earlier->second;
+        sampled[name] = all.count(name) > 0 ? all.at(name) : 0.0;
+    }
+    ASSERT_GT(SumOf(sampled), 5000) << result.text;
+    for (const auto& [name, ms] : spent) {
+        EXPECT_NEAR(100 * sampled.at(name) / SumOf(sampled), 100 * ms / SumOf(spent), 2.0) << name;
+    }
+    EXPECT_EQ(spent.size(), 3U);
+}
+
+TEST_P(PerfOnBoard, SamplesWorkByTheModel) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = OnBoard(R"sh(
+        perf record -o work.data -g -p "$(pidof perf_worker)" -- sleep 0.2 2>&1 | sed 's/[0-9.]* MB/N MB/;s/[0-9]* samples/N samples/'
+        perf report -i work.data --max-stack 1 2>&1 | grep -o 'perf_worker .*' | sed 's/  *$//' | sort
+        perf record -o work.data -C 2 -- sleep 0.2 2>/dev/null; echo status $?
+        perf report -i work.data 2>&1 | grep -o 'system .*k. ')sh",
+                                  "--perf model --scenario scenario.json");
+    EXPECT_EQ(result.text,
+              "[ perf record: Woken up 1 times to write data ]\n"
+              "[ perf record: Captured and wrote N MB work.data (N samples) ]\n"
+              "perf_worker  frame_worker   [.] copy_frame\n"
+              "perf_worker  frame_worker   [.] plan_route\n"
+              "perf_worker  frame_worker   [.] sort_tracks\n"
+              "perf_worker  frame_worker   [.] work_loop\n"
+              "status 0\nsystem   [kernel.kallsyms]  [k] \n");
+}
+
+TEST_P(PerfOnBoard, KeepsWhatItSampledUntilAnInterrupt) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = OnBoard(R"sh(
+        env --default-signal=INT perf record -o work.data -g -a -- \
+            sh -c 'sleep 0.1; kill -INT $PPID; exec tail -f /dev/null' 2>err
+        echo status $?
+        grep -c Captured err
+        perf script -i work.data | grep -q 'cycles:'; echo found $?)sh",
+                                  "--perf model --scenario scenario.json");
+    EXPECT_EQ(result.text, "status 130\n1\nfound 0\n");
+}
+
+TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
+    const Result result = OnBoard(R"sh(
+        perf record -o f -a no_such_program; echo status $?
+        perf record -o f -p 2147483647 true; echo status $?
+        perf record -o f -e instructions -a true; echo status $?
+        perf record -o f -F 99 -a true; echo status $?
+        perf record -o no/such/file -a true; echo status $?)sh",
+                                  "--perf model");
+    EXPECT_EQ(result.text,
+              "Workload failed: No such file or directory\nstatus 255\n"
+              "Couldn't create thread/CPU maps: No such process\nstatus 234\n"
+              "perf record: the board samples cycles alone\nstatus 129\n"
+              "perf record: the board does not know -F\nstatus 129\n"
+              "failed to open no/such/file\nstatus 255\n");
 }
 
 TEST_P(PerfOnBoard, LeavesTheRestToTheMachine) {
