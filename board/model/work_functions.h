@@ -35,7 +35,8 @@ inline constexpr std::array<WorkFunction, kWorkFunctionCount> kWorkFunctions{{
 // A number for each.
 using PerFunction = std::array<double, kWorkFunctionCount>;
 
-// Nanoseconds of processor time that the threads of a program have really spent in each, by its own clock.
+// Nanoseconds of processor time that the threads of a program have really spent in each, by its own
+// clock.
 using WorkAccount = std::array<std::atomic<std::uint64_t>, kWorkFunctionCount>;
 
 }  // namespace zarn::board
