@@ -1,6 +1,6 @@
 #include "board/perf/processes.h"
 
-#include "foundation/zarn_utils.h"
+#include "foundation/files.h"
 
 namespace zarn::board {
 
@@ -14,42 +14,16 @@ std::optional<std::string> ProcessName(std::uint32_t pid) {
     return name;
 }
 
-std::vector<std::uint32_t> ChildrenOf(std::int32_t pid) {
-    const std::string self = std::to_string(pid);
-    std::vector<std::uint32_t> children;
-    std::string list;
-    std::vector<std::string> numbers;
-    if (ReadFile("/proc/" + self + "/task/" + self + "/children", list) == FileResult::Ok) {
-        SplitString(list, " ", numbers);
-    }
-    for (const std::string& number : numbers) {
-        std::uint32_t child = 0;
-        if (IsDigitString(number) && StringToUint32(number, child)) {
-            children.push_back(child);
-        }
-    }
-    return children;
-}
-
-std::optional<std::size_t> ProgramNamed(const BoardState& state, const std::string& name) {
-    for (std::size_t i = 0; i < state.scenario.programs.count; ++i) {
-        if (name == state.scenario.programs.plans[i].name.data()) {
-            return i;
-        }
-    }
-    return std::nullopt;
-}
-
 std::optional<std::uint32_t> ProgramsOf(const BoardState& state,
                                         const std::vector<std::uint32_t>& pids) {
     std::uint32_t programs = 0;
     for (const std::uint32_t pid : pids) {
-        const auto name = ProcessName(pid);
-        if (!name) {
+        if (!ProcessName(pid)) {
             return std::nullopt;
         }
-        if (const auto program = ProgramNamed(state, *name)) {
-            programs |= 1U << *program;
+        for (std::size_t i = 0; i < state.scenario.programs.count; ++i) {
+            const bool isProgram = state.programPids[i] == static_cast<std::int32_t>(pid);
+            programs |= isProgram ? 1U << i : 0U;
         }
     }
     return programs;

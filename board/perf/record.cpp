@@ -1,12 +1,8 @@
 #include "board/perf/record.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <string_view>
-#include <system_error>
 
 #include "board/perf/kernel_sampling.h"
 #include "board/perf/machine_perf.h"
@@ -18,8 +14,7 @@
 #include "board/perf/stat_text.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
-#include "foundation/text.h"
-#include "foundation/zarn_utils.h"
+#include "foundation/numbers.h"
 
 namespace zarn::board {
 namespace {
@@ -49,20 +44,16 @@ int RecordByMachine(const std::vector<std::string>& words, const PerfCall& call)
     return BecomeMachinePerf(command);
 }
 
-// The processes of the scenario's programs that are looked at. One that cannot be looked into has
-// no samples.
-ProgramImages ImagesFor(const BoardState& state, const PerfCall& call) {
-    std::vector<std::uint32_t> pids = call.pids;
-    if (pids.empty()) {
-        pids = ChildrenOf(state.serverPid);
-    }
+// The processes of the programs that may be sampled: of these, or of all. One that cannot be looked
+// into has no samples.
+ProgramImages ImagesFor(const BoardState& state, const PerfCall& call, std::uint32_t programs) {
     ProgramImages images;
-    for (const std::uint32_t pid : pids) {
-        const auto name = ProcessName(pid);
-        const auto program = name ? ProgramNamed(state, *name) : std::nullopt;
-        const auto image = program ? LoadImage(pid) : std::nullopt;
+    for (std::size_t i = 0; i < state.scenario.programs.count; ++i) {
+        const bool isAsked = call.pids.empty() || (programs & (1U << i)) != 0;
+        const auto image =
+            isAsked ? LoadImage(static_cast<std::uint32_t>(state.programPids[i])) : std::nullopt;
         if (image) {
-            images.emplace(*program, *image);
+            images.emplace(i, *image);
         }
     }
     return images;
@@ -107,7 +98,7 @@ int RecordByModel(PerfCall call) {
     if (WriteFile(call.output, "") != FileResult::Ok) {
         return Fail("failed to open " + call.output, kFailed);
     }
-    const ProgramImages images = ImagesFor(*state, call);
+    const ProgramImages images = ImagesFor(*state, call, *programs);
     const CpuTarget target = TargetOf(*state, call, *programs);
     auto command = MeasuredCommand::Start(call.command);
     if (!command) {
