@@ -79,7 +79,7 @@ TEST_P(PerfOnBoard, CountsTheCyclesOfProgramsThatWork) {
 
 // Half of its time in plan_route, a third in copy_frame, a sixth in sort_tracks.
 constexpr const char* kWorker = R"({"programs": [
-    {"name": "perf_worker", "version": 2, "threads": 3, "pipeline": {"load": 0.98, "cores": [0, 1]},
+    {"name": "perf_worker", "version": 2, "threads": 3, "pipeline": {"load": 0.4, "cores": [0, 1]},
      "functions": {"plan_route": 3, "copy_frame": 2, "sort_tracks": 1}}]})";
 
 TEST_P(PerfOnBoard, HasProgramsThatWorkByTheirPlanAndKeepAnAccount) {
