@@ -62,11 +62,12 @@ ProgramImages ImagesFor(const BoardState& state, const PerfCall& call, std::uint
 // Writes what was sampled in that time, and says so as perf does.
 int WriteSamples(BoardState& state, const PerfCall& call, const ProgramImages& images,
                  const CpuTarget& target, const BoardSpan& span) {
-    std::vector<CycleSample> samples;
+    std::vector<WorkPiece> work;
     {
         const BoardLock lock(state);
-        samples = SamplesOf(state, target, WorkOf(state, target, span), images);
+        work = WorkOf(state, target, span);
     }
+    const std::vector<CycleSample> samples = SamplesOf(state, target, work, images);
     const std::string bytes = PerfDataBytes(ProcessesOf(images, target), samples, call.callChains);
     if (WriteFile(call.output, bytes) != FileResult::Ok) {
         return Fail("failed to write " + call.output, kFailed);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <ostream>
 
 namespace zarn::test {
 
@@ -10,6 +11,11 @@ struct LabelledPipeline {
     const char* masters;   // the member of the scenario; the memory serves all where it is empty
     const char* pipeline;  // members of the program's
 };
+
+// For the names of tests.
+inline std::ostream& operator<<(std::ostream& out, const LabelledPipeline& labelled) {
+    return out << labelled.bottleneck << (*labelled.masters == '\0' ? "" : " with masters");
+}
 
 inline constexpr std::array<LabelledPipeline, 29> kLabelledPipelines{{
     {"Frontend_Bound.Fetch_Bandwidth", "",

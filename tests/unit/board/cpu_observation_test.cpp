@@ -5,6 +5,7 @@
 #include <memory>
 #include <numeric>
 #include <optional>
+#include <ostream>
 #include <string>
 
 #include "board/setup/scenario_parser.h"
@@ -114,6 +115,10 @@ struct BadPipeline {
     const char* members;
     const char* reason;
 };
+
+std::ostream& operator<<(std::ostream& out, const BadPipeline& bad) {
+    return out << bad.members;
+}
 
 class PipelineRefused : public testing::TestWithParam<BadPipeline> {};
 
