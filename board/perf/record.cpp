@@ -8,6 +8,7 @@
 #include "board/perf/machine_perf.h"
 #include "board/perf/measured_command.h"
 #include "board/perf/perf_call.h"
+#include "board/perf/perf_status.h"
 #include "board/perf/perf_variable.h"
 #include "board/perf/processes.h"
 #include "board/perf/sampling.h"
@@ -19,9 +20,6 @@
 namespace zarn::board {
 namespace {
 
-constexpr int kFailed = 255;
-constexpr int kNoProcess = 234;
-constexpr int kBadCall = 129;
 constexpr const char* kUsualOutput = "perf.data";
 constexpr double kBytesPerMb = 1024.0 * 1024.0;
 
@@ -70,7 +68,7 @@ int WriteSamples(BoardState& state, const PerfCall& call, const ProgramImages& i
     const std::vector<CycleSample> samples = SamplesOf(state, target, work, images);
     const std::string bytes = PerfDataBytes(ProcessesOf(images, target), samples, call.callChains);
     if (WriteFile(call.output, bytes) != FileResult::Ok) {
-        return Fail("failed to write " + call.output, kFailed);
+        return Fail("failed to write " + call.output, kPerfFailed);
     }
     PrintError("[ perf record: Woken up 1 times to write data ]");
     PrintError("[ perf record: Captured and wrote " +
@@ -85,25 +83,25 @@ int RecordByModel(PerfCall call) {
         call.problem = "the board samples cycles alone";
     }
     if (!call.problem.empty()) {
-        return Fail("perf record: " + call.problem, kBadCall);
+        return Fail("perf record: " + call.problem, kBadPerfCall);
     }
     BoardState* state = AttachBoard();
     if (state == nullptr) {
-        return Fail("perf record: there is no board", kFailed);
+        return Fail("perf record: there is no board", kPerfFailed);
     }
     const auto programs = ProgramsOf(*state, call.pids);
     if (!programs) {
-        return Fail("Couldn't create thread/CPU maps: No such process", kNoProcess);
+        return Fail("Couldn't create thread/CPU maps: No such process", kNoSuchProcess);
     }
     call.output = call.output.empty() ? kUsualOutput : call.output;
     if (WriteFile(call.output, "") != FileResult::Ok) {
-        return Fail("failed to open " + call.output, kFailed);
+        return Fail("failed to open " + call.output, kPerfFailed);
     }
     const ProgramImages images = ImagesFor(*state, call, *programs);
     const CpuTarget target = TargetOf(*state, call, *programs);
     auto command = MeasuredCommand::Start(call.command);
     if (!command) {
-        return kFailed;
+        return kPerfFailed;
     }
     BoardSpan span;
     span.fromMs = BoardTimeMs(*state);

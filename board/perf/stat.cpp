@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "board/perf/measured_command.h"
+#include "board/perf/perf_status.h"
 #include "board/perf/processes.h"
 #include "board/perf/stat_text.h"
 #include "foundation/console.h"
@@ -11,11 +12,6 @@
 
 namespace zarn::board {
 namespace {
-
-// What perf gives back as -1, as -22, and for a call that it does not understand.
-constexpr int kFailed = 255;
-constexpr int kNoProcess = 234;
-constexpr int kBadCall = 129;
 
 std::string Now() {
     const std::time_t now = std::time(nullptr);
@@ -98,15 +94,15 @@ int RunStat(const PerfCall& call) {
     if (call.separator.empty() || !call.problem.empty()) {
         const std::string why =
             call.problem.empty() ? "the board's counters are shown with -x alone" : call.problem;
-        return Fail("perf stat: " + why, kBadCall);
+        return Fail("perf stat: " + why, kBadPerfCall);
     }
     BoardState* state = AttachBoard();
     if (state == nullptr) {
-        return Fail("perf stat: there is no board", kFailed);
+        return Fail("perf stat: there is no board", kPerfFailed);
     }
     const auto programs = ProgramsOf(*state, call.pids);
     if (!programs) {
-        return Fail("Problems finding threads of monitor", kNoProcess);
+        return Fail("Problems finding threads of monitor", kNoSuchProcess);
     }
     if (!call.pids.empty() && (call.allCores || call.cores)) {
         PrintError(call.cores ? "PID/TID switch overriding CPU"
@@ -114,11 +110,11 @@ int RunStat(const PerfCall& call) {
     }
     const StatOutput output(call.output);
     if (!output.Begin()) {
-        return Fail("failed to create output file: " + call.output, kFailed);
+        return Fail("failed to create output file: " + call.output, kPerfFailed);
     }
     auto command = MeasuredCommand::Start(call.command);
     if (!command) {
-        return kFailed;
+        return kPerfFailed;
     }
     Counting counting(*state, call, TargetOf(*state, call, *programs));
     while (command->Wait(counting.Patience()) == MeasuredCommand::Wake::Time) {
