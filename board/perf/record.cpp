@@ -71,9 +71,11 @@ int WriteSamples(BoardState& state, const PerfCall& call, const ProgramImages& i
         return Fail("failed to write " + call.output, kPerfFailed);
     }
     PrintError("[ perf record: Woken up 1 times to write data ]");
+    const std::string end =
+        samples.empty() ? " ]" : " (" + std::to_string(samples.size()) + " samples) ]";
     PrintError("[ perf record: Captured and wrote " +
                FloatToString(static_cast<double>(bytes.size()) / kBytesPerMb, 3) + " MB " +
-               call.output + " (" + std::to_string(samples.size()) + " samples) ]");
+               call.output + end);
     return 0;
 }
 

@@ -184,6 +184,17 @@ TEST_P(PerfOnBoard, SamplesWorkByTheModel) {
               "status 0\nsystem   [kernel.kallsyms]  [k] \n");
 }
 
+TEST_P(PerfOnBoard, SamplesNothingOfAnIdleProgram) {
+    directory_.Write("scenario.json", R"({"programs": [{"name": "perf_lazy"}]})");
+    const Result result = OnBoard(R"sh(
+        perf record -o work.data -g -p "$(pidof perf_lazy)" -- true 2>&1 | tail -n 1 | sed 's/[0-9.]* MB/N MB/'
+        perf report -i work.data 2>&1 | grep -o 'data has no samples'; perf script -i work.data; echo status $?)sh",
+                                  "--perf model --scenario scenario.json");
+    EXPECT_EQ(result.text,
+              "[ perf record: Captured and wrote N MB work.data ]\n"
+              "data has no samples\nstatus 0\n");
+}
+
 TEST_P(PerfOnBoard, KeepsWhatItSampledUntilAnInterrupt) {
     directory_.Write("scenario.json", kWorker);
     const Result result = OnBoard(R"sh(
