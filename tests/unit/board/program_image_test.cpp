@@ -1,8 +1,10 @@
 #include "board/perf/program_image.h"
 
+#include <elf.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <string>
 
 #include "board/perf/processes.h"
@@ -48,6 +50,22 @@ TEST(FunctionsOf, ReadsNoFurtherThanATornFileGoes) {
         bent[at] = static_cast<char>(~bent[at]);
         (void)FunctionsOf(bent);
     }
+}
+
+TEST(FunctionsOf, SaysWhereInTheFileTheyAre) {
+    std::string elf = test::ReadText("/proc/self/exe");
+    const std::uint64_t before = FunctionsOf(elf).at("zarn_known_function").offset;
+    // The same addresses from further back in the file.
+    Elf64_Ehdr head{};
+    std::memcpy(&head, elf.data(), sizeof(head));
+    for (std::uint64_t i = 0; i < head.e_phnum; ++i) {
+        Elf64_Phdr segment{};
+        char* place = elf.data() + head.e_phoff + i * sizeof(segment);
+        std::memcpy(&segment, place, sizeof(segment));
+        segment.p_offset += 0x3000;
+        std::memcpy(place, &segment, sizeof(segment));
+    }
+    EXPECT_EQ(FunctionsOf(elf).at("zarn_known_function").offset, before + 0x3000);
 }
 
 TEST(ExecutableMapping, IsTheOneOfTheFileWithTheRightTo) {
