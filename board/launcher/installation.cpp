@@ -53,6 +53,7 @@ std::optional<Installation> FindInstallation(const std::string& build) {
     }
     const std::string prefix = fs::path(found.programs).parent_path().string();
     found.data = FirstOf({prefix + "/share/zarn/board"});
+    found.tools = FirstOf({prefix + "/lib/zarn/board/tools"});
     found.preload = FirstOf({prefix + "/lib/zarn/board/" + kPreload, prefix + "/lib/" + kPreload});
     found.bench = FirstOf({prefix + "/virtual_node", prefix + "/lib/zarn/virtual_node"});
     return found;

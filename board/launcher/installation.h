@@ -11,6 +11,7 @@ struct Installation {
     std::string launcher;  // this program itself
     std::string programs;  // folder of zarn and the board's programs
     std::string data;      // folder of scenarios, kernel files and platform tools
+    std::string tools;     // folder of the board's tools that are built
     std::string preload;   // the library that shows the kernel files below /proc
     std::string bench;     // folder of the stress benchmark
 };

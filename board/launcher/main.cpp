@@ -22,6 +22,7 @@
 #include "board/launcher/served_board.h"
 #include "board/launcher/view.h"
 #include "board/launcher/ways.h"
+#include "board/perf/perf_variable.h"
 #include "foundation/console.h"
 #include "foundation/zarn_utils.h"
 
@@ -65,15 +66,21 @@ bool EnterWorkdir(const std::string& path, const Installation& installation) {
     return ::chdir(folder.c_str()) == 0;
 }
 
-void SetEnvironment(const ServedBoard& board, const Installation& installation) {
+void SetEnvironment(const LauncherOptions& options, const ServedBoard& board,
+                    const Installation& installation) {
+    if (!options.perf.empty()) {
+        ::setenv(kPerfVariable, options.perf.c_str(), 1);
+    }
     const char* path = std::getenv("PATH");
     const std::string rest = path == nullptr ? "" : std::string(":") + path;
     ::setenv("VIRTUAL_BOARD_STATE", (board.Folder() + "/state").c_str(), 1);
-    ::setenv("PATH", (installation.data + "/tools:" + installation.programs + rest).c_str(), 1);
+    const std::string tools = installation.data + "/tools:" +
+                              (installation.tools.empty() ? "" : installation.tools + ":");
+    ::setenv("PATH", (tools + installation.programs + rest).c_str(), 1);
     // A program with this sanitizer wants its runtime to be the first of all libraries.
     const char* sanitizer = std::getenv("ASAN_OPTIONS");
-    const std::string options = sanitizer == nullptr ? "" : std::string(sanitizer) + ":";
-    ::setenv("ASAN_OPTIONS", (options + "verify_asan_link_order=0").c_str(), 1);
+    const std::string others = sanitizer == nullptr ? "" : std::string(sanitizer) + ":";
+    ::setenv("ASAN_OPTIONS", (others + "verify_asan_link_order=0").c_str(), 1);
 }
 
 // The signals that the launcher deals with while the command runs.
@@ -154,7 +161,7 @@ int RunCommand(const LauncherOptions& options, const Installation& installation,
         (!options.workdir.empty() && !EnterWorkdir(options.workdir, installation))) {
         return 1;
     }
-    SetEnvironment(board, installation);
+    SetEnvironment(options, board, installation);
     const std::optional<Pipe> numbers = MakePipe();
     if (!numbers) {
         return Fail("no pipe can be made");

@@ -12,7 +12,7 @@ struct ValueOption {
     std::string LauncherOptions::*member;
 };
 
-constexpr std::array<ValueOption, 7> kValueOptions{{
+constexpr std::array<ValueOption, 8> kValueOptions{{
     {"--scenario", &LauncherOptions::scenario},
     {"--seed", &LauncherOptions::seed},
     {"--faults", &LauncherOptions::faults},
@@ -20,6 +20,7 @@ constexpr std::array<ValueOption, 7> kValueOptions{{
     {"--board", &LauncherOptions::board},
     {"--workdir", &LauncherOptions::workdir},
     {"--build", &LauncherOptions::build},
+    {"--perf", &LauncherOptions::perf},
 }};
 
 const ValueOption* FindValueOption(std::string_view name) {
@@ -77,6 +78,9 @@ ParsedCall ParseLauncherOptions(const std::vector<std::string>& words) {
         }
         if (valued != nullptr) {
             options.*(valued->member) = words[i];
+            if (word == "--perf" && words[i] != "machine" && words[i] != "model") {
+                return {std::nullopt, "--perf takes machine or model, not " + words[i]};
+            }
             continue;
         }
         const auto paths = PathsOf(words[i]);

@@ -20,6 +20,7 @@ struct LauncherOptions {
     std::string board;
     std::string workdir;
     std::string build;
+    std::string perf;
     Paths paths = Paths::Any;
     std::vector<std::string> command;
 };
@@ -36,6 +37,7 @@ inline constexpr const char* kLauncherUsage =
   --build DIR      the build directory whose programs and libraries to use
   --paths WAY      how the board's paths get in their places: namespace or proot (default: the first that works)
   --namespace      the same as --paths namespace
+  --perf WHICH     who samples the functions: machine or model (default: the machine where its kernel can)
   --doctor         say which of these ways this machine allows, and what the others lack, and leave
   --list           show the scenarios and leave
   --help           show this and leave)";

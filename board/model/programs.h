@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "board/model/pipeline.h"
+
 // The programs of a board and the memory that they and the system use, by their plans. Plain data
 // and functions of the board's time alone.
 namespace zarn::board {
@@ -29,6 +31,7 @@ struct ProgramPlan {
     std::uint32_t sharePoolKb = 0;  // at the start
     std::uint32_t stepCount = 0;
     std::array<ProgramStep, kMaxSteps> steps{};
+    PipelineProfile pipeline;
 };
 
 // Memory that several programs have in common.

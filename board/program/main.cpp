@@ -1,6 +1,6 @@
-// zarn-board-program: one of the board's programs, which has the memory of its plan and does
-// nothing with it. Started by the board's server. It is linked statically and without the C++
-// library, so that its memory is its own and little besides the plan.
+// One of the board's programs, which has the memory of its plan and does nothing with it, and, as
+// frame_worker, the plan's work. Started by the board's server. It is linked statically and without
+// the C++ library, so that its memory is its own and little besides the plan.
 
 #include <pthread.h>
 #include <sys/mman.h>
@@ -12,6 +12,7 @@
 #include <ctime>
 
 #include "board/program/program_order.h"
+#include "board/program/work.h"
 
 namespace zarn::board {
 namespace {
@@ -114,7 +115,8 @@ int Run() {
             Touch(memory, 0, size);
         }
     }
-    StartThreads(order.plan.threads);
+    const std::uint32_t workers = StartWork(order);
+    StartThreads(order.plan.threads > workers ? order.plan.threads - workers : 0);
     static Private memory(order.plan);
     memory.Follow(BoardMs(order.startNs));
     if (::write(STDOUT_FILENO, "ready\n", 6) != 6) {

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "board/model/programs.h"
@@ -23,6 +24,10 @@ struct ProgramOrder {
     ProgramPlan plan;
     std::uint32_t mappingCount = 0;
     std::array<SharedMapping, kMaxSharedAreas> mappings{};
+    int stateFd =
+        -1;  // the board's state, an open file, in which a program that works has its account
+    std::size_t stateSize = 0;
+    std::size_t accountOffset = 0;
 };
 
 }  // namespace zarn::board

@@ -1,11 +1,13 @@
 #include "board/server/board_programs.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -22,7 +24,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kProgram = "zarn-board-program";
+constexpr const char* kIdleProgram = "zarn-board-program";
+constexpr const char* kWorkProgram = "frame_worker";
 constexpr std::uint32_t kServerPoolKb = 1024;  // the simulated buffers
 
 // The memory that programs share: an open file each, in the order of the areas. Closed at the end:
@@ -54,7 +57,26 @@ private:
     std::size_t good_ = 0;
 };
 
-ProgramOrder OrderFor(const BoardState& state, std::size_t index, const AreaFiles& areas) {
+// The state's file, as programs that work get it.
+class StateFile {
+public:
+    explicit StateFile(const std::string& path) : fd_(::open(path.c_str(), O_RDWR)) {}
+    StateFile(const StateFile&) = delete;
+    StateFile& operator=(const StateFile&) = delete;
+    ~StateFile() { ::close(fd_); }
+    [[nodiscard]] int Get() const { return fd_; }
+
+private:
+    int fd_;
+};
+
+// What programs have from the server beside their plans.
+struct OpenFiles {
+    const AreaFiles& areas;
+    const StateFile& state;
+};
+
+ProgramOrder OrderFor(const BoardState& state, std::size_t index, const OpenFiles& files) {
     const BoardPrograms& programs = state.scenario.programs;
     ProgramOrder order;
     order.server = ::getpid();
@@ -62,23 +84,32 @@ ProgramOrder OrderFor(const BoardState& state, std::size_t index, const AreaFile
     order.plan = programs.plans[index];
     for (std::size_t i = 0; i < programs.areaCount; ++i) {
         if ((programs.areas[i].programs & (1U << index)) != 0 && programs.areas[i].kb > 0) {
-            order.mappings[order.mappingCount++] = {areas.Of(i), programs.areas[i].kb};
+            order.mappings[order.mappingCount++] = {files.areas.Of(i), programs.areas[i].kb};
         }
     }
+    order.stateFd = files.state.Get();
+    order.stateSize = sizeof(BoardState);
+    order.accountOffset = offsetof(BoardState, accounts) + index * sizeof(WorkAccount);
     return order;
 }
 
-// Beside this program where it was built, apart from what users call where it is installed.
-std::string ProgramPath() {
+// The idle program is beside this one where it was built, apart from what users call where it is
+// installed. The one that works is there once for each version, always under one name, by which
+// profiles are compared.
+std::string ProgramPath(const PipelineProfile& profile) {
     std::error_code error;
     const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path();
-    const fs::path built = own / kProgram;
-    return (fs::exists(built, error) ? built : own / "../lib/zarn" / kProgram).string();
+    if (profile.load > 0.0) {
+        const fs::path versions = own.parent_path() / "lib/zarn/board/programs";
+        return (versions / std::to_string(profile.version) / kWorkProgram).string();
+    }
+    const fs::path built = own / kIdleProgram;
+    return (fs::exists(built, error) ? built : own / "../lib/zarn" / kIdleProgram).string();
 }
 
 // Starts a program and waits until it has its memory; -1 if that fails.
 pid_t StartProgram(const ProgramOrder& order) {
-    const std::string path = ProgramPath();
+    const std::string path = ProgramPath(order.plan.pipeline);
     const auto orders = MakePipe();
     const auto answers = MakePipe();
     if (!orders || !answers) {
@@ -128,10 +159,11 @@ RunningPrograms::~RunningPrograms() {
     }
 }
 
-bool RunningPrograms::Start(const BoardState& state) {
+bool RunningPrograms::Start(const BoardState& state, const std::string& path) {
     const AreaFiles areas(state.scenario.programs);
+    const StateFile file(path);
     for (std::size_t i = 0; i < state.scenario.programs.count && areas.AreThere(); ++i) {
-        const pid_t pid = StartProgram(OrderFor(state, i, areas));
+        const pid_t pid = StartProgram(OrderFor(state, i, {areas, file}));
         if (pid < 0) {
             return false;
         }

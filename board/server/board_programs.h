@@ -20,8 +20,9 @@ public:
     RunningPrograms& operator=(const RunningPrograms&) = delete;
     ~RunningPrograms();
 
-    // Starts them and waits until each has the memory of its plan. False if one cannot be started.
-    [[nodiscard]] bool Start(const BoardState& state);
+    // Starts them and waits until each has the memory of its plan. Those that work keep their
+    // accounts in the state's file `path`. False if one cannot be started.
+    [[nodiscard]] bool Start(const BoardState& state, const std::string& path);
 
     // Lays the memory files below `files`: the share pool, the groups of those who own buffers, and
     // the system's memory if the scenario settles it.

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -24,8 +25,10 @@
 #include "board/server/board_files.h"
 #include "board/server/board_folder.h"
 #include "board/server/board_programs.h"
+#include "board/server/cpu_texts.h"
 #include "board/server/engine_trace.h"
 #include "board/server/event_driver.h"
+#include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/numbers.h"
@@ -41,7 +44,9 @@ constexpr const char* kUsage =
     "       zarn-board-server events STATE MILLISECONDS...\n"
     "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
     "       zarn-board-server status STATE\n"
-    "       zarn-board-server trace STATE FOLDER";
+    "       zarn-board-server trace STATE FOLDER\n"
+    "       zarn-board-server account STATE\n"
+    "       zarn-board-server truth SCENARIO SEED -a|-C CORE|-p PROGRAM FROM_MS TO_MS";
 
 using Arguments = std::vector<std::string>;
 
@@ -220,7 +225,7 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
         state->serverPid = ::getpid();
     }
     RunningPrograms programs;
-    if (!programs.Start(*state)) {
+    if (!programs.Start(*state, folder + "/state")) {
         return Fail("cannot start the board's programs");
     }
     {
@@ -380,6 +385,43 @@ int Trace(const Arguments& arguments) {
     return 0;
 }
 
+int Account(const Arguments& arguments) {
+    BoardState* state = MapBoardState(arguments[0].c_str());
+    if (state == nullptr) {
+        return Fail("no board state: " + arguments[0]);
+    }
+    std::string text = AccountText(*state);
+    if (!text.empty()) {
+        text.pop_back();
+        PrintLine(text);
+    }
+    return 0;
+}
+
+int Truth(const Arguments& arguments) {
+    const auto state = std::make_unique<BoardState>();
+    std::string scenario;
+    if (ReadFile(arguments[0], scenario) != FileResult::Ok) {
+        return Fail("cannot read the scenario " + arguments[0]);
+    }
+    if (const auto reason = ParseScenario(scenario, *state)) {
+        return Fail(arguments[0] + ": " + *reason);
+    }
+    const std::string word = arguments[2] + (arguments.size() > 5 ? arguments[3] : "");
+    const auto target = ReadTarget(*state, word);
+    BoardSpan span;
+    if (!target || !StringToUint64(arguments[1], state->seed) ||
+        !StringToUint64(arguments[arguments.size() - 2], span.fromMs) ||
+        !StringToUint64(arguments.back(), span.toMs)) {
+        PrintError(kUsage);
+        return 2;
+    }
+    std::string text = TruthText(*state, *target, span);
+    text.pop_back();
+    PrintLine(text);
+    return 0;
+}
+
 // A command of the program and how many arguments it takes.
 struct Command {
     std::string_view name;
@@ -388,7 +430,7 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 8> kCommands{{
+constexpr std::array<Command, 10> kCommands{{
     {"create", 3, 4, Create},
     {"serve", 4, 5, Serve},
     {"serve-once", 4, 5, ServeOnce},
@@ -397,6 +439,8 @@ constexpr std::array<Command, 8> kCommands{{
     {"buffers", 1, 1000000, Buffers},
     {"status", 1, 1, Status},
     {"trace", 2, 2, Trace},
+    {"account", 1, 1, Account},
+    {"truth", 5, 6, Truth},
 }};
 
 }  // namespace

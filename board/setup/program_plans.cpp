@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "board/setup/pipeline_fields.h"
+
 namespace zarn::board {
 namespace {
 
@@ -105,6 +107,7 @@ void ReadProgram(Fields& fields, const BoardPrograms& earlier, ProgramPlan& plan
     plan.mostKb = GreatestKb(plan);
     fields.Count("most_kb", plan.mostKb, kMostProgramsKb);
     ReadAreas(fields, earlier.count, areas);
+    ReadPipeline(fields, plan.pipeline);
     fields.Finish();
 }
 
@@ -127,6 +130,7 @@ void ReadPrograms(Fields& scenario, BoardPrograms& programs) {
         ++programs.count;
     }
     AddAreas(areas, programs);
+    CheckCoreLoads(programs);
     if (MostProgramsKb(programs) > kMostProgramsKb) {
         Refuse("programs", "at most " + std::to_string(kMostProgramsKb) + " KB in all");
     }

@@ -144,6 +144,7 @@ struct BoardState {
     std::uint32_t benchRuns = 0;                // runs of the stress benchmark, so far
     std::uint64_t eventsSinceMs = 0;            // board time at which the event scheduler began
     FaultPlan faults;
+    std::array<WorkAccount, kMaxPrograms> accounts{};  // of the programs that work
 };
 
 // Holds the state's lock. A lock that a process left behind by dying is taken over.

@@ -170,7 +170,9 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
         "       zarn-board-server events STATE MILLISECONDS...\n"
         "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
         "       zarn-board-server status STATE\n"
-        "       zarn-board-server trace STATE FOLDER\n";
+        "       zarn-board-server trace STATE FOLDER\n"
+        "       zarn-board-server account STATE\n"
+        "       zarn-board-server truth SCENARIO SEED -a|-C CORE|-p PROGRAM FROM_MS TO_MS\n";
     EXPECT_EQ(usage, (Result{once + once, 2}));
     const std::string noState = "zarn-board-server: no board state: none\n";
     EXPECT_EQ(Shell("$SERVER status none; $SERVER table none 1; $SERVER trace none .").text,

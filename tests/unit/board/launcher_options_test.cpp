@@ -30,6 +30,8 @@ TEST(LauncherOptions, AreReadUpToTheCommand) {
     EXPECT_EQ((Words{options.scenario, options.seed, options.faults, options.optUsr, options.board,
                      options.workdir, options.build}),
               (Words{"s", "2", "f", "o", "b", "w", "d"}));
+    EXPECT_EQ(options.perf, "");
+    EXPECT_EQ(ParseLauncherOptions({"--perf", "model", "--", "x"}).options->perf, "model");
     EXPECT_EQ(options.paths, Paths::Proot);
     EXPECT_EQ(options.command, (Words{"run", "--seed", "--", ""}));
     EXPECT_EQ(ParseLauncherOptions({"--paths", "namespace", "--", "x"}).options->paths,
@@ -54,12 +56,14 @@ TEST(LauncherOptions, ThatMeanNothingAreRefused) {
         EXPECT_EQ(call.problem, "");
     }
     for (const char* name : {"--scenario", "--seed", "--faults", "--opt-usr", "--board",
-                             "--workdir", "--build", "--paths"}) {
+                             "--workdir", "--build", "--perf", "--paths"}) {
         EXPECT_EQ(ParseLauncherOptions({name}).problem, std::string(name) + " needs a value");
     }
     const auto call = ParseLauncherOptions({"--paths", "ptrace", "--", "x"});
     EXPECT_FALSE(call.options);
     EXPECT_EQ(call.problem, "--paths takes namespace or proot, not ptrace");
+    EXPECT_EQ(ParseLauncherOptions({"--perf", "both", "--", "x"}).problem,
+              "--perf takes machine or model, not both");
 }
 
 }  // namespace

@@ -12,7 +12,9 @@
 #include "board/model/buffers.h"
 #include "board/model/event_scheduler.h"
 #include "board/model/masters.h"
+#include "board/model/topdown.h"
 #include "board/setup/scenario_parser.h"
+#include "board/state/cpu_observation.h"
 #include "board/state/observation.h"
 #include "foundation/json.h"
 #include "tests/support/temp_dir.h"
@@ -209,6 +211,46 @@ TEST(ScenarioTexts, SayWhoKeepsBuffers) {
     EXPECT_THAT(LateOwners("device_trouble"), testing::ElementsAre(kept));
     EXPECT_THAT(LateOwners("stuck_buffers"),
                 testing::ElementsAre(kept, testing::Pair("recorder", testing::Gt(20U))));
+}
+
+// What a scenario's first program does in ten seconds of a seed.
+struct Worked {
+    Worked(const std::string& name, std::uint64_t seed) {
+        const auto state = std::make_unique<BoardState>();
+        EXPECT_FALSE(ParseScenario(
+            test::ReadText(ZARN_SOURCE_DIR "/board/scenarios/" + name + ".json"), *state));
+        state->seed = seed;
+        const auto work = WorkOf(*state, {0, 1}, {3000, 13000});
+        topdown = TopdownOf(CountsOf(*state, work));
+        const PerFunction cycles = CyclesByFunction(*state, work)[0];
+        const double whole = std::accumulate(cycles.begin(), cycles.end(), 0.0);
+        for (std::size_t i = 0; i < kWorkFunctionCount; ++i) {
+            shares[kWorkFunctions[i].name] = cycles[i] / whole;
+        }
+    }
+    Topdown topdown;
+    std::map<std::string, double> shares;
+};
+
+TEST(ScenarioTexts, SayWhatHoldsTheFrameWorkerUp) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        const Worked served("frame_worker", seed);
+        const Worked throttled("frame_worker_throttled", seed);
+        EXPECT_EQ(served.topdown.bottleneck, "Retiring");
+        EXPECT_EQ(throttled.topdown.bottleneck, "Backend_Bound.Memory_Bound.DRAM_Bound");
+        // The functions that wait most grow by much, those that wait least shrink.
+        EXPECT_GT(throttled.shares.at("copy_frame"), 1.5 * served.shares.at("copy_frame"));
+        EXPECT_GT(throttled.shares.at("filter_image"), 1.1 * served.shares.at("filter_image"));
+        EXPECT_LT(throttled.shares.at("decode_frame"), 0.95 * served.shares.at("decode_frame"));
+    }
+}
+
+TEST(ScenarioTexts, SayWhatTheSecondVersionDoesMore) {
+    const Worked first("frame_worker", 1);
+    const Worked second("frame_worker_2", 1);
+    EXPECT_GT(second.shares.at("match_features"), 1.5 * first.shares.at("match_features"));
+    EXPECT_EQ(first.shares.at("sort_tracks"), 0.0);
+    EXPECT_GT(second.shares.at("sort_tracks"), 0.05);
 }
 
 }  // namespace

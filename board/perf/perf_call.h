@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+// Calls of `perf stat` and `perf record`, as far as the board answers them itself.
+namespace zarn::board {
+
+// An event that was asked for: its text as it is printed, and the raw code in it.
+struct AskedEvent {
+    std::string text;
+    std::optional<std::uint32_t> code;  // none: no raw event, as in "cycles"
+};
+
+struct PerfCall {
+    std::vector<AskedEvent> events;
+    std::size_t groups = 0;  // in which they are counted; an event without braces is one of its own
+    std::string separator;
+    std::string output;
+    std::uint32_t intervalMs = 0;
+    bool allCores = false;
+    std::optional<std::uint32_t> cores;  // a bit for each
+    std::vector<std::uint32_t> pids;
+    bool callChains = false;
+    std::vector<std::string> command;
+
+    std::string problem;  // why the call is not understood; all else is then of no use
+};
+
+// The words behind `stat` and behind `record`.
+[[nodiscard]] PerfCall ParseStatCall(const std::vector<std::string>& words);
+[[nodiscard]] PerfCall ParseRecordCall(const std::vector<std::string>& words);
+
+// Whether all events of a call are raw ones, and there are any.
+[[nodiscard]] bool AsksRawEvents(const PerfCall& call);
+
+}  // namespace zarn::board

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// A file as `perf record` leaves it, as far as perf needs it to show samples of cycles by
+// functions.
+namespace zarn::board {
+
+// How often a second a busy core is sampled, as perf does unless it is told otherwise.
+inline constexpr std::uint32_t kSamplesPerSecond = 4000;
+
+// Where the kernel's code is in these files.
+inline constexpr std::uint64_t kKernelCode = 0xffffffff00000000;
+
+// A process, and what of its program is mapped to be executed; nothing of a process of the kernel.
+struct SampledProcess {
+    std::uint32_t pid = 0;
+    std::string name;
+    std::string path;
+    std::uint64_t start = 0;
+    std::uint64_t size = 0;
+    std::uint64_t offset = 0;  // in the file
+};
+
+struct CycleSample {
+    std::uint64_t timeNs = 0;
+    std::uint32_t pid = 0;
+    std::uint32_t core = 0;
+    std::uint64_t cycles = 0;
+    bool inKernel = false;
+    std::vector<std::uint64_t> chain;  // addresses, the innermost first
+};
+
+// The bytes of the file. Samples are in the order of their times.
+[[nodiscard]] std::string PerfDataBytes(const std::vector<SampledProcess>& processes,
+                                        const std::vector<CycleSample>& samples, bool callChains);
+
+}  // namespace zarn::board
