@@ -13,6 +13,8 @@
 
 #include "board/model/topdown.h"
 #include "board/setup/scenario_parser.h"
+#include "collectors/profiling/topdown/topdown_analysis.h"
+#include "collectors/profiling/topdown/topdown_stat_parser.h"
 #include "foundation/text.h"
 #include "tests/support/labelled_pipelines.h"
 
@@ -94,7 +96,15 @@ TEST_P(LabelledCounters, SayWhatThePipelineIsHeldUpBy) {
     for (std::uint64_t seed = 1; seed <= 20; ++seed) {
         Have(GetParam().masters, GetParam().pipeline, seed);
         for (const CpuTarget& target : {CpuTarget{0, 1}, CpuTarget{1, 0}}) {
-            const Topdown counted = TopdownOf(SumOf(FiveSeconds(target)));
+            TopdownTotals totals;
+            std::istringstream lines(FiveSeconds(target));
+            for (std::string line; std::getline(lines, line);) {
+                totals.Add(line);
+            }
+            TopdownData counted;
+            counted.events = totals.Events();
+            AnalyzeMetrics(counted);
+            EXPECT_EQ(counted.events.size(), kCpuEventCount);
             const Topdown truth = Truth(target);
             EXPECT_EQ(counted.bottleneck, GetParam().bottleneck) << "seed " << seed;
             EXPECT_EQ(truth.bottleneck, GetParam().bottleneck) << "seed " << seed;
