@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
-# healthy version beside that of one that leaks, and the devices of a healthy board beside those of one in trouble. Says at its end
-# what was found.
+# healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, and the profile of a
+# program on an untouched board beside that on a throttled one. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -62,7 +62,7 @@ tick() {
     done
 }
 
-stages=11 stage=0
+stages=14 stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -107,10 +107,18 @@ keep_as device_healthy
 stage "The same with the AI block throttled, a slow thread and an owner that keeps buffers" \
     zarn_on_board device_trouble trouble tour_device.json
 keep_as device_trouble
+# By the board's model, so that a processor without its counters shows the same.
+profile=(--perf model --workdir "$demo/bench")
+stage "Where the cycles of a program go" zarn_on_board frame_worker cycles tour_profile.json "${profile[@]}"
+keep_as profile_baseline
+stage "The same with the processor's bandwidth cut" zarn_on_board frame_worker_throttled waits tour_profile.json "${profile[@]}"
+keep_as profile_throttled
+stage "Both versions' functions side by side" zarn_on_board frame_worker cycles tour_profile_compare.json "${profile[@]}"
+profile=$(newest)
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
-scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory"
+scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile"
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -119,5 +127,8 @@ comparison tables $comparison/csv/cpu/cpu_comparator_result.csv
                   $comparison/csv/ddr/soc_ddr_comp_info.csv
 search log        $(find "$search/raw_data/ddr" -name 'soc_ddr_opt_info_1_*.log')
 memory tables     $memory/csv/mem/
+devices           $usr/mnt/zarn/device_healthy/ and device_trouble/
+profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
+function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
 what zarn said    $demo/log/
 EOT

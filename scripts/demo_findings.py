@@ -1,14 +1,18 @@
 #!/usr/bin/env python3
-"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY, four run
-directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load; the memory's
-comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names, as do those of the devices."""
+"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY PROFILE,
+run directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load; the memory's
+comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names, as do those of the devices. The profile's
+comparison sets the functions of a program on a throttled board beside those on an untouched one."""
 import csv
 import datetime
 import glob
 import json
 import os
 import re
+import subprocess
 import sys
+
+ROOT = os.path.join(os.path.dirname(__file__), "..")
 
 
 def the_file(pattern):
@@ -100,7 +104,7 @@ def uss_of(run, program):
 
 
 def scenario_of(name):
-    with open(os.path.join(os.path.dirname(__file__), "..", "board", "scenarios", f"{name}.json")) as file:
+    with open(os.path.join(ROOT, "board", "scenarios", f"{name}.json")) as file:
         return json.load(file)
 
 
@@ -174,10 +178,38 @@ def device_sentences(runs):
         yield f"    buffers are held too long by {holders_of(run)}; the scenario: {', '.join(keeps) or 'nobody'}."
 
 
+def truth_of(scenario, program):
+    """What the board knows of a program's metrics and functions: pairs of a name and its text."""
+    path = os.path.join(ROOT, "board", "scenarios", f"{scenario}.json")
+    server = os.path.join(ROOT, "build", "release", "bin", "zarn-board-server")
+    told = subprocess.run([server, "truth", path, "1", "-p", program, "0", "4000"], check=True, capture_output=True, text=True)
+    metrics = dict(line.split(": ", 1) for line in told.stdout.splitlines() if ": " in line)
+    functions = dict(line.split()[1:] for line in told.stdout.splitlines() if ": " not in line)
+    return metrics, functions
+
+
+def profile_sentences(profile):
+    program, runs = "frame_worker", os.path.dirname(profile)
+    tops = ("Frontend_Bound", "Bad_Speculation", "Retiring", "Backend_Bound")
+    yield f"The cycles of {program}, and what the board knows of them:"
+    functions = {}
+    for run, scenario in (("profile_baseline", "frame_worker"), ("profile_throttled", "frame_worker_throttled")):
+        with open(the_file(f"{runs}/{run}/json/soc_topdown_process_info_process{program}_1_*.data")) as file:
+            metrics = json.loads(file.read())["content"][0]
+        known, functions[run] = truth_of(scenario, program)
+        yield f"  {run}: <== {metrics['<==']}; the board: {known['<==']};"
+        yield "    " + ", ".join(f"{name} {metrics[name]} ({known[name]})" for name in tops) + "."
+    yield "  Functions, % of the baseline and how they moved on the throttled board; the board's own figures behind them:"
+    with open(the_file(f"{profile}/csv/hotFun/hotfun_process_{program}_info.csv")) as file:
+        for baseline, delta, _, symbol in list(csv.reader(file))[1:]:
+            known = [float(functions[run][symbol].rstrip("%")) for run in ("profile_baseline", "profile_throttled")]
+            yield f"    {symbol:16}{baseline:>8}{delta:>9}   ({known[0]:.2f} %, {known[1] - known[0]:+.2f})"
+
+
 def main():
-    baseline, comparison, search, memory = sys.argv[1:]
+    baseline, comparison, search, memory, profile = sys.argv[1:]
     for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search),
-                      memory_sentences(memory), device_sentences(os.path.dirname(memory))):
+                      memory_sentences(memory), device_sentences(os.path.dirname(memory)), profile_sentences(profile)):
         print(*sentences, sep="\n")
 
 
