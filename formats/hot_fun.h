@@ -69,6 +69,15 @@ inline constexpr const char* kFunctionSet = "function_set";
     return kRawPrefix + tag + "_info.csv";
 }
 
+// What perf prints until it has been read, in the working directory: reports of a job, the diff of
+// a tag.
+[[nodiscard]] inline std::string ReportLog(const std::string& job) {
+    return job + "Report.log";
+}
+[[nodiscard]] inline std::string DiffText(const std::string& tag) {
+    return tag + ".temp";
+}
+
 }  // namespace zarn::hot_fun_files
 
 // What the family's writers and readers both know.

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
-#include <string>
 #include <string_view>
+
+#include "foundation/byte_buffer.h"
 
 // The rows of what `perf report` prints of a recording with call chains: share with children, own
 // share, command, shared object, mark of the symbol's kind, symbol.
@@ -39,7 +41,8 @@ private:
     std::uint32_t most_;
     std::uint32_t count_ = 0;     // of whole rows
     std::uint32_t position_ = 0;  // words of the row that is begun
-    std::string words_;           // those that rows show, a blank behind each
+    ByteBuffer words_;            // those that rows show, a blank behind each
+    std::size_t size_ = 0;        // of these
 };
 
 }  // namespace zarn

@@ -2,36 +2,32 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
 #include <string>
 
+#include "collectors/profiling/hot_fun/regex_bytes.h"
 #include "foundation/numbers.h"
 
 namespace zarn {
 namespace {
 
+using regex_bytes::IsDigit;
+using regex_bytes::IsSpace;
+using regex_bytes::kCarriageReturn;
+
 constexpr std::size_t kNone = std::string_view::npos;
 constexpr std::string_view kEvent = "cycles:";
-// What a dot does not match; a newline never stands in a line.
-constexpr char kCarriageReturn = '\r';
 
-bool IsDigit(char byte) {
-    return byte >= '0' && byte <= '9';
-}
-
-// What \s matches.
-bool IsSpace(char byte) {
-    return byte == ' ' || (byte >= '\t' && byte <= '\r');
-}
-
-// The event's next place. Unlike with string_view's search, a line full of its first letter costs
-// no more than another.
+// The event's next place. By its last byte, and each byte once, so that a line full of its letters
+// costs no more than another.
 std::size_t FindEvent(std::string_view line, std::size_t from) {
-    const void* found =
-        ::memmem(line.data() + from, line.size() - from, kEvent.data(), kEvent.size());
-    return found == nullptr
-               ? kNone
-               : static_cast<std::size_t>(static_cast<const char*>(found) - line.data());
+    constexpr std::size_t kLetters = kEvent.size() - 1;
+    for (std::size_t colon = from + kLetters; colon < line.size(); ++colon) {
+        if (line[colon] == kEvent.back() && line[colon - 1] == kEvent[kLetters - 1] &&
+            line.substr(colon - kLetters, kEvent.size()) == kEvent) {
+            return colon - kLetters;
+        }
+    }
+    return kNone;
 }
 
 // An event behind a count.

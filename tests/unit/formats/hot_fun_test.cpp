@@ -43,5 +43,10 @@ TEST(HotFunFiles, ResultsAreNamedAfterTheJob) {
     EXPECT_EQ(ComparisonName(ProcessTag("app")), "hotfun_process_app_info.csv");
 }
 
+TEST(HotFunFiles, TheWorkingDirectoryHoldsOneTextForEachJobOrTag) {
+    EXPECT_EQ(ReportLog(kProcess), "processReport.log");
+    EXPECT_EQ(DiffText(CoreTag("3")), "core_core3.temp");
+}
+
 }  // namespace
 }  // namespace zarn

@@ -196,7 +196,8 @@ INSTANTIATE_TEST_SUITE_P(Kinds, HotFunMatchersRandomTest,
 TEST(HotFunMatchersTest, AgreeOnWhatPerfPrints) {
     for (const char* name :
          {"report.txt", "script.txt", "script_other_event.txt", "diff_two.txt", "diff_three.txt"}) {
-        const std::string text = test::ReadText(test::DataPath(std::string("perf-6.1/") + name));
+        const std::string text =
+            test::ReadText(test::DataPath(std::string("perf-6.1.187-profile/") + name));
         LineCursor cursor(text);
         int lines = 0;
         for (std::string_view line; cursor.Next(line); ++lines) {

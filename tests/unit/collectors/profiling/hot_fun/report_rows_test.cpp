@@ -103,7 +103,7 @@ TEST(ReportRowsTest, OnlyBlanksPartWords) {
 }
 
 TEST(ReportRowsTest, WhatPerfPrintsBecomesRows) {
-    const std::string text = test::ReadText(test::DataPath("perf-6.1/report.txt"));
+    const std::string text = test::ReadText(test::DataPath("perf-6.1.187-profile/report.txt"));
     ReportRows rows(4);
     LineCursor cursor(text);
     for (std::string_view line; cursor.Next(line);) {

@@ -47,7 +47,8 @@ TEST(SampleHeadTest, OtherEventsAreNone) {
           "app 7 1.0: 5 cycles ", "app 7 1.0: 5 Cycles: "}) {
         EXPECT_FALSE(FindSampleHead(line)) << line;
     }
-    const std::string text = test::ReadText(test::DataPath("perf-6.1/script_other_event.txt"));
+    const std::string text =
+        test::ReadText(test::DataPath("perf-6.1.187-profile/script_other_event.txt"));
     LineCursor cursor(text);
     for (std::string_view line; cursor.Next(line);) {
         EXPECT_FALSE(FindSampleHead(line)) << line;
