@@ -5,4 +5,5 @@ zarn_library(zarn_generators
     ${PROJECT_SOURCE_DIR}/benchmarks/support/ddr_generator.cpp
     ${PROJECT_SOURCE_DIR}/benchmarks/support/generator.cpp
     ${PROJECT_SOURCE_DIR}/benchmarks/support/mem_generator.cpp
+    ${PROJECT_SOURCE_DIR}/benchmarks/support/perf_text_generator.cpp
   LINKS zarn_foundation)

@@ -51,6 +51,10 @@ std::vector<std::string> RegularFileNamesOrLine(const std::string& directory) {
     return names;
 }
 
+bool BeginsWithOneOf(std::string_view line, const std::vector<char>& chars) {
+    return !line.empty() && std::find(chars.begin(), chars.end(), line.front()) != chars.end();
+}
+
 }  // namespace
 
 std::vector<std::string> ListFiles(const std::string& directory) {
@@ -115,11 +119,24 @@ bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern
     ViewMatch match;
     while ((maxCount < 0 || matches.size() < static_cast<std::size_t>(maxCount)) &&
            cursor.Next(line)) {
-        const bool skipped =
-            !line.empty() && std::find(skipFirstChars.begin(), skipFirstChars.end(),
-                                       line.front()) != skipFirstChars.end();
-        if (!skipped && SearchGuarded(line, *compiled, match)) {
+        if (!BeginsWithOneOf(line, skipFirstChars) && SearchGuarded(line, *compiled, match)) {
             matches.push_back(match.str());
+        }
+    }
+    return true;
+}
+
+bool TakeMatchingLinesOfFile(const std::string& path, const std::vector<char>& skipFirstChars,
+                             std::size_t maxCount,
+                             const std::function<bool(std::string_view)>& accept) {
+    LineFile file(path, true);
+    if (!file.IsOpen()) {
+        return PrintFailure("[zarn_utils] Cannot find input file!");
+    }
+    std::string_view line;
+    for (std::size_t count = 0; count < maxCount && file.Next(line);) {
+        if (!BeginsWithOneOf(line, skipFirstChars) && accept(line)) {
+            ++count;
         }
     }
     return true;

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Finding files by their names, and texts in them.
@@ -29,6 +32,14 @@ namespace zarn {
 [[nodiscard]] bool GetRegexMatchesFromFile(const std::string& path, const std::string& pattern,
                                            std::vector<std::string>& matches,
                                            const std::vector<char>& skipFirstChars, int maxCount);
+
+// The same for expressions that must decide lines of any length, and for files that need not lie in
+// memory as a whole: calls `accept` with each line that is not passed over, until it has said of
+// `maxCount` of them that they match. The line is a view that holds during the call.
+[[nodiscard]] bool TakeMatchingLinesOfFile(const std::string& path,
+                                           const std::vector<char>& skipFirstChars,
+                                           std::size_t maxCount,
+                                           const std::function<bool(std::string_view)>& accept);
 
 // Fits a thread's name for a file name: "/" to "_", "(" to "[", ")" to "]", if it has a "/" or "(".
 [[nodiscard]] std::string SanitizeProcessName(const std::string& name);

@@ -234,8 +234,8 @@ bool LineCursor::Next(std::string_view& line) {
     return true;
 }
 
-LineFile::LineFile(const std::string& path)
-    : fd_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+LineFile::LineFile(const std::string& path, bool mustBeWritable)
+    : fd_(::open(path.c_str(), (mustBeWritable ? O_RDWR : O_RDONLY) | O_NONBLOCK | O_CLOEXEC)) {
     struct stat status {};
     if (fd_ >= 0 && (::fstat(fd_, &status) != 0 || !S_ISREG(status.st_mode))) {
         ::close(fd_);

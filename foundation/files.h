@@ -84,8 +84,8 @@ private:
 // with the longest line, for files that need not lie in memory as a whole.
 class LineFile {
 public:
-    // Opens a regular file for reading, as ReadFile does.
-    explicit LineFile(const std::string& path);
+    // Opens a regular file for reading, as ReadFile does; or as ReadWritableFile does.
+    explicit LineFile(const std::string& path, bool mustBeWritable = false);
     LineFile(const LineFile&) = delete;
     LineFile& operator=(const LineFile&) = delete;
     ~LineFile();

@@ -45,6 +45,7 @@ MissionClasses ListMissions() {
         Collector<AicpuCollector>(),
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
+        Collector<HotFunCollector>(),
         Collector<ImgpCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
@@ -62,6 +63,7 @@ MissionClasses ListMissions() {
     classes.comparators = {
         Comparator<CpuComparator>(),
         Comparator<DdrComparator>(),
+        Comparator<HotFunComparator>(),
         Comparator<MemComparator>(),
     };
     return classes;

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "formats/hot_fun.h"
 #include "formats/mem.h"
 #include "foundation/json.h"
 #include "tests/support/manager_texts.h"
@@ -22,6 +23,9 @@ protected:
     ExampleTest() {
         AddRecordedCpuTools(sandbox);
         AddRecordedPerf(sandbox);
+        if (ExampleText(GetParam()).find("\"HotFun") != std::string::npos) {
+            AddRecordedProfiler(sandbox);
+        }
     }
 
     // Puts a collected tree where the example looks for one.
@@ -37,6 +41,7 @@ protected:
         fs::create_directories(target.parent_path().parent_path());
         fs::rename(sandbox.RunDir(), target.parent_path());
         AddMemory(directory.substr(9));
+        AddRecordings(directory.substr(9));
     }
 
     // The documents that a collection of the memory leaves in a tree below /opt/usr/.
@@ -46,6 +51,18 @@ protected:
         measured.Write(RunTree::NameOf(mem_files::kProcessSamples),
                        MemProcessLine(FakeHost::kStart, {{"9", "planner_node", {}}}));
         measured.MakeFolder(mem_files::kRawFolder);
+    }
+
+    // The recordings of hot functions.
+    void AddRecordings(const std::string& tree) {
+        for (const std::string& tag :
+             {hot_fun_files::CoreTag("0"), hot_fun_files::ProcessTag("planner_node", "14"),
+              std::string(hot_fun_files::kGlobal)}) {
+            sandbox.Write(tree + hot_fun_files::kRawDir +
+                              hot_fun_files::RawName(tag, "20240101120000000") +
+                              hot_fun_files::kRecordingSuffix,
+                          "recording");
+        }
     }
 
     // The trees of earlier runs that the configuration names.

@@ -43,6 +43,8 @@ const std::vector<std::string> kDeviceCalls = {"close", "device_get", "device_se
                                                "read",  "spawn",      "truncate",   "write"};
 const std::vector<std::string> kTopdownCalls = {"close", "localtime", "mkdir",    "open", "pipe",
                                                 "read",  "spawn",     "truncate", "write"};
+const std::vector<std::string> kHotFunCalls = {"close", "localtime", "mkdir", "open",     "opendir",
+                                               "pipe",  "read",      "spawn", "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -68,6 +70,20 @@ std::string DdrConfig() {
     return config.Text({{"DdrCollector", R"({"job": ["global"], "count": 2, "interval": 1})"},
                         {"DdrAnalyzer", R"({"job": ["global"]})"},
                         {"DdrComparator", R"({"job": ["global"]})"}});
+}
+
+// A collection, and a comparison of two versions that hold recordings.
+std::string HotFunConfig() {
+    ConfigText config;
+    config.serial = R"(["HotFunCollector"])";
+    config.compare = R"(["HotFunComparator"])";
+    config.versionMap = R"({"v": "/opt/usr/old/", "w": "/opt/usr/old/"})";
+    return config.Text(
+        {{"HotFunCollector", R"({"job": ["global", "core", "process", "function_set"],
+             "json_output": true, "duration": 0, "top": 3, "core": [0], "process": ["planner_node"],
+             "function_set": {"planner": ["planner_.*"]}})"},
+         {"HotFunComparator", R"({"job": ["global", "core", "process"], "core": [0],
+             "process": ["planner_node"]})"}});
 }
 
 ConfigText MemAnalysis(const std::string& version) {
@@ -157,6 +173,16 @@ void WalkTopdown(const std::vector<std::string>& more) {
     WalkIn(sandbox, more);
 }
 
+void WalkHotFun(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedProfiler(sandbox);
+    for (const char* tag : {"core_core0", "process_planner_node_417", "global"}) {
+        sandbox.Write(std::string("old/raw_data/hotFun/hotfun_") + tag + "_1.data", "recording");
+    }
+    sandbox.Write("config.json", HotFunConfig());
+    WalkIn(sandbox, more);
+}
+
 void WalkMem() {
     Sandbox sandbox;
     const MemRow app = {"9", "app", {}};
@@ -218,6 +244,14 @@ TEST(FaultInjection, ATopdownRunIsInterruptedAtRandomCalls) {
 
 TEST(FaultInjection, EveryCallOfAMemoryAnalysisFailsInTurn) {
     WalkMem();
+}
+
+TEST(FaultInjection, EveryCallOfARunAboutHotFunctionsFailsInTurn) {
+    WalkHotFun(kHotFunCalls);
+}
+
+TEST(FaultInjection, ARunAboutHotFunctionsIsInterruptedAtRandomCalls) {
+    WalkHotFun(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

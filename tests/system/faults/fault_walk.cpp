@@ -32,6 +32,7 @@
 #include <string>
 #include <vector>
 
+#include "formats/hot_fun.h"
 #include "formats/run_tree.h"
 #include "tests/system/faults/document_judge.h"
 
@@ -322,12 +323,15 @@ private:
     std::string JudgeTree() {
         std::error_code ignored;
         for (const auto& entry : fs::recursive_directory_iterator(zarn::run_tree::kRoot, ignored)) {
-            if (entry.path().extension() != ".data") {
+            const std::string name = entry.path().filename().string();
+            // What is recorded of hot functions is no document.
+            if (entry.path().extension() != ".data" ||
+                name.rfind(zarn::hot_fun_files::kRawPrefix, 0) == 0) {
                 continue;
             }
             const std::string complaint = judge_.Complaint(entry.path().string());
             if (!complaint.empty()) {
-                return entry.path().filename().string() + ": " + complaint;
+                return name + ": " + complaint;
             }
         }
         return "";

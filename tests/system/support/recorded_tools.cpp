@@ -36,6 +36,30 @@ void AddRecordedPerf(Sandbox& sandbox) {
                  "echo 417\n");
 }
 
+void AddRecordedProfiler(Sandbox& sandbox) {
+    for (const char* name : {"report", "script", "diff_two", "diff_three"}) {
+        sandbox.ToolPrinting(
+            std::string("recorded-") + name,
+            ReadText(DataPath(std::string("perf-6.1.187-profile/") + name + ".txt")));
+    }
+    sandbox.Tool("perf-step", "");
+    sandbox.Tool("perf",
+                 "perf-step \"$@\" || exit\n"
+                 "case $1 in\n"
+                 "    record)\n"
+                 "        while [ \"$1\" != -o ]; do shift; done\n"
+                 "        echo recording > \"$2\" ;;\n"
+                 "    script) exec recorded-script ;;\n"
+                 "    report) exec recorded-report ;;\n"
+                 "    diff)\n"
+                 "        [ $# -le 3 ] && exec recorded-diff_two\n"
+                 "        exec recorded-diff_three ;;\n"
+                 "esac\n");
+    sandbox.Tool("pidof",
+                 "[ \"$1\" = planner_node ] || exec /bin/pidof \"$@\"\n"
+                 "echo 417\n");
+}
+
 std::string ErrorsOfMissions(const RunResult& run) {
     static const std::array<std::string, 6> kWorkspace{
         "[ZarnManager] Create env info directory", "[ZarnManager] Create raw data directory",

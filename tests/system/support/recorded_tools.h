@@ -12,6 +12,12 @@ void AddRecordedCpuTools(Sandbox& sandbox);
 // and a `pidof` that knows the process "frame_worker" too.
 void AddRecordedPerf(Sandbox& sandbox);
 
+// Puts a `perf` into the sandbox that records at once and prints what the real one printed of a
+// small program, whatever it is asked about: its report, its samples, a diff of two or three
+// versions. Each call begins with "perf-step" and the call's arguments, a tool that does nothing
+// and can be given another meaning. A `pidof` knows the process "planner_node" too.
+void AddRecordedProfiler(Sandbox& sandbox);
+
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);
 

@@ -178,6 +178,53 @@ TEST(GetRegexMatchesFromFile, SaysThatTheFileCannotBeOpened) {
     }
 }
 
+TEST_P(RegexMatchesTest, AMatcherOfTheCallersTakesTheSameLines) {
+    const test::TempDir directory;
+    const std::regex pattern(GetParam().pattern);
+    List matches;
+    const auto accept = [&](std::string_view line) {
+        ViewMatch match;
+        const bool found = SearchGuarded(line, pattern, match);
+        if (found) {
+            matches.push_back(match.str());
+        }
+        return found;
+    };
+    EXPECT_TRUE(TakeMatchingLinesOfFile(directory.Write("file", GetParam().text),
+                                        GetParam().skipped,
+                                        static_cast<std::size_t>(GetParam().maxCount), accept));
+    EXPECT_EQ(matches, GetParam().matches);
+}
+
+TEST(TakeMatchingLinesOfFile, ALineMayHaveAnyLength) {
+    const test::TempDir directory;
+    const std::string longest(16 << 20, '3');
+    List lines;
+    EXPECT_TRUE(TakeMatchingLinesOfFile(directory.Write("file", "1\n" + longest + "\n4"), {'1'},
+                                        static_cast<std::size_t>(-1), [&](std::string_view line) {
+                                            lines.emplace_back(line);
+                                            return true;
+                                        }));
+    EXPECT_EQ(lines, (List{longest, "4"}));
+}
+
+TEST(TakeMatchingLinesOfFile, SaysThatTheFileCannotBeOpened) {
+    const test::TempDir directory;
+    const std::string readOnly = directory.Write("file", "text");
+    ASSERT_EQ(::chmod(readOnly.c_str(), 0400), 0);
+    const test::OrdinaryRights rights;
+    for (const std::string& path : {directory.Path() + "missing", directory.Path(), readOnly}) {
+        const Captured captured = Capture([&] {
+            EXPECT_FALSE(TakeMatchingLinesOfFile(path, {}, 1, [](std::string_view /*line*/) {
+                ADD_FAILURE() << "a line";
+                return true;
+            }));
+        });
+        EXPECT_EQ(captured.err, "[zarn_utils] Cannot find input file!\n");
+        EXPECT_EQ(captured.out, "");
+    }
+}
+
 TEST(SanitizeProcessName, ChangesNamesWithASlashOrABracket) {
     EXPECT_EQ(SanitizeProcessName("kworker/0:1"), "kworker_0:1");
     EXPECT_EQ(SanitizeProcessName("(sd-pam)"), "[sd-pam]");
