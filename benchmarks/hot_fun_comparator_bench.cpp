@@ -220,7 +220,7 @@ BENCHMARK(DiffBound)
     ->MeasureProcessCPUTime()
     ->Unit(benchmark::kMillisecond);
 const Promise kDiffsFast = AtLeastTimesNaive("HotFunComparator/diff", 5);
-const Promise kDiffsNearTheBound = AtMostTimesBound("HotFunComparator/diff", 10);
+const Promise kDiffsNearTheBound = AtMostTimesBound("HotFunComparator/diff", 12);
 BENCHMARK(LongLinesOurs)
     ->Name("HotFunComparator/long_lines/ours")
     ->UseManualTime()

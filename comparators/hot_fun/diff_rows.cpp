@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 namespace zarn {
 namespace {
@@ -37,8 +39,10 @@ Bytes BlankBits(Bytes bytes) {
 }
 
 std::size_t BlanksEnd(std::string_view row, std::size_t begin) {
-    for (Bytes bytes = 0; Load(row, begin, bytes) && bytes == kBlanks;) {
-        begin += sizeof bytes;
+    for (Bytes bytes = 0; Load(row, begin, bytes); begin += sizeof bytes) {
+        if (bytes != kBlanks) {
+            return begin + static_cast<std::size_t>(__builtin_ctzll(bytes ^ kBlanks)) / 8;
+        }
     }
     while (begin < row.size() && row[begin] == ' ') {
         ++begin;
@@ -55,15 +59,16 @@ bool DiffColumns::Read(std::string_view comment) {
         comment.substr(kFirstHeadingBegin, kFirstHeading.size()) != kFirstHeading) {
         return false;
     }
-    ends_.resize(std::max(ends_.size(), comment.size()));
-    bool isNew = false;
+    std::vector<std::size_t> ends;
     for (std::size_t i = 0; i + 1 < comment.size(); ++i) {
-        if (comment[i + 1] == ' ' && EndsHeading(comment[i]) && ends_[i] == 0) {
-            ends_[i] = 1;
-            end_ = std::max(end_, i + 1);
-            isNew = true;
+        if (comment[i + 1] == ' ' && EndsHeading(comment[i])) {
+            ends.push_back(i);
         }
     }
+    std::vector<std::size_t> all;
+    std::set_union(ends_.begin(), ends_.end(), ends.begin(), ends.end(), std::back_inserter(all));
+    const bool isNew = all.size() != ends_.size();
+    ends_ = std::move(all);
     return isNew;
 }
 
@@ -79,26 +84,30 @@ DiffTable::DiffTable(const std::vector<std::string>& versions)
 }
 
 void DiffTable::Add(std::string_view row, const DiffColumns& columns) {
-    // Every other byte is a word at most, and every one up to their end that of a column.
-    const std::size_t cells = row.size() / 2 + 1 + std::min(row.size(), columns.End());
+    // Every other byte is a word at most, and every one up to the last end that of a column.
+    const std::vector<std::size_t>& ends = columns.Ends();
+    const std::size_t cells = row.size() / 2 + 1 + std::min(row.size(), ends.size());
     text_.Reserve(size_, row.size() + (kAroundCell + 1) * cells + sizeof(Bytes));
-    const auto addBlanks = [this, row, &columns](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < std::min(end, columns.End()); ++i) {
-            if (columns.EndsAt(i)) {
-                Cell(" ");
-            }
+    auto column = ends.begin();
+    const auto passTo = [&column, &ends](std::size_t place) {
+        while (column != ends.end() && *column < place) {
+            ++column;
         }
     };
     for (std::size_t end = 0; end < row.size();) {
         const std::size_t begin = BlanksEnd(row, end);
         // What the blank behind a word ends has been added before it.
-        addBlanks(end == 0 ? 0 : end + 1, begin);
+        passTo(end == 0 ? 0 : end + 1);
+        for (; column != ends.end() && *column < begin; ++column) {
+            Cell(" ");
+        }
         if (begin == row.size()) {
             break;
         }
         end = CopyWord(row, begin);
         const std::string_view word = row.substr(begin, end - begin);
-        if (end < row.size() && columns.EndsAt(end)) {
+        passTo(end);
+        if (end < row.size() && column != ends.end() && *column == end) {
             Cell(" ");
             (void)CopyWord(row, begin);
         }

@@ -18,13 +18,11 @@ public:
     // Whether there was one that was not known.
     bool Read(std::string_view comment);
 
-    [[nodiscard]] bool EndsAt(std::size_t index) const { return index < end_ && ends_[index] != 0; }
-    // Behind the last one.
-    [[nodiscard]] std::size_t End() const { return end_; }
+    // In ascending order.
+    [[nodiscard]] const std::vector<std::size_t>& Ends() const { return ends_; }
 
 private:
-    std::vector<char> ends_;  // by index, whether there is one
-    std::size_t end_ = 0;
+    std::vector<std::size_t> ends_;
 };
 
 // The cells of rows as a table, in lines of as many cells whatever row they stand in: a row that

@@ -21,13 +21,7 @@ std::vector<std::size_t> EndsOf(const std::vector<std::string>& comments) {
     for (const std::string& comment : comments) {
         columns.Read(comment);
     }
-    std::vector<std::size_t> ends;
-    for (std::size_t i = 0; i < 200; ++i) {
-        if (columns.EndsAt(i)) {
-            ends.push_back(i);
-        }
-    }
-    return ends;
+    return columns.Ends();
 }
 
 TEST(DiffColumnsTest, NumbersEndWhereTheirHeadingsDo) {
