@@ -84,6 +84,12 @@ TEST(DiffTableTest, AWordBeforeAColumnsEndStandsBehindTheBlank) {
               std::string(kHead) + "\" \",\"1.2%\",\"+8.84%\",\"app\"\n\"f\",");
 }
 
+// The place itself holds a letter, so the column is not empty.
+TEST(DiffTableTest, AWordThatBeginsAtAColumnsEndHasNoBlankBeforeIt) {
+    EXPECT_EQ(TableOf({"v1", "v2"}, kHeadings, {"         1.25%     +8.84%  app [.] f"}),
+              std::string(kHead) + "\"1.25%\",\"+8.84%\",\"app\",\"f\"\n");
+}
+
 TEST(DiffTableTest, ASymbolWithBlanksShiftsTheRowsBehindIt) {
     EXPECT_EQ(TableOf({"v1", "v2"}, kHeadings,
                       {"    64.15%    -23.25%  app            [.] operator new",

@@ -4,10 +4,10 @@
 
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
+#include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
@@ -22,16 +22,8 @@ constexpr const char* kInterval =
 
 // A whole section in which one key has another value, or is left out if the value is empty.
 std::string Config(const std::string& changedKey = "", const std::string& value = "") {
-    const std::vector<std::pair<std::string, std::string>> keys = {
-        {"job", R"(["usage"])"}, {"count", "3"}, {"interval", "2"}};
-    std::string text;
-    for (const auto& [key, usual] : keys) {
-        const std::string& chosen = key == changedKey ? value : usual;
-        if (!chosen.empty()) {
-            text.append(text.empty() ? "\"" : ",\"").append(key).append("\":").append(chosen);
-        }
-    }
-    return R"({"AiCoreCollector":{)" + text + "}}";
+    const test::SectionKeys keys = {{"job", R"(["usage"])"}, {"count", "3"}, {"interval", "2"}};
+    return test::ConfigOf("AiCoreCollector", test::SectionText(keys, changedKey, value));
 }
 
 test::Captured Read(const std::string& text, AiCoreSettings& settings, bool& good) {

@@ -9,6 +9,7 @@
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_runner.h"
 #include "tests/support/key_check.h"
+#include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
@@ -23,22 +24,14 @@ constexpr const char* kOption = "[HotFunCollector] Failed to check hotFun option
 // A whole section with all jobs, in which one key has another value, or is left out if the value is
 // empty.
 std::string Config(const std::string& changedKey = "", const std::string& value = "") {
-    const std::vector<std::pair<std::string, std::string>> keys = {
-        {"job", R"(["global","core","function_set","process"])"},
-        {"json_output", "true"},
-        {"duration", "3"},
-        {"top", "20"},
-        {"core", "[0,1]"},
-        {"process", R"(["planner","camera"])"},
-        {"function_set", R"({"b":["x","y.*"],"a":["x"]})"}};
-    std::string text;
-    for (const auto& [key, usual] : keys) {
-        const std::string& chosen = key == changedKey ? value : usual;
-        if (!chosen.empty()) {
-            text.append(text.empty() ? "\"" : ",\"").append(key).append("\":").append(chosen);
-        }
-    }
-    return R"({"HotFunCollector":{)" + text + "}}";
+    const test::SectionKeys keys = {{"job", R"(["global","core","function_set","process"])"},
+                                    {"json_output", "true"},
+                                    {"duration", "3"},
+                                    {"top", "20"},
+                                    {"core", "[0,1]"},
+                                    {"process", R"(["planner","camera"])"},
+                                    {"function_set", R"({"b":["x","y.*"],"a":["x"]})"}};
+    return test::ConfigOf("HotFunCollector", test::SectionText(keys, changedKey, value));
 }
 
 struct Outcome {
