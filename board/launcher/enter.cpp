@@ -88,9 +88,9 @@ std::vector<std::string> MovingFiles(const std::string& files) {
     return paths;
 }
 
-// Becomes proot with the guard behind it.
+// Becomes proot with the command's guard behind it. `guard` is the parent.
 int BecomeTracer(const BoardPlaces& places, const Installation& installation,
-                 const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
+                 const std::vector<std::string>& command, const GuardLines& lines, pid_t guard) {
     const std::string files = places.folder + "/files";
     std::vector<std::string> words{"proot", "-v", "-1"};
     for (const char* name : kProcFolders) {
@@ -124,16 +124,13 @@ int BecomeTracer(const BoardPlaces& places, const Installation& installation,
     KeepOpen(lines.life, true);
     KeepOpen(lines.command, true);
     ::setenv("PROOT_TMP_DIR", places.scratch.c_str(), 1);
-    // At this signal, which no terminal sends, it kills whom it traces, and ends. Were it killed
-    // itself, they would run on in the middle of a system call, and crash, until the guard kills
-    // them.
-    ::prctl(PR_SET_PDEATHSIG, SIGABRT);
-    ::signal(SIGABRT, SIG_DFL);
-    sigset_t abortion;
-    ::sigemptyset(&abortion);
-    ::sigaddset(&abortion, SIGABRT);
-    ::sigprocmask(SIG_UNBLOCK, &abortion, nullptr);
-    return ::getppid() == launcher ? Become(words) : 1;
+    ::prctl(PR_SET_PDEATHSIG, kEndOfTracer);
+    ::signal(kEndOfTracer, SIG_DFL);
+    sigset_t end;
+    ::sigemptyset(&end);
+    ::sigaddset(&end, kEndOfTracer);
+    ::sigprocmask(SIG_UNBLOCK, &end, nullptr);
+    return ::getppid() == guard ? Become(words) : 1;
 }
 
 // The tracer lets the younger system calls through with paths as they are; without them the C
@@ -159,7 +156,9 @@ void HideYoungCalls() {
 int RunOnBoard(Paths way, const BoardPlaces& places, const Installation& installation,
                const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
     if (way == Paths::Proot) {
-        return BecomeTracer(places, installation, command, lines, launcher);
+        return GuardTracer(
+            [&](pid_t guard) { return BecomeTracer(places, installation, command, lines, guard); },
+            lines, launcher);
     }
     const std::string files = places.folder + "/files";
     if (const Problem problem =

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <string_view>
 #include <system_error>
 
@@ -35,25 +36,13 @@ pid_t ParentOf(const std::string& process) {
                : static_cast<pid_t>(std::strtol(text.c_str() + name + kBehindState, nullptr, 10));
 }
 
-// Kills the children of this process. As it takes in every orphan below it, nothing is left after
-// enough rounds.
-void KillChildren() {
-    std::error_code ignored;
-    for (const auto& entry : fs::directory_iterator("/proc", ignored)) {
-        const std::string name = entry.path().filename().string();
-        if (IsDigitString(name) && ParentOf(name) == ::getpid()) {
-            ::kill(static_cast<pid_t>(std::strtol(name.c_str(), nullptr, 10)), SIGKILL);
-        }
-    }
-}
-
-// Takes the ends of all children that have ended, and notes that of the command. False if there is
-// no child left.
-bool TakeEnds(pid_t command, int& status) {
+// Takes the ends of all children that have ended, and notes that of the one that matters. False if
+// there is no child left.
+bool TakeEnds(pid_t main, std::optional<int>& status) {
     while (true) {
         int ended = 0;
         const pid_t child = ::waitpid(-1, &ended, WNOHANG);
-        if (child == command) {
+        if (child == main) {
             status = ShellStatus(ended);
         }
         if (child == 0) {
@@ -63,6 +52,26 @@ bool TakeEnds(pid_t command, int& status) {
             return false;
         }
     }
+}
+
+// Makes this process one that takes in orphans and is told of its parent's death. False if that has
+// happened already.
+bool BecomeGuard(pid_t parent) {
+    sigset_t all;
+    ::sigfillset(&all);
+    ::sigprocmask(SIG_SETMASK, &all, nullptr);
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    ::prctl(PR_SET_PDEATHSIG, kParentDied);
+    return ::getppid() == parent;
+}
+
+// Waits until a child ends or the parent dies; true for the latter.
+bool AwaitDeath() {
+    sigset_t awaited;
+    ::sigemptyset(&awaited);
+    ::sigaddset(&awaited, SIGCHLD);
+    ::sigaddset(&awaited, kParentDied);
+    return ::sigwaitinfo(&awaited, nullptr) == kParentDied;
 }
 
 int RunCommand(const std::vector<std::string>& command, pid_t guard) {
@@ -81,13 +90,22 @@ int RunCommand(const std::vector<std::string>& command, pid_t guard) {
 
 }  // namespace
 
+bool KillChildren(pid_t spared) {
+    bool isAny = false;
+    std::error_code ignored;
+    for (const auto& entry : fs::directory_iterator("/proc", ignored)) {
+        const std::string name = entry.path().filename().string();
+        const auto process = static_cast<pid_t>(std::strtol(name.c_str(), nullptr, 10));
+        if (IsDigitString(name) && process != spared && ParentOf(name) == ::getpid()) {
+            ::kill(process, SIGKILL);
+            isAny = true;
+        }
+    }
+    return isAny;
+}
+
 int GuardCommand(const std::vector<std::string>& command, const GuardLines& lines, pid_t launcher) {
-    sigset_t all;
-    ::sigfillset(&all);
-    ::sigprocmask(SIG_SETMASK, &all, nullptr);
-    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
-    ::prctl(PR_SET_PDEATHSIG, kParentDied);
-    if (::getppid() != launcher) {
+    if (!BecomeGuard(launcher)) {
         return 1;
     }
     const pid_t guard = ::getpid();
@@ -97,19 +115,38 @@ int GuardCommand(const std::vector<std::string>& command, const GuardLines& line
         return 1;
     }
     ::close(lines.command);
-    sigset_t awaited;
-    ::sigemptyset(&awaited);
-    ::sigaddset(&awaited, SIGCHLD);
-    ::sigaddset(&awaited, kParentDied);
-    int status = 1;
+    std::optional<int> status;
     bool isOver = false;
     while (TakeEnds(child, status)) {
-        isOver = ::sigwaitinfo(&awaited, nullptr) == kParentDied || isOver;
+        isOver = AwaitDeath() || isOver;
         if (isOver) {
             KillChildren();
         }
     }
-    return status;
+    return status.value_or(1);
+}
+
+int GuardTracer(const std::function<int(pid_t guard)>& becomeTracer, const GuardLines& lines,
+                pid_t launcher) {
+    if (!BecomeGuard(launcher)) {
+        return 1;
+    }
+    const pid_t guard = ::getpid();
+    const pid_t tracer = StartChild([&] { return becomeTracer(guard); });
+    ::close(lines.command);
+    if (tracer < 0) {
+        return 1;
+    }
+    std::optional<int> status;
+    while (TakeEnds(tracer, status)) {
+        if (status) {
+            KillChildren();
+        }
+        if (AwaitDeath() && !status) {
+            ::kill(tracer, kEndOfTracer);
+        }
+    }
+    return status.value_or(1);
 }
 
 }  // namespace zarn::board

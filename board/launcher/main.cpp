@@ -2,6 +2,7 @@
 // libraries and /opt/usr, on a plain Linux machine, without root. docs/board.md tells how to use
 // it.
 
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -152,6 +153,13 @@ int Attend(pid_t guard, ServedBoard& board, Command command) {
     }
 }
 
+// Ends what a guard that was killed has left.
+void EndOrphans(ServedBoard& board) {
+    while (KillChildren(board.Server())) {
+        board.NoteEnd(::waitpid(-1, nullptr, 0));
+    }
+}
+
 // Runs the command on the board; its exit status.
 int RunCommand(const LauncherOptions& options, const Installation& installation, Paths way,
                ServedBoard& board) {
@@ -170,13 +178,18 @@ int RunCommand(const LauncherOptions& options, const Installation& installation,
     ::sigprocmask(SIG_BLOCK, &awaited, nullptr);
     const BoardPlaces places{board.Folder(), board.Scratch(), optUsr};
     const pid_t launcher = ::getpid();
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     const pid_t guard = StartChild([&] {
         return RunOnBoard(way, places, installation, options.command,
                           {board.LifeLine(), numbers->write}, launcher);
     });
     ::close(numbers->write);
-    return guard < 0 ? Fail("no process can be started")
-                     : Attend(guard, board, Command(numbers->read));
+    if (guard < 0) {
+        return Fail("no process can be started");
+    }
+    const int status = Attend(guard, board, Command(numbers->read));
+    EndOrphans(board);
+    return status;
 }
 
 int RunBoard(const LauncherOptions& options, const Installation& installation) {

@@ -27,6 +27,8 @@ public:
     // A folder for the time of this run, which the server removes.
     [[nodiscard]] std::string Scratch() const;
 
+    // The server's process, -1 if another launcher has started it.
+    [[nodiscard]] pid_t Server() const { return server_; }
     // Notes the end of a child if that was the server, and then takes away the table, which nobody
     // moves any more.
     void NoteEnd(pid_t child);
