@@ -67,10 +67,10 @@ struct ThreadLogs {
 [[nodiscard]] inline ThreadLogs ThreadPriorityLogs(const std::string& dataPath,
                                                    const std::string& process,
                                                    const std::string& time) {
-    const std::string stem =
-        dataPath + kRawDir + "sched_thread_priority_process_" + process + "_all_thread_";
+    const std::string stem = dataPath + kRawDir + "sched_thread_priority_process_" + process;
     const std::string end = time + "." + kLogSuffix;
-    return {stem + end, stem + "priority_" + end, stem + "schedPolicy_" + end};
+    return {stem + "_all_thread_" + end, stem + "_all_thread_priority_" + end,
+            stem + "_all_thread_schedPolicy_" + end};
 }
 struct AffinityLogs {
     std::string list;
@@ -79,10 +79,9 @@ struct AffinityLogs {
 [[nodiscard]] inline AffinityLogs ThreadAffinityLogs(const std::string& dataPath,
                                                      const std::string& process,
                                                      const std::string& time) {
-    const std::string stem =
-        dataPath + kRawDir + "sched_thread_affinity_process_" + process + "_all_thread_";
+    const std::string stem = dataPath + kRawDir + "sched_thread_affinity_process_" + process;
     const std::string end = time + "." + kLogSuffix;
-    return {stem + end, stem + "affinity_" + end};
+    return {stem + "_all_thread_" + end, stem + "_all_thread_affinity_" + end};
 }
 
 // The documents of the latency reports.

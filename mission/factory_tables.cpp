@@ -49,6 +49,7 @@ MissionClasses ListMissions() {
         Collector<ImgpCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
+        Collector<SchedCollector>(),
         Collector<TopdownCollector>(),
     };
     classes.analyzers = {

@@ -58,22 +58,22 @@ bool HasAll(const JsonValue& object, std::initializer_list<const char*> keys) {
     return !FirstMissingKey(object, keys);
 }
 
-bool LacksPublic(const char* what) {
-    return PrintFailure(
-        std::string("[SchedCollector] SchedCollector global, core and process job must include "
-                    "public parameters ") +
-        what + " in config!");
-}
-
 bool HasPublicParameters(const JsonValue& section) {
     const JsonValue* group = FindMember(section, kGroup);
     if (group == nullptr) {
-        return LacksPublic("[sched]");
+        return PrintFailure(
+            "[SchedCollector] SchedCollector global, core and process job must include public "
+            "parameters [sched] in config!");
     }
     if (!HasAll(*group, {"is_call_record", "duration"})) {
-        return LacksPublic("is_call_record, duration at [sched]");
+        return PrintFailure(
+            "[SchedCollector] SchedCollector global, core and process job must include public "
+            "parameters is_call_record, duration at [sched] in config!");
     }
-    return HasAll(*group, {"topN", "sorted"}) || LacksPublic("topN, sorted at [sched]");
+    return HasAll(*group, {"topN", "sorted"}) ||
+           PrintFailure(
+               "[SchedCollector] SchedCollector global, core and process job must include public "
+               "parameters topN, sorted at [sched] in config!");
 }
 
 bool HasOwnParameters(const JsonValue& section, const SchedJobParam& param) {

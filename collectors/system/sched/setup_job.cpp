@@ -387,7 +387,7 @@ void SetupJob::SaveTable(const std::vector<Threads>& processes, const Threads& n
     }
     const std::string path = dataPath_ + sched_files::kThreadTable;
     if (WriteFile(path, table.TakeText()) != FileResult::Ok) {
-        PrintError(kTableFault + ("cannot write " + path));
+        PrintError(kTableFault + path);
     }
 }
 

@@ -267,7 +267,7 @@ TEST_F(SetupJobTest, ATableThatCannotBeWrittenLeavesTheDocuments) {
     AnswerAll();
     tree.MakeFull("csv/soc_sched_thread_info.csv");
     EXPECT_EQ(Run(R"("priority_affinity")").err,
-              "[SchedCollector] Error occurs when saving all thread info in csv: cannot write " +
+              "[SchedCollector] Error occurs when saving all thread info in csv: " +
                   tree.PathOf("csv/soc_sched_thread_info.csv") + "\n");
     EXPECT_THAT(tree.NamesIn("json"), testing::SizeIs(5));
 }
