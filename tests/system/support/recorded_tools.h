@@ -18,6 +18,10 @@ void AddRecordedPerf(Sandbox& sandbox);
 // and can be given another meaning. A `pidof` knows the process "planner_node" too.
 void AddRecordedProfiler(Sandbox& sandbox);
 
+// Lets the `top` and `ps` of AddRecordedCpuTools know how that process is set up too, and adds a
+// `taskset` and a `chrt` that answer for any thread.
+void AddSchedTools(Sandbox& sandbox);
+
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);
 
