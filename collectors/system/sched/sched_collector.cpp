@@ -3,10 +3,10 @@
 #include <string_view>
 #include <utility>
 
+#include "collectors/system/sched/collected_documents.h"
 #include "collectors/system/sched/latency_report.h"
 #include "collectors/system/sched/lite_job.h"
 #include "collectors/system/sched/sched_commands.h"
-#include "collectors/system/sched/sched_documents.h"
 #include "collectors/system/sched/setup_job.h"
 #include "formats/sched.h"
 #include "foundation/console.h"
@@ -201,7 +201,7 @@ void SchedCollector::SaveLatency(const Report& report, const char* objectId,
         return;
     }
     EventWriter events;
-    BeginSchedDocument(objectId, report.time, events);
+    BeginCollectedDocument(objectId, report.time, events);
     LatencyRows rows(param_.topN);
     for (std::string_view line; rows.WantsMore() && lines.Next(line);) {
         if (rows.Take(line) != LatencyLine::Row) {
@@ -214,7 +214,7 @@ void SchedCollector::SaveLatency(const Report& report, const char* objectId,
                        kShortLatencyRow);
         }
     }
-    EndSchedDocument(events);
+    EndCollectedDocument(events);
     events.Save(report.document);
 }
 

@@ -5,8 +5,8 @@
 #include <functional>
 #include <set>
 
+#include "collectors/system/sched/collected_documents.h"
 #include "collectors/system/sched/sched_commands.h"
-#include "collectors/system/sched/sched_documents.h"
 #include "collectors/system/sched/setup_parser.h"
 #include "formats/sched.h"
 #include "foundation/console.h"
@@ -90,9 +90,9 @@ bool ReadThreads(const std::string& path, const char* fault, SetupRows& threads)
 void SaveDocument(const std::string& objectId, const std::string& time, const std::string& path,
                   const std::function<void(EventWriter&)>& writeContent) {
     EventWriter events;
-    BeginSchedDocument(objectId, time, events);
+    BeginCollectedDocument(objectId, time, events);
     writeContent(events);
-    EndSchedDocument(events);
+    EndCollectedDocument(events);
     events.Save(path);
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "collectors/system/sched/sched_documents.h"
+#include "collectors/system/sched/collected_documents.h"
 
 namespace zarn {
 namespace {
@@ -29,12 +29,12 @@ TEST(SetupDocumentsTest, CoresGoToTheThreadsOfTheirIds) {
 
 TEST(SetupDocumentsTest, ElementsHoldWhatIsAskedFor) {
     EventWriter events;
-    BeginSchedDocument("id", "time", events);
+    BeginCollectedDocument("id", "time", events);
     WriteProcessSetup("p:1", "priority", "80", events);
     WriteThreadSetups("p:1", {kLoop}, {true, false}, events);
     WriteThreadSetups("p:1", {}, {false, true}, events);
     WriteThreadSetups("p:1", {kLoop, kLoop}, {false, true}, events);
-    EndSchedDocument(events);
+    EndCollectedDocument(events);
     const std::string cores = R"({"threadName":"loop","spid":"12","coreList":"0-1"})";
     EXPECT_EQ(events.Lines(),
               R"({"eventId":"222200002","happenTime":"time","objectId":"id","content":[)"

@@ -10,9 +10,9 @@
 namespace zarn {
 
 // Head and end of any of them: between the two come the elements of `content`.
-void BeginSchedDocument(const std::string& objectId, const std::string& happenTime,
-                        EventWriter& events);
-void EndSchedDocument(EventWriter& events);
+void BeginCollectedDocument(const std::string& objectId, const std::string& happenTime,
+                            EventWriter& events);
+void EndCollectedDocument(EventWriter& events);
 
 // An element of a latency report's document.
 void WriteLatencyRow(const LatencyRow& row, std::string_view bootTime, EventWriter& events);

@@ -1,4 +1,4 @@
-#include "collectors/system/sched/sched_documents.h"
+#include "collectors/system/sched/collected_documents.h"
 
 #include <cstddef>
 
@@ -6,8 +6,8 @@
 
 namespace zarn {
 
-void BeginSchedDocument(const std::string& objectId, const std::string& happenTime,
-                        EventWriter& events) {
+void BeginCollectedDocument(const std::string& objectId, const std::string& happenTime,
+                            EventWriter& events) {
     events.Begin();
     events.Text("eventId", kSchedEventId);
     events.Text("happenTime", happenTime);
@@ -16,7 +16,7 @@ void BeginSchedDocument(const std::string& objectId, const std::string& happenTi
     events.BeginArray();
 }
 
-void EndSchedDocument(EventWriter& events) {
+void EndCollectedDocument(EventWriter& events) {
     events.EndArray();
     events.End();
 }
