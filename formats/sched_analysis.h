@@ -10,6 +10,9 @@ namespace zarn::sched_files {
 
 inline constexpr const char* kAnalysisRawDir = "raw_data/schedAna/";
 
+// What the name of a recording of the first pass holds, which is the one that is analysed.
+inline constexpr const char* kFirstRecordMark = "record_1_";
+
 // What is analysed, in the names of the files.
 struct AnalysisTarget {
     std::string job;    // "global", "core" or "process"
