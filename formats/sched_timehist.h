@@ -26,6 +26,9 @@ struct TimehistRow {
 // the line.
 [[nodiscard]] bool ReadTimehistRow(std::string_view line, TimehistRow& row);
 
+// What is wrong with a line that gives no row.
+inline constexpr const char* kShortTimehistRow = "the line has too few columns";
+
 // Whether the row tells of a core without work.
 [[nodiscard]] bool IsIdleTask(std::string_view task);
 

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "analyzers/sched/sched_source.h"
+
+// Analyses of a target's history. Each ends at the first step that fails, after its lines; what was
+// written before stays.
+namespace zarn {
+
+// Writes a document of the rows that ran longest without a break; those above the threshold are
+// followed up by a log of what the recording tells of their core.
+[[nodiscard]] bool AnalyzeTimehist(const SchedContext& context, const SchedSource& source);
+
+// The same for a process, and before it a document of the rows that waited longest for a core, and
+// the logs and documents of their threads.
+[[nodiscard]] bool AnalyzeProcessTimehist(const SchedContext& context, const SchedSource& source);
+
+}  // namespace zarn
