@@ -7,8 +7,8 @@
 #include <string_view>
 
 #include "foundation/console.h"
+#include "foundation/json.h"
 #include "foundation/numbers.h"
-#include "foundation/text.h"
 
 namespace zarn {
 namespace {
@@ -19,6 +19,19 @@ constexpr int kDecimals = 6;
 
 std::string WithUnit(std::string_view value, const char* unit) {
     return std::string(value) + unit;
+}
+
+void Append(std::string_view text, rapidjson::StringBuffer& buffer) {
+    std::copy(text.begin(), text.end(), buffer.Push(text.size()));
+}
+
+// A name with what stands around it, the text, and what stands behind it up to the closing quote.
+void AppendMember(std::string_view name, std::string_view text, std::string_view end,
+                  rapidjson::StringBuffer& buffer) {
+    Append(name, buffer);
+    WriteJsonString(text, buffer);
+    buffer.Pop(1);
+    Append(end, buffer);
 }
 
 struct Delays {
@@ -113,15 +126,17 @@ bool WriteLatencyFindings(const LatencyFindings& findings, const std::string& bo
     return true;
 }
 
+// The members are written at once, since there may be millions of rows.
 void WriteTimehistRow(const TimehistRow& row, const std::string& bootTime, EventWriter& events) {
     events.BeginObject();
-    events.Text("task", row.task);
-    events.Text("time", WithUnit(row.time, " s"));
-    events.Text("cpu", row.cpu);
-    events.Text("waitTime", WithUnit(row.waitTime, " ms"));
-    events.Text("schedDelay", WithUnit(row.schedDelay, " ms"));
-    events.Text("runTime", WithUnit(row.runTime, " ms"));
-    events.Text(kSchedBootMember, bootTime);
+    rapidjson::StringBuffer& buffer = events.Buffer();
+    AppendMember(R"("task":)", row.task, R"(")", buffer);
+    AppendMember(R"(,"time":)", row.time, R"( s")", buffer);
+    AppendMember(R"(,"cpu":)", row.cpu, R"(")", buffer);
+    AppendMember(R"(,"waitTime":)", row.waitTime, R"( ms")", buffer);
+    AppendMember(R"(,"schedDelay":)", row.schedDelay, R"( ms")", buffer);
+    AppendMember(R"(,"runTime":)", row.runTime, R"( ms")", buffer);
+    AppendMember(R"(,"systemStartUpTime":)", bootTime, R"(")", buffer);
     events.EndObject();
 }
 

@@ -22,6 +22,7 @@ bool WriteRowsOf(const SchedContext& context, const SchedSource& source, const s
         return PrintFailure("[SchedAnalyzer] Cannot find processTid timehist rawData file: " +
                             path + ", check your config.");
     }
+    FileAppender document(context.jsonDir + sched_files::ThreadRowsName(log));
     EventWriter events;
     BeginSchedDocument(kSchedThreadRowsEvent, source.target.stamp, kSchedThreadRows, events);
     bool allAreRows = true;
@@ -31,13 +32,14 @@ bool WriteRowsOf(const SchedContext& context, const SchedSource& source, const s
         allAreRows = allAreRows && isRow;
         if (isRow) {
             WriteTimehistRow(row, context.bootTime, events);
+            events.HandOn(document);
         }
     }
     if (!allAreRows) {
         PrintError(std::string(kReadingFailed) + kShortTimehistRow);
     }
     EndSchedDocument(events);
-    events.Save(context.jsonDir + sched_files::ThreadRowsName(log));
+    events.Save(document);
     return true;
 }
 
