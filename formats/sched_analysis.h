@@ -68,8 +68,6 @@ inline constexpr const char* kSchedAnalysis = "soc_sched_ana";
 inline constexpr const char* kSchedThreadRows = "soc_sched_target_process_ana";
 
 // That of the history of a job.
-[[nodiscard]] inline std::string SchedTimehistAnalysis(const std::string& job) {
-    return "soc_sched_" + job + "_timehist_ana";
-}
+[[nodiscard]] std::string SchedTimehistAnalysis(const std::string& job);
 
 }  // namespace zarn

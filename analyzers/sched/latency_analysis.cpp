@@ -17,6 +17,9 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
+constexpr const char* kNameChanged =
+    "[SchedAnalyzer] Latency analyzer raw data task for filename replace in ";
+
 // A step's last line: `what` failed for the target.
 bool FailStep(const SchedSource& source, const char* before, const char* behind) {
     return PrintFailure(before + source.target.label + behind);
@@ -37,7 +40,7 @@ bool MakeTaskLogs(const SchedContext& context, const SchedSource& source,
                   const std::vector<LatencyCells>& top, Paths& logs) {
     for (const LatencyCells& row : top) {
         const std::string& task = row[kTaskCell];
-        const std::string name = NameForFile(task, "Latency analyzer", source.target.label);
+        const std::string name = NameForFile(task, kNameChanged, source.target.label);
         logs.push_back(context.analysisDir + sched_files::TaskLogName(source.target, name));
         const std::string command = TaskLogCommand({source.record, logs.back()}, TaskKey(task));
         if (context.runner.Run(command) != 0) {

@@ -15,6 +15,9 @@ namespace {
 constexpr const char* kReadingFailed =
     "[SchedAnalyzer] Error occurs in GetProcessTidTimehistRawData: ";
 
+constexpr const char* kNameChanged =
+    "[SchedAnalyzer] ProcessTid timehist raw data task for filename replace in ";
+
 bool WriteRowsOf(const SchedContext& context, const SchedSource& source, const std::string& log) {
     const std::string path = context.analysisDir + log;
     LineFile file(path);
@@ -48,8 +51,7 @@ bool WriteRowsOf(const SchedContext& context, const SchedSource& source, const s
 std::string NameForFile(const std::string& task, std::string_view words, const std::string& label) {
     std::string name = SanitizeProcessName(task);
     if (name != task) {
-        PrintLine("[SchedAnalyzer] " + std::string(words) +
-                  " raw data task for filename replace in " + label + " : " + task + " to " + name);
+        PrintLine(std::string(words) + label + " : " + task + " to " + name);
     }
     return name;
 }
@@ -57,7 +59,7 @@ std::string NameForFile(const std::string& task, std::string_view words, const s
 bool MakeThreadLog(const SchedContext& context, const SchedSource& source,
                    const SchedThread& thread, std::vector<std::string>& logs) {
     const std::string log = sched_files::ThreadLogName(
-        source.target, NameForFile(thread.task, "ProcessTid timehist", source.target.label));
+        source.target, NameForFile(thread.task, kNameChanged, source.target.label));
     const std::string command =
         ThreadLogCommand({source.timehist, context.analysisDir + log}, thread.name, thread.tid);
     if (context.runner.Run(command) != 0) {

@@ -26,7 +26,8 @@ struct SchedThread {
 [[nodiscard]] bool WriteThreadRows(const SchedContext& context, const SchedSource& source,
                                    const std::vector<std::string>& logs);
 
-// Fits a task's name for a file name, and says so if that changes it: `words` stand in front.
+// Fits a task's name for a file name, and says so if that changes it: `words` stand in front of the
+// label.
 [[nodiscard]] std::string NameForFile(const std::string& task, std::string_view words,
                                       const std::string& label);
 

@@ -23,6 +23,12 @@ using KeptRows = std::vector<KeptTimehistRow>;
 
 constexpr const char* kNoNumber = "stod";  // what the standard conversion says
 
+constexpr const char* kNoRunTime =
+    "[SchedAnalyzer] Error occurs when translate string to double for runTime in comparison rule: ";
+constexpr const char* kNoDelay =
+    "[SchedAnalyzer] Error occurs when translate string to double for schedDelay in comparison "
+    "rule: ";
+
 // Calls take(row) for each row of the target's history. Nothing after its line if there is no
 // history; else whether all lines were rows.
 template <typename Take>
@@ -49,10 +55,8 @@ std::optional<bool> ForEachRow(const SchedSource& source, Take take) {
     return allAreRows;
 }
 
-// The line about rows that could not be compared by `column`, if there were any.
-void TellFaults(const char* column, bool allAreRows, bool metNoNumber) {
-    const std::string words = "[SchedAnalyzer] Error occurs when translate string to double for " +
-                              std::string(column) + " in comparison rule: ";
+// The lines about rows that could not be compared, if there were any.
+void TellFaults(const std::string& words, bool allAreRows, bool metNoNumber) {
     if (!allAreRows) {
         PrintError(words + kShortTimehistRow);
     }
@@ -193,7 +197,7 @@ bool AnalyzeTimehist(const SchedContext& context, const SchedSource& source) {
     if (!allAreRows) {
         return FailReading(source);
     }
-    TellFaults("runTime", *allAreRows, runTimes.MetNoNumber());
+    TellFaults(kNoRunTime, *allAreRows, runTimes.MetNoNumber());
     return WriteRunTimes(context, source, runTimes.Take());
 }
 
@@ -210,8 +214,8 @@ bool AnalyzeProcessTimehist(const SchedContext& context, const SchedSource& sour
     if (!allAreRows) {
         return FailReading(source);
     }
-    TellFaults("schedDelay", *allAreRows, delays.MetNoNumber());
-    TellFaults("runTime", true, runTimes.MetNoNumber());
+    TellFaults(kNoDelay, *allAreRows, delays.MetNoNumber());
+    TellFaults(kNoRunTime, true, runTimes.MetNoNumber());
     const KeptRows waited = delays.Take();
     WriteDelays(context, source, waited);
     std::vector<std::string> logs;
