@@ -53,25 +53,34 @@ bool MakeTaskLogs(const SchedContext& context, const SchedSource& source,
     return true;
 }
 
-bool MakeThreadLogs(const SchedContext& context, const SchedSource& source, const Paths& taskLogs,
-                    std::vector<std::string>& threadLogs) {
-    for (const std::string& path : taskLogs) {
-        LineFile file(path);
-        if (!file.IsOpen()) {
-            return PrintFailure("[SchedAnalyzer] Cannot find processTid timehist rawData file: " +
-                                path + ", check your config.");
-        }
-        for (std::string_view line; file.Next(line);) {
-            const LatencyThread thread = ReadLatencyThread(line);
-            if (!MakeThreadLog(context, source, {thread.cell, thread.name, thread.tid},
-                               threadLogs)) {
-                return PrintFailure(
-                    "[SchedAnalyzer] Cannot generate processTid timehist rawData file in " +
-                    source.target.label + " with tempLine : " + std::string(line));
-            }
+// The threads of one task. One of which the history has no line is told, and the next follows.
+bool MakeThreadLogsOf(const SchedContext& context, const SchedSource& source,
+                      const std::string& taskLog, std::vector<std::string>& threadLogs) {
+    LineFile file(taskLog);
+    if (!file.IsOpen()) {
+        return PrintFailure("[SchedAnalyzer] Cannot find processTid timehist rawData file: " +
+                            taskLog + ", check your config.");
+    }
+    bool good = true;
+    for (std::string_view line; file.Next(line);) {
+        const LatencyThread thread = ReadLatencyThread(line);
+        if (!MakeThreadLog(context, source, {thread.cell, thread.name, thread.tid}, threadLogs)) {
+            good = PrintFailure(
+                "[SchedAnalyzer] Cannot generate processTid timehist rawData file in " +
+                source.target.label + " with tempLine : " + std::string(line));
         }
     }
-    return true;
+    return good;
+}
+
+bool MakeThreadLogs(const SchedContext& context, const SchedSource& source, const Paths& taskLogs,
+                    std::vector<std::string>& threadLogs) {
+    bool good = true;
+    for (const std::string& path : taskLogs) {
+        good = MakeThreadLogsOf(context, source, path, threadLogs) && good;
+    }
+    return good || FailStep(source, "[SchedAnalyzer] Failed to generate ",
+                            " processTid timehist raw data!");
 }
 
 bool ReadThreads(const Paths& taskLogs, LatencyFindings& findings) {
@@ -122,10 +131,8 @@ bool AnalyzeLatency(const SchedContext& context, const SchedSource& source) {
         return FailStep(source, "[SchedAnalyzer] Failed to generate ",
                         " latency analyzer raw data!");
     }
-    if (!MakeThreadLogs(context, source, taskLogs, threadLogs)) {
-        return FailStep(source, "[SchedAnalyzer] Failed to generate ",
-                        " processTid timehist raw data!");
-    }
+    // What else there is to tell does not depend on the threads that are missing.
+    const bool allThreads = MakeThreadLogs(context, source, taskLogs, threadLogs);
     if (!ReadThreads(taskLogs, findings)) {
         return FailStep(source, "[SchedAnalyzer] Failed to get and sort ",
                         " latency analyzer raw data!");
@@ -134,7 +141,7 @@ bool AnalyzeLatency(const SchedContext& context, const SchedSource& source) {
         return FailStep(source, "[SchedAnalyzer] Failed to create ",
                         " latency analyzer output json!");
     }
-    return WriteThreadRows(context, source, threadLogs);
+    return WriteThreadRows(context, source, threadLogs) && allThreads;
 }
 
 }  // namespace zarn

@@ -151,6 +151,7 @@ void WriteDelays(const SchedContext& context, const SchedSource& source, const K
 // A log for each tid among the rows, at its first one.
 bool MakeThreadLogs(const SchedContext& context, const SchedSource& source, const KeptRows& rows,
                     std::vector<std::string>& logs) {
+    bool good = true;
     std::set<std::string> seen;
     for (const KeptTimehistRow& kept : rows) {
         const TimehistRow row = kept.Row();
@@ -162,12 +163,12 @@ bool MakeThreadLogs(const SchedContext& context, const SchedSource& source, cons
         if (!seen.insert(tid).second) {
             PrintLine("[SchedAnalyzer] : Duplicate tid: " + tid + ", skipping this tid in " +
                       source.target.label);
-        } else if (!MakeThreadLog(context, source,
-                                  {std::string(row.task), std::string(task.name), tid}, logs)) {
-            return false;
+            continue;
         }
+        const SchedThread thread = {std::string(row.task), std::string(task.name), tid};
+        good = MakeThreadLog(context, source, thread, logs) && good;
     }
-    return true;
+    return good;
 }
 
 // MakeThreadLogs, and the line about what else may go wrong in it.
@@ -219,9 +220,9 @@ bool AnalyzeProcessTimehist(const SchedContext& context, const SchedSource& sour
     const KeptRows waited = delays.Take();
     WriteDelays(context, source, waited);
     std::vector<std::string> logs;
-    return MakeThreadLogsChecked(context, source, waited, logs) &&
-           WriteThreadRows(context, source, logs) &&
-           WriteRunTimes(context, source, runTimes.Take());
+    const bool allThreads = MakeThreadLogsChecked(context, source, waited, logs);
+    const bool allRows = WriteThreadRows(context, source, logs);
+    return WriteRunTimes(context, source, runTimes.Take()) && allThreads && allRows;
 }
 
 }  // namespace zarn

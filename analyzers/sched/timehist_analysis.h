@@ -2,8 +2,7 @@
 
 #include "analyzers/sched/sched_source.h"
 
-// Analyses of a target's history. Each ends at the first step that fails, after its lines; what was
-// written before stays.
+// Analyses of a target's history. What fails prints its lines and leaves the other steps alone.
 namespace zarn {
 
 // Writes a document of the rows that ran longest without a break; those above the threshold are

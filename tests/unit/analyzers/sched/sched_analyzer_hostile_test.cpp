@@ -52,11 +52,11 @@ TEST_F(SchedAnalyzerHostileTest, ATaskThatPerfDoesNotKnowEndsTheStep) {
     EXPECT_TRUE(tree.Has(kTimehistResult));
 }
 
-TEST_F(SchedAnalyzerHostileTest, AThreadWithoutAHistoryEndsTheStep) {
-    const std::string report = LatencyReport(LatencyLine("sh:9", "1.000", "4.5"));
-    const std::string errors =
-        ErrorsOf({report, report, Timehist(Row("1", "[0001] a[8] 1 2 3")), ""});
-    std::string line = LatencyLine("sh:9", "1.000", "4.5");
+TEST_F(SchedAnalyzerHostileTest, AThreadWithoutAHistoryIsToldAndLeftOut) {
+    const std::string gone = LatencyLine("sh:9", "1.000", "4.5");
+    const std::string errors = ErrorsOf({LatencyReport(LatencyLine("sh:(2)", "1.000", "4.5")),
+                                         LatencyReport(gone + LatencyLine("sh:8", "1.000", "5.5")),
+                                         Timehist(Row("1", "[0001] sh[8] 1 2 3")), ""});
     EXPECT_EQ(
         errors,
         "[SchedAnalyzer] Cannot run cat timehist.log | grep processName | grep processTid: "
@@ -65,8 +65,13 @@ TEST_F(SchedAnalyzerHostileTest, AThreadWithoutAHistoryEndsTheStep) {
             AnalysisPath("schedAna_global_timehist_process_tid_sh:9_20230101120000000.log") +
             "\n[SchedAnalyzer] Cannot generate processTid timehist rawData file in global "
             "with tempLine : " +
-            line + "[SchedAnalyzer] Failed to generate global processTid timehist raw data!\n" +
+            gone + "[SchedAnalyzer] Failed to generate global processTid timehist raw data!\n" +
             kFailed);
+    EXPECT_THAT(tree.NamesIn("json"),
+                ElementsAre("soc_schedAna_global_latency_ana_1_20230101120000000.data",
+                            "soc_schedAna_global_timehist_ana_1_20230101120000000.data",
+                            "soc_schedAna_global_timehist_process_tid_sh:8_20230101120000000.log."
+                            "data"));
 }
 
 // What a name of a task holds is a pattern at most, never a command.
