@@ -57,6 +57,7 @@ MissionClasses ListMissions() {
         Analyzer<CpuAnalyzer>(),
         Analyzer<DdrAnalyzer>(),
         Analyzer<MemAnalyzer>(),
+        Analyzer<SchedAnalyzer>(),
     };
     classes.optimizers = {
         Optimizer<DdrOptimizer>(),

@@ -47,11 +47,24 @@ void AddSchedTools(Sandbox& sandbox) {
                          "frame_worker\n");
     sandbox.Tool("taskset", "echo \"pid $2's current affinity list: 0,1\"\n");
     sandbox.Tool("chrt", "echo \"pid $2's current scheduling policy: SCHED_OTHER\"\n");
+    for (const char* name : {"latency", "latency_pids", "timehist"}) {
+        sandbox.ToolPrinting(
+            std::string("recorded-sched-") + name,
+            ReadText(DataPath(std::string("perf-6.1.187/sched_") + name + ".log")));
+    }
+    sandbox.Tool("recorded-sched",
+                 "case \" $* \" in\n"
+                 "    ' sched record '*) echo recording > \"$4\" ;;\n"
+                 "    *' --pids ') exec recorded-sched-latency_pids ;;\n"
+                 "    ' sched latency '*) exec recorded-sched-latency ;;\n"
+                 "    ' sched timehist '*) exec recorded-sched-timehist ;;\n"
+                 "esac\n");
 }
 
 void AddRecordedPerf(Sandbox& sandbox) {
     sandbox.ToolPrinting("recorded-counters", MemoryBoundCounterFile());
     sandbox.Tool("perf",
+                 "[ \"$1\" != sched ] || exec recorded-sched \"$@\"\n"
                  "while [ \"$1\" != -o ]; do shift; done\n"
                  "exec recorded-counters > \"$2\"\n");
     sandbox.Tool("pidof",
