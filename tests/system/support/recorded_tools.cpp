@@ -47,7 +47,7 @@ void AddSchedTools(Sandbox& sandbox) {
                          "frame_worker\n");
     sandbox.Tool("taskset", "echo \"pid $2's current affinity list: 0,1\"\n");
     sandbox.Tool("chrt", "echo \"pid $2's current scheduling policy: SCHED_OTHER\"\n");
-    for (const char* name : {"latency", "latency_pids", "timehist"}) {
+    for (const char* name : {"latency", "latency_pids", "script", "timehist"}) {
         sandbox.ToolPrinting(
             std::string("recorded-sched-") + name,
             ReadText(DataPath(std::string("perf-6.1.187/sched_") + name + ".log")));
@@ -57,6 +57,7 @@ void AddSchedTools(Sandbox& sandbox) {
                  "    ' sched record '*) echo recording > \"$4\" ;;\n"
                  "    *' --pids ') exec recorded-sched-latency_pids ;;\n"
                  "    ' sched latency '*) exec recorded-sched-latency ;;\n"
+                 "    ' sched script '*) exec recorded-sched-script ;;\n"
                  "    ' sched timehist '*) exec recorded-sched-timehist ;;\n"
                  "esac\n");
 }

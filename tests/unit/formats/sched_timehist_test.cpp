@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -102,6 +103,8 @@ TEST(TimehistRowTest, EveryLineOfARealLogIsARow) {
         }
         EXPECT_GT(count, kTimehistHeadLines);
     }
+    const std::string nothing = ReadText(DataPath("perf-6.1.187/sched_timehist_empty.log"));
+    EXPECT_EQ(std::count(nothing.begin(), nothing.end(), '\n'), kTimehistHeadLines);
 }
 
 TEST(TimehistTaskTest, TheTidStandsInTheBracketsAtTheEnd) {

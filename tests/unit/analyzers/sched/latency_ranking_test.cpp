@@ -88,10 +88,23 @@ TEST(LatencyRankingTest, AThreadLogHasNoHead) {
 
 TEST(LatencyRankingTest, ARealReportIsRead) {
     const Reading reading = ReadTop(ReadText(DataPath("perf-6.1.187/sched_latency.log")), 5);
-    EXPECT_THAT(reading.tasks, ElementsAre("worker(1):(2)", "plain:(2)", "my own task:(2)",
-                                           "a/b:(2)", "net:rx:(2)"));
-    EXPECT_THAT(reading.rows[2], ElementsAre("my own task:(2)", "60.727 ms", "19", "8.805 ms",
-                                             "21.935 ms", "16624.431711 s"));
+    EXPECT_THAT(reading.tasks, ElementsAre("net:rx:(2)", "a/b:(2)", "my own task:(2)", "plain:(2)",
+                                           "worker(1):(2)"));
+    EXPECT_THAT(reading.rows[2], ElementsAre("my own task:(2)", "91.392 ms", "54", "3.038 ms",
+                                             "21.386 ms", "22518.054337 s"));
+    EXPECT_EQ(reading.err, "");
+}
+
+TEST(LatencyRankingTest, ARealReportByAveragesHasOtherTasksOnTop) {
+    const Reading reading = ReadTop(ReadText(DataPath("perf-6.1.187/sched_latency_avg.log")), 2);
+    EXPECT_THAT(reading.tasks, ElementsAre("net:rx:(2)", "plain:(2)"));
+    const Reading one = ReadTop(ReadText(DataPath("perf-6.1.187/sched_latency_avg.log")), 1);
+    EXPECT_THAT(one.tasks, ElementsAre("plain:(2)"));
+}
+
+TEST(LatencyRankingTest, ARealReportOfNothingHasNoRow) {
+    const Reading reading = ReadTop(ReadText(DataPath("perf-6.1.187/sched_latency_empty.log")), 5);
+    EXPECT_EQ(reading.rows.size(), 0U);
     EXPECT_EQ(reading.err, "");
 }
 

@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace zarn {
+#include "tests/support/temp_dir.h"
+
+namespace zarn::test {
 namespace {
 
 using testing::ElementsAre;
@@ -91,6 +93,30 @@ TEST(SetupParserTest, TopTellsNamesAndPriorities) {
     EXPECT_EQ(parsed.shortRows, 1U);
 }
 
+// What the tools print of threads of each policy, in the words of the kernel.
+TEST(SetupParserTest, TheRealToolsAreRead) {
+    const auto read = [](const char* name) { return ReadText(DataPath(name)); };
+    EXPECT_THAT(TextsOf(ParseThreadList(read("ps-4.0.2/thread_list_of_1.txt"))),
+                ElementsAre("1=sched setup", "2=my own", "3=fifo", "4=rr", "5=batch", "6=idle",
+                            "7=deadline", "8=reset", "9=nice", "10=$(boot)"));
+    EXPECT_THAT(TextsOf(ParsePriorities(read("ps-4.0.2/priority_of_1.txt"))), ElementsAre("1=80"));
+    EXPECT_THAT(TextsOf(ParsePriorities(read("ps-4.0.2/thread_priorities_of_1.txt"))),
+                ElementsAre("1=80", "2=80", "3=49", "4=39", "5=80", "6=80", "7=-41", "8=54", "9=87",
+                            "10=80"));
+    EXPECT_THAT(TextsOf(ParsePolicies(read("util-linux-2.38.1/chrt.txt"))),
+                ElementsAre("1=SCHED_OTHER", "2=SCHED_OTHER", "3=SCHED_FIFO", "4=SCHED_RR",
+                            "5=SCHED_BATCH", "6=SCHED_IDLE", "7=SCHED_DEADLINE",
+                            "8=SCHED_FIFO|SCHED_RESET_ON_FORK", "9=SCHED_OTHER", "10=SCHED_OTHER"));
+    EXPECT_THAT(TextsOf(ParseAffinities(read("util-linux-2.38.1/taskset.txt"))),
+                ElementsAre("1=0,1", "2=0,1", "3=0,1", "4=1", "5=0,1", "6=0,1", "7=0,1", "8=0,1",
+                            "9=0,1", "10=0,1"));
+    std::vector<std::string> named;
+    for (const TopRow& row : ParseTopThreads(read("top-4.0.2/named_threads.txt")).rows) {
+        named.push_back(row.id + "=" + row.name + "," + row.priority);
+    }
+    EXPECT_THAT(named, ElementsAre("2=my own,20", "3=fifo,-11", "10=$(boot),20"));
+}
+
 TEST(SetupParserTest, AnythingElseIsNoRow) {
     for (const std::string& text : {std::string(), std::string("\n\n"), std::string("\0\1\xff", 3),
                                     std::string("error: no such process\n")}) {
@@ -103,4 +129,4 @@ TEST(SetupParserTest, AnythingElseIsNoRow) {
 }
 
 }  // namespace
-}  // namespace zarn
+}  // namespace zarn::test
