@@ -23,11 +23,11 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::uint32_t kFirstPass = 1;
+constexpr const char* kNoFiles = "[SchedAnalyzer] Cannot find sched collection files! ";
 
-// The entries of a folder in the order of their names.
-std::vector<fs::directory_entry> EntriesOf(const std::string& folder) {
+// The entries of a folder in the order of their names. Those behind an error are missing.
+std::vector<fs::directory_entry> EntriesOf(const std::string& folder, std::error_code& error) {
     std::vector<fs::directory_entry> entries;
-    std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
          entry.increment(error)) {
         entries.push_back(*entry);
@@ -37,7 +37,8 @@ std::vector<fs::directory_entry> EntriesOf(const std::string& folder) {
     return entries;
 }
 
-// A folder that is missing leaves the moments unknown; one that holds more than files fails.
+// A folder that is missing leaves the moments unknown; one that cannot be read, or holds more than
+// files, fails.
 bool FindStamps(const std::string& folder, RawStamps& stamps) {
     std::error_code error;
     if (!fs::exists(folder, error)) {
@@ -45,9 +46,13 @@ bool FindStamps(const std::string& folder, RawStamps& stamps) {
                    " doesn't exisit.");
         return true;
     }
-    for (const fs::directory_entry& entry : EntriesOf(folder)) {
+    const std::vector<fs::directory_entry> entries = EntriesOf(folder, error);
+    if (error) {
+        return PrintFailure(kNoFiles);
+    }
+    for (const fs::directory_entry& entry : entries) {
         if (!entry.is_regular_file(error)) {
-            return PrintFailure("[SchedAnalyzer] Cannot find sched collection files! ");
+            return PrintFailure(kNoFiles);
         }
         stamps.Offer(entry.path().filename().string());
         if (stamps.AreAllKnown()) {

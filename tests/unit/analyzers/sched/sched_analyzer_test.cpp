@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+
+#include "tests/support/ordinary_rights.h"
 #include "tests/unit/analyzers/sched/sched_analyzer_fixture.h"
 
 namespace zarn::test {
@@ -215,6 +218,18 @@ TEST_F(SchedAnalyzerTest, AFolderAmongTheRawFilesEndsTheAnalysis) {
     const Captured captured = Run(R"("global")");
     EXPECT_FALSE(result);
     EXPECT_EQ(captured.out, "");
+    EXPECT_EQ(captured.err,
+              "[SchedAnalyzer] Cannot find sched collection files! \n"
+              "[SchedAnalyzer] Failed to init output file!\n");
+}
+
+TEST_F(SchedAnalyzerTest, AFolderThatCannotBeReadEndsTheAnalysis) {
+    WriteRaw("sched_global", {"", "", Timehist(kHistory), ""});
+    const OrdinaryRights rights;
+    std::filesystem::permissions(RawPath(""), std::filesystem::perms::owner_exec);
+    const Captured captured = Run(R"("global")");
+    std::filesystem::permissions(RawPath(""), std::filesystem::perms::owner_all);
+    EXPECT_FALSE(result);
     EXPECT_EQ(captured.err,
               "[SchedAnalyzer] Cannot find sched collection files! \n"
               "[SchedAnalyzer] Failed to init output file!\n");
