@@ -203,6 +203,28 @@ TEST_F(SetupJobTest, ThreadsAreJoinedByTheirIds) {
                            "worker:7,loop:9,-40,SCHED_FIFO,1,\n");
 }
 
+// Thread 9 ends between the two lists, thread 11 begins, and chrt says nothing of thread 7.
+TEST_F(SetupJobTest, ThreadsThatComeAndGoBetweenTheStepsAreToldAsFarAsTheyAreKnown) {
+    threads = "[]";
+    Print("ps -l 7 ", "F S UID PID PPID C PRI NI CMD\n4 S 0 7 1 0 80 0 worker\n");
+    Print(" >> " + Raw("thread_priority_process_worker_all_thread", kPriorityTime),
+          kThreadHead + " 7 7 ? 0 worker\n 7 9 ? 0 gone\n");
+    Print("ps -l -T 7 ", kLongHead + "4 S 0 7 7 1 0 80 0\n4 S 0 7 9 1 0 -40 -\n");
+    Print("chrt -p 9 ", Policy("9", "SCHED_FIFO"));
+    Print(" >> " + Raw("thread_affinity_process_worker_all_thread", kAffinityTime),
+          kThreadHead + " 7 7 ? 0 worker\n 7 11 ? 0 new\n");
+    Print("taskset -pc 7 ", Cores("7", "0-3"));
+    Print("taskset -pc 11 ", Cores("11", "2"));
+    const Captured captured = Run(R"("priority_affinity")");
+    EXPECT_EQ(captured.err,
+              "[SchedCollector] The size of [name, priority, schedPolicy] is not equal in worker "
+              "process rawData file, check your config about processPriority.\n");
+    EXPECT_EQ(Table(), kHeadRow +
+                           "worker:7,worker:7,80,NA,0-3,\n"
+                           "worker:7,gone:9,-40,SCHED_FIFO,NA,\n"
+                           "worker:7,new:11,NA,NA,2,\n");
+}
+
 TEST_F(SetupJobTest, AProcessThatCannotBeAskedLeavesTheOthers) {
     AnswerAll();
     processes = R"(["other","worker"])";

@@ -117,6 +117,21 @@ TEST(SetupParserTest, TheRealToolsAreRead) {
     EXPECT_THAT(named, ElementsAre("2=my own,20", "3=fifo,-11", "10=$(boot),20"));
 }
 
+TEST(SetupParserTest, LinesOfMegabytesAreLinesLikeAnyOther) {
+    const std::string many(16 << 20, 'n');
+    const std::string blanks(16 << 20, ' ');
+    EXPECT_THAT(TextsOf(ParseThreadList("1 2 ? 0 " + many + blanks + "\n1 3 ? 0 b\n")),
+                ElementsAre("2=" + many, "3=b"));
+    EXPECT_THAT(TextsOf(ParsePriorities("PID PRI" + blanks + "\n1 80 " + many + "\n2 81\n")),
+                ElementsAre("1=80", "2=81"));
+    EXPECT_THAT(TextsOf(ParsePolicies("pid " + many + "\n" + many + "\n" +
+                                      "pid 1's current scheduling policy: " + blanks + "A\n")),
+                ElementsAre("1=A"));
+    const TopRows top = ParseTopThreads("1 r 20 0 1 2 3 S 0.0 0.1 0:00 " + many + "\n" + many);
+    ASSERT_EQ(top.rows.size(), 1U);
+    EXPECT_EQ(top.rows[0].name, many);
+}
+
 TEST(SetupParserTest, AnythingElseIsNoRow) {
     for (const std::string& text : {std::string(), std::string("\n\n"), std::string("\0\1\xff", 3),
                                     std::string("error: no such process\n")}) {
