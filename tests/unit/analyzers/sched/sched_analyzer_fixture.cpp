@@ -5,6 +5,7 @@
 namespace zarn::test {
 
 int SchedShell::Run(const std::string& command) {
+    before(command);
     commands.push_back(command);
     std::string real = command;
     const auto replace = [&real](const std::string& tool, const std::string& rest,

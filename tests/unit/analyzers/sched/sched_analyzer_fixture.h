@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@ public:
     [[nodiscard]] bool Capture(const std::string& command, std::string& output) override;
 
     std::vector<std::string> commands;  // those that were run
+    std::function<void(const std::string&)> before = [](const std::string&) {};  // each of them
     std::string boot = "20230101110000\n";
     std::string pids = "42\n";  // of any process
 };

@@ -76,8 +76,10 @@ TEST_F(SchedAnalyzerHostileTest, AThreadWithoutAHistoryIsToldAndLeftOut) {
 
 // What a name of a task holds is a pattern at most, never a command.
 TEST_F(SchedAnalyzerHostileTest, NamesNeverBecomeCommands) {
-    for (const std::string& name : {std::string("$(touch pwned)"), std::string("-e x"),
-                                    std::string("a'; touch pwned; '"), std::string("`touch p`")}) {
+    const std::string touch = "touch " + tree.PathOf("pwned");
+    for (const std::string& name :
+         {"$(" + touch + ")", std::string("-e x"), "a'; " + touch + "; '", "`" + touch + "`",
+          "\"q\" & " + touch + " &", "x > " + tree.PathOf("pwned"), std::string("-- a  b")}) {
         const std::string report = LatencyReport(LatencyLine(name + ":7", "1.000", "4.5"));
         shell.commands.clear();
         const std::string errors =
@@ -85,9 +87,146 @@ TEST_F(SchedAnalyzerHostileTest, NamesNeverBecomeCommands) {
         EXPECT_EQ(errors, "") << name;
         EXPECT_EQ(shell.commands.size(), 2U);
     }
-    EXPECT_FALSE(tree.Has("pwned"));
-    EXPECT_FALSE(tree.Has("p"));
+    for (const std::string& name : tree.Names()) {
+        EXPECT_EQ(name.rfind("pwned", 0), std::string::npos) << name;
+    }
 }
+
+// A name with the sign that parts columns is cut there, and what is left of the row is torn.
+TEST_F(SchedAnalyzerHostileTest, ANameWithTheColumnsSignIsATornRow) {
+    const std::string report = LatencyReport(LatencyLine("a|touch p:7", "1.000", "4.5") +
+                                             LatencyLine("sh:9", "1.000", "4.5"));
+    EXPECT_EQ(ErrorsOf({report, report, Timehist(Row("1", "[0001] sh[9] 1 2 3")), ""}),
+              "[SchedAnalyzer] Error occurs in ConvertLineToTokens: the line has too few fields\n");
+    EXPECT_THAT(shell.commands, testing::SizeIs(2));
+}
+
+// The system knows no file names of more than 255 bytes.
+TEST_F(SchedAnalyzerHostileTest, ANameThatIsTooLongForAFileIsToldByItsCommand) {
+    const std::string name(300, 'n');
+    const std::string report = LatencyReport(LatencyLine(name + ":7", "1.000", "4.5"));
+    const std::string errors =
+        ErrorsOf({report, report, Timehist(Row("1", "[0001] " + name + "[7] 1 2 3")), ""});
+    EXPECT_TRUE(result);
+    // The shell's own words stand before it.
+    EXPECT_THAT(errors, HasSubstr("File name too long\n[SchedAnalyzer] Failed to run perf sched "
+                                  "latency --pids | grep processName command: perf sched latency "
+                                  "-i "));
+    EXPECT_THAT(errors,
+                HasSubstr("\n[SchedAnalyzer] Failed to generate global latency analyzer raw "
+                          "data!\n" +
+                          std::string(kFailed)));
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr(name + "[7]"));
+}
+
+// perf prints nothing of a torn recording, and is content with that.
+TEST_F(SchedAnalyzerHostileTest, OfATornRecordingThereIsOnlyTheLineThatItHasNoRows) {
+    tree.Write(
+        std::string(sched_files::kRawDir) + "sched_global_latency_max_1_20230101120000000.log", "");
+    tree.Write(std::string(sched_files::kRawDir) + "sched_global_timehist_1_20230101120000000.log",
+               "");
+    EXPECT_EQ(ErrorsOf({}),
+              "[SchedAnalyzer] SchedAnalyzer get tokens AvgDelay and MaxDelay value failed, tokens "
+              "length should not be equal to 0.\n"
+              "[SchedAnalyzer] Failed to get avgDelay and maxDelay value!\n"
+              "[SchedAnalyzer] Failed to add topN_process object to content!\n"
+              "[SchedAnalyzer] Failed to create global latency analyzer output json!\n" +
+                  std::string(kFailed));
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr(R"("content":[]})"));
+    EXPECT_THAT(shell.commands, IsEmpty());
+}
+
+TEST_F(SchedAnalyzerHostileTest, ReportsThatAreCutShortAreReadToTheirEnd) {
+    const std::string report = "\n -\n Task\n -\n" + LatencyLine("sh:9", "1.000", "4.5");
+    EXPECT_EQ(ErrorsOf({report + "  a:8 |  1.0", report,
+                        Timehist(Row("1", "[0001] sh[9] 1 2 3") + "  2 [0001] a[8"), ""}),
+              "[SchedAnalyzer] Error occurs in ConvertLineToTokens: the line has too few fields\n"
+              "[SchedAnalyzer] Error occurs when translate string to double for runTime in "
+              "comparison rule: the line has too few columns\n");
+    EXPECT_THAT(tree.Read("json/soc_schedAna_global_latency_ana_1_20230101120000000.data"),
+                HasSubstr(R"("target":"sh:9")"));
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr(R"("task":"sh[9]")"));
+}
+
+TEST_F(SchedAnalyzerHostileTest, LinesMayEndAsOnAnotherSystem) {
+    const std::string report =
+        "\r\n -\r\n Task\r\n -\r\n  sh:9 | 1.0 ms | 2 | avg: 0.1 ms | max: "
+        "2.0 ms | max at: 4.5 s\r\n -------------\r\n";
+    EXPECT_EQ(ErrorsOf({report, report,
+                        "a\r\nb\r\n--\r\n 1 [0001] sh[9] 1 2 3 \r\n 2 [0001] sh[9] 1 2 4\r\n", ""}),
+              "");
+    const std::string document = tree.Read(kTimehistResult);
+    EXPECT_THAT(document, HasSubstr(R"("runTime":"3 ms")"));
+    EXPECT_LT(document.find(R"("time":"2 s")"), document.find(R"("time":"1 s")"));
+}
+
+// A million idle rows take no place, and a report may have as many idle lines.
+TEST_F(SchedAnalyzerHostileTest, IdleLinesTakeNoPlaceHoweverMany) {
+    std::string idle;
+    std::string rows;
+    for (int i = 0; i < 1000000; ++i) {
+        idle += "<idle>|\n";
+        rows += "1 [0001] <idle> 1 2 9\n";
+    }
+    const std::string line = LatencyLine("sh:9", "1.000", "4.5");
+    topN = "1";
+    EXPECT_EQ(ErrorsOf({LatencyReport(idle + line + line), LatencyReport(line),
+                        Timehist(rows + Row("1", "[0001] sh[9] 1 2 3")), ""}),
+              "");
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr(R"("content":[{"task":"sh[9]")"));
+}
+
+TEST_F(SchedAnalyzerHostileTest, LinesOfMegabytesAreLinesLikeAnyOther) {
+    const std::string many(16 << 20, 'n');
+    const std::string line = LatencyLine("sh:9", "1.000", "4.5");
+    topN = "3";
+    EXPECT_EQ(ErrorsOf({LatencyReport(many + "\n" + line), line,
+                        Timehist(many + "\n" + Row("1", "[0001] " + many + "[1] 1 2 9") +
+                                 Row("1", "[0001] sh[9] 1 2 3")),
+                        ""}),
+              "[SchedAnalyzer] Error occurs in ConvertLineToTokens: the line has too few fields\n"
+              "[SchedAnalyzer] Error occurs when translate string to double for runTime in "
+              "comparison rule: the line has too few columns\n");
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr("n[1]\",\"time\":\"1 s\""));
+}
+
+// The documents are said to be full, none is left torn, and what fits is whole.
+TEST_F(SchedAnalyzerHostileTest, DocumentsThatCannotBeWrittenAreToldOneByOne) {
+    const std::string report = LatencyReport(LatencyLine("sh:9", "1.000", "4.5"));
+    tree.MakeFull("json/soc_schedAna_global_latency_ana_1_20230101120000000.data");
+    tree.MakeFull("json/soc_schedAna_global_timehist_process_tid_sh:9_20230101120000000.log.data");
+    const std::string full = "[zarn_utils] Cannot open outfile, check your filePath.\n";
+    EXPECT_EQ(ErrorsOf({report, report, Timehist(Row("1", "[0001] sh[9] 1 2 3")), ""}),
+              full + full);
+    EXPECT_TRUE(result);
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr(R"("task":"sh[9]")"));
+}
+
+// An interrupt in any step lets the job go on to its end; the next one is not begun.
+class SchedAnalyzerInterruptTest : public SchedAnalyzerTest,
+                                   public testing::WithParamInterface<const char*> {};
+
+TEST_P(SchedAnalyzerInterruptTest, FinishesTheJob) {
+    const std::string report = LatencyReport(LatencyLine("sh:9", "1.000", "4.5"));
+    WriteRaw("sched_global",
+             {report, report, Timehist(Row("1", "[0001] sh[9] 1 2 3")), "sh [001] 1\n"});
+    shell.before = [this](const std::string& command) {
+        if (command.find(GetParam()) != std::string::npos) {
+            stopFlag = 1;
+        }
+    };
+    const Captured captured = Run(R"("global","core")");
+    EXPECT_FALSE(result);
+    EXPECT_EQ(captured.err,
+              "[SchedAnalyzer] Failed to process [core] sched analyzer because of stopFlag!\n"
+              "[SchedAnalyzer] Failed to process sched analyzer!\n");
+    EXPECT_EQ(captured.out, "");
+    EXPECT_THAT(tree.NamesIn("json"), testing::SizeIs(3));
+    EXPECT_THAT(tree.NamesIn("raw_data/schedAna"), testing::SizeIs(3));
+}
+
+INSTANTIATE_TEST_SUITE_P(Steps, SchedAnalyzerInterruptTest,
+                         testing::Values("perf sched latency", "cat ", "perf sched script"));
 
 TEST_F(SchedAnalyzerHostileTest, RowsThatAreNoneAreToldOnce) {
     const std::string words =
