@@ -1,8 +1,10 @@
 #include "foundation/numbers.h"
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -139,6 +141,25 @@ bool ShortDecimal(std::string_view text, double& value) {
 // error.
 constexpr std::size_t kMaxPlainDecimal = 64;
 
+// Reads what tools print most without a copy; false, and nothing, for any other text.
+bool PlainDecimal(std::string_view text, double& value) {
+    double parsed = 0.0;
+    if (text.size() < kPowersOfTen.size() && ShortDecimal(text, parsed)) {
+        value = parsed;
+        return true;
+    }
+    if (text.size() > kMaxPlainDecimal || !IsDecimalString(text)) {
+        return false;
+    }
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, parsed);
+    if (error != std::errc() || stop != end) {
+        return false;
+    }
+    value = parsed;
+    return true;
+}
+
 // Runs a standard conversion; on failure prints its line and leaves `value` alone.
 template <typename Value, typename Conversion>
 bool Convert(const std::string& text, Value& value, Conversion conversion) {
@@ -180,21 +201,23 @@ bool StringToDouble(const std::string& text, double& value) {
 }
 
 bool TextToDouble(std::string_view text, double& value) {
-    double plain = 0.0;
-    if (text.size() < kPowersOfTen.size() && ShortDecimal(text, plain)) {
-        value = plain;
-        return true;
+    return PlainDecimal(text, value) || StringToDouble(std::string(text), value);
+}
+
+std::optional<double> NumberIn(std::string_view text) {
+    double value = 0.0;
+    if (PlainDecimal(text, value)) {
+        return value;
     }
-    if (text.size() <= kMaxPlainDecimal && IsDecimalString(text)) {
-        double parsed = 0.0;
-        const char* const end = text.data() + text.size();
-        const auto [stop, error] = std::from_chars(text.data(), end, parsed);
-        if (error == std::errc() && stop == end) {
-            value = parsed;
-            return true;
-        }
+    // What the standard conversion does, without its exceptions: rows without numbers may be many.
+    const std::string copy(text);
+    char* end = nullptr;
+    errno = 0;
+    value = std::strtod(copy.c_str(), &end);
+    if (end == copy.c_str() || errno == ERANGE || std::isnan(value)) {
+        return std::nullopt;
     }
-    return StringToDouble(std::string(text), value);
+    return value;
 }
 
 bool StringToUint32(const std::string& text, std::uint32_t& value) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,6 +14,8 @@ namespace zarn {
 // TextToDouble is StringToDouble for views: the same verdict, value and line, and no copy for plain
 // decimals such as "12.5".
 [[nodiscard]] bool TextToDouble(std::string_view text, double& value);
+// The same value without a line, where there is one that can be ordered: "nan" has none.
+[[nodiscard]] std::optional<double> NumberIn(std::string_view text);
 [[nodiscard]] bool StringToUint32(const std::string& text, std::uint32_t& value);
 [[nodiscard]] bool StringToUint64(const std::string& text, std::uint64_t& value);
 

@@ -11,6 +11,9 @@ namespace {
 // gather before they save.
 constexpr std::size_t kKeptSize = 4U << 20U;
 
+// Pieces long enough that writing them costs no more than writing the whole at once.
+constexpr std::size_t kPiece = 256U << 10U;
+
 }  // namespace
 
 void EventWriter::Begin() {
@@ -90,6 +93,19 @@ void EventWriter::Save(const std::string& path) {
 
 void EventWriter::SaveAnew(const std::string& path) {
     Finish(WriteFile(path, Lines()));
+}
+
+void EventWriter::HandOn(FileAppender& file) {
+    if (buffer_.GetSize() >= kPiece) {
+        file.Append({buffer_.GetString(), buffer_.GetSize()});
+        buffer_.Clear();
+        whole_ = 0;
+    }
+}
+
+void EventWriter::Save(FileAppender& file) {
+    file.Append(Lines());
+    Finish(file.Keep());
 }
 
 void EventWriter::Finish(FileResult result) {

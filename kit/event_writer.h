@@ -55,6 +55,12 @@ public:
     // The same in the place of what the file held.
     void SaveAnew(const std::string& path);
 
+    // Save for a document that need not lie in memory as a whole. HandOn, called again and again
+    // while it is written, gives long pieces to `file`, which Drop does not take back; Save the
+    // rest.
+    void HandOn(FileAppender& file);
+    void Save(FileAppender& file);
+
 private:
     void Separate();
     void Open(char bracket);

@@ -49,6 +49,7 @@ MissionClasses ListMissions() {
         Collector<ImgpCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
+        Collector<SchedCollector>(),
         Collector<TopdownCollector>(),
     };
     classes.analyzers = {
@@ -56,6 +57,7 @@ MissionClasses ListMissions() {
         Analyzer<CpuAnalyzer>(),
         Analyzer<DdrAnalyzer>(),
         Analyzer<MemAnalyzer>(),
+        Analyzer<SchedAnalyzer>(),
     };
     classes.optimizers = {
         Optimizer<DdrOptimizer>(),

@@ -28,6 +28,8 @@ CALL = re.compile(r"\b(Print(?:Line|Error|Failure|FromSignalHandler)|WriteOptLog
 STREAMS = {"PrintLine": "out", "PrintFromSignalHandler": "out", "WriteOptLog": "out"}  # the others: err
 ESCAPES = {r"\n": "\n", r"\"": '"', r"\\": "\\", r"\'": "'", r"\t": "\t"}
 PLACEHOLDER = re.compile(r"<[^<>]*>")
+# What parts the cells of a table: a bar that is no text.
+BAR = re.compile(r"(?<!\\)\|")
 CONVERSION = re.compile(r"%[sd]")
 
 
@@ -151,7 +153,7 @@ def entries_of(name, text):
     for number, line in enumerate(text.splitlines(), 1):
         if line.startswith("## ") and name != COMMON:
             in_section = line.strip() == "## Messages"
-        cells = [cell.strip() for cell in line.strip().strip("|").split("|")]
+        cells = [cell.strip().replace(r"\|", "|") for cell in BAR.split(line.strip().strip("|"))]
         if not line.startswith("|"):
             in_table = False
         elif cells[0] == "message":
@@ -227,13 +229,15 @@ void P(const std::string& tag) {
     PrintError("[" + tag + "] Cannot open " + Name("tag") + std::string("\\"! "));
     PrintError("[Tool] twice");
     PrintLine("[Tool] twice");
+    PrintLine("[Tool] a | b");
     PrintFromSignalHandler("[Tool] stops\\n[Tool] soon\\n");
     return PrintFailure(path + "/files" + " is gone");
 }
 '''
 ROWS = ("| `[Tool] started` | out | |", "| `[Tool] Warning: odd job <job>, left out` | err | |",
         "| `[<tag>] Cannot open <file>\"!` | err | |", "| `[Tool] twice` | both | |",
-        "| `[Tool] stops`, `[Tool] soon` | out | |", "| `<path> is gone` | err | |")
+        "| `[Tool] stops`, `[Tool] soon` | out | |", "| `<path> is gone` | err | |",
+        r"| `[Tool] a \| b` | out | |")
 TABLE = "| message | stream | meaning |\n|---|---|---|\n"
 # Folders of missions: of one class, and of two.
 ONE, TWO = "analyzers/one/", "collectors/profiling/two/"
@@ -266,7 +270,8 @@ def tree_of(rows=ROWS, source=SOURCE, **changed):
 
 def breaks_of_lines():
     """What each rule on lines must catch: files, words of the finding."""
-    for number, words in enumerate(("[Tool] started", "odd job", "Cannot open", "[Tool] twice", "[Tool] s", "is gone")):
+    for number, words in enumerate(("[Tool] started", "odd job", "Cannot open", "[Tool] twice", "[Tool] s", "is gone",
+                                   "[Tool] a | b")):
         yield tree_of(rows=ROWS[:number] + ROWS[number + 1:]), words
     for old, new, words in (
             ("[Tool] started", "[Tool] begun", "[Tool] begun"), (", left out", ", passed over", "left out"),

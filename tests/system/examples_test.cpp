@@ -23,6 +23,7 @@ protected:
     ExampleTest() {
         AddRecordedCpuTools(sandbox);
         AddRecordedPerf(sandbox);
+        AddSchedTools(sandbox);
         if (ExampleText(GetParam()).find("\"HotFun") != std::string::npos) {
             AddRecordedProfiler(sandbox);
         }

@@ -45,6 +45,8 @@ const std::vector<std::string> kTopdownCalls = {"close", "localtime", "mkdir",  
                                                 "read",  "spawn",     "truncate", "write"};
 const std::vector<std::string> kHotFunCalls = {"close", "localtime", "mkdir", "open",     "opendir",
                                                "pipe",  "read",      "spawn", "truncate", "write"};
+const std::vector<std::string> kSchedCalls = {"close", "localtime", "mkdir",    "open", "pipe",
+                                              "read",  "spawn",     "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -143,6 +145,22 @@ std::string TopdownConfig() {
         "core": [0], "process": ["frame_worker"], "duration": 1})"}});
 }
 
+// All jobs of the scheduler's collector, and the analysis of those that record. What the recorded
+// perf tells has one row above the threshold.
+std::string SchedConfig() {
+    ConfigText config;
+    config.serial = R"(["SchedCollector"])";
+    config.analyze = R"(["SchedAnalyzer"])";
+    return config.Text(
+        {{"SchedCollector", R"({"job": ["global", "core", "process", "priority_affinity", "lite"],
+             "sched": {"is_call_record": false, "duration": 1, "topN": 2, "sorted": "max",
+                       "coreID": [0], "process": ["frame_worker"]},
+             "priority_affinity": {"process": ["frame_worker"], "thread": ["frame_worker"]},
+             "lite": {"lite_duration_second": 10, "lite_threshold_ms": 150}})"},
+         {"SchedAnalyzer", R"({"job": ["global", "core", "process"],
+             "runTimeThreshold": 2.05})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -180,6 +198,15 @@ void WalkHotFun(const std::vector<std::string>& more) {
         sandbox.Write(std::string("old/raw_data/hotFun/hotfun_") + tag + "_1.data", "recording");
     }
     sandbox.Write("config.json", HotFunConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkSched(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedCpuTools(sandbox);
+    AddRecordedPerf(sandbox);
+    AddSchedTools(sandbox);
+    sandbox.Write("config.json", SchedConfig());
     WalkIn(sandbox, more);
 }
 
@@ -252,6 +279,14 @@ TEST(FaultInjection, EveryCallOfARunAboutHotFunctionsFailsInTurn) {
 
 TEST(FaultInjection, ARunAboutHotFunctionsIsInterruptedAtRandomCalls) {
     WalkHotFun(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfARunAboutTheSchedulerFailsInTurn) {
+    WalkSched(kSchedCalls);
+}
+
+TEST(FaultInjection, ARunAboutTheSchedulerIsInterruptedAtRandomCalls) {
+    WalkSched(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

@@ -22,7 +22,8 @@ std::vector<std::string> Examples(bool forTheBoard) {
                               text.find("\"Ddr") != std::string::npos ||
                               text.find("\"AiCoreCollector\"") != std::string::npos ||
                               text.find("\"AicpuCollector\"") != std::string::npos ||
-                              text.find("\"MbufCollector\"") != std::string::npos;
+                              text.find("\"MbufCollector\"") != std::string::npos ||
+                              text.find("\"lite\"") != std::string::npos;
         if (isBoards == forTheBoard) {
             names.push_back(name);
         }

@@ -17,18 +17,55 @@ void AddRecordedCpuTools(Sandbox& sandbox) {
     sandbox.ToolPrinting("recorded-ps-threads", ReadText(DataPath("ps-4.0.2/threads_of_14.txt")));
     sandbox.Tool("top",
                  "case \" $* \" in\n"
+                 "    ' -H -n 1 -b ') exec named-threads ;;\n"
                  "    *' -1 '*) exec recorded-cores ;;\n"
                  "    *' -H '*) exec recorded-threads ;;\n"
                  "esac\n"
                  "exec recorded-top\n");
     sandbox.Tool("ps",
-                 "case \" $* \" in *' -L '*) exec recorded-ps-threads ;; esac\n"
+                 "case \" $* \" in\n"
+                 "    *' -L '*) exec recorded-ps-threads ;;\n"
+                 "    ' -l -T '*) exec thread-priorities ;;\n"
+                 "    ' -T -p '*) exec thread-list ;;\n"
+                 "    ' -l '*) exec process-priority ;;\n"
+                 "esac\n"
                  "exec recorded-ps\n");
+}
+
+void AddSchedTools(Sandbox& sandbox) {
+    sandbox.ToolPrinting("process-priority",
+                         "F S   UID   PID  PPID  C PRI  NI ADDR SZ WCHAN  TTY        TIME CMD\n"
+                         "4 S     0   417     1  0  80   0 -  1365 poll_s ?          0:00 f\n");
+    sandbox.ToolPrinting("thread-priorities",
+                         "F S   UID   PID  SPID  PPID  C PRI  NI ADDR SZ WCHAN  TTY   TIME CMD\n"
+                         "4 S     0   417   417     1  0  80   0 -  1365 poll_s ?     0:00 f\n");
+    sandbox.ToolPrinting("thread-list",
+                         "  PID  SPID TTY          TIME CMD\n"
+                         "  417   417 ?        00:00:00 frame_worker\n");
+    sandbox.ToolPrinting("named-threads",
+                         "  417 root      20   0    1000    100     10 S   0.0   0.1   0:00.01 "
+                         "frame_worker\n");
+    sandbox.Tool("taskset", "echo \"pid $2's current affinity list: 0,1\"\n");
+    sandbox.Tool("chrt", "echo \"pid $2's current scheduling policy: SCHED_OTHER\"\n");
+    for (const char* name : {"latency", "latency_pids", "script", "timehist"}) {
+        sandbox.ToolPrinting(
+            std::string("recorded-sched-") + name,
+            ReadText(DataPath(std::string("perf-6.1.187/sched_") + name + ".log")));
+    }
+    sandbox.Tool("recorded-sched",
+                 "case \" $* \" in\n"
+                 "    ' sched record '*) echo recording > \"$4\" ;;\n"
+                 "    *' --pids ') exec recorded-sched-latency_pids ;;\n"
+                 "    ' sched latency '*) exec recorded-sched-latency ;;\n"
+                 "    ' sched script '*) exec recorded-sched-script ;;\n"
+                 "    ' sched timehist '*) exec recorded-sched-timehist ;;\n"
+                 "esac\n");
 }
 
 void AddRecordedPerf(Sandbox& sandbox) {
     sandbox.ToolPrinting("recorded-counters", MemoryBoundCounterFile());
     sandbox.Tool("perf",
+                 "[ \"$1\" != sched ] || exec recorded-sched \"$@\"\n"
                  "while [ \"$1\" != -o ]; do shift; done\n"
                  "exec recorded-counters > \"$2\"\n");
     sandbox.Tool("pidof",

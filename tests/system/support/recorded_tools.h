@@ -18,6 +18,11 @@ void AddRecordedPerf(Sandbox& sandbox);
 // and can be given another meaning. A `pidof` knows the process "planner_node" too.
 void AddRecordedProfiler(Sandbox& sandbox);
 
+// Lets the `top` and `ps` of AddRecordedCpuTools know how "frame_worker" is set up too, adds a
+// `taskset` and a `chrt` that answer for any thread, and lets the `perf` of AddRecordedPerf record
+// the scheduler at once and print what the real one printed of a few processes.
+void AddSchedTools(Sandbox& sandbox);
+
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);
 

@@ -97,5 +97,22 @@ TEST(AppendFixedTest, AgreesWithTheDefaultConversion) {
     }
 }
 
+// Of any text it says what the standard conversion says, but for what cannot be ordered.
+TEST(NumberInTest, AgreesWithTheStandardConversion) {
+    const std::string many(400, '7');
+    for (const std::string& text :
+         {std::string("12.5"), std::string("0.000"), std::string("16418.440755"), std::string("-3"),
+          std::string("+1e3x"), std::string(" 4"), std::string("inf"), std::string("-inf"),
+          std::string("0x10"), std::string("1.2.3"), std::string("5\r"), std::string(40, '7'),
+          std::string(300, '7'), std::string("1\0002", 3)}) {
+        EXPECT_EQ(NumberIn(text), std::stod(text)) << text;
+    }
+    for (const std::string& text :
+         {std::string(), std::string("x1"), std::string("."), many, "-" + many, std::string("nan"),
+          std::string("-nan(1)"), std::string("\0001", 2), std::string("--------")}) {
+        EXPECT_EQ(NumberIn(text), std::nullopt) << text;
+    }
+}
+
 }  // namespace
 }  // namespace zarn

@@ -102,5 +102,41 @@ TEST(EventWriterTest, AFileThatCannotBeOpenedIsSaidAndForgotten) {
     EXPECT_EQ(events.Lines(), "");
 }
 
+TEST(EventWriterTest, ALongDocumentReachesItsFileInPieces) {
+    const test::TempDir dir;
+    const std::string path = dir.Write("long.data", "before\n");
+    const std::string text(1 << 20, 'x');
+    EventWriter events;
+    FileAppender file(path);
+    events.Begin();
+    events.Key("content");
+    events.BeginArray();
+    events.Text("a");
+    events.HandOn(file);
+    EXPECT_EQ(events.Buffer().GetSize(), std::string(R"({"content":["a")").size());
+    events.Text(text);
+    events.HandOn(file);
+    EXPECT_EQ(events.Buffer().GetSize(), 0U);
+    events.Text("b");
+    events.EndArray();
+    events.End();
+    events.Save(file);
+    EXPECT_EQ(dir.Read("long.data"), R"(before
+{"content":["a",")" + text + "\",\"b\"]}\n");
+    EXPECT_EQ(events.Lines(), "");
+}
+
+TEST(EventWriterTest, ALongDocumentWithoutAFileIsSaid) {
+    const test::TempDir dir;
+    EventWriter events;
+    FileAppender file(dir.Path());
+    Write(std::string(1 << 20, 'x'), events);
+    const test::Captured captured = test::Capture([&] {
+        events.HandOn(file);
+        events.Save(file);
+    });
+    EXPECT_EQ(captured.err, "[zarn_utils] Cannot open outfile, check your filePath.\n");
+}
+
 }  // namespace
 }  // namespace zarn

@@ -1,0 +1,164 @@
+#include "analyzers/sched/sched_documents.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+#include "foundation/console.h"
+#include "foundation/json.h"
+#include "foundation/numbers.h"
+
+namespace zarn {
+namespace {
+
+constexpr std::array<const char*, kSchedLatencyColumns.size()> kSortedListMembers = {
+    "task", "runtime", "switches", "averageDelay", "maximumDelay", "maximumDelayAt"};
+constexpr int kDecimals = 6;
+
+std::string WithUnit(std::string_view value, const char* unit) {
+    return std::string(value) + unit;
+}
+
+void Append(std::string_view text, rapidjson::StringBuffer& buffer) {
+    std::copy(text.begin(), text.end(), buffer.Push(text.size()));
+}
+
+// A name with what stands around it, the text, and what stands behind it up to the closing quote.
+void AppendMember(std::string_view name, std::string_view text, std::string_view end,
+                  rapidjson::StringBuffer& buffer) {
+    Append(name, buffer);
+    WriteJsonString(text, buffer);
+    buffer.Pop(1);
+    Append(end, buffer);
+}
+
+struct Delays {
+    double sum = 0.0;
+    double max = 0.0;
+};
+
+// Of the rows' greatest delays. Nothing after its line if there are none, or one is no number.
+std::optional<Delays> SumDelays(const std::vector<LatencyCells>& rows) {
+    if (rows.empty()) {
+        PrintError(
+            "[SchedAnalyzer] SchedAnalyzer get tokens AvgDelay and MaxDelay value failed, tokens "
+            "length should not be equal to 0.");
+        return std::nullopt;
+    }
+    Delays delays;
+    for (const LatencyCells& row : rows) {
+        const std::string_view cell = row[kMaxDelayCell];
+        const std::optional<double> delay = NumberIn(cell.substr(0, cell.find(' ')));
+        if (!delay) {
+            PrintError(
+                "[SchedAnalyzer] Error occurs when translate string to double for maxDelay: stod");
+            return std::nullopt;
+        }
+        delays.sum += *delay;
+        delays.max = std::max(delays.max, *delay);
+    }
+    return delays;
+}
+
+bool WriteTarget(const std::string& target, const std::vector<LatencyCells>& rows,
+                 const std::string& bootTime, EventWriter& events) {
+    const std::optional<Delays> delays = SumDelays(rows);
+    if (!delays) {
+        PrintError("[SchedAnalyzer] Failed to get avgDelay and maxDelay value!");
+        return PrintFailure("[SchedAnalyzer] Failed to add " + target + " object to content!");
+    }
+    const double average = delays->sum / static_cast<double>(rows.size());
+    events.BeginObject();
+    events.Text("target", target);
+    events.Text("avgDelay", WithUnit(FloatToString(average, kDecimals), " ms"));
+    events.Text("maxDelay", WithUnit(FloatToString(delays->max, kDecimals), " ms"));
+    events.Text(kSchedBootMember, bootTime);
+    events.Key("sortedList");
+    events.BeginArray();
+    for (const LatencyCells& row : rows) {
+        events.BeginObject();
+        for (std::size_t i = 0; i < row.size(); ++i) {
+            events.Text(kSortedListMembers[i], row[i]);
+        }
+        events.EndObject();
+    }
+    events.EndArray();
+    events.EndObject();
+    return true;
+}
+
+}  // namespace
+
+void BeginSchedDocument(const std::string& eventId, const std::string& happenTime,
+                        const std::string& objectId, EventWriter& events) {
+    events.Begin();
+    events.Text("eventId", eventId);
+    events.Text("happenTime", happenTime);
+    events.Text("objectId", objectId);
+    events.Key("content");
+    events.BeginArray();
+}
+
+void EndSchedDocument(EventWriter& events) {
+    events.EndArray();
+    events.End();
+}
+
+bool WriteLatencyFindings(const LatencyFindings& findings, const std::string& bootTime,
+                          EventWriter& events) {
+    if (!WriteTarget("topN_process", findings.top, bootTime, events)) {
+        return false;
+    }
+    const std::size_t count = findings.top.size();
+    if (count != findings.threads.size()) {
+        return PrintFailure(
+            "[SchedAnalyzer] SchedAnalyzer failed to get topNAnalyzerTokens, the size of "
+            "topNTokens " +
+            std::to_string(count) + " should be equal with the size of topNAnalyzerTokens!");
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!WriteTarget(findings.top[i][kTaskCell], findings.threads[i], bootTime, events)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The members are written at once, since there may be millions of rows.
+void WriteTimehistRow(const TimehistRow& row, const std::string& bootTime, EventWriter& events) {
+    events.BeginObject();
+    rapidjson::StringBuffer& buffer = events.Buffer();
+    AppendMember(R"("task":)", row.task, R"(")", buffer);
+    AppendMember(R"(,"time":)", row.time, R"( s")", buffer);
+    AppendMember(R"(,"cpu":)", row.cpu, R"(")", buffer);
+    AppendMember(R"(,"waitTime":)", row.waitTime, R"( ms")", buffer);
+    AppendMember(R"(,"schedDelay":)", row.schedDelay, R"( ms")", buffer);
+    AppendMember(R"(,"runTime":)", row.runTime, R"( ms")", buffer);
+    AppendMember(R"(,"systemStartUpTime":)", bootTime, R"(")", buffer);
+    events.EndObject();
+}
+
+bool WriteDelayRow(const TimehistRow& row, const std::string& bootTime, EventWriter& events) {
+    constexpr double kSecondsPerMillisecond = 0.001;
+    const std::optional<double> time = NumberIn(row.time);
+    const std::optional<double> wait = NumberIn(row.waitTime);
+    if (!time || !wait) {
+        return false;
+    }
+    const std::string delay = WithUnit(row.schedDelay, " ms");
+    const double end = *time + *wait * kSecondsPerMillisecond;
+    events.BeginObject();
+    events.Text("Task", row.task);
+    events.Text("runtime", WithUnit(row.runTime, " ms"));
+    events.Text("switches", "1");
+    events.Text("averageDelay", delay);
+    events.Text("maximumDelay", delay);
+    events.Text("maximumDelayAt", WithUnit(FloatToString(end, kDecimals), " s"));
+    events.Text(kSchedBootMember, bootTime);
+    events.EndObject();
+    return true;
+}
+
+}  // namespace zarn
