@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_runner.h"
 #include "tests/support/temp_dir.h"
@@ -106,10 +107,10 @@ TEST(ExecuteCommandLines, AppendsToTheList) {
 
 TEST(ExecuteCommandLines, TakesALineOfMegabytes) {
     FakeRunner runner;
-    runner.On("tool", std::string(16 << 20, 'x') + "\nlast");
+    runner.On("tool", std::string(test::Amount(16U << 20U), 'x') + "\nlast");
     Lines lines;
     EXPECT_TRUE(ExecuteCommandLines("tool", lines, runner));
-    ASSERT_EQ(lines.size(), (16U << 20) / kCommandLinePiece + 2);
+    ASSERT_EQ(lines.size(), test::Amount(16U << 20U) / kCommandLinePiece + 2);
     EXPECT_EQ(lines.back(), "last");
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "foundation/regex_guard.h"
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/temp_dir.h"
@@ -156,7 +157,7 @@ TEST(GetRegexMatchesFromFile, LinesBeyondTheLimitHaveNoMatch) {
     const test::TempDir directory;
     const std::string text = std::string(kMaxRegexText, '1') + "\n" +
                              std::string(kMaxRegexText + 1, '2') + "\n" +
-                             std::string(16 << 20, '3') + "\n4";
+                             std::string(test::Amount(16U << 20U), '3') + "\n4";
     List matches;
     EXPECT_TRUE(
         GetRegexMatchesFromFile(directory.Write("file", text), R"(^(\d)+)", matches, {}, -1));
@@ -198,7 +199,7 @@ TEST_P(RegexMatchesTest, AMatcherOfTheCallersTakesTheSameLines) {
 
 TEST(TakeMatchingLinesOfFile, ALineMayHaveAnyLength) {
     const test::TempDir directory;
-    const std::string longest(16 << 20, '3');
+    const std::string longest(test::Amount(16U << 20U), '3');
     List lines;
     EXPECT_TRUE(TakeMatchingLinesOfFile(directory.Write("file", "1\n" + longest + "\n4"), {'1'},
                                         static_cast<std::size_t>(-1), [&](std::string_view line) {

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/support/amounts.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/process_state.h"
 #include "tests/support/temp_dir.h"
@@ -265,7 +266,7 @@ TEST(LineCursor, CutsAsGetlineDoes) {
     EXPECT_EQ(Lines("a\n\nb"), (List{"a", "", "b"}));
     EXPECT_EQ(Lines("a\r\nb\r\n"), (List{"a\r", "b\r"}));
     EXPECT_EQ(Lines(std::string_view("a\0b\nc", 5)), (List{std::string("a\0b", 3), "c"}));
-    EXPECT_EQ(Lines(std::string(16 << 20, 'x') + "\ny").size(), 2U);
+    EXPECT_EQ(Lines(std::string(test::Amount(16U << 20U), 'x') + "\ny").size(), 2U);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "foundation/files.h"
 #include "kit/internal/event_line.h"
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 
 namespace zarn {
@@ -129,8 +130,9 @@ TEST(EventLines, TheFirstLineThatCannotBeReadEndsTheReading) {
 }
 
 TEST(EventLines, ALineMayBeHugeOrDeep) {
-    const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
-    const std::string text(16U << 20U, 'x');
+    const std::string deep =
+        std::string(test::Amount(1000000), '[') + std::string(test::Amount(1000000), ']');
+    const std::string text(test::Amount(16U << 20U), 'x');
     EXPECT_TRUE(Read("{\"time\":\"a\",\"content\":" + deep + "}").good);
     EXPECT_TRUE(Read("{\"time\":\"" + text + "\",\"content\":[\"" + text + "\"]}\n").good);
 }

@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "tests/support/amounts.h"
 #include "tests/unit/analyzers/aicpu/aicpu_analyzer_fixture.h"
 
 namespace zarn::test {
@@ -142,7 +143,7 @@ TEST_F(AicpuAnalyzerHostileTest, LinesOfMegabytes) {
 }
 
 TEST_F(AicpuAnalyzerHostileTest, AMillionPasses) {
-    constexpr std::size_t kPasses = 1000000;
+    constexpr std::size_t kPasses = test::Amount(1000000);
     const std::string pass = "\n@zarn-new:\npublish_event_num 1\nsched_event_num 1\n";
     std::string text = AicpuRawFilesOf(AicpuProcessOf(kName, 1201, 1)).process;
     const std::string start = "\nproc_event_num START\n";

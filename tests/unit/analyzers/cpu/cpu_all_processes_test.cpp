@@ -6,6 +6,7 @@
 
 #include "foundation/numbers.h"
 #include "foundation/text.h"
+#include "tests/support/amounts.h"
 
 namespace zarn {
 namespace {
@@ -122,7 +123,7 @@ TEST(AddAllProcessesTest, RefusesWhatHasNoContentObject) {
 }
 
 TEST(AddAllProcessesTest, TakesAnyNesting) {
-    const std::size_t depth = 1000000;
+    const std::size_t depth = test::Amount(1000000);
     const std::string deep = std::string(depth, '[') + std::string(depth, ']');
     EXPECT_EQ(Extended(R"({"content":{"a":)" + deep + "}}", {}),
               R"({"content":{"a":)" + deep + R"(,"allProcsInfo":[]}})");

@@ -8,6 +8,7 @@
 #include <regex>
 
 #include "analyzers/cpu/cpu_analyzer.h"
+#include "tests/support/amounts.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/support/unresolvable_folder.h"
@@ -103,11 +104,11 @@ TEST(CpuAnalyzerHostileTest, FaultyDocumentsArePassedOverAndKeepTheirPlace) {
 TEST(CpuAnalyzerHostileTest, DocumentsOfAnyDepthAndLengthPassThrough) {
     const CpuRunTree tree;
     tree.WriteCollection();
-    const std::size_t depth = 1000000;
+    const std::size_t depth = test::Amount(1000000);
     const std::string deep =
         R"({"content":{"a":)" + std::string(depth, '[') + std::string(depth, ']') + "}}\n";
     const std::string wide =
-        R"({"content":{"a":")" + std::string(std::size_t{16} << 20U, 'x') + "\"}}\n";
+        R"({"content":{"a":")" + std::string(test::Amount(16U << 20U), 'x') + "\"}}\n";
     tree.Files().Write(test::kDocumentsName, deep + wide + std::string(depth, '{'));
     const CpuRunTree::Result result = tree.Analyze(R"("global")");
     EXPECT_TRUE(result.succeeded);
@@ -116,7 +117,7 @@ TEST(CpuAnalyzerHostileTest, DocumentsOfAnyDepthAndLengthPassThrough) {
 }
 
 TEST(CpuAnalyzerHostileTest, ALogOfOneLongLineOfAnyBytesIsPassedOver) {
-    const std::size_t size = std::size_t{16} << 20U;
+    const std::size_t size = test::Amount(16U << 20U);
     std::string bytes(size, '\0');
     for (std::size_t i = 0; i < size; ++i) {
         bytes[i] = static_cast<char>((i * 2654435761U) >> 13U);

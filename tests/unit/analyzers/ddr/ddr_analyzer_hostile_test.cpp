@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "analyzers/ddr/ddr_master_info.h"
+#include "tests/support/amounts.h"
 #include "tests/unit/analyzers/ddr/ddr_analyzer_fixture.h"
 
 namespace zarn::test {
@@ -60,13 +61,13 @@ TEST_F(HostileDdrFiles, QosFaultsEndTheLoad) {
                  {"\x7f"
                   "ELF\x02\x01\xff\xfe",
                   kBadQos},
-                 {std::string(16U << 20U, 'q'), kBadQos},
-                 {std::string(1000000, '['), kBadQos},
-                 {NestedArrays(1000000), kQosLacksContent},
+                 {std::string(test::Amount(16U << 20U), 'q'), kBadQos},
+                 {std::string(test::Amount(1000000), '['), kBadQos},
+                 {NestedArrays(test::Amount(1000000)), kQosLacksContent},
                  {"[]", kQosLacksContent},
                  {"{}", kQosLacksContent},
                  {R"({"content":"x"})", kQosWrongContent},
-                 {R"({"content":)" + NestedArrays(1000000) + "}", kQosLacks},
+                 {R"({"content":)" + NestedArrays(test::Amount(1000000)) + "}", kQosLacks},
                  {R"({"content":[5]})", kQosLacks},
                  {With(good, "bw_low", "bwlow"), kQosLacks},
                  {With(good, "\"bw_low\":\"1\"", "\"bw_low\":1"), kQosWrongType},
@@ -82,7 +83,7 @@ TEST_F(HostileDdrFiles, BandwidthFaultsEndTheLoad) {
     ExpectWords(kBandwidthName,
                 {{good + "\n", kBadDdr},
                  {good.substr(0, good.size() - 3), kBadDdr},
-                 {std::string(16U << 20U, '{'), kBadDdr},
+                 {std::string(test::Amount(16U << 20U), '{'), kBadDdr},
                  {"null", kDdrLacksContent},
                  {With(good, "content", "contents"), kDdrLacksContent},
                  {With(good, "happenTime", "happentime"), kDdrLacksContent},
@@ -90,7 +91,7 @@ TEST_F(HostileDdrFiles, BandwidthFaultsEndTheLoad) {
                  {R"({"happenTime":"1","content":{}})", kQosWrongContent},
                  {R"({"happenTime":"1","content":[[]]})",
                   "[DdrAnalyzer] Warning! Ddr collect file lacks of required field [total].\n"},
-                 {R"({"happenTime":"1","content":)" + NestedArrays(1000000) + "}",
+                 {R"({"happenTime":"1","content":)" + NestedArrays(test::Amount(1000000)) + "}",
                   "[DdrAnalyzer] Warning! Ddr collect file lacks of required field [total].\n"},
                  {With(good, "sdma", "SDMA"),
                   "[DdrAnalyzer] Warning! Ddr collect file lacks of required field [sdma].\n"},

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "tests/support/amounts.h"
 #include "tests/support/memory_limit.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/unit/analyzers/mem/mem_analyzer_fixture.h"
@@ -58,12 +59,13 @@ TEST_F(HostileMemFiles, SystemDocumentsThatAreNone) {
          {std::string("\n"), good + "\n" + good, good.substr(0, 60), std::string(100, '\0'),
           std::string("\x7f"
                       "ELF\x02\x01\xff\xfe"),
-          std::string(16U << 20U, 'q'), std::string(1000000, '['),
-          good + std::string(16U << 20U, '{')}) {
+          std::string(test::Amount(16U << 20U), 'q'), std::string(test::Amount(1000000), '['),
+          good + std::string(test::Amount(16U << 20U), '{')}) {
         ExpectSystemWords(text, Illegal(kSystemName));
     }
-    ExpectSystemWords(Nested(1000000), kNoSystem);
-    ExpectSystemWords(R"({"happenTime":"1","content":)" + Nested(1000000) + "}", kNoSystem);
+    ExpectSystemWords(Nested(test::Amount(1000000)), kNoSystem);
+    ExpectSystemWords(R"({"happenTime":"1","content":)" + Nested(test::Amount(1000000)) + "}",
+                      kNoSystem);
 }
 
 TEST_F(HostileMemFiles, AnEmptyFileHasNoFrames) {
@@ -75,12 +77,13 @@ TEST_F(HostileMemFiles, AnEmptyFileHasNoFrames) {
 }
 
 TEST_F(HostileMemFiles, ProcessDocumentsThatAreNone) {
-    for (const std::string& text : {std::string("{"), std::string(16U << 20U, '['),
+    for (const std::string& text : {std::string("{"), std::string(test::Amount(16U << 20U), '['),
                                     MemProcessLine("1", {{"9", "x", {}}}).substr(0, 100)}) {
         ExpectProcessWords(text, Illegal(kProcessName));
     }
-    ExpectProcessWords(R"({"happenTime":"1","content":[{"process":)" + Nested(1000000) + "}]}",
-                       "[MemAnalyzer]: Error occurs: Invalid MemAnalyzer josn file\n");
+    ExpectProcessWords(
+        R"({"happenTime":"1","content":[{"process":)" + Nested(test::Amount(1000000)) + "}]}",
+        "[MemAnalyzer]: Error occurs: Invalid MemAnalyzer josn file\n");
 }
 
 TEST_F(HostileMemFiles, ValuesThatAreNoNumbers) {
@@ -106,7 +109,7 @@ TEST_F(HostileMemFiles, ASingleValueThatIsNoNumber) {
 }
 
 TEST_F(HostileMemFiles, HugeTextsAndManyProcessesAreRead) {
-    const std::string huge(16U << 20U, 'x');
+    const std::string huge(test::Amount(16U << 20U), 'x');
     std::vector<MemRow> rows;
     for (int i = 0; i < 20000; ++i) {
         rows.push_back({std::to_string(i), "p", {}});

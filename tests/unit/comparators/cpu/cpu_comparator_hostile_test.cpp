@@ -7,6 +7,7 @@
 #include <array>
 #include <thread>
 
+#include "tests/support/amounts.h"
 #include "tests/support/ordinary_rights.h"
 #include "tests/unit/comparators/cpu/comparison_fixture.h"
 
@@ -20,7 +21,7 @@ using test::UsageRow;
 using test::UsageSample;
 
 constexpr const char* kBothJobs = R"({"job": ["global", "selected_process"], "process": ["app"]})";
-constexpr std::size_t kHugeLine = 16 << 20;
+constexpr std::size_t kHugeLine = test::Amount(16U << 20U);
 
 class HostileComparison : public test::ComparisonFixture {
 protected:

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/files.h"
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/ddr_lines.h"
 
@@ -67,8 +68,8 @@ TEST(DdrVersionReader, TellsTheFaultsOfQosFiles) {
     ExpectWords([&info](const std::string& text) { return Read(ReadVersionLimits, text, info); },
                 {{"x", bad},
                  {QosLine("cpu", "1", "2") + "\n", bad},
-                 {std::string(16U << 20U, '['), bad},
-                 {NestedArrays(1000000),
+                 {std::string(test::Amount(16U << 20U), '['), bad},
+                 {NestedArrays(test::Amount(1000000)),
                   "[DdrComparator] Warning! Qos config file lacks of required field [content].\n"},
                  {R"({"content":1})",
                   "[DdrComparator] Warning! Wrong type of [content] in Qos config file.\n"},
@@ -144,7 +145,7 @@ TEST(DdrVersionReader, TellsTheFaultsOfShareFiles) {
          {R"({"content":{}})",
           "[DdrComparator] Warning! Wrong type of [content] in DDR collection file.\n"},
          {R"({"content":[{}]})", lacksTotal},
-         {R"({"content":)" + NestedArrays(1000000) + "}", lacksTotal},
+         {R"({"content":)" + NestedArrays(test::Amount(1000000)) + "}", lacksTotal},
          {R"({"content":[{"total":"1","cpu":2}]})",
           "[DdrComparator] Warning! Wrong type of [cpu] in DDR collection file..\n"},
          {BandwidthLine("1", "1", "sdma", "?"),

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/files.h"
+#include "tests/support/amounts.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn {
@@ -120,10 +121,10 @@ TEST(DiffTableTest, CellsKeepTheirBytes) {
 
 // Not shown where they differ.
 TEST(DiffTableTest, ALineMayHaveAnyLength) {
-    const std::string symbol(16U << 20U, 's');
+    const std::string symbol(test::Amount(16U << 20U), 's');
     EXPECT_TRUE(TableOf({"v1", "v2"}, "", {"1% 2% app " + symbol}) ==
                 kHead + ("\"1%\",\"2%\",\"app\",\"" + symbol) + "\"\n");
-    EXPECT_EQ(TableOf({"v1", "v2"}, kHeadings, {std::string(16U << 20U, ' ')}),
+    EXPECT_EQ(TableOf({"v1", "v2"}, kHeadings, {std::string(test::Amount(16U << 20U), ' ')}),
               std::string(kHead) + "\" \",\" \",");
 }
 

@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/key_check.h"
@@ -320,7 +321,7 @@ TEST_F(HotFunComparatorTest, HeadingsCountWhereverTheyStand) {
 TEST_F(HotFunComparatorTest, HostileDiffsBecomeWhatCellsTheyHold) {
     AddVersion("v1", kAllRecordings);
     AddVersion("v2", kAllRecordings);
-    const std::string longest(16U << 20U, 's');
+    const std::string longest(test::Amount(16U << 20U), 's');
     const std::pair<std::string, std::string> rows[] = {
         {"", ""},
         {"#", ""},

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "formats/mem.h"
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
 #include "tests/support/mem_lines.h"
@@ -164,11 +165,12 @@ TEST_F(MemComparatorTest, TheTablesFailApart) {
 
 // Documents that are torn, huge, deep or binary.
 TEST_F(MemComparatorTest, HostileDocumentsFailTheVersion) {
-    const std::string deep = std::string(1000000, '[') + std::string(1000000, ']');
+    const std::string deep =
+        std::string(test::Amount(1000000), '[') + std::string(test::Amount(1000000), ']');
     const std::string json = "[MemComparator] Exception occurs while parsing json file.\n";
     const std::pair<std::string, std::string> rows[] = {
-        {std::string(16U << 20U, 'q'), json},
-        {std::string(1000000, '['), json},
+        {std::string(test::Amount(16U << 20U), 'q'), json},
+        {std::string(test::Amount(1000000), '['), json},
         {std::string(100, '\0'), json},
         {"\x7f"
          "ELF\x02\x01\xff\xfe",

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "tests/support/amounts.h"
+
 namespace zarn {
 namespace {
 
@@ -73,7 +75,7 @@ TEST(StressLogParserTest, OnlyTheStartOfALineIsTested) {
         "fps. imgpVpcStress : 3.0 fps, ispStress : 4.0 fps!";
     for (const std::string& line :
          {result, result + " gpuStress : 7.0 fps.", result + "\r", result + std::string(1, '\0'),
-          result + std::string(16U << 20U, 'x')}) {
+          result + std::string(test::Amount(16U << 20U), 'x')}) {
         PerfMap perf;
         EXPECT_TRUE(ParseStressLog(kHead + line, perf)) << line.substr(0, 200);
         EXPECT_THAT(perf["isp"], ElementsAre(4.0));
@@ -99,7 +101,7 @@ TEST(StressLogParserTest, RefusesALineThatIsNoResult) {
         Result("1.0", "2.0", "3.0", "4.0\n"),
         Result("1.0", "2.0", "3.0", std::string(400, '9') + ".0"),
         Result(std::string(5000, '0') + ".0", "2.0", "3.0", "4.0"),
-        std::string(16U << 20U, 'a'),
+        std::string(test::Amount(16U << 20U), 'a'),
         std::string("aicStress : 1.0\0 fps.", 21),
     };
     for (const std::string& line : lines) {

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/files.h"
+#include "tests/support/amounts.h"
 
 namespace zarn {
 namespace {
@@ -105,7 +106,7 @@ TEST(SliceReaderTest, NothingIsATableOfNothing) {
 TEST(SliceReaderTest, LongHeadsAndRowsCostTheirLength) {
     std::string brackets;
     std::string forms = "TimeStamp";
-    for (int i = 0; i < 1000000; ++i) {
+    for (std::size_t i = 0; i < test::Amount(1000000); ++i) {
         brackets += ",(";
         forms += ",us";
     }

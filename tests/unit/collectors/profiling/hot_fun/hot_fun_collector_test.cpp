@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/fake_host.h"
 #include "tests/support/memory_limit.h"
@@ -420,7 +421,7 @@ TEST_F(HotFunCollectorTest, WithoutCyclesSharesAreNoNumbers) {
 
 // Call chains, lines that look like heads but are indented, and what hostile tools print.
 TEST_F(HotFunCollectorTest, OnlyHeadsOfSamplesCount) {
-    const std::string longest(16U << 20U, 'x');
+    const std::string longest(test::Amount(16U << 20U), 'x');
     script = " app 1 2.0: 1 cycles:\n\tapp 1 cycles:\n\rapp 1 cycles:\napp 1 2.0: 3 cycles:\r\n" +
              longest + "\napp " + longest + " 5 cycles: \n" + std::string("\0\xff\n", 3) +
              "db 2 cycles:";
@@ -431,7 +432,7 @@ TEST_F(HotFunCollectorTest, OnlyHeadsOfSamplesCount) {
 }
 
 TEST_F(HotFunCollectorTest, HostileReportsBecomeWhatRowsTheyHold) {
-    const std::string longest(16U << 20U, 's');
+    const std::string longest(test::Amount(16U << 20U), 's');
     report = std::string("\0\xff binary\n", 10) + "5% 4% app so " + longest + "\n1% torn";
     (void)Run(Config(R"("global")"));
     EXPECT_TRUE(dir.Read("json/" + Files("json")[0]) ==

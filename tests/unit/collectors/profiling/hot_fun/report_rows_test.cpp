@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "foundation/files.h"
+#include "tests/support/amounts.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn {
@@ -44,7 +45,7 @@ TEST(ReportRowTest, ACarriageReturnAtTheEndStays) {
 }
 
 TEST(ReportRowTest, ALineMayHaveAnyLengthAndBytes) {
-    constexpr std::size_t kSize = 16U << 20U;
+    constexpr std::size_t kSize = test::Amount(16U << 20U);
     const std::string symbol(kSize, 's');
     EXPECT_THAT(FindReportRow("  5.00% 5.00% app so [.] " + symbol),
                 Optional(testing::SizeIs(kSize + 23)));

@@ -5,13 +5,14 @@
 #include <string>
 
 #include "foundation/files.h"
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/temp_dir.h"
 
 namespace zarn {
 namespace {
 
-constexpr std::size_t kSize = 16U << 20U;
+constexpr std::size_t kSize = test::Amount(16U << 20U);
 
 TEST(SampleHeadTest, HoldsTheCommandAndItsCycles) {
     const auto head = FindSampleHead("planner_node 12009 11581.577997:     250000 cycles: ");

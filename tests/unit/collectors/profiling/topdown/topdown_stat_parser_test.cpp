@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "foundation/files.h"
+#include "tests/support/amounts.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/temp_dir.h"
 
@@ -106,7 +107,7 @@ TEST(TopdownTotalsTest, TextsOfAnyBytesAreTaken) {
                 UnorderedElementsAre(Pair("CPU_CYCLES", 7.0F)));
     EXPECT_THAT(Parse("2.0;7;;r11;57103;2.86;;\n4.0;7;;r1"),
                 UnorderedElementsAre(Pair("CPU_CYCLES", 7.0F)));
-    const std::size_t size = std::size_t{16} << 20U;
+    const std::size_t size = test::Amount(16U << 20U);
     for (const char byte : {';', ' ', '0', '9', 'x', '\0', '#', '\xff'}) {
         const std::string many(size, byte);
         EXPECT_THAT(Parse(many), IsEmpty());

@@ -7,6 +7,7 @@
 
 #include "collectors/system/ddr/ddr_bandwidth_parser.h"
 #include "collectors/system/ddr/ddr_documents.h"
+#include "tests/support/amounts.h"
 
 namespace zarn {
 namespace {
@@ -83,7 +84,7 @@ TEST(BandwidthParser, ABandwidthThatIsNoIntegerThrows) {
 }
 
 TEST(BandwidthParser, HugeLinesAreSkippedOrRead) {
-    const std::string longText(16U << 20U, 'a');
+    const std::string longText(test::Amount(16U << 20U), 'a');
     std::string columns;
     for (int i = 0; i < 1 << 22; ++i) {
         columns += "a|";

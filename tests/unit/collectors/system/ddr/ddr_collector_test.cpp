@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/amounts.h"
 #include "tests/unit/collectors/system/ddr/ddr_collector_fixture.h"
 
 namespace zarn::test {
@@ -155,10 +156,11 @@ TEST_F(DdrCollectorTest, ATornTableEmptiesTheResult) {
 }
 
 TEST_F(DdrCollectorTest, ATableWithoutRowsGivesAnEmptyResult) {
-    for (const std::string& text : {std::string(), std::string("no table\n"),
-                                    std::string(16U << 20U, '|'), std::string(4096, '\0'),
-                                    std::string("\x7f"
-                                                "ELF|\xff|\xfe|\x80|\x01|\x02\n")}) {
+    for (const std::string& text :
+         {std::string(), std::string("no table\n"), std::string(test::Amount(16U << 20U), '|'),
+          std::string(4096, '\0'),
+          std::string("\x7f"
+                      "ELF|\xff|\xfe|\x80|\x01|\x02\n")}) {
         tree.Remove("raw_data");
         tree.Remove(DataName());
         table = text;
