@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Prints line and branch figures, of all and of the pure functions, of the last run of the suite in the asan preset,
-# which carries the counters; runs it first if there was none. The report is build/coverage/index.html. With --page the
-# figures go into docs/performance.md.
+# which carries the counters; runs the whole of it first if there was none. The report is build/coverage/index.html. With
+# --page the figures go into docs/performance.md.
 #
 # usage: scripts/coverage.sh [--page]
 source "$(dirname "$0")/lib.sh"
@@ -9,7 +9,7 @@ take_arguments 1 --page "$@"
 
 need_packages scripts/packages.txt scripts/packages-dev.txt
 if [ -z "$(find build/asan -name '*.gcda' -print -quit 2>/dev/null)" ]; then
-    scripts/test.sh asan
+    ZARN_WALK=all scripts/test.sh asan
 fi
 
 # Files of pure functions: parsers, findings, documents, tables and the utilities below them.
