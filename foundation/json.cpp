@@ -82,21 +82,6 @@ bool CopyPlainWords(std::string_view text, char* out) {
     }
 }
 
-bool CopyPlain(std::string_view text, char* out) {
-    if (text.size() >= sizeof(std::uint64_t)) {
-        return CopyPlainWords<std::uint64_t>(text, out);
-    }
-    if (text.size() >= sizeof(std::uint32_t)) {
-        return CopyPlainWords<std::uint32_t>(text, out);
-    }
-    bool plain = true;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        plain = plain && kEscapes[static_cast<unsigned char>(text[i])] == 0;
-        out[i] = text[i];
-    }
-    return plain;
-}
-
 void AppendString(rapidjson::StringBuffer& buffer, const JsonValue& value) {
     WriteJsonString({value.GetString(), value.GetStringLength()}, buffer);
 }
@@ -204,11 +189,26 @@ void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer) {
     }
 }
 
+bool CopyPlainJson(std::string_view text, char* out) {
+    if (text.size() >= sizeof(std::uint64_t)) {
+        return CopyPlainWords<std::uint64_t>(text, out);
+    }
+    if (text.size() >= sizeof(std::uint32_t)) {
+        return CopyPlainWords<std::uint32_t>(text, out);
+    }
+    bool plain = true;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        plain = plain && kEscapes[static_cast<unsigned char>(text[i])] == 0;
+        out[i] = text[i];
+    }
+    return plain;
+}
+
 // Bytes from 0x80 on pass as they are.
 void WriteJsonString(std::string_view text, rapidjson::StringBuffer& buffer) {
     char* const out = buffer.Push(text.size() + 2);
     out[0] = '"';
-    if (CopyPlain(text, out + 1)) {
+    if (CopyPlainJson(text, out + 1)) {
         out[text.size() + 1] = '"';
         return;
     }

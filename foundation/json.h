@@ -67,6 +67,10 @@ void WriteJson(const JsonValue& value, rapidjson::StringBuffer& buffer);
 // Appends `text` as a JSON string, escaped as WriteJson does it.
 void WriteJsonString(std::string_view text, rapidjson::StringBuffer& buffer);
 
+// Copies `text` to `out` if it stands in a JSON string as it is. False if something in it must be
+// escaped; what is written to as many bytes of `out` as `text` has is then of no use.
+[[nodiscard]] bool CopyPlainJson(std::string_view text, char* out);
+
 // Adds a copied string member to the document's root object.
 void AddJsonString(const std::string& key, const std::string& value, JsonDocument& document);
 

@@ -21,17 +21,41 @@ std::string WithUnit(std::string_view value, const char* unit) {
     return std::string(value) + unit;
 }
 
-void Append(std::string_view text, rapidjson::StringBuffer& buffer) {
-    std::copy(text.begin(), text.end(), buffer.Push(text.size()));
+// Writes `before`, which is JSON already, and a text to `at`, which moves on. False if something in
+// the text must be escaped.
+bool PutPlain(std::string_view before, std::string_view text, char*& at) {
+    at = std::copy(before.begin(), before.end(), at);
+    const bool isPlain = CopyPlainJson(text, at);
+    at += text.size();
+    return isPlain;
 }
 
-// A name with what stands around it, the text, and what stands behind it up to the closing quote.
-void AppendMember(std::string_view name, std::string_view text, std::string_view end,
-                  rapidjson::StringBuffer& buffer) {
-    Append(name, buffer);
-    WriteJsonString(text, buffer);
-    buffer.Pop(1);
-    Append(end, buffer);
+// The members of a row at once, since there may be millions of rows. False, and nothing, if
+// something in it must be escaped.
+bool WritePlainRow(const TimehistRow& row, const std::string& bootTime,
+                   rapidjson::StringBuffer& buffer) {
+    constexpr std::string_view kTask = R"("task":")";
+    constexpr std::string_view kTime = R"(","time":")";
+    constexpr std::string_view kCpu = R"( s","cpu":")";
+    constexpr std::string_view kWait = R"(","waitTime":")";
+    constexpr std::string_view kDelay = R"( ms","schedDelay":")";
+    constexpr std::string_view kRun = R"( ms","runTime":")";
+    constexpr std::string_view kBoot = R"( ms","systemStartUpTime":")";
+    constexpr std::size_t kAround = kTask.size() + kTime.size() + kCpu.size() + kWait.size() +
+                                    kDelay.size() + kRun.size() + kBoot.size() + 1;
+    const std::size_t size = kAround + row.task.size() + row.time.size() + row.cpu.size() +
+                             row.waitTime.size() + row.schedDelay.size() + row.runTime.size() +
+                             bootTime.size();
+    char* at = buffer.Push(size);
+    if (PutPlain(kTask, row.task, at) && PutPlain(kTime, row.time, at) &&
+        PutPlain(kCpu, row.cpu, at) && PutPlain(kWait, row.waitTime, at) &&
+        PutPlain(kDelay, row.schedDelay, at) && PutPlain(kRun, row.runTime, at) &&
+        PutPlain(kBoot, bootTime, at)) {
+        *at = '"';
+        return true;
+    }
+    buffer.Pop(size);
+    return false;
 }
 
 struct Delays {
@@ -126,17 +150,17 @@ bool WriteLatencyFindings(const LatencyFindings& findings, const std::string& bo
     return true;
 }
 
-// The members are written at once, since there may be millions of rows.
 void WriteTimehistRow(const TimehistRow& row, const std::string& bootTime, EventWriter& events) {
     events.BeginObject();
-    rapidjson::StringBuffer& buffer = events.Buffer();
-    AppendMember(R"("task":)", row.task, R"(")", buffer);
-    AppendMember(R"(,"time":)", row.time, R"( s")", buffer);
-    AppendMember(R"(,"cpu":)", row.cpu, R"(")", buffer);
-    AppendMember(R"(,"waitTime":)", row.waitTime, R"( ms")", buffer);
-    AppendMember(R"(,"schedDelay":)", row.schedDelay, R"( ms")", buffer);
-    AppendMember(R"(,"runTime":)", row.runTime, R"( ms")", buffer);
-    AppendMember(R"(,"systemStartUpTime":)", bootTime, R"(")", buffer);
+    if (!WritePlainRow(row, bootTime, events.Buffer())) {
+        events.Text("task", row.task);
+        events.Text("time", WithUnit(row.time, " s"));
+        events.Text("cpu", row.cpu);
+        events.Text("waitTime", WithUnit(row.waitTime, " ms"));
+        events.Text("schedDelay", WithUnit(row.schedDelay, " ms"));
+        events.Text("runTime", WithUnit(row.runTime, " ms"));
+        events.Text(kSchedBootMember, bootTime);
+    }
     events.EndObject();
 }
 

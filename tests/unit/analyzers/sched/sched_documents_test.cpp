@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 
+#include "foundation/json.h"
 #include "tests/support/captured_streams.h"
 
 namespace zarn::test {
@@ -116,6 +117,36 @@ TEST(TimehistDocumentTest, ARowBearsItsUnits) {
               DocumentOf(R"({"task":"my task[7]","time":"12.500000 s","cpu":"[0001]",)"
                          R"("waitTime":"250.000 ms","schedDelay":"0.020 ms","runTime":"3.000 ms",)"
                          R"("systemStartUpTime":"20230101110000"})"));
+}
+
+// Whichever column it is in.
+TEST(TimehistDocumentTest, WhatIsNoPlainTextIsEscaped) {
+    for (const auto column :
+         {&TimehistRow::task, &TimehistRow::time, &TimehistRow::cpu, &TimehistRow::waitTime,
+          &TimehistRow::schedDelay, &TimehistRow::runTime}) {
+        for (const std::string& text :
+             {std::string("\"q\" \\ \n"), std::string("a long name that ends in \x01"),
+              std::string()}) {
+            TimehistRow row = kRow;
+            row.*column = text;
+            const Written written = Write([&row](EventWriter& events) {
+                WriteTimehistRow(row, kBoot, events);
+                WriteTimehistRow(row, "\"boot\"", events);
+                return true;
+            });
+            JsonDocument document;
+            ASSERT_TRUE(ParseJson(written.text, document)) << written.text;
+            const JsonValue& rows = document["content"];
+            ASSERT_EQ(rows.Size(), 2U);
+            EXPECT_EQ(rows[0]["task"].GetString(), std::string(row.task));
+            EXPECT_EQ(rows[0]["time"].GetString(), std::string(row.time) + " s");
+            EXPECT_EQ(rows[0]["cpu"].GetString(), std::string(row.cpu));
+            EXPECT_EQ(rows[1]["waitTime"].GetString(), std::string(row.waitTime) + " ms");
+            EXPECT_EQ(rows[1]["schedDelay"].GetString(), std::string(row.schedDelay) + " ms");
+            EXPECT_EQ(rows[1]["runTime"].GetString(), std::string(row.runTime) + " ms");
+            EXPECT_STREQ(rows[1]["systemStartUpTime"].GetString(), "\"boot\"");
+        }
+    }
 }
 
 TEST(TimehistDocumentTest, ADelayIsOverItsWaitBehindTheRowsTime) {
