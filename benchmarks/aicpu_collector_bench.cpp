@@ -1,5 +1,4 @@
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -7,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "benchmarks/support/cpu_time.h"
 #include "benchmarks/support/promise.h"
 #include "benchmarks/support/quiet_streams.h"
 #include "benchmarks/support/scratch_dir.h"
@@ -88,17 +88,6 @@ bool Collect(const Node& node, const std::string& path, CommandRunner& runner) {
     const StopFlag stopFlag{0};
     AicpuCollector collector(AicpuCollector::kName, host);
     return collector.CheckOptions(config, "collector") && collector.Start(config, path, &stopFlag);
-}
-
-double SecondsWithChildren() {
-    double seconds = 0;
-    for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-        rusage usage{};
-        ::getrusage(who, &usage);
-        seconds += static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-                   static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-    }
-    return seconds;
 }
 
 void PassOurs(benchmark::State& state) {

@@ -1,6 +1,5 @@
 #include <benchmark/benchmark.h>
 #include <signal.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "benchmarks/support/cpu_time.h"
 #include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "collectors/system/mem/mem_collector.h"
@@ -201,17 +201,6 @@ public:
 private:
     std::vector<pid_t> pids_;
 };
-
-double SecondsWithChildren() {
-    double seconds = 0;
-    for (const int who : {RUSAGE_SELF, RUSAGE_CHILDREN}) {
-        rusage usage{};
-        ::getrusage(who, &usage);
-        seconds += static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-                   static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-    }
-    return seconds;
-}
 
 template <typename Work>
 void PassOver(benchmark::State& state, Work work) {
