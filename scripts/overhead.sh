@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
-# MemCollector on those processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60
-# samples goes into docs/performance.md.
+# MemCollector on those processes; of SchedCollector ten passes of the machine's own perf, if that may record. Prints
+# zarn's own CPU seconds beside those of the tools it starts; a run of 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
@@ -45,11 +45,19 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
+# measure_scheduler PASSES: SchedCollector on the whole system, a second each, where perf may record.
+measure_scheduler() {
+    perf sched record -o /dev/null -- true >/dev/null 2>&1 || return 0
+    printf '\nSchedCollector, passes: %d of 1 s, the system counts as one process\n\n' "$1"
+    run_mission SchedCollector "{\"job\": [\"global\"], \"count\": $1, \"sched\": {\"is_call_record\": false,
+        \"duration\": 1, \"topN\": 10, \"sorted\": \"max\"}}" "$1"
+}
 
 mkdir -p build/bench
 {
     echo "$(machine)."
     measure "$samples" false
+    measure_scheduler 10
 } | tee build/bench/overhead.md
 for _ in $(seq 400); do
     sleep 100000 &
