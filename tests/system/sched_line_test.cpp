@@ -11,6 +11,8 @@
 #include <map>
 #include <string>
 #include <thread>
+#include <utility>
+#include <vector>
 
 #include "foundation/json.h"
 #include "tests/support/lines.h"
@@ -27,15 +29,29 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::SizeIs;
 
-// A collection of the whole system and its analysis.
-std::string GlobalRun(const std::string& duration, const std::string& topN) {
+// The sections of a collection of the whole system and its analysis.
+std::vector<std::pair<std::string, std::string>> GlobalSections(const std::string& duration,
+                                                                const std::string& topN) {
+    return {{"SchedCollector", R"({"job": ["global"], "sched": {"is_call_record": false,
+                "duration": )" + duration +
+                                   R"(, "topN": )" + topN + R"(, "sorted": "max"}})"},
+            {"SchedAnalyzer", R"({"job": ["global"], "runTimeThreshold": 1000.0})"}};
+}
+
+std::string GlobalRun(const std::string& duration, const std::string& topN,
+                      const std::string& analyzers = R"(["SchedAnalyzer"])") {
     ConfigText config;
     config.serial = R"(["SchedCollector"])";
+    config.analyze = analyzers;
+    return config.Text(GlobalSections(duration, topN));
+}
+
+// The analysis of the tree of an earlier run.
+std::string LaterAnalysis(const std::string& tree, unsigned topN) {
+    ConfigText config;
     config.analyze = R"(["SchedAnalyzer"])";
-    return config.Text({{"SchedCollector", R"({"job": ["global"], "sched": {"is_call_record": false,
-             "duration": )" + duration + R"(, "topN": )" +
-                                               topN + R"(, "sorted": "max"}})"},
-                        {"SchedAnalyzer", R"({"job": ["global"], "runTimeThreshold": 1000.0})"}});
+    config.more = R"(, "historyDataPath": ")" + tree + "\"";
+    return config.Text(GlobalSections("1", std::to_string(topN)));
 }
 
 // What both missions say of a recording that was not made.
@@ -172,26 +188,42 @@ private:
     std::thread thread_;
 };
 
-// What the analysis tells of the tasks of one name.
+// What a report tells of a task.
 struct Told {
+    unsigned rank = 0;      // among the tasks; 0: nothing
     double maxDelay = 0.0;  // ms
-    long switches = 0;      // 0: nothing
+    long switches = 0;
 };
 
-Told ToldOf(const Sandbox& sandbox, const std::string& name) {
+// The row of the task of that name in the document of the collection.
+Told ToldOf(const RunTree& tree, const std::string& name) {
     Told told;
-    for (const JsonDocument& document : DocumentsIn(
-             sandbox.Read(sandbox.OnlyFile("json", "soc_schedAna_global_latency_ana_1_")))) {
-        for (const JsonValue& task : document["content"].GetArray()) {
-            const std::string target = task["target"].GetString();
-            if (target.rfind(name + ":", 0) == 0) {
-                told.maxDelay = std::strtod(task["maxDelay"].GetString(), nullptr);
-                told.switches =
-                    std::strtol(task["sortedList"][0]["switches"].GetString(), nullptr, 10);
+    for (const JsonDocument& document :
+         DocumentsIn(tree.Read(tree.OnlyFile("json", "soc_sched_global_latency_info_1_")))) {
+        unsigned rank = 0;
+        for (const JsonValue& row : document["content"].GetArray()) {
+            ++rank;
+            if (std::string(row["Task"].GetString()).rfind(name + ":", 0) == 0) {
+                told = {rank, std::strtod(row["maximumDelay"].GetString(), nullptr),
+                        std::strtol(row["switches"].GetString(), nullptr, 10)};
             }
         }
     }
     return told;
+}
+
+// The longest delay of the task of that name as the analysis tells it.
+double AnalyzedDelayOf(const RunTree& tree, const std::string& name) {
+    double delay = 0.0;
+    for (const JsonDocument& document :
+         DocumentsIn(tree.Read(tree.OnlyFile("json", "soc_schedAna_global_latency_ana_1_")))) {
+        for (const JsonValue& task : document["content"].GetArray()) {
+            if (std::string(task["target"].GetString()).rfind(name + ":", 0) == 0) {
+                delay = std::strtod(task["maxDelay"].GetString(), nullptr);
+            }
+        }
+    }
+    return delay;
 }
 
 // Both want one core all the time; the kernel gives the nice one a share of about one in seventy.
@@ -200,23 +232,25 @@ Told ToldOf(const Sandbox& sandbox, const std::string& name) {
 TEST(SchedTruthTest, OfTwoThatWantOneCoreTheNiceOneWaits) {
     constexpr long kFewTurns = 4;
     Sandbox sandbox;
-    sandbox.Run(GlobalRun("0", "1"));
+    sandbox.Run(GlobalRun("0", "1", "[]"));
     if (sandbox.Files("raw_data/sched").size() < 3) {
         GTEST_SKIP() << "perf may not record here";
     }
-    BusyThread busy("zw busy", 0, 0);
-    BusyThread nice("zw nice", 0, 19);
-    if (!busy.IsSet() || !nice.IsSet()) {
-        GTEST_SKIP() << "this machine's core 0 is not for this test";
-    }
     Told ofBusy;
     Told ofNice;
-    for (const char* seconds : {"1", "8"}) {
-        EXPECT_TRUE(sandbox.Run(GlobalRun(seconds, "1000")).Succeeded());
-        ofBusy = ToldOf(sandbox, "zw busy");
-        ofNice = ToldOf(sandbox, "zw nice");
-        if (ofNice.maxDelay > ofBusy.maxDelay) {
-            break;
+    {
+        BusyThread busy("zw busy", 0, 0);
+        BusyThread nice("zw nice", 0, 19);
+        if (!busy.IsSet() || !nice.IsSet()) {
+            GTEST_SKIP() << "this machine's core 0 is not for this test";
+        }
+        for (const char* seconds : {"1", "8"}) {
+            EXPECT_TRUE(sandbox.Run(GlobalRun(seconds, "1000", "[]")).Succeeded());
+            ofBusy = ToldOf(sandbox.Tree(), "zw busy");
+            ofNice = ToldOf(sandbox.Tree(), "zw nice");
+            if (ofNice.maxDelay > ofBusy.maxDelay) {
+                break;
+            }
         }
     }
     if (ofNice.maxDelay <= ofBusy.maxDelay && ofNice.switches < kFewTurns) {
@@ -224,6 +258,11 @@ TEST(SchedTruthTest, OfTwoThatWantOneCoreTheNiceOneWaits) {
     }
     EXPECT_GT(ofNice.maxDelay, ofBusy.maxDelay);
     EXPECT_GT(ofBusy.switches, 0);
+    // The analysis of as many tasks as there are up to it says the same.
+    const RunTree tree = sandbox.Tree();
+    ASSERT_TRUE(sandbox.Run(LaterAnalysis(sandbox.RunDirInside(), ofNice.rank)).Succeeded());
+    EXPECT_EQ(AnalyzedDelayOf(tree, "zw nice"), ofNice.maxDelay);
+    EXPECT_EQ(AnalyzedDelayOf(tree, "zw busy"), 0.0);
 }
 
 }  // namespace
