@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "board/model/sched_plan.h"
@@ -46,6 +48,8 @@ struct SchedSpan {
     std::uint64_t toUs = 0;
 };
 
+class SchedEngine;
+
 class SchedSimulation {
 public:
     using Sink = std::function<void(const SchedEvent&)>;
@@ -64,8 +68,17 @@ public:
     [[nodiscard]] std::uint32_t RunningOn(std::uint32_t core) const;
 
 private:
-    class Engine;
-    std::unique_ptr<Engine> engine_;
+    std::unique_ptr<SchedEngine> engine_;
+};
+
+// Sees the delays in events that are told in their order, from the first one on.
+class DelayWatch {
+public:
+    // The delay that ends with this event, if one does.
+    [[nodiscard]] std::optional<SchedDelay> Take(const SchedEvent& event);
+
+private:
+    std::array<std::optional<std::uint64_t>, kMaxSchedTasks> readySinceUs_;
 };
 
 // The task that runs on each core at a moment, or SchedEvent::kIdleTask.
