@@ -76,7 +76,8 @@ struct Truth {
         runUs += other.runUs;
         switches += other.switches;
         delayUs += other.delayUs;
-        if (other.mostUs > mostUs) {
+        // Of equal delays perf tells that of the later task.
+        if (other.mostUs >= mostUs) {
             mostUs = other.mostUs;
             mostAt = other.mostAt;
         }
@@ -416,13 +417,14 @@ protected:
         return std::get<0>(GetParam()).first == std::string("priority_inversion");
     }
 
-    // The logger has work and no core for a third of a second.
+    // The logger has work and no core for a third of a second, whether it wakes up then or has
+    // begun to work before.
     void CheckStarving() const {
         for (const char* begin :
              {"soc_sched_global_latency_info_1_", "soc_sched_core_latency_info_core1_1_"}) {
             EXPECT_THAT(WhoWaitsLongest(begin), testing::StartsWith("logger:"));
         }
-        EXPECT_GT(std::stod(Greatest(ThreadRows("logger"), 4)[4]), 250.0);
+        EXPECT_GT(std::stod(Greatest(ThreadRows("logger"), 3)[3]), 250.0);
     }
 
     // The control task waits longer than its period, though it gets its core at once when it is
