@@ -1,5 +1,5 @@
-// perf on the virtual board: counts the board's events itself and leaves all else to the machine's
-// perf.
+// perf on the virtual board: counts the board's events itself, records its scheduler, and leaves
+// all else to the machine's perf.
 
 #include <string>
 #include <vector>
@@ -7,6 +7,7 @@
 #include "board/perf/machine_perf.h"
 #include "board/perf/perf_call.h"
 #include "board/perf/record.h"
+#include "board/perf/sched.h"
 #include "board/perf/stat.h"
 
 namespace {
@@ -21,6 +22,9 @@ int Run(const std::vector<std::string>& words) {
         if (AsksRawEvents(call)) {
             return RunStat(call);
         }
+    }
+    if (name == "sched") {
+        return RunSched(rest);
     }
     return name == "record" ? RunRecord(rest) : BecomeMachinePerf(words);
 }

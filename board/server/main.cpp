@@ -1,7 +1,7 @@
 // zarn-board-server: makes a virtual board and writes its moving files, as long as somebody holds
-// the other end of its standard input. Called by zarn-board; `table`, `events`, `buffers` and
-// `status` are for users, too, `trace` is the work of the board's profiling tool. Exit status: 0, 1
-// if the work fails, 2 for a wrong call.
+// the other end of its standard input. Called by zarn-board; `table`, `events`, `buffers`,
+// `sched` and `status` are for users, too, `trace` is the work of the board's profiling tool. Exit
+// status: 0, 1 if the work fails, 2 for a wrong call.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -28,6 +28,7 @@
 #include "board/server/cpu_texts.h"
 #include "board/server/engine_trace.h"
 #include "board/server/event_driver.h"
+#include "board/server/sched_truth.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -43,6 +44,7 @@ constexpr const char* kUsage =
     "       zarn-board-server table STATE MILLISECONDS...\n"
     "       zarn-board-server events STATE MILLISECONDS...\n"
     "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
+    "       zarn-board-server sched STATE FROM_US TO_US\n"
     "       zarn-board-server status STATE\n"
     "       zarn-board-server trace STATE FOLDER\n"
     "       zarn-board-server account STATE\n"
@@ -333,6 +335,27 @@ int Buffers(const Arguments& arguments) {
     return 0;
 }
 
+int Sched(const Arguments& arguments) {
+    const BoardState* state = MapBoardState(arguments[0].c_str());
+    if (state == nullptr) {
+        return Fail("no board state: " + arguments[0]);
+    }
+    SchedSpan span;
+    for (const auto& [word, us] :
+         {std::pair(&arguments[1], &span.fromUs), {&arguments[2], &span.toUs}}) {
+        if (!IsDigitString(*word) || !StringToUint64(*word, *us)) {
+            return Fail("no time in microseconds: " + *word);
+        }
+    }
+    if (span.toUs < span.fromUs) {
+        return Fail("the time ends before it begins");
+    }
+    std::string text = SchedTruthText(*state, span);
+    text.pop_back();
+    PrintLine(text);
+    return 0;
+}
+
 int Status(const Arguments& arguments) {
     BoardState* state = MapBoardState(arguments[0].c_str());
     if (state == nullptr) {
@@ -430,13 +453,14 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 10> kCommands{{
+constexpr std::array<Command, 11> kCommands{{
     {"create", 3, 4, Create},
     {"serve", 4, 5, Serve},
     {"serve-once", 4, 5, ServeOnce},
     {"table", 2, 1000000, Table},
     {"events", 2, 1000000, Events},
     {"buffers", 1, 1000000, Buffers},
+    {"sched", 3, 3, Sched},
     {"status", 1, 1, Status},
     {"trace", 2, 2, Trace},
     {"account", 1, 1, Account},

@@ -8,6 +8,7 @@
 #include "board/setup/fault_rules.h"
 #include "board/setup/fields.h"
 #include "board/setup/program_plans.h"
+#include "board/setup/sched_plans.h"
 
 namespace zarn::board {
 namespace {
@@ -152,6 +153,7 @@ std::optional<std::string> ParseScenario(std::string_view text, BoardState& stat
         ReadBuffers(fields, state.scenario.programs, state.scenario.buffers);
         ReadMemory(fields, state.scenario.programs, state.scenario.memory);
         ReadEventPlan(fields, state.scenario.programs, state.scenario.events);
+        ReadSchedPlan(fields, state.scenario.sched);
         ReadFaultRules(fields, state.faults);
     });
 }

@@ -169,6 +169,7 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
         "       zarn-board-server table STATE MILLISECONDS...\n"
         "       zarn-board-server events STATE MILLISECONDS...\n"
         "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
+        "       zarn-board-server sched STATE FROM_US TO_US\n"
         "       zarn-board-server status STATE\n"
         "       zarn-board-server trace STATE FOLDER\n"
         "       zarn-board-server account STATE\n"
@@ -179,6 +180,12 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
               noState + noState + noState);
     EXPECT_EQ(Shell("$BOARD --board kept -- true; $SERVER table kept/state 1 x"),
               (Result{"zarn-board-server: no time in milliseconds: x\n", 1}));
+    EXPECT_EQ(Shell("$SERVER sched none 1 2; $SERVER sched kept/state 1 x; "
+                    "$SERVER sched kept/state 2 1"),
+              (Result{"zarn-board-server: no board state: none\n"
+                      "zarn-board-server: no time in microseconds: x\n"
+                      "zarn-board-server: the time ends before it begins\n",
+                      1}));
     EXPECT_EQ(Shell("$SERVER buffers none; $SERVER buffers kept/state; "
                     "$SERVER buffers kept/state 1 x"),
               (Result{"zarn-board-server: no board state: none\nrecording: off\n"

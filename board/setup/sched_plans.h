@@ -1,0 +1,14 @@
+#pragma once
+
+#include "board/model/sched_plan.h"
+#include "board/setup/fields.h"
+
+namespace zarn::board {
+
+// Reads the member `sched` of a scenario (docs/board.md): the processes that share the cores.
+// Refused besides what Fields refuses: names that are none or are taken, a priority without a
+// real-time policy and the other way round, cores that are not there, locks taken one in another,
+// and work in pieces so small that nobody could follow it.
+void ReadSchedPlan(Fields& scenario, SchedPlan& plan);
+
+}  // namespace zarn::board
