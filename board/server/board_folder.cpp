@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <system_error>
 
+#include "board/server/cpu_files.h"
 #include "board/server/event_driver.h"
 #include "board/server/event_texts.h"
 #include "board/setup/scenario_parser.h"
@@ -43,6 +45,17 @@ std::error_code CopyWritable(const std::string& from, const std::string& to) {
         fs::permissions(entry.path(), fs::perms::owner_write, fs::perm_options::add, error);
     }
     return error;
+}
+
+// The kernel files that the scenario settles, once for all.
+bool LayScenarioFiles(const std::string& folder, const std::string& path) {
+    BoardState* state = MapBoardState(path.c_str());
+    if (state == nullptr) {
+        return false;
+    }
+    const std::uint32_t cores = state->scenario.sched.cores;
+    ::munmap(state, sizeof(BoardState));
+    return cores == 0 || LayCpuFiles(folder + "/files", cores);
 }
 
 }  // namespace
@@ -81,6 +94,9 @@ bool MakeBoard(const std::string& folder, const BoardSource& source) {
     const std::error_code error = CopyWritable(source.data + "/files", folder + "/files");
     if (error) {
         return Fail("cannot copy the kernel files to " + folder + ": " + error.message());
+    }
+    if (!LayScenarioFiles(folder, state + ".new")) {
+        return Fail("cannot write below " + folder + "/files");
     }
     return std::rename((state + ".new").c_str(), state.c_str()) == 0 ||
            Fail("cannot write " + state);
