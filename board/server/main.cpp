@@ -28,6 +28,7 @@
 #include "board/server/cpu_texts.h"
 #include "board/server/engine_trace.h"
 #include "board/server/event_driver.h"
+#include "board/server/sched_processes.h"
 #include "board/server/sched_truth.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
@@ -230,9 +231,14 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     if (!programs.Start(*state, folder + "/state")) {
         return Fail("cannot start the board's programs");
     }
+    SchedProcesses scheduled;
+    if (!scheduled.Start(state->scenario.sched)) {
+        return Fail("cannot start the processes of the board's scheduler");
+    }
     {
         const BoardLock lock(*state);
         programs.TellProcesses(*state);
+        scheduled.TellThreads(*state);
     }
     if (!programs.LayFiles(*state, folder + "/files")) {
         return Fail("cannot write below " + folder + "/files");
