@@ -16,6 +16,7 @@
 #include "board/server/cpu_files.h"
 #include "board/server/event_driver.h"
 #include "board/server/event_texts.h"
+#include "board/server/recorder_driver.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -55,7 +56,8 @@ bool LayScenarioFiles(const std::string& folder, const std::string& path) {
     }
     const std::uint32_t cores = state->scenario.sched.cores;
     ::munmap(state, sizeof(BoardState));
-    return cores == 0 || LayCpuFiles(folder + "/files", cores);
+    const std::string files = folder + "/files";
+    return cores == 0 || (LayCpuFiles(files, cores) && SetRecorderUp(files));
 }
 
 }  // namespace
@@ -137,19 +139,23 @@ int OpenServerLock(const std::string& folder) {
     return ::open((folder + "/state.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
 }
 
-void RemoveFigures(const std::string& folder) {
+void RemoveFigures(const std::string& folder, const BoardState& state) {
     ::unlink(TablePath(folder).c_str());
     const fs::path events = EventFolder(folder + "/files");
     for (const std::string& attribute : EventAttributes()) {
         ::unlink((events / attribute).c_str());
     }
+    const fs::path recorder = RecorderFolder(folder + "/files");
+    for (const std::string& name : RecorderTexts(state)) {
+        ::unlink((recorder / name).c_str());
+    }
 }
 
-bool TakeFiguresAway(const std::string& folder) {
+bool TakeFiguresAway(const std::string& folder, const BoardState& state) {
     const int lock = OpenServerLock(folder);
     const bool isUnserved = lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0;
     if (isUnserved) {
-        RemoveFigures(folder);
+        RemoveFigures(folder, state);
     }
     if (lock >= 0) {
         ::close(lock);
