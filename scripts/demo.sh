@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
-# healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, and the profile of a
-# program on an untouched board beside that on a throttled one. Says at its end what was found.
+# healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
+# program on an untouched board beside that on a throttled one, and the scheduler with a task that starves and with an inversion of
+# priorities. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -62,7 +63,7 @@ tick() {
     done
 }
 
-stages=14 stage=0
+stages=16 stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -115,6 +116,10 @@ stage "The same with the processor's bandwidth cut" zarn_on_board frame_worker_t
 keep_as profile_throttled
 stage "Both versions' functions side by side" zarn_on_board frame_worker cycles tour_profile_compare.json "${profile[@]}"
 profile=$(newest)
+stage "What the scheduler did to a task that starves" zarn_on_board starved_task starved tour_starved.json
+keep_as starved
+stage "The same with an inversion of priorities" zarn_on_board priority_inversion inversion tour_inversion.json
+keep_as inversion
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
@@ -130,5 +135,6 @@ memory tables     $memory/csv/mem/
 devices           $usr/mnt/zarn/device_healthy/ and device_trouble/
 profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
 function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
+scheduler         $usr/mnt/zarn/starved/ and inversion/
 what zarn said    $demo/log/
 EOT

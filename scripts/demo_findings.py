@@ -2,7 +2,7 @@
 """Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY PROFILE,
 run directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load; the memory's
 comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names, as do those of the devices. The profile's
-comparison sets the functions of a program on a throttled board beside those on an untouched one."""
+comparison sets the functions of a program on a throttled board beside those on an untouched one; runs about the scheduler lie there, too."""
 import csv
 import datetime
 import glob
@@ -206,10 +206,130 @@ def profile_sentences(profile):
             yield f"    {symbol:16}{baseline:>8}{delta:>9}   ({known[0]:.2f} %, {known[1] - known[0]:+.2f})"
 
 
+def milliseconds(text):
+    return float(text.removesuffix(" ms"))
+
+
+def seconds(text):
+    return float(text.removesuffix(" s"))
+
+
+def name_of(task):
+    """The thread's name of "name:tid" or "name[tid]"."""
+    return re.split(r"[:\[]", task)[0]
+
+
+def worst_delay(run, pattern):
+    """Name, length in ms and begin in s of the longest delay that an analysed latency report tells."""
+    with open(the_file(f"{run}/json/{pattern}")) as file:
+        rows = json.loads(file.read())["content"][0]["sortedList"]
+    worst = max(rows, key=lambda row: milliseconds(row["maximumDelay"]))
+    return name_of(worst["task"]), milliseconds(worst["maximumDelay"]), seconds(worst["maximumDelayAt"])
+
+
+def ask_server(*words):
+    server = os.path.join(ROOT, "build", "release", "bin", "zarn-board-server")
+    return subprocess.run([server, *words], check=True, capture_output=True, text=True).stdout
+
+
+def truth_of_tasks(board, begin, end):
+    """What the board knows of its tasks by their names, in a time of its own in us."""
+    table = ask_server("sched", os.path.join(board, "state"), str(begin), str(end))
+    return {row["task"]: row for row in csv.DictReader(table.splitlines())}
+
+
+def recorded_time(run):
+    """The time that was recorded of all cores, which stands in the second line of the recording."""
+    with open(the_file(f"{run}/raw_data/sched/sched_global_record_1_*.perf")) as file:
+        return [int(word) for word in file.readlines()[1].split()[1:3]]
+
+
+def board_time(board, moment):
+    """A moment of the machine's uptime in us of the board's time."""
+    zero = re.search(r"time 0 is at ([\d.]+) s", ask_server("status", os.path.join(board, "state"))).group(1)
+    return round((moment - float(zero)) * 1e6)
+
+
+class Turn:
+    """A row of a thread's history: a wait, then a run; moments in s."""
+
+    def __init__(self, row):
+        wait, delay, ran = (milliseconds(row[key]) / 1000 for key in ("waitTime", "schedDelay", "runTime"))
+        self.name, self.cpu, self.end = name_of(row["task"]), row["cpu"], seconds(row["time"])
+        self.begin = self.end - ran
+        self.woken = self.begin - delay
+        self.asleep = self.woken - wait
+
+    def ran_between(self, begin, end):
+        return max(0, min(self.end, end) - max(self.begin, begin))
+
+
+def turns_of(run, label):
+    """The turns of all threads that the analysis followed."""
+    for path in glob.glob(f"{run}/json/soc_schedAna_{label}_timehist_process_tid_*.data"):
+        with open(path) as file:
+            yield from map(Turn, json.loads(file.read())["content"])
+
+
+def busiest(turns, begin, end):
+    """Who ran most in a time, and for how many ms."""
+    ran = {}
+    for turn in turns:
+        ran[turn.name] = ran.get(turn.name, 0) + 1000 * turn.ran_between(begin, end)
+    return max(ran.items(), key=lambda item: item[1])
+
+
+def starved_sentences(run, board):
+    """Who waited longest for a core, and who had it."""
+    task, length, begin = worst_delay(run, "soc_schedAna_global_latency_ana_1_*.data")
+    end = begin + length / 1000
+    turns = list(turns_of(run, "global"))
+    known = truth_of_tasks(board, *recorded_time(run))[task]
+    core = min((turn for turn in turns if turn.name == task), key=lambda turn: abs(turn.begin - end)).cpu
+    busy, ran = busiest((turn for turn in turns if turn.cpu == core), begin, end)
+    yield f"  starved_task: {task} waited {length:.3f} ms for a core, from {begin:.6f} s on"
+    yield f"    (the board: {known['max_delay_ms']} ms, from {known['max_delay_start_s']} s on), while {busy} ran on it for {ran:.3f} ms."
+
+
+def inversion_sentences(run, board, high):
+    """For whom and because of whom a task waited, that of the highest priority."""
+    turns = list(turns_of(run, "core1"))
+    late = max((turn for turn in turns if turn.name == high), key=lambda turn: turn.woken - turn.asleep)
+    others = [turn for turn in turns if turn.name != high]
+    # The owner of the lock is who runs until the task wakes up.
+    low = min(others, key=lambda turn: abs(turn.end - late.woken)).name
+    back = [turn for turn in others if turn.name == low and late.asleep < turn.begin <= late.woken]
+    away = sum(turn.begin - turn.asleep for turn in back)
+    since = min(turn.asleep for turn in [late, *back])
+    middle, ran = busiest((turn for turn in others if turn.name != low), since, late.woken)
+    known = truth_of_tasks(board, board_time(board, since), board_time(board, late.woken) + 1)
+    yield f"  priority_inversion: {high} waited {1000 * (late.woken - late.asleep):.3f} ms for a lock, until {late.woken:.6f} s;"
+    yield f"    {low}, which held it, was without a core for {1000 * away:.3f} ms (the board: {known[low]['delay_ms']} ms),"
+    yield f"    while {middle} ran for {ran:.3f} ms (the board: {known[middle]['runtime_ms']} ms)."
+    yield f"    The scenario: {plan_of_locks('priority_inversion')}."
+
+
+def sched_sentences(runs):
+    demo = os.path.join(runs, "..", "..", "..")
+    yield "Scheduler: who was kept from a core in a second of two boards, and by whom"
+    yield from starved_sentences(os.path.join(runs, "starved"), os.path.join(demo, "starved"))
+    yield from inversion_sentences(os.path.join(runs, "inversion"), os.path.join(demo, "inversion"), "control")
+
+
+def plan_of_locks(scenario):
+    """The tasks on a core with a lock, by their priorities, and who takes it."""
+    processes = scenario_of(scenario)["sched"]["processes"]
+    takers = [process for process in processes if process.get("locks")]
+    core = [process for process in processes if process["affinity"] == takers[0]["affinity"]]
+    ranks = ", ".join(f"{process['name']} {process['priority']}" for process in core)
+    return f"priorities {ranks}; {' and '.join(process['name'] for process in takers)} take the lock {takers[0]['locks'][0]['name']}"
+
+
 def main():
     baseline, comparison, search, memory, profile = sys.argv[1:]
     for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search),
-                      memory_sentences(memory), device_sentences(os.path.dirname(memory)), profile_sentences(profile)):
+                      memory_sentences(memory), device_sentences(os.path.dirname(memory)), profile_sentences(profile),
+                      sched_sentences(os.path.dirname(memory))):
         print(*sentences, sep="\n")
 
 

@@ -19,17 +19,32 @@
 #include "board/launcher/child.h"
 #include "board/launcher/view.h"
 #include "board/preload/kernel_paths.h"
+#include "board/server/cpu_files.h"
 #include "foundation/console.h"
 #include "foundation/zarn_utils.h"
 
 namespace zarn::board {
 namespace {
 
+// The files about the processors, if the board has them. The machine has them as well, so that they
+// can be bound to their places, below /proc too, and whoever reads them meets the board's.
+std::vector<Binding> CpuBindings(const std::string& files) {
+    std::vector<Binding> bindings{{files + "/proc/cpuinfo", "/proc/cpuinfo"}};
+    for (const char* list : kCoreLists) {
+        bindings.push_back(
+            {files + "/sys/cpu/" + list, std::string("/sys/devices/system/cpu/") + list});
+    }
+    std::error_code error;
+    const bool areThere = std::filesystem::exists(bindings.front().from, error);
+    return areThere ? bindings : std::vector<Binding>{};
+}
+
 // What stands where, but for the kernel files below /proc. /opt/usr comes last: it may hide where
 // the others come from.
 std::vector<Binding> BindingsOf(const BoardPlaces& places, const Installation& installation) {
     const std::string files = places.folder + "/files";
-    return {
+    std::vector<Binding> bindings = CpuBindings(files);
+    const std::vector<Binding> always{
         {files + "/etc/qvt_version", "/etc/qvt_version"},
         {files + "/etc/orlo-latest", "/etc/orlo-latest"},
         {files + "/etc/sys_version_tepa.conf", "/etc/sys_version_tepa.conf"},
@@ -38,6 +53,8 @@ std::vector<Binding> BindingsOf(const BoardPlaces& places, const Installation& i
         {files + "/sys/AICPU", "/sys/fs/cgroup/cpuset/AICPU"},
         {places.optUsr, "/opt/usr"},
     };
+    bindings.insert(bindings.end(), always.begin(), always.end());
+    return bindings;
 }
 
 // Enters a view with these bindings. With a library, it shows the kernel files below /proc.

@@ -117,14 +117,14 @@ void ServedBoard::NoteEnd(pid_t child) {
         return;
     }
     serverLives_ = false;
-    if (TakeFiguresAway(folder_)) {
+    if (TakeFiguresAway(folder_, *state_)) {
         PrintError("zarn-board: the board's server has died; there is no bandwidth table any more");
     }
 }
 
 void ServedBoard::CheckHeartbeat() {
     if (serverLives_ && MsSinceBeat(*state_) > kStandsStillMs) {
-        RemoveFigures(folder_);
+        RemoveFigures(folder_, *state_);
     }
 }
 

@@ -12,6 +12,7 @@
 #include <ctime>
 
 #include "board/program/program_order.h"
+#include "board/program/read_order.h"
 #include "board/program/work.h"
 
 namespace zarn::board {
@@ -84,19 +85,6 @@ void StartThreads(std::uint32_t count) {
         pthread_t thread{};
         ::pthread_create(&thread, &attributes, Idle, nullptr);
     }
-}
-
-bool ReadOrder(ProgramOrder& order) {
-    std::size_t size = 0;
-    while (size < sizeof(order)) {
-        const ssize_t got =
-            ::read(STDIN_FILENO, reinterpret_cast<char*>(&order) + size, sizeof(order) - size);
-        if (got <= 0) {
-            return false;
-        }
-        size += static_cast<std::size_t>(got);
-    }
-    return true;
 }
 
 int Run() {

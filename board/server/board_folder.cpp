@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,8 +13,10 @@
 #include <memory>
 #include <system_error>
 
+#include "board/server/cpu_files.h"
 #include "board/server/event_driver.h"
 #include "board/server/event_texts.h"
+#include "board/server/recorder_driver.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -43,6 +46,18 @@ std::error_code CopyWritable(const std::string& from, const std::string& to) {
         fs::permissions(entry.path(), fs::perms::owner_write, fs::perm_options::add, error);
     }
     return error;
+}
+
+// The kernel files that the scenario settles, once for all.
+bool LayScenarioFiles(const std::string& folder, const std::string& path) {
+    BoardState* state = MapBoardState(path.c_str());
+    if (state == nullptr) {
+        return false;
+    }
+    const std::uint32_t cores = state->scenario.sched.cores;
+    ::munmap(state, sizeof(BoardState));
+    const std::string files = folder + "/files";
+    return cores == 0 || (LayCpuFiles(files, cores) && SetRecorderUp(files));
 }
 
 }  // namespace
@@ -81,6 +96,9 @@ bool MakeBoard(const std::string& folder, const BoardSource& source) {
     const std::error_code error = CopyWritable(source.data + "/files", folder + "/files");
     if (error) {
         return Fail("cannot copy the kernel files to " + folder + ": " + error.message());
+    }
+    if (!LayScenarioFiles(folder, state + ".new")) {
+        return Fail("cannot write below " + folder + "/files");
     }
     return std::rename((state + ".new").c_str(), state.c_str()) == 0 ||
            Fail("cannot write " + state);
@@ -121,19 +139,23 @@ int OpenServerLock(const std::string& folder) {
     return ::open((folder + "/state.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
 }
 
-void RemoveFigures(const std::string& folder) {
+void RemoveFigures(const std::string& folder, const BoardState& state) {
     ::unlink(TablePath(folder).c_str());
     const fs::path events = EventFolder(folder + "/files");
     for (const std::string& attribute : EventAttributes()) {
         ::unlink((events / attribute).c_str());
     }
+    const fs::path recorder = RecorderFolder(folder + "/files");
+    for (const std::string& name : RecorderTexts(state)) {
+        ::unlink((recorder / name).c_str());
+    }
 }
 
-bool TakeFiguresAway(const std::string& folder) {
+bool TakeFiguresAway(const std::string& folder, const BoardState& state) {
     const int lock = OpenServerLock(folder);
     const bool isUnserved = lock >= 0 && ::flock(lock, LOCK_EX | LOCK_NB) == 0;
     if (isUnserved) {
-        RemoveFigures(folder);
+        RemoveFigures(folder, state);
     }
     if (lock >= 0) {
         ::close(lock);

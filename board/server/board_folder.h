@@ -36,11 +36,12 @@ void RemoveBoard(const std::string& folder);
 // Where the bandwidth table is.
 [[nodiscard]] std::string TablePath(const std::string& folder);
 
-// Takes the table and the event scheduler's attributes away: figures that stand still are none.
-void RemoveFigures(const std::string& folder);
+// Takes the table, the event scheduler's attributes and what the recorder tells away: figures that
+// stand still are none.
+void RemoveFigures(const std::string& folder, const BoardState& state);
 
 // The same, if no server is at work on the board. True if it was done.
-bool TakeFiguresAway(const std::string& folder);
+bool TakeFiguresAway(const std::string& folder, const BoardState& state);
 
 // The lock that the board's serving program holds, opened; -1 with errno.
 [[nodiscard]] int OpenServerLock(const std::string& folder);

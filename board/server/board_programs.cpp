@@ -16,6 +16,7 @@
 #include "board/program/program_order.h"
 #include "board/server/board_files.h"
 #include "board/server/memory_files.h"
+#include "board/server/ordered_child.h"
 #include "foundation/files.h"
 #include "foundation/text.h"
 
@@ -93,45 +94,31 @@ ProgramOrder OrderFor(const BoardState& state, std::size_t index, const OpenFile
     return order;
 }
 
-// The idle program is beside this one where it was built, apart from what users call where it is
-// installed. The one that works is there once for each version, always under one name, by which
-// profiles are compared.
+// The program that works is there once for each version, always under one name, by which profiles
+// are compared.
 std::string ProgramPath(const PipelineProfile& profile) {
+    if (profile.load <= 0.0) {
+        return InnerProgramPath(kIdleProgram);
+    }
     std::error_code error;
     const fs::path own = fs::read_symlink("/proc/self/exe", error).parent_path();
-    if (profile.load > 0.0) {
-        const fs::path versions = own.parent_path() / "lib/zarn/board/programs";
-        return (versions / std::to_string(profile.version) / kWorkProgram).string();
-    }
-    const fs::path built = own / kIdleProgram;
-    return (fs::exists(built, error) ? built : own / "../lib/zarn" / kIdleProgram).string();
+    const fs::path versions = own.parent_path() / "lib/zarn/board/programs";
+    return (versions / std::to_string(profile.version) / kWorkProgram).string();
 }
 
 // Starts a program and waits until it has its memory; -1 if that fails.
 pid_t StartProgram(const ProgramOrder& order) {
-    const std::string path = ProgramPath(order.plan.pipeline);
-    const auto orders = MakePipe();
-    const auto answers = MakePipe();
-    if (!orders || !answers) {
+    const auto child = StartOrdered(ProgramPath(order.plan.pipeline), order.plan.name.data(),
+                                    {&order, sizeof(order)});
+    if (!child) {
         return -1;
     }
-    const pid_t child = StartChild([&] {
-        return ::dup2(orders->read, STDIN_FILENO) < 0 || ::dup2(answers->write, STDOUT_FILENO) < 0
-                   ? 1
-                   : BecomeNamed(path, order.plan.name.data());
-    });
-    ::close(orders->read);
-    ::close(answers->write);
-    const bool told = child > 0 && ::write(orders->write, &order, sizeof(order)) ==
-                                       static_cast<ssize_t>(sizeof(order));
-    ::close(orders->write);
-    const bool ready = told && ReadWord(answers->read) == "ready";
-    ::close(answers->read);
-    if (child > 0 && !ready) {
-        ::kill(child, SIGKILL);
-        (void)WaitForChild(child);
+    const bool ready = ReadWord(child->answers) == "ready";
+    ::close(child->answers);
+    if (!ready) {
+        EndChild(child->pid);
     }
-    return ready ? child : -1;
+    return ready ? child->pid : -1;
 }
 
 // A program that is gone has no such file any more.
@@ -154,8 +141,7 @@ bool ReplaceFile(const std::string& path, const std::string& text) {
 
 RunningPrograms::~RunningPrograms() {
     for (const pid_t pid : pids_) {
-        ::kill(pid, SIGKILL);
-        (void)WaitForChild(pid);
+        EndChild(pid);
     }
 }
 

@@ -34,11 +34,11 @@ bool IsBeingOpened(int fd) {
 }  // namespace
 
 LeasedFiles::LeasedFiles(std::string folder, std::string spare,
-                         const std::vector<std::string>& names)
-    : folder_(std::move(folder)), spare_(std::move(spare)) {
+                         const std::vector<std::string>& names, int signal)
+    : folder_(std::move(folder)), spare_(std::move(spare)), signal_(signal) {
     sigset_t openings;
     ::sigemptyset(&openings);
-    ::sigaddset(&openings, SIGIO);
+    ::sigaddset(&openings, signal_);
     ::pthread_sigmask(SIG_BLOCK, &openings, nullptr);
     wakes_ = ::signalfd(-1, &openings, SFD_NONBLOCK | SFD_CLOEXEC);
     for (const std::string& name : names) {
@@ -95,7 +95,8 @@ bool LeasedFiles::Put(File& file, const TextOf& textOf) {
         file.isLeased = false;
         return false;
     }
-    file.isLeased = ::fcntl(file.fd, F_SETLEASE, F_WRLCK) == 0;
+    file.isLeased =
+        ::fcntl(file.fd, F_SETSIG, signal_) == 0 && ::fcntl(file.fd, F_SETLEASE, F_WRLCK) == 0;
     if (!file.isLeased) {
         Fill(file.fd, textOf(file.name));
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,9 +18,11 @@ class LeasedFiles {
 public:
     using TextOf = std::function<std::string(const std::string& name)>;
 
-    // The files `names` of a folder; `spare` is a path on the same file system, for us alone.
-    // Blocks SIGIO for the thread, which is the one that may call the rest.
-    LeasedFiles(std::string folder, std::string spare, const std::vector<std::string>& names);
+    // The files `names` of a folder; `spare` is a path on the same file system, for us alone. So is
+    // `signal`, by which the kernel tells of openings, SIGIO or a real-time one; it is blocked for
+    // the thread, which is the one that may call the rest.
+    LeasedFiles(std::string folder, std::string spare, const std::vector<std::string>& names,
+                int signal = SIGIO);
     LeasedFiles(const LeasedFiles&) = delete;
     LeasedFiles& operator=(const LeasedFiles&) = delete;
     ~LeasedFiles();
@@ -46,6 +49,7 @@ private:
 
     std::string folder_;
     std::string spare_;
+    int signal_;
     std::vector<File> files_;
     int wakes_ = -1;
 };

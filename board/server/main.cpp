@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -28,6 +29,8 @@
 #include "board/server/cpu_texts.h"
 #include "board/server/engine_trace.h"
 #include "board/server/event_driver.h"
+#include "board/server/recorder_driver.h"
+#include "board/server/sched_processes.h"
 #include "board/server/sched_truth.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
@@ -80,19 +83,29 @@ bool LayProcessFiles(const std::string& files) {
     return ReplaceFile(task + "/summary", BufferGroupsText(self, {"default_dm", "vboard"}));
 }
 
+// A descriptor, -1 for none, and what to do when it becomes readable.
+struct Waker {
+    int fd = -1;
+    std::function<void()> answer;
+};
+
 // Pauses until the time is over or the server is to end: it was told to by a signal, or nobody
-// holds the other end of its standard input any more. False in that case. Meanwhile readers of the
-// event scheduler, if there is one, are answered.
-bool GoesOn(int milliseconds, EventDriver* events = nullptr) {
-    std::array<pollfd, 2> inputs{
-        {{STDIN_FILENO, POLLIN, 0}, {events == nullptr ? -1 : events->Wakes(), POLLIN, 0}}};
+// holds the other end of its standard input any more. False in that case. Meanwhile who wakes it is
+// answered.
+bool GoesOn(int milliseconds, const std::vector<Waker>& wakers = {}) {
+    std::vector<pollfd> inputs{{STDIN_FILENO, POLLIN, 0}};
+    for (const Waker& waker : wakers) {
+        inputs.push_back({waker.fd, POLLIN, 0});
+    }
     const bool isWoken = ::poll(inputs.data(), inputs.size(), milliseconds) > 0;
     if (isWoken && inputs[0].revents != 0) {
         std::array<char, 64> ignored{};
         isLeft = ::read(STDIN_FILENO, ignored.data(), ignored.size()) <= 0;
     }
-    if (isWoken && inputs[1].revents != 0) {
-        events->Answer();
+    for (std::size_t i = 0; isWoken && i < wakers.size(); ++i) {
+        if (inputs[i + 1].revents != 0) {
+            wakers[i].answer();
+        }
     }
     return stopped == 0 && !isLeft;
 }
@@ -109,7 +122,17 @@ struct ServedFiles {
     std::string folder;  // of the board
     RunningPrograms& programs;
     EventDriver& events;
+    RecorderDriver& recorder;
 };
+
+// What wakes a server between two ticks.
+std::vector<Waker> WakersOf(const ServedFiles& served) {
+    std::vector<Waker> wakers{{served.events.Wakes(), [&] { served.events.Answer(); }}};
+    for (const int fd : served.recorder.Wakes()) {
+        wakers.push_back({fd, [&] { served.recorder.Answer(); }});
+    }
+    return wakers;
+}
 
 // Writes the files of this moment: the table, unless it is the last one and still there, and those
 // about memory.
@@ -128,7 +151,8 @@ std::optional<Written> WriteMoment(BoardState& state, const ServedFiles& served,
         (void)Fail("cannot write " + path);
         return std::nullopt;
     }
-    if (!served.programs.WriteFiles(state, written.timeMs) || !served.events.Refresh()) {
+    if (!served.programs.WriteFiles(state, written.timeMs) || !served.events.Refresh() ||
+        !served.recorder.Refresh()) {
         (void)Fail("cannot write below " + served.folder + "/files");
         return std::nullopt;
     }
@@ -139,9 +163,10 @@ std::optional<Written> WriteMoment(BoardState& state, const ServedFiles& served,
 // Writes the files at each tick of the board, and soon after a setting changes, until the server is
 // to end. False after a line.
 bool KeepFiles(BoardState& state, const ServedFiles& served, Written last) {
+    const std::vector<Waker> wakers = WakersOf(served);
     while (WaitForChange(state, last.generation,
                          static_cast<std::uint32_t>(kTickMs - last.timeMs % kTickMs),
-                         [&](int milliseconds) { return GoesOn(milliseconds, &served.events); })) {
+                         [&](int milliseconds) { return GoesOn(milliseconds, wakers); })) {
         const auto written = WriteMoment(state, served, last.table);
         if (!written) {
             return false;
@@ -230,15 +255,21 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     if (!programs.Start(*state, folder + "/state")) {
         return Fail("cannot start the board's programs");
     }
+    SchedProcesses scheduled;
+    if (!scheduled.Start(state->scenario.sched)) {
+        return Fail("cannot start the processes of the board's scheduler");
+    }
     {
         const BoardLock lock(*state);
         programs.TellProcesses(*state);
+        scheduled.TellThreads(*state);
     }
     if (!programs.LayFiles(*state, folder + "/files")) {
         return Fail("cannot write below " + folder + "/files");
     }
     EventDriver events(*state, folder + "/files", folder + "/attribute.new", programs.Pids());
-    const ServedFiles served{folder, programs, events};
+    RecorderDriver recorder(*state, folder + "/files", folder + "/recorder.new");
+    const ServedFiles served{folder, programs, events, recorder};
     const auto first = WriteMoment(*state, served, "");
     if (first && isFirst) {
         PrintLine("ready");
@@ -246,7 +277,7 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     }
     const bool isWell = first && KeepFiles(*state, served, *first);
     if (!isLeft) {
-        RemoveFigures(folder);
+        RemoveFigures(folder, *state);
     }
     return isWell ? 0 : 1;
 }
@@ -363,6 +394,9 @@ int Status(const Arguments& arguments) {
     }
     const BoardLock lock(*state);
     std::string text = StatusText(*state);
+    if (state->scenario.sched.cores > 0) {
+        text += SchedStatusText(*state);
+    }
     text.pop_back();
     PrintLine(text);
     return 0;

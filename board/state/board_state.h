@@ -12,6 +12,7 @@
 #include "board/model/event_plan.h"
 #include "board/model/programs.h"
 #include "board/model/sched_plan.h"
+#include "board/model/sched_recording.h"
 #include "board/model/sharing.h"
 
 // The one shared state of a virtual board: a file that every process on the board maps. Everything
@@ -142,6 +143,7 @@ struct BoardState {
     std::int32_t serverPid = 0;  // the program that writes the board's files
     std::array<std::int32_t, kMaxPrograms> programPids{};  // of the scenario's programs; 0: none
     std::array<std::int32_t, kMaxSchedTasks> schedTids{};  // of the scheduler's tasks; 0: none
+    SchedRecording schedRecording;
     std::atomic<std::uint64_t> heartbeatNs{0};  // monotonic clock when that program was last alive
     std::uint64_t calls = 0;                    // of the device libraries, so far
     std::uint32_t benchRuns = 0;                // runs of the stress benchmark, so far

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <future>
 #include <optional>
@@ -53,7 +54,11 @@ protected:
     // Until a file is being opened, or has been without us.
     template <typename T>
     void AwaitOpening(const std::future<T>& opening) {
-        pollfd wakes{files_->Wakes(), POLLIN, 0};
+        AwaitOpening(opening, *files_);
+    }
+    template <typename T>
+    static void AwaitOpening(const std::future<T>& opening, const LeasedFiles& files) {
+        pollfd wakes{files.Wakes(), POLLIN, 0};
         while (::poll(&wakes, 1, 10) == 0) {
             if (opening.wait_for(std::chrono::seconds(0)) == std::future_status::ready) {
                 FAIL() << "opened without an answer";
@@ -135,6 +140,21 @@ TEST_F(LeasedFilesTest, TheEndFreesWhoWaitsAndTakesTheFilesAlong) {
     files_.reset();
     EXPECT_EQ(text.get(), "");
     EXPECT_TRUE(std::filesystem::is_empty(directory_.Path() + "node"));
+}
+
+// Were it one signal for both, the first to answer would take it from the other.
+TEST_F(LeasedFilesTest, OtherFilesWithASignalOfTheirOwnKeepIt) {
+    std::filesystem::create_directory(directory_.Path() + "other");
+    LeasedFiles others(directory_.Path() + "other", directory_.Path() + "spare", {"c"}, SIGRTMIN);
+    ASSERT_TRUE(others.Refresh(TextOf()));
+    std::future<std::string> text = std::async(
+        std::launch::async, [this] { return test::ReadText(directory_.Path() + "other/c"); });
+    ASSERT_NO_FATAL_FAILURE(AwaitOpening(text, others));
+    files_->Answer(TextOf());
+    pollfd wakes{others.Wakes(), POLLIN, 0};
+    EXPECT_EQ(::poll(&wakes, 1, 0), 1);
+    others.Answer(TextOf());
+    EXPECT_EQ(text.get(), "c0\n");
 }
 
 TEST_F(LeasedFilesTest, WithoutAFolderNoFileCanBeLaid) {
