@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kTextColumns = 2;
 constexpr std::size_t kAroundCell = 3;  // two quotes, and what parts it from the next
+constexpr std::size_t kPiece = 65536;   // of the text that is handed on, small enough for a cache
 
 // What the words of headings end in, where numbers stand below them.
 bool EndsHeading(char byte) {
@@ -72,22 +73,20 @@ bool DiffColumns::Read(std::string_view comment) {
     return isNew;
 }
 
-DiffTable::DiffTable(const std::vector<std::string>& versions)
-    : width_(versions.size() + kTextColumns) {
+DiffTable::DiffTable(const std::vector<std::string>& versions, Sink sink)
+    : sink_(std::move(sink)), width_(versions.size() + kTextColumns) {
     std::string head;
     for (const std::string& version : versions) {
         head += version + ",";
     }
     head += "Shared Object,Symbol\n";
-    text_.Reserve(0, head.size());
-    size_ = head.copy(text_.Data(), head.size());
+    sink_(head);
 }
 
 void DiffTable::Add(std::string_view row, const DiffColumns& columns) {
-    // Every other byte is a word at most, and every one up to the last end that of a column.
+    // Less than a piece, and one cell.
+    text_.Reserve(size_, kPiece - size_ + kAroundCell + 1 + row.size() + sizeof(Bytes));
     const std::vector<std::size_t>& ends = columns.Ends();
-    const std::size_t cells = row.size() / 2 + 1 + std::min(row.size(), ends.size());
-    text_.Reserve(size_, row.size() + (kAroundCell + 1) * cells + sizeof(Bytes));
     auto column = ends.begin();
     const auto passTo = [&column, &ends](std::size_t place) {
         while (column != ends.end() && *column < place) {
@@ -149,6 +148,14 @@ void DiffTable::EndCell(std::size_t size) {
     size_ += size + kAroundCell;
     text_.Data()[size_ - 2] = '"';
     text_.Data()[size_ - 1] = isLast ? '\n' : ',';
+    if (size_ >= kPiece) {
+        Flush();
+    }
+}
+
+void DiffTable::Flush() {
+    sink_(text_.Text(size_));
+    size_ = 0;
 }
 
 }  // namespace zarn

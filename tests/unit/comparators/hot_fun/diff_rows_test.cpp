@@ -51,11 +51,13 @@ std::string TableOf(const std::vector<std::string>& versions, const std::string&
                     const std::vector<std::string>& rows) {
     DiffColumns columns;
     columns.Read(headings);
-    DiffTable table(versions);
+    std::string text;
+    DiffTable table(versions, [&text](std::string_view piece) { text += piece; });
     for (const std::string& row : rows) {
         table.Add(row, columns);
     }
-    return std::string(table.Text());
+    table.Flush();
+    return text;
 }
 
 constexpr const char* kHeadings = "# Baseline  Delta Abs  Shared Object  Symbol  ";
