@@ -23,6 +23,13 @@ namespace {
 
 namespace names = hot_fun_files;
 
+constexpr JobWords kJobWords = {
+    nullptr,
+    "[HotFunComparator] Illegal job type! Should be string type!",
+    "[HotFunComparator] Illegal job! Should be chosen from [global, core, process]!",
+    nullptr,
+};
+
 // Where a version's recordings are. The slash in front is the comparator's own.
 std::string RawDirOf(const std::string& root) {
     return root + "/" + names::kRawDir;
@@ -102,8 +109,6 @@ bool HotFunComparator::CheckOptions(const JsonDocument& config, const std::strin
 }
 
 bool HotFunComparator::ReadJobList(const JsonDocument& config) {
-    static constexpr std::array<const char*, 3> kJobs = {names::kGlobal, names::kCore,
-                                                         names::kProcess};
     const JsonValue* section = FindMember(config, kName);
     const JsonValue* jobs = section == nullptr ? nullptr : FindMember(*section, "job");
     if (jobs == nullptr) {
@@ -113,18 +118,8 @@ bool HotFunComparator::ReadJobList(const JsonDocument& config) {
         return PrintFailure(
             "[HotFunComparator] Invalid HotFunComparator param type! Should be array type!");
     }
-    for (const JsonValue& job : jobs->GetArray()) {
-        if (!job.IsString()) {
-            return PrintFailure("[HotFunComparator] Illegal job type! Should be string type!");
-        }
-        const std::string name = TextOf(job);
-        if (std::find(kJobs.begin(), kJobs.end(), name) == kJobs.end()) {
-            return PrintFailure(
-                "[HotFunComparator] Illegal job! Should be chosen from [global, core, process]!");
-        }
-        jobs_.insert(name);
-    }
-    return !jobs->Empty();
+    return !jobs->Empty() &&
+           ReadJobs(*jobs, {names::kGlobal, names::kCore, names::kProcess}, kJobWords, jobs_);
 }
 
 bool HotFunComparator::ReadOptions(const JsonValue& section) {
