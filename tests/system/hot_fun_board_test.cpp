@@ -177,5 +177,37 @@ TEST_F(HotFunOnBoard, TheComparisonShowsWhatWaitsOnAThrottledBoard) {
     }
 }
 
+// One that is torn, and one that is somebody else's, where this user may give files away.
+TEST_F(HotFunOnBoard, RecordingsThatPerfRefusesFailTheirComparisonsAlone) {
+    const std::string before = R"sh(
+        cd usr
+        for version in a b; do
+            mkdir -p $version/raw_data/hotFun
+            for tag in core_core0 process_hf_worker_7 global; do
+                perf record -o $version/raw_data/hotFun/hotfun_${tag}_1.data -g \
+                    -p $(pidof hf_worker) -- sleep 0.1
+            done
+        done
+        cd b/raw_data/hotFun
+        truncate -s 100 hotfun_core_core0_1.data
+        chown 65534 hotfun_process_hf_worker_7_1.data || truncate -s 50 hotfun_process*.data
+        cd ../../../..)sh";
+    ConfigText config;
+    config.compare = R"(["HotFunComparator"])";
+    config.versionMap = R"({"a": "/opt/usr/a", "b": "/opt/usr/b/"})";
+    const std::string text = config.Text(
+        {{"HotFunComparator",
+          R"({"job": ["core", "process", "global"], "core": [0], "process": ["hf_worker"]})"}});
+    ASSERT_EQ(board_.Run(text, {"--perf model --scenario " + std::string(kServed),
+                                "{" + before + "\n} 2>/dev/null"}),
+              0);
+    EXPECT_THAT(board_.Err(), HasSubstr("[HotFunComparator] Fail to compare core 0 info!\n"));
+    EXPECT_THAT(board_.Err(),
+                EndsWith("[HotFunComparator] Fail to compare process hf_worker info!\n"));
+    EXPECT_THAT(board_.Tree().NamesIn("csv/hotFun"),
+                testing::ElementsAre("hotfun_global_info.csv"));
+    EXPECT_EQ(board_.Shell("! ls *.temp 2>/dev/null"), 0);
+}
+
 }  // namespace
 }  // namespace zarn::test
