@@ -32,7 +32,7 @@ std::string Scenario(const std::string& qos) {
     return R"({"masters": {"cpu": {"demand": 8192, "noise": 0)" + qos + R"(}},
         "programs": [
             {"name": "hf_worker", "pipeline": {"load": 0.5, "cores": [0, 1], "ddr_wait": 0.2}},
-            {"name": "hf_other", "pipeline": {"load": 0.2, "cores": [1]},
+            {"name": "hf_other", "pipeline": {"load": 0.2, "cores": [0]},
              "functions": {"plan_route": 1}}]})";
 }
 
@@ -68,7 +68,7 @@ protected:
         config.serial = R"(["HotFunCollector"])";
         Run(config.Text({{"HotFunCollector",
                           R"({"job": [)" + jobs + R"(], "json_output": true, "duration": 1,
-                              "top": 20, "core": [1], "process": ["hf_worker"],
+                              "top": 20, "core": [0], "process": ["hf_worker"],
                               "function_set": {"work": ["hf_worker"], "all": [".*"]}})"}}),
             scenario);
     }
@@ -121,7 +121,7 @@ protected:
 TEST_F(HotFunOnBoard, HasTheSharesThatTheBoardKnows) {
     Collect(R"("global", "core", "process", "function_set")", kServed);
     ExpectTruth(Document("soc_hot_function_global_info")["content"], "global", "-a");
-    ExpectTruth(Document("soc_hot_function_core_info_core1_1_")["content"], "core_core1", "-C 1");
+    ExpectTruth(Document("soc_hot_function_core_info_core0_1_")["content"], "core_core0", "-C 0");
     ExpectTruth(Document("soc_hot_function_process_info")["content"][kWorker], "process",
                 "-p hf_worker");
 
