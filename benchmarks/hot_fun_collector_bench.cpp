@@ -292,7 +292,7 @@ BENCHMARK(LongRowBound)
     ->Name("HotFunCollector/long_row/bound")
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
-const Promise kLongRowsCostTheirWords = AtMostTimesBound("HotFunCollector/long_row", 4);
+const Promise kLongRowsCostTheirWords = AtMostTimesBound("HotFunCollector/long_row", 3);
 BENCHMARK(LongHeadOurs)
     ->Name("HotFunCollector/long_head/ours")
     ->UseManualTime()

@@ -5,7 +5,7 @@
 #              TESTS file...               below tests/unit/<this folder>/
 #              FUZZ_TARGETS name...        fuzz/<name>_fuzz.cpp, with fuzz/corpus/<name>/
 #              BENCHMARK file...           below benchmarks/: one program, named after the first file
-#              [SYSTEM_TESTS file...]      below tests/system/; they run the built program
+#              [SYSTEM_TESTS file...]      below tests/system/; they run the built program, *_board_test.cpp on the board
 #              [USES folder...])           other missions' folders that the job demands (docs/architecture.md lists them)
 #
 # The tests of a mission whose sources name threads, locks or atomics run under the thread sanitizer too.
@@ -74,6 +74,10 @@ function(zarn_mission_tests)
     get_target_property(tests ${target} ZARN_TESTS)
     get_target_property(system_tests ${target} ZARN_SYSTEM_TESTS)
     get_property(threaded TARGET ${target} PROPERTY ZARN_THREADED)
+    if(CMAKE_CROSSCOMPILING)
+      # The board's launcher and programs are started by this machine's shell.
+      list(FILTER system_tests EXCLUDE REGEX "_board_test\\.cpp$")
+    endif()
     string(REGEX REPLACE "^zarn_" "" name ${target})
     if(tests)
       list(TRANSFORM tests PREPEND ${PROJECT_SOURCE_DIR}/tests/unit/${folder}/)

@@ -224,6 +224,21 @@ void FileAppender::Drop() {
     }
 }
 
+FileReplacer::FileReplacer(const std::string& path) : path_(path), file_(path) {}
+
+void FileReplacer::Add(std::string_view piece) {
+    if (file_.HadText()) {
+        held_ += piece;
+    } else {
+        file_.Append(piece);
+    }
+}
+
+FileResult FileReplacer::Keep() {
+    const FileResult result = file_.Keep();
+    return result == FileResult::Ok && file_.HadText() ? WriteFile(path_, held_) : result;
+}
+
 bool LineCursor::Next(std::string_view& line) {
     if (rest_.empty()) {
         return false;

@@ -51,12 +51,33 @@ public:
     // Ends the appending: Ok if the whole text stands in the file.
     [[nodiscard]] FileResult Keep();
 
+    // Whether the file held something already.
+    [[nodiscard]] bool HadText() const { return sizeBefore_ > 0; }
+
 private:
     void Drop();
 
     int fd_;
     long long sizeBefore_ = 0;
     bool written_ = true;  // all pieces so far
+};
+
+// WriteFile for a text that comes in pieces. It lies in memory as a whole only where the file holds
+// something, which stays until all of the text can be written; unless Keep gives Ok the file is as
+// it was.
+class FileReplacer {
+public:
+    explicit FileReplacer(const std::string& path);
+
+    void Add(std::string_view piece);
+
+    // Ends the writing: Ok if the file holds the text.
+    [[nodiscard]] FileResult Keep();
+
+private:
+    std::string path_;
+    FileAppender file_;
+    std::string held_;
 };
 
 // Walks the lines of a text as views into it, as getline does: lines end at "\n", which does not

@@ -74,7 +74,8 @@ bool ReadJobs(const JsonValue& list, const std::vector<std::string>& known, cons
         }
         const std::string name = TextOf(job);
         if (std::find(known.begin(), known.end(), name) == known.end()) {
-            PrintError(words.unknown + name + words.behindName);
+            const bool isNamed = words.behindName != nullptr;
+            PrintError(words.unknown + (isNamed ? name + words.behindName : ""));
             return words.behind != nullptr && PrintFailure(words.behind);
         }
         jobs.insert(name);

@@ -46,8 +46,8 @@ struct KeyRule {
 struct JobWords {
     const char* empty;             // the list is; nullptr where it may be
     const char* notString;         // an element is no string
-    const char* unknown;           // followed by the name
-    const char* behindName = "";   // of the unknown one
+    const char* unknown;           // an element is none of the known ones; the name follows
+    const char* behindName = "";   // of the unknown one; nullptr where its name is not told
     const char* behind = nullptr;  // a second line behind that of an unknown one
 };
 

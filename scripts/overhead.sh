@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
-# MemCollector on those processes; of SchedCollector ten passes of the machine's own perf, if that may record. Prints
-# zarn's own CPU seconds beside those of the tools it starts; a run of 60 samples goes into docs/performance.md.
+# MemCollector on those processes; before, TopdownCollector and HotFunCollector on the virtual board, where perf counts
+# by the model and samples by this machine's kernel, beside a program at work. Prints zarn's own CPU seconds beside
+# those of the tools it starts; a run of 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
 take_arguments 1 '[1-9][0-9]*' "$@"
 
 need_packages scripts/packages.txt
-build_preset release zarn
+build_preset release zarn-and-board
 samples=${1:-60}
 usr=$(mktemp -d)
 sleepers=()
@@ -18,15 +19,28 @@ trap 'kill "${sleepers[@]}" 2>/dev/null; rm -rf "$usr"' EXIT
 # A private /opt/usr: by a mount namespace for root, else in a user namespace.
 namespace=(unshare --mount --propagation private)
 [ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --mount --propagation private)
-# run_mission NAME SECTION SHARES: runs the collector alone and prints what it cost, and what a share of it did.
-run_mission() {
+# configure NAME SECTION: the collector alone.
+configure() {
     cat >"$usr/config.json" <<EOT
 {"ManagerParam": {"parallelCollectMode": ["$1"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
   "compareMode": {"comparatorName": [], "versionMap": {}}}, "$1": $2}
 EOT
+}
+# run_mission NAME SECTION SHARES: runs the collector and prints what it cost, and what a share of it did.
+run_mission() {
+    configure "$1" "$2"
     "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
-        exec python3 "$2" "$3" /opt/usr/config.json "$4"' sh \
+        exec python3 "$2" "$3" /opt/usr/config.json "$4" "process and pass"' sh \
         "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3"
+    rm -rf "${usr:?}/mnt"
+}
+# profile NAME SECTION SECONDS WHICH: runs the collector on the board, whose perf samples by WHICH, beside other work.
+profile() {
+    printf '\n%s on the board, seconds: %d, sampled by: %s\n\n' "$1" "$3" "$4"
+    configure "$1" "$2"
+    build/release/bin/zarn-board --scenario idle --perf "$4" --opt-usr "$usr" --workdir "$usr" -- \
+        python3 "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" /opt/usr/config.json "$3" "second measured" \
+        --workload
     rm -rf "${usr:?}/mnt"
 }
 # measure SAMPLES THREADS: CpuCollector; whether it asks for threads too is true or false.
@@ -45,19 +59,17 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
-# measure_scheduler PASSES: SchedCollector on the whole system, a second each, where perf may record.
-measure_scheduler() {
-    perf sched record -o /dev/null -- true >/dev/null 2>&1 || return 0
-    printf '\nSchedCollector, passes: %d of 1 s, the system counts as one process\n\n' "$1"
-    run_mission SchedCollector "{\"job\": [\"global\"], \"count\": $1, \"sched\": {\"is_call_record\": false,
-        \"duration\": 1, \"topN\": 10, \"sorted\": \"max\"}}" "$1"
-}
 
 mkdir -p build/bench
+seconds=$(((samples + 5) / 6))
+sampler=model
+! perf record -e cpu-clock -a -g -o "$usr/perf.data" -- true >/dev/null 2>&1 || sampler=machine
 {
     echo "$(machine)."
+    profile TopdownCollector "{\"job\": [\"global\"], \"core\": [], \"process\": [], \"duration\": $seconds}" "$seconds" model
+    profile HotFunCollector "{\"job\": [\"global\"], \"json_output\": true, \"duration\": $seconds, \"top\": 20}" \
+        "$seconds" "$sampler"
     measure "$samples" false
-    measure_scheduler 10
 } | tee build/bench/overhead.md
 for _ in $(seq 400); do
     sleep 100000 &

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::size_t kTextColumns = 2;
 constexpr std::size_t kAroundCell = 3;  // two quotes, and what parts it from the next
+constexpr std::size_t kPiece = 65536;   // of the text that is handed on, small enough for a cache
 
 // What the words of headings end in, where numbers stand below them.
 bool EndsHeading(char byte) {
@@ -38,7 +39,16 @@ Bytes BlankBits(Bytes bytes) {
     return (rest - kOnes) & ~rest & (kOnes << 7U);
 }
 
+// One blank between words, or a word of one letter, is seen at a glance: what the processor guesses
+// right it need not wait for.
+bool EndsAtOnce(std::string_view row, std::size_t begin, bool isBlank) {
+    return begin + 1 < row.size() && (row[begin + 1] == ' ') != isBlank;
+}
+
 std::size_t BlanksEnd(std::string_view row, std::size_t begin) {
+    if (begin < row.size() && row[begin] == ' ' && EndsAtOnce(row, begin, true)) {
+        return begin + 1;
+    }
     for (Bytes bytes = 0; Load(row, begin, bytes); begin += sizeof bytes) {
         if (bytes != kBlanks) {
             return begin + static_cast<std::size_t>(__builtin_ctzll(bytes ^ kBlanks)) / 8;
@@ -72,22 +82,20 @@ bool DiffColumns::Read(std::string_view comment) {
     return isNew;
 }
 
-DiffTable::DiffTable(const std::vector<std::string>& versions)
-    : width_(versions.size() + kTextColumns) {
+DiffTable::DiffTable(const std::vector<std::string>& versions, Sink sink)
+    : sink_(std::move(sink)), width_(versions.size() + kTextColumns) {
     std::string head;
     for (const std::string& version : versions) {
         head += version + ",";
     }
     head += "Shared Object,Symbol\n";
-    text_.Reserve(0, head.size());
-    size_ = head.copy(text_.Data(), head.size());
+    sink_(head);
 }
 
 void DiffTable::Add(std::string_view row, const DiffColumns& columns) {
-    // Every other byte is a word at most, and every one up to the last end that of a column.
+    // Less than a piece, and one cell.
+    text_.Reserve(size_, kPiece - size_ + kAroundCell + 1 + row.size() + sizeof(Bytes));
     const std::vector<std::size_t>& ends = columns.Ends();
-    const std::size_t cells = row.size() / 2 + 1 + std::min(row.size(), ends.size());
-    text_.Reserve(size_, row.size() + (kAroundCell + 1) * cells + sizeof(Bytes));
     auto column = ends.begin();
     const auto passTo = [&column, &ends](std::size_t place) {
         while (column != ends.end() && *column < place) {
@@ -121,6 +129,10 @@ void DiffTable::Add(std::string_view row, const DiffColumns& columns) {
 std::size_t DiffTable::CopyWord(std::string_view row, std::size_t begin) {
     char* out = text_.Data() + size_;
     *out++ = '"';
+    if (EndsAtOnce(row, begin, false)) {
+        *out = row[begin];
+        return begin + 1;
+    }
     std::size_t end = begin;
     for (Bytes bytes = 0; Load(row, end, bytes); end += sizeof bytes) {
         std::memcpy(out, &bytes, sizeof bytes);
@@ -149,6 +161,14 @@ void DiffTable::EndCell(std::size_t size) {
     size_ += size + kAroundCell;
     text_.Data()[size_ - 2] = '"';
     text_.Data()[size_ - 1] = isLast ? '\n' : ',';
+    if (size_ >= kPiece) {
+        Flush();
+    }
+}
+
+void DiffTable::Flush() {
+    sink_(text_.Text(size_));
+    size_ = 0;
 }
 
 }  // namespace zarn

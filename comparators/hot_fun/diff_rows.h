@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,15 +30,18 @@ private:
 // came out shorter or longer shifts all that follow.
 class DiffTable {
 public:
+    // Takes a piece of the table's text.
+    using Sink = std::function<void(std::string_view)>;
+
     // A column for each version, then shared object and symbol.
-    explicit DiffTable(const std::vector<std::string>& versions);
+    DiffTable(const std::vector<std::string>& versions, Sink sink);
 
     // Takes the words of a row, a blank for each column that it leaves empty. "[k]" and "[.]" are
     // none. Words keep their bytes, quotes too.
     void Add(std::string_view row, const DiffColumns& columns);
 
-    // The table so far, as long as nothing is added.
-    [[nodiscard]] std::string_view Text() const { return text_.Text(size_); }
+    // Hands on what is left of the text, which goes there in large pieces.
+    void Flush();
 
 private:
     void Cell(std::string_view text);
@@ -45,10 +49,11 @@ private:
     std::size_t CopyWord(std::string_view row, std::size_t begin);
     void EndCell(std::size_t size);
 
+    Sink sink_;
     std::size_t width_;
     std::size_t column_ = 0;  // of the next cell
     ByteBuffer text_;
-    std::size_t size_ = 0;  // of the text
+    std::size_t size_ = 0;  // of the text that has not been handed on
 };
 
 }  // namespace zarn

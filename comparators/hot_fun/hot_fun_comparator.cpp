@@ -23,6 +23,13 @@ namespace {
 
 namespace names = hot_fun_files;
 
+constexpr JobWords kJobWords = {
+    nullptr,
+    "[HotFunComparator] Illegal job type! Should be string type!",
+    "[HotFunComparator] Illegal job! Should be chosen from [global, core, process]!",
+    nullptr,
+};
+
 // Where a version's recordings are. The slash in front is the comparator's own.
 std::string RawDirOf(const std::string& root) {
     return root + "/" + names::kRawDir;
@@ -32,30 +39,38 @@ bool IsComment(std::string_view line) {
     return !line.empty() && line.front() == '#';
 }
 
-// The table of a diff; nothing if it cannot be opened. Its headings hold for all rows: where some
-// stand behind a row, it is read again.
-std::optional<DiffTable> ReadDiff(const std::string& path,
-                                  const std::vector<std::string>& versions) {
+// Adds the rows of a diff. False if headings stand behind one of them: they hold for all, so that
+// it is to be read again.
+bool AddRows(LineFile& diff, DiffColumns& columns, DiffTable& table) {
+    bool hasRows = false;
+    bool isWhole = true;
+    for (std::string_view line; diff.Next(line);) {
+        if (IsComment(line)) {
+            const bool isNew = columns.Read(line);
+            isWhole = isWhole && !(isNew && hasRows);
+        } else if (isWhole) {
+            hasRows = true;
+            table.Add(line, columns);
+        }
+    }
+    table.Flush();
+    return isWhole;
+}
+
+// Writes the table of a diff; nothing if the diff cannot be opened.
+std::optional<FileResult> WriteTable(const std::string& diff,
+                                     const std::vector<std::string>& versions,
+                                     const std::string& path) {
     DiffColumns columns;
     while (true) {
-        DiffTable table(versions);
-        bool hasRows = false;
-        bool isWhole = true;
-        LineFile file(path);
-        if (!file.IsOpen()) {
+        LineFile lines(diff);
+        if (!lines.IsOpen()) {
             return std::nullopt;
         }
-        for (std::string_view line; file.Next(line);) {
-            if (IsComment(line)) {
-                const bool isNew = columns.Read(line);
-                isWhole = isWhole && !(isNew && hasRows);
-            } else {
-                hasRows = true;
-                table.Add(line, columns);
-            }
-        }
-        if (isWhole) {
-            return table;
+        FileReplacer file(path);
+        DiffTable table(versions, [&file](std::string_view piece) { file.Add(piece); });
+        if (AddRows(lines, columns, table)) {
+            return file.Keep();
         }
     }
 }
@@ -94,8 +109,6 @@ bool HotFunComparator::CheckOptions(const JsonDocument& config, const std::strin
 }
 
 bool HotFunComparator::ReadJobList(const JsonDocument& config) {
-    static constexpr std::array<const char*, 3> kJobs = {names::kGlobal, names::kCore,
-                                                         names::kProcess};
     const JsonValue* section = FindMember(config, kName);
     const JsonValue* jobs = section == nullptr ? nullptr : FindMember(*section, "job");
     if (jobs == nullptr) {
@@ -105,18 +118,8 @@ bool HotFunComparator::ReadJobList(const JsonDocument& config) {
         return PrintFailure(
             "[HotFunComparator] Invalid HotFunComparator param type! Should be array type!");
     }
-    for (const JsonValue& job : jobs->GetArray()) {
-        if (!job.IsString()) {
-            return PrintFailure("[HotFunComparator] Illegal job type! Should be string type!");
-        }
-        const std::string name = TextOf(job);
-        if (std::find(kJobs.begin(), kJobs.end(), name) == kJobs.end()) {
-            return PrintFailure(
-                "[HotFunComparator] Illegal job! Should be chosen from [global, core, process]!");
-        }
-        jobs_.insert(name);
-    }
-    return !jobs->Empty();
+    return !jobs->Empty() &&
+           ReadJobs(*jobs, {names::kGlobal, names::kCore, names::kProcess}, kJobWords, jobs_);
 }
 
 bool HotFunComparator::ReadOptions(const JsonValue& section) {
@@ -282,12 +285,11 @@ bool HotFunComparator::MakeTable(const Comparison& comparison, const std::string
     }
     const std::string path = csvDir_ + names::ComparisonName(comparison.tag);
     try {
-        const std::optional<DiffTable> table = ReadDiff(diff, versions);
-        if (!table) {
+        const std::optional<FileResult> result = WriteTable(diff, versions, path);
+        if (!result) {
             return PrintFailure("[HotFunComparator] Cannot find resultFile file of: " +
                                 comparison.job + ", file path is: " + diff + "!");
         }
-        const FileResult result = WriteFile(path, table->Text());
         if (result == FileResult::CannotOpen) {
             PrintError("[HotFunComparator] Write to CSV file failed! Cannot open file path: " +
                        path);

@@ -1,6 +1,6 @@
 // board_without WHAT COMMAND...
 // Runs a command as on a machine that forbids WHAT: "view" (private mount namespaces), "trace"
-// (ptrace), or "both"; or that has no "lease" for files.
+// (ptrace), or "both", or all "sampling" (perf_event_open); or that has no "lease" for files.
 
 #include <fcntl.h>
 #include <linux/filter.h>
@@ -53,9 +53,11 @@ int main(int argc, char** argv) {
     const std::string_view what = argc > 2 ? argv[1] : "";
     const bool view = what == "view" || what == "both";
     const bool trace = what == "trace" || what == "both";
+    const bool sampling = what == "sampling";
     const bool lease = what == "lease";
-    if ((!view && !trace && !lease) || (lease && !ForbidLeases()) ||
-        (view && !Forbid(SYS_unshare)) || (trace && !Forbid(SYS_ptrace))) {
+    if ((!view && !trace && !sampling && !lease) || (lease && !ForbidLeases()) ||
+        (view && !Forbid(SYS_unshare)) || (trace && !Forbid(SYS_ptrace)) ||
+        (sampling && !Forbid(SYS_perf_event_open))) {
         return 2;
     }
     ::execvp(argv[2], argv + 2);

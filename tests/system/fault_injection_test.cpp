@@ -161,6 +161,20 @@ std::string SchedConfig() {
              "runTimeThreshold": 2.05})"}});
 }
 
+// Both collectors and the comparator about one program of the board.
+std::string ProfileConfig() {
+    ConfigText config;
+    config.serial = R"(["TopdownCollector", "HotFunCollector"])";
+    config.compare = R"(["HotFunComparator"])";
+    config.versionMap = R"({"v": "/opt/usr/old/", "w": "/opt/usr/old/"})";
+    return config.Text(
+        {{"TopdownCollector",
+          R"({"job": ["process"], "core": [], "process": ["fault_worker"], "duration": 0})"},
+         {"HotFunCollector", R"({"job": ["process"], "json_output": true, "duration": 0, "top": 3,
+             "process": ["fault_worker"]})"},
+         {"HotFunComparator", R"({"job": ["process"], "process": ["fault_worker"]})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -223,34 +237,54 @@ void WalkMem() {
     WalkIn(sandbox, kMemCalls);
 }
 
-// On the virtual board, whose settings stay from run to run.
-void WalkOnBoard(const std::string& scenario, const std::string& config,
-                 const std::vector<std::string>& more) {
+// On the virtual board, whose settings stay from run to run. `before`: a script that runs there
+// first.
+void WalkOnBoard(const std::string& options, const std::string& config,
+                 const std::vector<std::string>& more, const std::string& before = "") {
     const BoardRunner board;
     board.Files().Write("usr/config.json", config);
     std::string words;
     for (const std::string& word : more) {
         words += " " + word;
     }
-    const int status =
-        board.Shell(BoardLauncher() + " --scenario " + scenario +
-                    " --board board --opt-usr usr -- '" + kWalk + "' '" + ProgramPath() + "' '" +
-                    kPreload + "' '" + kJudge + "' /opt/usr/config.json" + words + " >out");
+    board.Files().Write("go", before + "\nexec '" + kWalk + "' '" + ProgramPath() + "' '" +
+                                  kPreload + "' '" + kJudge + "' /opt/usr/config.json" + words);
+    const int status = board.Shell(BoardLauncher() + " " + options +
+                                   " --board board --opt-usr usr -- sh ./go >out");
     ExpectNothingAtFault(board.Out(), status == 0);
 }
 
 void WalkDdr(const std::vector<std::string>& more) {
-    WalkOnBoard("camera_pipeline", DdrConfig(), more);
+    WalkOnBoard("--scenario camera_pipeline", DdrConfig(), more);
 }
 
 void WalkDevices(const std::vector<std::string>& more) {
     const ProgramLock lock;
-    WalkOnBoard("device_trouble", kDeviceConfig, more);
+    WalkOnBoard("--scenario device_trouble", kDeviceConfig, more);
 }
 
 void WalkMemOnBoard(const std::vector<std::string>& more) {
     const ProgramLock lock;
-    WalkOnBoard("memory_leak", MemBoardConfig(), more);
+    WalkOnBoard("--scenario memory_leak", MemBoardConfig(), more);
+}
+
+// Two versions' recordings are the same one. A duration of 0 is a moment, in which the program has
+// counts and samples.
+constexpr const char* kProfileBefore = R"sh(
+    mkdir -p tools usr/old/raw_data/hotFun
+    printf '#!/bin/sh\nexec /bin/sleep 0.02\n' >tools/sleep
+    chmod +x tools/sleep
+    export PATH="$PWD/tools:$PATH"
+    perf record -o usr/old/raw_data/hotFun/hotfun_process_fault_worker_1_1.data -g \
+        -p "$(pidof fault_worker)" -- sleep 0
+)sh";
+
+void WalkProfile(const std::vector<std::string>& more) {
+    const ProgramLock lock;
+    const TempDir directory;
+    const std::string scenario = directory.Write("scenario.json", R"({"programs": [
+        {"name": "fault_worker", "pipeline": {"load": 0.4, "cores": [0]}}]})");
+    WalkOnBoard("--perf model --scenario " + scenario, ProfileConfig(), more, kProfileBefore);
 }
 
 TEST(FaultInjection, EveryCallOfACpuRunFailsInTurn) {
@@ -287,6 +321,14 @@ TEST(FaultInjection, EveryCallOfARunAboutTheSchedulerFailsInTurn) {
 
 TEST(FaultInjection, ARunAboutTheSchedulerIsInterruptedAtRandomCalls) {
     WalkSched(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfAProfileFailsInTurn) {
+    WalkProfile(kHotFunCalls);
+}
+
+TEST(FaultInjection, AProfileIsInterruptedAtRandomCalls) {
+    WalkProfile(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

@@ -146,6 +146,27 @@ TEST_F(HotFunComparatorRunTest, AVersionThatVanishesMeanwhileFailsTheComparisonA
               "[HotFunComparator] Fail to compare global info!\n");
 }
 
+TEST_F(HotFunComparatorRunTest, AFullWorkingDirectoryFailsTheComparison) {
+    Sandbox small;
+    if (!small.LimitSpace(1U << 19U)) {
+        GTEST_SKIP() << Sandbox::kNeedsRoot;
+    }
+    small.Tool("perf", "yes '1% 2% a b' | head -c 1000000 2>/dev/null\n");
+    for (const char* version : {"v1", "v2"}) {
+        small.Write(std::string("mnt/zarn/") + version + "/raw_data/hotFun/hotfun_global_1.data",
+                    "recording");
+    }
+    ConfigText config;
+    config.compare = R"(["HotFunComparator"])";
+    config.versionMap = R"({"v1": "/opt/usr/mnt/zarn/v1", "v2": "/opt/usr/mnt/zarn/v2"})";
+    small.Write("config.json", config.Text({{"HotFunComparator", R"({"job":["global"]})"}}));
+    const RunResult run = small.RunCommand(
+        {"/bin/sh", "-c", "cd /opt/usr && exec " + ProgramPath() + " /opt/usr/config.json"});
+    EXPECT_TRUE(run.Succeeded()) << run.err;
+    EXPECT_EQ(ErrorsOfMissions(run), "[HotFunComparator] Fail to compare global info!\n");
+    EXPECT_FALSE(fs::exists(small.UsrDir() + "global.temp"));
+}
+
 // Diffs are gathered in the working directory. Nobody can write to this one.
 TEST_F(HotFunComparatorRunTest, AReadOnlyWorkingDirectoryFailsAllComparisons) {
     sandbox_.Write("config.json", Config({"v1", "v2"}));

@@ -220,6 +220,19 @@ TEST_P(PerfOnBoard, SamplesByTheModelWhatTheKernelForbids) {
     EXPECT_EQ(result.text, "status 0\nsystem   [kernel.kallsyms]  [k] \n");
 }
 
+// As above a perf_event_paranoid of 2, for users who are not root: not even processes of one's own.
+TEST_P(PerfOnBoard, SamplesProcessesByTheModelWhereTheKernelForbidsAll) {
+    directory_.Write("scenario.json", kWorker);
+    directory_.Write("script", R"sh(
+        worker=$(pidof perf_worker)
+        VIRTUAL_BOARD_PERF=machine perf record -o work.data -g -p $worker -- sleep 0.2 2>/dev/null
+        [ $? -ne 0 ] && echo refused
+        perf record -o work.data -g -p $worker -- sleep 0.2 2>/dev/null; echo status $?
+        perf report -i work.data --max-stack 1 2>&1 | grep -o 'perf_worker .* plan_route')sh");
+    const Result result = Shell("$WITHOUT sampling $BOARD --scenario scenario.json -- sh ./script");
+    EXPECT_EQ(result.text, "refused\nstatus 0\nperf_worker  frame_worker   [.] plan_route\n");
+}
+
 TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
     const Result result = OnBoard(R"sh(
         perf record -o f -a no_such_program; echo status $?

@@ -1,7 +1,5 @@
 #include "collectors/profiling/hot_fun/hot_fun_settings.h"
 
-#include <algorithm>
-#include <array>
 #include <optional>
 
 #include "formats/hot_fun.h"
@@ -21,8 +19,14 @@ using hot_fun_files::kProcess;
 
 constexpr const char* kSection = "HotFunCollector";
 
+constexpr JobWords kJobWords = {
+    nullptr,
+    "[HotFunCollector] Illegal job type! Should be string type!",
+    "[HotFunCollector] Illegal job! Should be choosen from [global, core, function_set, process]!",
+    nullptr,
+};
+
 bool ReadJobList(const JsonDocument& config, HotFunSettings& settings) {
-    static constexpr std::array<const char*, 4> kJobs = {kGlobal, kCore, kFunctionSet, kProcess};
     const JsonValue* section = FindMember(config, kSection);
     const JsonValue* jobs = section == nullptr ? nullptr : FindMember(*section, "job");
     if (jobs == nullptr) {
@@ -32,19 +36,8 @@ bool ReadJobList(const JsonDocument& config, HotFunSettings& settings) {
         return PrintFailure(
             "[HotFunCollector] Invalid HotFunCollector param type! Should be array type!");
     }
-    for (const JsonValue& job : jobs->GetArray()) {
-        if (!job.IsString()) {
-            return PrintFailure("[HotFunCollector] Illegal job type! Should be string type!");
-        }
-        const std::string name = TextOf(job);
-        if (std::find(kJobs.begin(), kJobs.end(), name) == kJobs.end()) {
-            return PrintFailure(
-                "[HotFunCollector] Illegal job! Should be choosen from [global, core, "
-                "function_set, process]!");
-        }
-        settings.jobs.insert(name);
-    }
-    return !jobs->Empty();
+    return !jobs->Empty() &&
+           ReadJobs(*jobs, {kGlobal, kCore, kFunctionSet, kProcess}, kJobWords, settings.jobs);
 }
 
 bool ReadProcesses(const JsonValue& section, HotFunSettings& settings) {

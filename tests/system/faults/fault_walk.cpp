@@ -108,9 +108,11 @@ struct Ended {
     std::string out;
     std::string err;
 
-    // What was printed, whatever the time was and however long it took.
+    // What was printed, whatever the time was, however long it took, and however much a profiler
+    // saw meanwhile.
     [[nodiscard]] std::string Words() const {
-        static const std::regex times("[0-9]{17}|cost time: [0-9.e-]+s");
+        static const std::regex times(
+            "[0-9]{17}|cost time: [0-9.e-]+s|wrote [0-9.]+ MB|[(][0-9]+ samples[)]");
         return std::regex_replace(out + err, times, "<time>");
     }
 };

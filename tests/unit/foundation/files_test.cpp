@@ -247,6 +247,48 @@ TEST_F(FileAppenderTest, OpensRegularFilesOnly) {
     EXPECT_EQ(file.Keep(), FileResult::CannotOpen);
 }
 
+using FileReplacerTest = FilesTest;
+
+TEST_F(FileReplacerTest, KeepsAllPiecesInTheOldTextsPlace) {
+    for (const char* before : {"", "1\n", "one, longer\n"}) {
+        const std::string path = directory_.Write("file", before);
+        {
+            FileReplacer dropped(path);
+            dropped.Add("two\n");
+        }
+        EXPECT_EQ(ReadBack(path), before);
+        FileReplacer kept(path);
+        kept.Add("two\n");
+        kept.Add("");
+        kept.Add("3\n");
+        EXPECT_EQ(kept.Keep(), FileResult::Ok);
+        EXPECT_EQ(ReadBack(path), "two\n3\n");
+    }
+    FileReplacer made(directory_.Path() + "new");
+    made.Add("text");
+    EXPECT_EQ(made.Keep(), FileResult::Ok);
+    EXPECT_EQ(directory_.Read("new"), "text");
+}
+
+TEST_F(FileReplacerTest, AFullDiskLeavesWhatTheFileHeld) {
+    for (const char* before : {"", "one\n"}) {
+        const std::string path = directory_.Write("file", before);
+        const test::ScopedFileSizeLimit limit(10);
+        FileReplacer file(path);
+        file.Add("two\n");
+        file.Add("three\n");
+        file.Add("4");
+        EXPECT_EQ(file.Keep(), FileResult::Failed);
+        EXPECT_EQ(ReadBack(path), before);
+    }
+}
+
+TEST_F(FileReplacerTest, OpensRegularFilesOnly) {
+    FileReplacer file(directory_.Path());
+    file.Add("text");
+    EXPECT_EQ(file.Keep(), FileResult::CannotOpen);
+}
+
 std::vector<std::string> Lines(std::string_view text) {
     std::vector<std::string> lines;
     LineCursor cursor(text);

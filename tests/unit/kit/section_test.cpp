@@ -118,6 +118,7 @@ TEST(ReadJobs, StopsAtTheFirstThatIsNone) {
     EXPECT_EQ(jobs, (std::set<std::string>{"a"}));
     EXPECT_EQ(read(R"(["a\u0000"])", kWords, jobs), std::string("unknown a\0!\nbehind\n", 19));
     EXPECT_EQ(read(R"(["c"])", {nullptr, "", "unknown "}, jobs), "unknown c\n");
+    EXPECT_EQ(read(R"(["c"])", {nullptr, "", "unknown", nullptr}, jobs), "unknown\n");
     EXPECT_TRUE(ReadJobs(Parsed("[]"), {}, {nullptr, "", ""}, jobs));
 }
 

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -51,11 +52,13 @@ std::string TableOf(const std::vector<std::string>& versions, const std::string&
                     const std::vector<std::string>& rows) {
     DiffColumns columns;
     columns.Read(headings);
-    DiffTable table(versions);
+    std::string text;
+    DiffTable table(versions, [&text](std::string_view piece) { text += piece; });
     for (const std::string& row : rows) {
         table.Add(row, columns);
     }
-    return std::string(table.Text());
+    table.Flush();
+    return text;
 }
 
 constexpr const char* kHeadings = "# Baseline  Delta Abs  Shared Object  Symbol  ";
@@ -126,6 +129,29 @@ TEST(DiffTableTest, ALineMayHaveAnyLength) {
                 kHead + ("\"1%\",\"2%\",\"app\",\"" + symbol) + "\"\n");
     EXPECT_EQ(TableOf({"v1", "v2"}, kHeadings, {std::string(test::Amount(16U << 20U), ' ')}),
               std::string(kHead) + "\" \",\" \",");
+}
+
+TEST(DiffTableTest, ATableOfAnyLengthComesInPieces) {
+    std::string expected = kHead;
+    std::string text;
+    std::size_t longest = 0;
+    DiffTable table({"v1", "v2"}, [&](std::string_view piece) {
+        text += piece;
+        longest = std::max(longest, piece.size());
+    });
+    std::string longRow;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string number = std::to_string(i);
+        const std::string row = number + "% x  " + number + "  [.] symbol ";
+        longRow += row;
+        table.Add(row, {});
+        expected += "\"" + number + "%\",\"x\",\"" + number + "\",\"symbol\"\n";
+    }
+    expected += expected.substr(std::string(kHead).size());
+    table.Add(longRow, {});
+    table.Flush();
+    EXPECT_TRUE(text == expected);
+    EXPECT_LT(longest, text.size() / 10);
 }
 
 std::string CapturedTable(const char* name, const std::vector<std::string>& versions) {

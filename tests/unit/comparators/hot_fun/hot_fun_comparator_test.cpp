@@ -398,7 +398,7 @@ TEST_F(HotFunComparatorDeathTest, ALineBeyondMemoryFailsItsTable) {
     EXPECT_EXIT(
         ExitBelowAMemoryLimit([this] {
             RunUncaptured(R"("global")");
-            return result && Files("csv/hotFun").empty();
+            return result && dir.Read("csv/hotFun/hotfun_global_info.csv").empty();
         }),
         testing::ExitedWithCode(0),
         testing::StrEq("[HotFunComparator] Fail to generate global  comparasion CSV file!\n"));
