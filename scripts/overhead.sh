@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
-# MemCollector on those processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60
-# samples goes into docs/performance.md.
+# MemCollector on those processes; last, profiles of a program on the virtual board, beside its own account. Prints zarn's
+# own CPU seconds beside those of the tools it starts; a run of 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
 take_arguments 1 '[1-9][0-9]*' "$@"
 
 need_packages scripts/packages.txt
-build_preset release zarn
+build_preset release zarn-and-board
 samples=${1:-60}
 usr=$(mktemp -d)
 sleepers=()
@@ -45,6 +45,12 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
+# measure_programs SECONDS: profiles of single programs on the virtual board, by this machine's valgrind and perf.
+measure_programs() {
+    build/release/bin/zarn-board --scenario idle --opt-usr "$usr" --workdir "$usr" -- \
+        python3 "$root/scripts/overhead_programs.py" "$root/build/release/bin/zarn" "$1"
+    rm -rf "${usr:?}/mnt"
+}
 
 mkdir -p build/bench
 {
@@ -59,5 +65,6 @@ done
     measure "$samples" false
     measure 1 true
     measure_memory 1
+    measure_programs $(((samples + 5) / 6))
 } | tee -a build/bench/overhead.md
 [ "$samples" -ne 60 ] || scripts/put_section.py docs/performance.md overhead <build/bench/overhead.md
