@@ -43,10 +43,13 @@ MissionClasses ListMissions() {
     classes.collectors = {
         Collector<AiCoreCollector>(),
         Collector<AicpuCollector>(),
+        Collector<CacheGrindCollector>(),
+        Collector<CallGrindCollector>(),
         Collector<CpuCollector>(),
         Collector<DdrCollector>(),
         Collector<HotFunCollector>(),
         Collector<ImgpCollector>(),
+        Collector<MassifCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
         Collector<SchedCollector>(),

@@ -2,8 +2,8 @@
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
-# program on an untouched board beside that on a throttled one, and the scheduler with a task that starves and with an inversion of
-# priorities. Says at its end what was found.
+# program on an untouched board beside that on a throttled one, the scheduler with a task that starves and with an inversion of
+# priorities, and programs of known behaviour under profilers. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -63,7 +63,7 @@ tick() {
     done
 }
 
-stages=16 stage=0
+stages=$(grep -c '^stage "' "$script") stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -120,10 +120,22 @@ stage "What the scheduler did to a task that starves" zarn_on_board starved_task
 keep_as starved
 stage "The same with an inversion of priorities" zarn_on_board priority_inversion inversion tour_inversion.json
 keep_as inversion
+# One of them beside zarn, for perf; zarn starts the others.
+counted_on_board() {
+    board/zarn-board --build build/release --scenario idle --opt-usr "$usr" --workdir "$demo/bench" -- sh -c '
+        counted_work loops >"$1" & work=$!
+        until grep -qs begun "$1"; do sleep 0.1; done
+        zarn /opt/usr/tour_programs.json
+        kill -INT $work
+        wait $work' sh "$demo/log/counted_work"
+}
+stage "Programs whose work is counted under cachegrind, massif and perf" counted_on_board
+programs=$(newest) programs_log=$demo/log/$stage.log
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
 scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile"
+scripts/demo_programs.py "$programs" "$programs_log" "$demo/log/counted_work"
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -136,5 +148,6 @@ devices           $usr/mnt/zarn/device_healthy/ and device_trouble/
 profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
 function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
 scheduler         $usr/mnt/zarn/starved/ and inversion/
+programs          $programs/raw_data/cachegrind/ massif/ callgrind/
 what zarn said    $demo/log/
 EOT

@@ -111,6 +111,12 @@ bool TakeEvents(const std::string& text, PerfCall& call) {
     return !call.events.empty();
 }
 
+// The model's call chains are those that frame pointers give.
+bool TakeCallChains(const std::string& text, PerfCall& call) {
+    call.callChains = text == "fp";
+    return call.callChains;
+}
+
 // An option with a value, which follows it or, behind one letter, its name.
 struct ValueOption {
     std::string_view letter;
@@ -127,11 +133,12 @@ constexpr std::array<ValueOption, 6> kStatOptions{{
     {"-p", "--pid", TakePids},
 }};
 
-constexpr std::array<ValueOption, 4> kRecordOptions{{
+constexpr std::array<ValueOption, 5> kRecordOptions{{
     {"-e", "--event", TakeEvents},
     {"-o", "--output", TakeOutput},
     {"-C", "--cpu", TakeCores},
     {"-p", "--pid", TakePids},
+    {"--call-graph", "--call-graph", TakeCallChains},
 }};
 
 // A flag of the call, if the word is one.

@@ -27,6 +27,13 @@ protected:
         if (ExampleText(GetParam()).find("\"HotFun") != std::string::npos) {
             AddRecordedProfiler(sandbox);
         }
+        if (ExampleText(GetParam()).find("\"CallGrind") != std::string::npos) {
+            AddRecordedProfiler(sandbox);
+        }
+        if (ExampleText(GetParam()).find("\"ProcessRunSetting\"") != std::string::npos) {
+            AddFakeValgrind(sandbox);
+            sandbox.Tool("counted_work", "[ \"$WORK_NAME\" = example ]\n");
+        }
     }
 
     // Puts a collected tree where the example looks for one.

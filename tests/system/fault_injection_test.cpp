@@ -47,6 +47,9 @@ const std::vector<std::string> kHotFunCalls = {"close", "localtime", "mkdir", "o
                                                "pipe",  "read",      "spawn", "truncate", "write"};
 const std::vector<std::string> kSchedCalls = {"close", "localtime", "mkdir",    "open", "pipe",
                                               "read",  "spawn",     "truncate", "write"};
+const std::vector<std::string> kProgramCalls = {"close",   "localtime", "mkdir", "open",
+                                                "opendir", "pipe",      "read",  "spawn",
+                                                "thread",  "truncate",  "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -175,6 +178,18 @@ std::string ProfileConfig() {
          {"HotFunComparator", R"({"job": ["process"], "process": ["fault_worker"]})"}});
 }
 
+// Profiles of single programs, two of them started by the collectors.
+std::string ProgramsConfig() {
+    ConfigText config;
+    config.serial = R"(["CacheGrindCollector", "MassifCollector", "CallGrindCollector"])";
+    return config.Text(
+        {{"CacheGrindCollector", R"({"process": ["first", "second"], "duration": 0})"},
+         {"MassifCollector", R"({"process": ["first"], "duration": 0})"},
+         {"CallGrindCollector", R"({"process": ["planner_node"], "duration": 0})"},
+         {"ProcessRunSetting", R"({"first": {"bin_path": "true", "env_variables": {"A": "1"}},
+             "second": {"bin_path": "true", "env_variables": {}}})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -221,6 +236,14 @@ void WalkSched(const std::vector<std::string>& more) {
     AddRecordedPerf(sandbox);
     AddSchedTools(sandbox);
     sandbox.Write("config.json", SchedConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkPrograms(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedProfiler(sandbox);
+    AddFakeValgrind(sandbox);
+    sandbox.Write("config.json", ProgramsConfig());
     WalkIn(sandbox, more);
 }
 
@@ -329,6 +352,14 @@ TEST(FaultInjection, EveryCallOfAProfileFailsInTurn) {
 
 TEST(FaultInjection, AProfileIsInterruptedAtRandomCalls) {
     WalkProfile(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfProfilesOfProgramsFailsInTurn) {
+    WalkPrograms(kProgramCalls);
+}
+
+TEST(FaultInjection, ProfilesOfProgramsAreInterruptedAtRandomCalls) {
+    WalkPrograms(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "tests/support/manager_texts.h"
+#include "tests/system/support/recorded_tools.h"
 #include "tests/system/support/sandbox.h"
 
 // What the program says of one call that fails, where nothing but such a fault makes it say so.
@@ -85,6 +86,27 @@ TEST_F(SingleFaults, AFileThatCannotBeClosedIsNotWritten) {
     EXPECT_GT(call, 10);
     EXPECT_THAT(errors, HasSubstr("[zarn_utils] Cannot open outfile, check your filePath.\n"));
     EXPECT_THAT(errors, HasSubstr("[CpuComparator] Failed to write cpu info!\n"));
+}
+
+// The command of a program under valgrind has a thread that waits for it.
+TEST_F(SingleFaults, WithoutAThreadAProgramIsNotStartedAndTheNextOneIs) {
+    AddFakeValgrind(sandbox_);
+    ConfigText lists;
+    lists.serial = R"(["MassifCollector"])";
+    const RunResult run =
+        RunWithFault(lists.Text({{"MassifCollector", R"({"process": ["a", "b"], "duration": 0})"},
+                                 {"ProcessRunSetting",
+                                  R"({"a": {"bin_path": "true", "env_variables": {}},
+                                      "b": {"bin_path": "true", "env_variables": {}}})"}}),
+                     "thread:1:EAGAIN");
+    EXPECT_TRUE(run.Succeeded());
+    EXPECT_THAT(ErrorsOfMissions(run),
+                testing::MatchesRegex(
+                    "\\[zarn_utils\\] Error occurs: Resource temporarily unavailable\n"
+                    "\\[MassifCollector\\] Failed to collect process:a, please check the command, "
+                    "skipping to next process! Failed command is: valgrind --tool=massif [^\n]*"
+                    "massif_a_[0-9]{17}\\.log true\n"));
+    EXPECT_THAT(sandbox_.OnlyFile("raw_data/massif", "massif_"), HasSubstr("/massif_b_"));
 }
 
 // Interrupted at each file that it opens, the collector has filed none, one, two or all three.

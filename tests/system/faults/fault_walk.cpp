@@ -34,6 +34,7 @@
 
 #include "formats/hot_fun.h"
 #include "formats/run_tree.h"
+#include "formats/valgrind.h"
 #include "tests/system/faults/document_judge.h"
 
 namespace fs = std::filesystem;
@@ -304,12 +305,14 @@ private:
     }
 
     // Ends that are meant: the ordinary one, and the abnormal ones of a thread that cannot be
-    // started and of a copy into env_info that fails.
+    // started, of one that waits for a valgrind which cannot be looked up to be interrupted, and of
+    // a copy into env_info that fails.
     static std::string JudgeEnd(const Fault& fault, const Ended& ended) {
         if (WIFSIGNALED(ended.status)) {
             const bool copyFailed = ended.err.find("cannot copy") != std::string::npos;
-            const bool meant =
-                WTERMSIG(ended.status) == SIGABRT && (fault.call == "thread" || copyFailed);
+            const bool leftWaiting = ended.err.find("process id of valgrind!") != std::string::npos;
+            const bool meant = WTERMSIG(ended.status) == SIGABRT &&
+                               (fault.call == "thread" || copyFailed || leftWaiting);
             return meant ? "" : "killed by signal " + std::to_string(WTERMSIG(ended.status));
         }
         if (WEXITSTATUS(ended.status) != 0) {
@@ -329,6 +332,10 @@ private:
             // What is recorded of hot functions is no document.
             if (entry.path().extension() != ".data" ||
                 name.rfind(zarn::hot_fun_files::kRawPrefix, 0) == 0) {
+                continue;
+            }
+            // Nor is what is recorded of call chains.
+            if (name.rfind(zarn::valgrind_files::kCallGrind.prefix, 0) == 0) {
                 continue;
             }
             const std::string complaint = judge_.Complaint(entry.path().string());

@@ -23,6 +23,12 @@ void AddRecordedProfiler(Sandbox& sandbox);
 // the scheduler at once and print what the real one printed of a few processes.
 void AddSchedTools(Sandbox& sandbox);
 
+// Puts a `valgrind` into the sandbox that runs its program and leaves a report if that succeeds,
+// and a `pidof` that knows the process "planner_node" alone, so that no process of this machine is
+// killed. Each call begins with "valgrind-step" and the call's arguments, a tool that does nothing
+// and can be given another meaning.
+void AddFakeValgrind(Sandbox& sandbox);
+
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);
 

@@ -91,5 +91,17 @@ TEST(RecordCall, IsReadUpToTheCommand) {
     EXPECT_EQ(ParseRecordCall({"-a", "-I", "2000"}).problem, "the board does not know -I");
 }
 
+TEST(RecordCall, HasCallChainsByFramePointersAlone) {
+    const PerfCall call = ParseRecordCall({"-a", "--call-graph", "fp", "-p", "12", "-o", "f"});
+    EXPECT_EQ(call.problem, "");
+    EXPECT_TRUE(call.callChains);
+    EXPECT_TRUE(call.allCores);
+    EXPECT_EQ(call.pids, (std::vector<std::uint32_t>{12}));
+    EXPECT_TRUE(ParseRecordCall({"--call-graph=fp", "true"}).callChains);
+    EXPECT_FALSE(ParseRecordCall({"-a"}).callChains);
+    EXPECT_EQ(ParseRecordCall({"-a", "--call-graph", "dwarf"}).problem,
+              "bad value of --call-graph: dwarf");
+}
+
 }  // namespace
 }  // namespace zarn::board

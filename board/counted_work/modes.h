@@ -1,0 +1,15 @@
+#pragma once
+
+// What the workload does, by its first argument: each mode in a file of its own. A mode takes the
+// number of its rounds, 0 for any number, and ends behind the last of them or the one in which an
+// interrupt comes. It gives the exit status.
+namespace zarn::board {
+
+// Runs three functions whose instructions are counted: in each round 600,000, 300,000 and 100,000.
+// An interrupt ends it after 50 rounds at the earliest.
+int SpinLoops(long rounds);
+
+// Takes memory of the heap by two functions and gives it back, by a plan.
+int FollowHeapPlan(long rounds);
+
+}  // namespace zarn::board

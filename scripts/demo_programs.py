@@ -1,0 +1,65 @@
+#!/usr/bin/env python3
+"""Says in words what a tour found of programs whose work is counted, beside their own accounts: demo_programs.py RUN LOG ACCOUNT,
+a run directory, what zarn and the programs under valgrind printed meanwhile, and what the process that perf recorded printed."""
+import glob
+import re
+import subprocess
+import sys
+
+
+def the_file(pattern):
+    """The one file of a pattern."""
+    found = glob.glob(pattern)
+    if len(found) != 1:
+        sys.exit(f"{len(found)} files are {pattern}")
+    return found[0]
+
+
+def printed_by(*command):
+    return subprocess.run(command, check=True, text=True, capture_output=True).stdout
+
+
+def shares_told(account, words):
+    """The shares in percent that the loops tell of themselves: those of instructions or of time."""
+    return {name: float(share) for name, share in re.findall(rf"^(spin_\w+) .*\b{words} [\d.]+ ([\d.]+)%", account, re.M)}
+
+
+def in_words(found, told):
+    return ", ".join(f"{name} {found.get(name, 0.0):.1f} % (told: {share:.1f})" for name, share in told.items())
+
+
+def cachegrind_sentence(run, log):
+    rows = printed_by("cg_annotate", the_file(f"{run}/raw_data/cachegrind/cachegrind_counted_loops_*.log"))
+    found = {name: float(share) for share, name in re.findall(r"^ *[\d,]+ \( *([\d.]+)%\).*:(spin_\w+)", rows, re.M)}
+    return f"cachegrind, instructions: {in_words(found, shares_told(log, 'instructions'))}."
+
+
+def massif_sentence(run, log):
+    rows = printed_by("ms_print", the_file(f"{run}/raw_data/massif/massif_planned_heap_*.log"))
+    peak = re.search(r"\[.*?(\d+) \(peak\)", rows).group(1)
+    heap = re.search(rf"^ *{peak} +[\d,]+ +[\d,]+ +([\d,]+) ", rows, re.M)
+    holders = re.findall(r"^->([\d.]+)% .*: (hold_\w+) ", rows[heap.end():rows.index("--------", heap.end())], re.M)
+    told = int(re.search(r"^peak bytes (\d+)$", log, re.M).group(1))
+    shares = ", ".join(f"{float(share):.0f} % of it held by {name}" for share, name in holders)
+    return f"massif, peak of the heap: {heap.group(1)} bytes (told: {told:,}), {shares}."
+
+
+def perf_sentence(run, account):
+    recording = the_file(f"{run}/raw_data/callgrind/callgrind_counted_work_*.data")
+    rows = printed_by("perf", "report", "-i", recording, "--no-children", "--stdio", "-g", "none", "-F", "sample,sym")
+    samples = {name: int(count) for count, name in re.findall(r"^ *(\d+) +\[\.\] (spin_\w+)", rows, re.M)}
+    if not samples:
+        return "perf, time: this machine's kernel lets this user sample nothing."
+    found = {name: 100 * count / sum(samples.values()) for name, count in samples.items()}
+    return f"perf, time: {in_words(found, shares_told(account, 'ms'))}."
+
+
+def main():
+    run = sys.argv[1]
+    log, account = (open(path).read() for path in sys.argv[2:])
+    print("Programs whose work is counted, beside their own accounts:")
+    for sentence in (cachegrind_sentence(run, log), massif_sentence(run, log), perf_sentence(run, account)):
+        print(f"  {sentence}")
+
+
+main()
