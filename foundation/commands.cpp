@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -15,6 +16,7 @@ namespace zarn {
 namespace {
 
 constexpr const char* kNotStarted = "[zarn_utils] Failed to popen command!";
+constexpr const char* kNoLines = "[zarn_utils]: execute command failed.";
 
 // The characters that mean something to a shell.
 const std::set<char>& ShellCharacters() {
@@ -78,11 +80,23 @@ bool ExecuteCommandLines(const std::string& command, std::vector<std::string>& l
                          CommandRunner& runner) {
     std::string output;
     if (!runner.Capture(command, output)) {
-        return PrintFailure("[zarn_utils]: execute command failed.");
+        return PrintFailure(kNoLines);
     }
     std::vector<std::string_view> views;
     CutCommandLines(output, views);
     lines.insert(lines.end(), views.begin(), views.end());
+    return true;
+}
+
+bool StreamCommandLines(const std::string& command, const CommandRunner::Sink& take,
+                        CommandRunner& runner) {
+    CommandLineSplitter splitter;
+    const bool streamed = runner.Stream(
+        command, [&](std::string_view output) { splitter.Feed(output, std::cref(take)); });
+    if (!streamed) {
+        return PrintFailure(kNoLines);
+    }
+    splitter.Finish(std::cref(take));
     return true;
 }
 
