@@ -1,18 +1,23 @@
+#include <fcntl.h>
 #include <sys/epoll.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdint>
-#include <cstdio>
-#include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
 
 #include "board/workload/modes.h"
+#include "board/workload/tell.h"
 
 namespace zarn::board {
 namespace {
@@ -33,7 +38,6 @@ constexpr Call kCalls[] = {
     {"getpgid", SYS_getpgid, 0, 2, 1},     {"fchdir", SYS_fchdir, 0, 0, 2},
     {"ftruncate", SYS_ftruncate, 0, 0, 1}, {"getpriority", SYS_getpriority, PRIO_PROCESS, 1, 1},
 };
-constexpr std::size_t kCallCount = sizeof(kCalls) / sizeof(kCalls[0]);
 
 struct Account {
     std::uint64_t made = 0;
@@ -41,15 +45,13 @@ struct Account {
 };
 
 bool IsTraced() {
-    std::ifstream status("/proc/self/status");
-    std::string word;
-    long tracer = 0;
-    while (status >> word) {
-        if (word == "TracerPid:" && status >> tracer) {
-            break;
-        }
-    }
-    return tracer != 0;
+    std::array<char, 4096> status{};
+    const int file = ::open("/proc/self/status", O_RDONLY | O_CLOEXEC);
+    const ssize_t size = ::read(file, status.data(), status.size());
+    ::close(file);
+    const std::string_view text(status.data(), size < 0 ? 0 : static_cast<std::size_t>(size));
+    return text.find("\nTracerPid:\t") != std::string_view::npos &&
+           text.find("\nTracerPid:\t0\n") == std::string_view::npos;
 }
 
 // A tracer is there before it sees the calls: these begin when it has stopped the process and lets
@@ -68,46 +70,64 @@ bool AwaitTracer() {
     return true;
 }
 
+using Accounts = std::array<Account, std::size(kCalls)>;
+
 void Make(const Call& call, long argument, Account& account) {
     ++account.made;
     account.failed += ::syscall(call.number, argument, 0) < 0 ? 1U : 0U;
 }
 
+void MakeRound(Accounts& accounts) {
+    for (std::size_t i = 0; i < accounts.size(); ++i) {
+        for (unsigned time = 0; time < kCalls[i].timesGood; ++time) {
+            Make(kCalls[i], kCalls[i].good, accounts[i]);
+        }
+        for (unsigned time = 0; time < kCalls[i].timesBad; ++time) {
+            Make(kCalls[i], -1, accounts[i]);
+        }
+    }
+}
+
+// A trace shows the beginning of what is written, in which no name stands.
+std::string AccountText(const Accounts& accounts) {
+    std::string text = "system calls of the batch: name, made, failed\n";
+    for (std::size_t i = 0; i < accounts.size(); ++i) {
+        text += std::string(kCalls[i].name) + " " + std::to_string(accounts[i].made) + " " +
+                std::to_string(accounts[i].failed) + "\n";
+    }
+    return text;
+}
+
+// The number that the words are; nothing for any others.
+std::optional<std::uint32_t> CountOf(const std::vector<std::string>& words) {
+    if (words.size() != 1) {
+        return std::nullopt;
+    }
+    std::uint32_t count = 0;
+    const char* end = words[0].data() + words[0].size();
+    const auto read = std::from_chars(words[0].data(), end, count);
+    return read.ec == std::errc() && read.ptr == end ? std::optional(count) : std::nullopt;
+}
+
 }  // namespace
 
 int RunCallBatch(const std::vector<std::string>& words) {
-    std::uint32_t rounds = 0;
-    if (words.size() != 1 ||
-        std::from_chars(words[0].data(), words[0].data() + words[0].size(), rounds).ptr !=
-            words[0].data() + words[0].size()) {
+    const std::optional<std::uint32_t> rounds = CountOf(words);
+    if (!rounds) {
         return kBadCall;
     }
     // Waits no longer than whoever started it lives; anybody may trace it.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
     if (!AwaitTracer()) {
-        std::perror("board_workload");
+        Tell(STDERR_FILENO, "board_workload: nothing to wait for can be had\n");
         return 1;
     }
-    Account accounts[kCallCount];
-    for (std::uint32_t round = 0; round < rounds; ++round) {
-        for (std::size_t i = 0; i < kCallCount; ++i) {
-            for (unsigned time = 0; time < kCalls[i].timesGood; ++time) {
-                Make(kCalls[i], kCalls[i].good, accounts[i]);
-            }
-            for (unsigned time = 0; time < kCalls[i].timesBad; ++time) {
-                Make(kCalls[i], -1, accounts[i]);
-            }
-        }
+    Accounts accounts{};
+    for (std::uint32_t round = 0; round < *rounds; ++round) {
+        MakeRound(accounts);
     }
-    // In one piece, of which a trace shows the beginning, so that no name stands in its line.
-    std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ);
-    std::printf("system calls of the batch: name, made, failed\n");
-    for (std::size_t i = 0; i < kCallCount; ++i) {
-        std::printf("%s %llu %llu\n", kCalls[i].name,
-                    static_cast<unsigned long long>(accounts[i].made),
-                    static_cast<unsigned long long>(accounts[i].failed));
-    }
+    Tell(STDOUT_FILENO, AccountText(accounts));
     return 0;
 }
 

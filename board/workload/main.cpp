@@ -1,11 +1,13 @@
 // board_workload: a program of known behaviour, for those who trace and profile on the board: does
 // what its first word says and tells its own account of it.
 
-#include <cstdio>
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
 #include "board/workload/modes.h"
+#include "board/workload/tell.h"
 
 namespace {
 
@@ -26,9 +28,11 @@ int Run(const std::string& name, const std::vector<std::string>& words) {
             return status;
         }
     }
+    std::string usage;
     for (const Mode& mode : kModes) {
-        std::fprintf(stderr, "usage: board_workload %s %s\n", mode.name, mode.words);
+        usage += std::string("usage: board_workload ") + mode.name + " " + mode.words + "\n";
     }
+    zarn::board::Tell(STDERR_FILENO, usage);
     return zarn::board::kBadCall;
 }
 
