@@ -47,6 +47,7 @@ MissionClasses ListMissions() {
         Collector<DdrCollector>(),
         Collector<HotFunCollector>(),
         Collector<ImgpCollector>(),
+        Collector<LibCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
         Collector<SchedCollector>(),

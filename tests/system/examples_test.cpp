@@ -24,9 +24,17 @@ protected:
         AddRecordedCpuTools(sandbox);
         AddRecordedPerf(sandbox);
         AddSchedTools(sandbox);
-        if (ExampleText(GetParam()).find("\"HotFun") != std::string::npos) {
+        if (Names("HotFun") || Names("LibCollector")) {
             AddRecordedProfiler(sandbox);
         }
+        if (Names("SysCallCollector")) {
+            AddRecordedTracer(sandbox);
+        }
+    }
+
+    // Whether the example names a mission that begins so.
+    static bool Names(const std::string& mission) {
+        return ExampleText(GetParam()).find("\"" + mission) != std::string::npos;
     }
 
     // Puts a collected tree where the example looks for one.

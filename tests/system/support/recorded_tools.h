@@ -23,6 +23,11 @@ void AddRecordedProfiler(Sandbox& sandbox);
 // the scheduler at once and print what the real one printed of a few processes.
 void AddSchedTools(Sandbox& sandbox);
 
+// Puts a `strace` into the sandbox that leaves at once the log that the real one left of a small
+// batch of system calls. Each call begins with "strace-step" and the call's arguments, a tool that
+// does nothing and can be given another meaning. A `pidof` knows the process "planner_node" too.
+void AddRecordedTracer(Sandbox& sandbox);
+
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);
 
