@@ -51,6 +51,7 @@ MissionClasses ListMissions() {
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
         Collector<SchedCollector>(),
+        Collector<SysCallCollector>(),
         Collector<TopdownCollector>(),
     };
     classes.analyzers = {

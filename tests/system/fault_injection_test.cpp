@@ -47,6 +47,8 @@ const std::vector<std::string> kHotFunCalls = {"close", "localtime", "mkdir", "o
                                                "pipe",  "read",      "spawn", "truncate", "write"};
 const std::vector<std::string> kSchedCalls = {"close", "localtime", "mkdir",    "open", "pipe",
                                               "read",  "spawn",     "truncate", "write"};
+const std::vector<std::string> kTraceCalls = {"close", "localtime", "mkdir",  "open",     "pipe",
+                                              "read",  "spawn",     "thread", "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -161,6 +163,16 @@ std::string SchedConfig() {
              "runTimeThreshold": 2.05})"}});
 }
 
+// Recordings of perf and traces of strace.
+std::string TraceConfig() {
+    ConfigText config;
+    config.serial = R"(["LibCollector", "SysCallCollector"])";
+    return config.Text(
+        {{"LibCollector", R"({"process": ["planner_node"], "duration": 0})"},
+         {"SysCallCollector",
+          R"({"process": ["planner_node"], "duration": 60, "saveDetailsToJson": true})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -207,6 +219,14 @@ void WalkSched(const std::vector<std::string>& more) {
     AddRecordedPerf(sandbox);
     AddSchedTools(sandbox);
     sandbox.Write("config.json", SchedConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkTraces(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedProfiler(sandbox);
+    AddRecordedTracer(sandbox);
+    sandbox.Write("config.json", TraceConfig());
     WalkIn(sandbox, more);
 }
 
@@ -287,6 +307,14 @@ TEST(FaultInjection, EveryCallOfARunAboutTheSchedulerFailsInTurn) {
 
 TEST(FaultInjection, ARunAboutTheSchedulerIsInterruptedAtRandomCalls) {
     WalkSched(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfARunAboutRunningProgramsFailsInTurn) {
+    WalkTraces(kTraceCalls);
+}
+
+TEST(FaultInjection, ARunAboutRunningProgramsIsInterruptedAtRandomCalls) {
+    WalkTraces(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {
