@@ -2,7 +2,8 @@
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, and the profile of a
-# program on an untouched board beside that on a throttled one. Says at its end what was found.
+# program on an untouched board beside that on a throttled one, the system calls of a program that counts them itself. Says at its
+# end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -29,6 +30,15 @@ newest() { find "$usr/mnt/zarn" -maxdepth 1 -name 'zarn_data_*' | sort | tail -n
 
 # keep_as NAME: the newest run can be named so in a configuration.
 keep_as() { ln -sfn "$(basename "$(newest)")" "$usr/mnt/zarn/$1"; }
+
+# The system calls of the board's workload, which tells its own account of them.
+trace_workload() {
+    board/zarn-board --build build/release --scenario idle --board "$demo/trace" --opt-usr "$usr" -- sh -c '
+        board_workload calls 2000 >/opt/usr/account & program=$!
+        until pidof board_workload >/dev/null; do :; done
+        zarn /opt/usr/tour_trace.json
+        kill "$program" 2>/dev/null; wait'
+}
 
 # Two busy loops while a command runs.
 under_load() {
@@ -62,7 +72,7 @@ tick() {
     done
 }
 
-stages=14 stage=0
+stages=15 stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -115,10 +125,13 @@ stage "The same with the processor's bandwidth cut" zarn_on_board frame_worker_t
 keep_as profile_throttled
 stage "Both versions' functions side by side" zarn_on_board frame_worker cycles tour_profile_compare.json "${profile[@]}"
 profile=$(newest)
+stage "The system calls of a program, and its own account of them" trace_workload
+trace=$(newest)
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
 scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile"
+scripts/demo_trace.py "$trace" "$usr/account"
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -130,5 +143,6 @@ memory tables     $memory/csv/mem/
 devices           $usr/mnt/zarn/device_healthy/ and device_trouble/
 profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
 function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
+system calls      $trace/json/ and raw_data/sys_call/
 what zarn said    $demo/log/
 EOT
