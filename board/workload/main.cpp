@@ -18,7 +18,7 @@ struct Mode {
 };
 
 constexpr Mode kModes[] = {
-    {"calls", "COUNT", zarn::board::RunCallBatch},
+    {"calls", "COUNT [untraced]", zarn::board::RunCallBatch},
 };
 
 int Run(const std::string& name, const std::vector<std::string>& words) {

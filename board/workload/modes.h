@@ -10,8 +10,9 @@ namespace zarn::board {
 inline constexpr int kBadCall = 2;
 
 // COUNT rounds of system calls, some of which fail, begun when somebody traces the process, by whom
-// each of them is seen. Prints a head line and a line for each system call: its name, how often it
-// was made, how often it failed.
+// each of them is seen; with a second word "untraced" at once. Prints a head line with the seconds
+// that it took, and a line for each system call: its name, how often it was made, how often it
+// failed.
 [[nodiscard]] int RunCallBatch(const std::vector<std::string>& words);
 
 }  // namespace zarn::board
