@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
-# MemCollector on those processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60
-# samples goes into docs/performance.md.
+# MemCollector on those processes; and a trace of a batch of system calls by SysCallCollector, beside the batch untraced. Prints
+# zarn's own CPU seconds beside those of the tools it starts; a run of 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
 take_arguments 1 '[1-9][0-9]*' "$@"
 
 need_packages scripts/packages.txt
-build_preset release zarn
+build_preset release zarn zarn-board-workload
 samples=${1:-60}
 usr=$(mktemp -d)
 sleepers=()
@@ -18,15 +18,15 @@ trap 'kill "${sleepers[@]}" 2>/dev/null; rm -rf "$usr"' EXIT
 # A private /opt/usr: by a mount namespace for root, else in a user namespace.
 namespace=(unshare --mount --propagation private)
 [ "$(id -u)" -eq 0 ] || namespace=(unshare --user --map-root-user --mount --propagation private)
-# run_mission NAME SECTION SHARES: runs the collector alone and prints what it cost, and what a share of it did.
+# run_mission NAME SECTION SHARES [SHARE]: runs the collector alone and prints what it cost, and what a share of it did.
 run_mission() {
     cat >"$usr/config.json" <<EOT
 {"ManagerParam": {"parallelCollectMode": ["$1"], "collectMode": [], "analyzeMode": [], "optimizeMode": [],
   "compareMode": {"comparatorName": [], "versionMap": {}}}, "$1": $2}
 EOT
     "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
-        exec python3 "$2" "$3" /opt/usr/config.json "$4"' sh \
-        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3"
+        script=$2 program=$3 && shift 3 && exec python3 "$script" "$program" /opt/usr/config.json "$@"' sh \
+        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "${@:3}"
     rm -rf "${usr:?}/mnt"
 }
 # measure SAMPLES THREADS: CpuCollector; whether it asks for threads too is true or false.
@@ -45,6 +45,19 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
+# measure_trace ROUNDS: SysCallCollector on the batch of the board's workload, 19 calls a round.
+measure_trace() {
+    local workload=$root/build/release/lib/zarn/board/tools/board_workload calls=$((19 * $1)) seconds
+    "$workload" calls "$1" >"$usr/traced" &
+    until pidof board_workload >/dev/null; do sleep 0.01; done
+    printf '\nSysCallCollector, system calls: %d, saveDetailsToJson: true\n\n' "$calls"
+    run_mission SysCallCollector '{"process": ["board_workload"], "duration": 600, "saveDetailsToJson": true}' "$calls" 'a call'
+    wait $!
+    "$workload" calls "$1" untraced >"$usr/untraced"
+    seconds=$(sed -s -n '1s/.* in \([0-9.]*\) s:.*/\1/p' "$usr/traced" "$usr/untraced")
+    awk -v both="$seconds" 'BEGIN { split(both, s, "\n")
+        printf "\nThe batch takes %.2f s traced and %.3f s untraced: it runs %.0f times slower.\n", s[1], s[2], s[1] / s[2] }'
+}
 
 mkdir -p build/bench
 {
@@ -59,5 +72,6 @@ done
     measure "$samples" false
     measure 1 true
     measure_memory 1
+    measure_trace 50000
 } | tee -a build/bench/overhead.md
 [ "$samples" -ne 60 ] || scripts/put_section.py docs/performance.md overhead <build/bench/overhead.md

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Runs zarn on a configuration and prints what it cost, as a table: overhead_of.py ZARN CONFIGURATION SHARES.
+"""Runs zarn on a configuration and prints what it cost, as a table: overhead_of.py ZARN CONFIGURATION SHARES [SHARE].
 
-SHARES, processes times passes, divides the CPU time in the table's second row."""
+SHARES divides the CPU time in the table's second row; a share is that of a process and pass, or what SHARE says."""
 import os
 import sys
 import time
@@ -20,7 +20,7 @@ def peak_kib(pid):
 
 
 def main():
-    program, configuration, shares = sys.argv[1:]
+    program, configuration, shares, *share = sys.argv[1:]
     pid = os.posix_spawn(program, [program, configuration], os.environ,
                          file_actions=[(os.POSIX_SPAWN_OPEN, stream, os.devnull, os.O_WRONLY, 0) for stream in (1, 2)])
     own_peak = 0
@@ -37,7 +37,7 @@ def main():
     print("| | zarn | its tools |")
     print("|---|---|---|")
     print(f"| CPU time, s | {own:.2f} | {children:.2f} |")
-    print(f"| CPU time for a process and pass, ms | {1000 * own / int(shares):.3f} | {1000 * children / int(shares):.3f} |")
+    print(f"| CPU time for {share[0] if share else 'a process and pass'}, ms | {1000 * own / int(shares):.3f} | {1000 * children / int(shares):.3f} |")
     print(f"| largest memory, MiB | {own_peak / 1024:.1f} | {tools_peak} |")
     print(f"| left in the run directory, MB | {tree_bytes('/opt/usr/mnt') / 1e6:.2f} | |")
     return os.waitstatus_to_exitcode(status)
