@@ -53,7 +53,7 @@ measure_trace() {
     printf '\nSysCallCollector, system calls: %d, saveDetailsToJson: true\n\n' "$calls"
     run_mission SysCallCollector '{"process": ["board_workload"], "duration": 600, "saveDetailsToJson": true}' "$calls" 'a call'
     wait $!
-    "$workload" calls "$1" untraced >"$usr/untraced"
+    "$workload" calls_untraced "$1" >"$usr/untraced"
     seconds=$(sed -s -n '1s/.* in \([0-9.]*\) s:.*/\1/p' "$usr/traced" "$usr/untraced")
     awk -v both="$seconds" 'BEGIN { split(both, s, "\n")
         printf "\nThe batch takes %.2f s traced and %.3f s untraced: it runs %.0f times slower.\n", s[1], s[2], s[1] / s[2] }'

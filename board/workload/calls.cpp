@@ -4,17 +4,13 @@
 #include <unistd.h>
 
 #include <array>
-#include <charconv>
 #include <csignal>
-#include <cstdint>
+#include <cstddef>
+#include <cstdio>
 #include <ctime>
 #include <iterator>
-#include <optional>
-#include <string>
-#include <system_error>
 
 #include "board/workload/modes.h"
-#include "board/workload/tell.h"
 
 namespace zarn::board {
 namespace {
@@ -36,11 +32,13 @@ constexpr Call kCalls[] = {
     {"ftruncate", SYS_ftruncate, 0, 0, 1}, {"getpriority", SYS_getpriority, PRIO_PROCESS, 1, 1},
 };
 
-struct Account {
-    std::uint64_t made = 0;
-    std::uint64_t failed = 0;
+struct Count {
+    unsigned long made = 0;
+    unsigned long failed = 0;
 };
+using Counts = std::array<Count, std::size(kCalls)>;
 
+// How often the thread has rested so far.
 long Rests() {
     rusage usage{};
     ::getrusage(RUSAGE_THREAD, &usage);
@@ -65,20 +63,18 @@ void AwaitTracer() {
     }
 }
 
-using Accounts = std::array<Account, std::size(kCalls)>;
-
-void Make(const Call& call, long argument, Account& account) {
-    ++account.made;
-    account.failed += ::syscall(call.number, argument, 0) < 0 ? 1U : 0U;
+void Make(const Call& call, long argument, Count& count) {
+    ++count.made;
+    count.failed += ::syscall(call.number, argument, 0) < 0 ? 1U : 0U;
 }
 
-void MakeRound(Accounts& accounts) {
-    for (std::size_t i = 0; i < accounts.size(); ++i) {
+void MakeRound(Counts& counts) {
+    for (std::size_t i = 0; i < counts.size(); ++i) {
         for (unsigned time = 0; time < kCalls[i].timesGood; ++time) {
-            Make(kCalls[i], kCalls[i].good, accounts[i]);
+            Make(kCalls[i], kCalls[i].good, counts[i]);
         }
         for (unsigned time = 0; time < kCalls[i].timesBad; ++time) {
-            Make(kCalls[i], -1, accounts[i]);
+            Make(kCalls[i], -1, counts[i]);
         }
     }
 }
@@ -89,46 +85,36 @@ double Now() {
     return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
 }
 
-// A trace shows the beginning of what is written, in which no name stands.
-std::string AccountText(const Accounts& accounts, double seconds) {
-    std::string text =
-        "system calls of the batch, in " + std::to_string(seconds) + " s: name, made, failed\n";
-    for (std::size_t i = 0; i < accounts.size(); ++i) {
-        text += std::string(kCalls[i].name) + " " + std::to_string(accounts[i].made) + " " +
-                std::to_string(accounts[i].failed) + "\n";
+// In one piece, of which a trace shows the beginning: no name stands there.
+bool TellAccount(const Counts& counts, double seconds) {
+    std::array<char, 1024> text{};
+    int size = std::snprintf(text.data(), text.size(),
+                             "system calls of the batch, in %.6f s: name, made, failed\n", seconds);
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        const auto used = static_cast<std::size_t>(size);
+        size += std::snprintf(text.data() + used, text.size() - used, "%s %lu %lu\n",
+                              kCalls[i].name, counts[i].made, counts[i].failed);
     }
-    return text;
-}
-
-// Nothing for any other word.
-std::optional<std::uint32_t> CountOf(const std::string& word) {
-    std::uint32_t count = 0;
-    const char* end = word.data() + word.size();
-    const auto read = std::from_chars(word.data(), end, count);
-    return read.ec == std::errc() && read.ptr == end ? std::optional(count) : std::nullopt;
+    return ::write(STDOUT_FILENO, text.data(), static_cast<std::size_t>(size)) == size;
 }
 
 }  // namespace
 
-int RunCallBatch(const std::vector<std::string>& words) {
-    const bool isUntraced = words.size() == 2 && words[1] == "untraced";
-    const auto rounds = words.empty() ? std::nullopt : CountOf(words[0]);
-    if (!rounds || (words.size() != 1 && !isUntraced)) {
-        return kBadCall;
+int MakeCalls(long rounds) {
+    const double begin = Now();
+    Counts counts{};
+    for (long round = 0; round < rounds; ++round) {
+        MakeRound(counts);
     }
+    return TellAccount(counts, Now() - begin) ? 0 : 1;
+}
+
+int MakeCallsWhenTraced(long rounds) {
     // Waits no longer than whoever started it lives; anybody may trace it.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::prctl(PR_SET_PTRACER, PR_SET_PTRACER_ANY);
-    if (!isUntraced) {
-        AwaitTracer();
-    }
-    const double begin = Now();
-    Accounts accounts{};
-    for (std::uint32_t round = 0; round < *rounds; ++round) {
-        MakeRound(accounts);
-    }
-    Tell(STDOUT_FILENO, AccountText(accounts, Now() - begin));
-    return 0;
+    AwaitTracer();
+    return MakeCalls(rounds);
 }
 
 }  // namespace zarn::board
