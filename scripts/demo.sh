@@ -35,7 +35,7 @@ keep_as() { ln -sfn "$(basename "$(newest)")" "$usr/mnt/zarn/$1"; }
 trace_workload() {
     board/zarn-board --build build/release --scenario idle --board "$demo/trace" --opt-usr "$usr" -- sh -c '
         board_workload calls 2000 >/opt/usr/account & program=$!
-        until pidof board_workload >/dev/null; do :; done
+        until grep -qs "^State:.S" "/proc/$(pidof board_workload)/status"; do :; done
         zarn /opt/usr/tour_trace.json
         kill "$program" 2>/dev/null; wait'
 }

@@ -49,7 +49,7 @@ measure_memory() {
 measure_trace() {
     local workload=$root/build/release/lib/zarn/board/tools/board_workload calls=$((19 * $1)) seconds
     "$workload" calls "$1" >"$usr/traced" &
-    until pidof board_workload >/dev/null; do sleep 0.01; done
+    until grep -qs "^State:.S" "/proc/$(pidof board_workload)/status"; do sleep 0.01; done
     printf '\nSysCallCollector, system calls: %d, saveDetailsToJson: true\n\n' "$calls"
     run_mission SysCallCollector '{"process": ["board_workload"], "duration": 600, "saveDetailsToJson": true}' "$calls" 'a call'
     wait $!

@@ -23,12 +23,14 @@ namespace {
 using testing::EndsWith;
 using testing::HasSubstr;
 
-// Starts ./NAME once it can be found by its name: `workload NAME COUNT`.
+// `workload NAME ROUNDS` starts ./NAME, `settled NAME` says whether a program of that name is
+// behind its beginning and waits.
 constexpr const char* kWorkload = R"sh(
+settled() { grep -qs '^State:.S' "/proc/$(pidof "$1")/status"; }
 workload() {
     ln -s "$(command -v board_workload)" "$1"
     "./$1" calls "$2" > "$1.account" &
-    await pidof "$1" > /dev/null
+    await settled "$1"
 }
 )sh";
 
@@ -60,9 +62,9 @@ protected:
     void NeedStrace() {
         const Result probe = OnBoard(R"sh(
             sleep 60 & program=$!
-            strace -o log -p $program 2> err & await test -s err
+            strace -o probe.log -p $program 2> probe & await grep -qs . probe
             kill $program; wait
-            grep -o attached err || cat err)sh");
+            grep -o attached probe || cat probe)sh");
         if (probe.text.rfind("attached\n", 0) != 0) {
             GTEST_SKIP() << "nothing can be traced here: " << probe.text;
         }
@@ -238,8 +240,8 @@ TEST_P(SysCallTruth, AProcessThatIsTracedAlreadyHasAnEmptyArray) {
     const std::string name = Name("traced");
     ASSERT_NO_FATAL_FAILURE(
         Collect(Config("\"" + name + "\""),
-                "ln -s /bin/sleep " + name + "; ./" + name + " 3600 & sleeper=$!\nawait pidof " +
-                    name + " > /dev/null\n" +
+                "ln -s /bin/sleep " + name + "; ./" + name + " 3600 & sleeper=$!\nawait settled " +
+                    name + "\n" +
                     "strace -o other -p $sleeper 2> traced & await grep -qs attached traced\n"
                     "{ await grep -qs 'Save json' out; kill $sleeper; } &"));
     EXPECT_EQ(RowsOf(name).Size(), 0U);
@@ -251,8 +253,8 @@ TEST_P(SysCallTruth, AProcessThatExecutesAnotherProgramIsTracedFurther) {
     const std::string name = Name("becomes");
     ASSERT_NO_FATAL_FAILURE(Collect(Config("\"" + name + "\""),
                                     "ln -s /bin/sh " + name + "; mkfifo go; ./" + name +
-                                        " -c 'read x < go; exec /bin/true' &\nawait pidof " + name +
-                                        " > /dev/null\n" +
+                                        " -c 'read x < go; exec /bin/true' &\nawait settled " +
+                                        name + "\n" +
                                         "{ await grep -qs attached err; echo > go; } &"));
     const JsonValue* row = FindRow(name, "execve");
     ASSERT_NE(row, nullptr);
