@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/json.h"
+#include "tests/support/amounts.h"
 #include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
 #include "tests/system/support/sandbox.h"
@@ -170,7 +171,7 @@ TEST_F(SysCallCollectorRunTest, HostileLogsBecomeWhatRowsTheyHold) {
         std::string text;
         std::vector<std::string> names;
     };
-    const std::string longest(16U << 20U, 'x');
+    const std::string longest(Amount(16U << 20U), 'x');
     const Log logs[] = {
         {"", {}},
         {"12:00:00.1 read(0", {}},                               // torn, no summary

@@ -6,6 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/amounts.h"
+
 namespace zarn {
 namespace {
 
@@ -58,7 +60,7 @@ TEST(CallDetails, OtherNumbersOfWordsAndBlanks) {
 TEST(CallDetails, BytesOfAnyKindAreNoCost) {
     EXPECT_THAT(Details({std::string("a <1\0>", 6), "a <\xff>", "a\tb <1>"}),
                 ElementsAre(Pair("a\tb", "1")));
-    const std::string longest(16U << 20U, '7');
+    const std::string longest(test::Amount(16U << 20U), '7');
     EXPECT_TRUE(Details({"a <" + longest + ">", "b <1>"}) ==
                 (std::vector<std::pair<std::string, std::string>>{{"a", longest}, {"b", "1"}}));
 }

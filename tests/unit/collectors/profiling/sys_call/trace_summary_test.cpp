@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "foundation/commands.h"
+#include "tests/support/amounts.h"
 
 namespace zarn {
 namespace {
@@ -57,7 +58,8 @@ TEST(TraceSummary, HasARowForEachLine) {
 }
 
 TEST(TraceSummary, ALineLongerThanAPieceIsOneRow) {
-    for (const std::size_t size : {511U, 512U, 1022U, 1023U, 16U << 20U}) {
+    for (const std::size_t size :
+         std::vector<std::size_t>{511, 512, 1022, 1023, test::Amount(16U << 20U)}) {
         const auto rows = Summary(std::string(size, 'x') + "\nread 1\n");
         ASSERT_EQ(rows.size(), 2U) << size;
         EXPECT_EQ(rows[0].front().size(), 511U);
