@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <set>
 #include <system_error>
@@ -93,11 +94,15 @@ bool StreamCommandLines(const std::string& command, const CommandRunner::Sink& t
     CommandLineSplitter splitter;
     const bool streamed = runner.Stream(
         command, [&](std::string_view output) { splitter.Feed(output, std::cref(take)); });
-    if (!streamed) {
-        return PrintFailure(kNoLines);
+    try {
+        if (streamed) {
+            splitter.Finish(std::cref(take));
+            return true;
+        }
+    } catch (const std::exception&) {
+        // Memory does not suffice for the last line: told as for any other.
     }
-    splitter.Finish(std::cref(take));
-    return true;
+    return PrintFailure(kNoLines);
 }
 
 bool RunCommandThenKill(const std::string& command, std::uint32_t seconds, const std::string& tag,

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -78,6 +79,15 @@ TEST(StreamCommandLines, HandsLinesOnOrSaysThatACommandCannotBeStarted) {
     EXPECT_EQ(captured.err, "[zarn_utils]: execute command failed.\n");
     EXPECT_EQ(captured.out, "");
     EXPECT_EQ(lines.size(), 5U);
+}
+
+TEST(StreamCommandLines, ALineThatCannotBeTakenFailsIt) {
+    const auto take = [](std::string_view /*line*/) { throw std::bad_alloc(); };
+    for (const char* command : {"printf 'a line\\n'", "printf 'a last one'"}) {
+        const Captured captured =
+            Capture([&] { EXPECT_FALSE(StreamCommandLines(command, take)) << command; });
+        EXPECT_EQ(captured.err, "[zarn_utils]: execute command failed.\n") << command;
+    }
 }
 
 TEST(StreamCommandLines, GivesTheLinesOfAProcess) {
