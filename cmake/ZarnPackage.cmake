@@ -59,7 +59,7 @@ memory model.")
 set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_NAME zarn-board)
 set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_DEPENDS
     "zarn (= ${PROJECT_VERSION}), zarn-board-libs (= ${PROJECT_VERSION}), proot")
-set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_RECOMMENDS "linux-perf, valgrind")
+set(CPACK_DEBIAN_ZARN-BOARD_PACKAGE_RECOMMENDS "linux-perf, strace, valgrind")
 set(CPACK_DEBIAN_ZARN-BOARD_DESCRIPTION "virtual board for zarn
 Simulated kernel files and platform tools with a launcher that puts them
 where they stand on the real board, so that every mission of zarn runs on

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <exception>
+#include <functional>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -15,6 +17,7 @@ namespace zarn {
 namespace {
 
 constexpr const char* kNotStarted = "[zarn_utils] Failed to popen command!";
+constexpr const char* kNoLines = "[zarn_utils]: execute command failed.";
 
 // The characters that mean something to a shell.
 const std::set<char>& ShellCharacters() {
@@ -78,12 +81,28 @@ bool ExecuteCommandLines(const std::string& command, std::vector<std::string>& l
                          CommandRunner& runner) {
     std::string output;
     if (!runner.Capture(command, output)) {
-        return PrintFailure("[zarn_utils]: execute command failed.");
+        return PrintFailure(kNoLines);
     }
     std::vector<std::string_view> views;
     CutCommandLines(output, views);
     lines.insert(lines.end(), views.begin(), views.end());
     return true;
+}
+
+bool StreamCommandLines(const std::string& command, const CommandRunner::Sink& take,
+                        CommandRunner& runner) {
+    CommandLineSplitter splitter;
+    const bool streamed = runner.Stream(
+        command, [&](std::string_view output) { splitter.Feed(output, std::cref(take)); });
+    try {
+        if (streamed) {
+            splitter.Finish(std::cref(take));
+            return true;
+        }
+    } catch (const std::exception&) {
+        // Memory does not suffice for the last line: told as for any other.
+    }
+    return PrintFailure(kNoLines);
 }
 
 bool RunCommandThenKill(const std::string& command, std::uint32_t seconds, const std::string& tag,

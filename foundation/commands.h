@@ -29,6 +29,11 @@ namespace zarn {
                                        CommandRunner& runner = SystemCommandRunner());
 inline constexpr std::size_t kCommandLinePiece = 511;
 
+// The same for lines that need not lie in memory as a whole: calls `take` with each as it comes, a
+// view that holds during the call. After a false result some may have been handed over.
+[[nodiscard]] bool StreamCommandLines(const std::string& command, const CommandRunner::Sink& take,
+                                      CommandRunner& runner = SystemCommandRunner());
+
 // The cutting behind it, for missions that keep the whole output and views into it.
 void CutCommandLines(std::string_view output, std::vector<std::string_view>& lines);
 

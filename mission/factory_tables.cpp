@@ -49,10 +49,12 @@ MissionClasses ListMissions() {
         Collector<DdrCollector>(),
         Collector<HotFunCollector>(),
         Collector<ImgpCollector>(),
+        Collector<LibCollector>(),
         Collector<MassifCollector>(),
         Collector<MbufCollector>(),
         Collector<MemCollector>(),
         Collector<SchedCollector>(),
+        Collector<SysCallCollector>(),
         Collector<TopdownCollector>(),
     };
     classes.analyzers = {

@@ -3,7 +3,7 @@
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
 # program on an untouched board beside that on a throttled one, the scheduler with a task that starves and with an inversion of
-# priorities, and programs of known behaviour under profilers. Says at its end what was found.
+# priorities, and programs of known behaviour under profilers and traced. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -30,6 +30,15 @@ newest() { find "$usr/mnt/zarn" -maxdepth 1 -name 'zarn_data_*' | sort | tail -n
 
 # keep_as NAME: the newest run can be named so in a configuration.
 keep_as() { ln -sfn "$(basename "$(newest)")" "$usr/mnt/zarn/$1"; }
+
+# The system calls of the board's workload, which tells its own account of them.
+trace_workload() {
+    board/zarn-board --build build/release --scenario idle --board "$demo/trace" --opt-usr "$usr" -- sh -c '
+        board_workload calls 2000 >/opt/usr/account & program=$!
+        until grep -qs "^State:.S" "/proc/$(pidof board_workload)/status"; do :; done
+        zarn /opt/usr/tour_trace.json
+        kill "$program" 2>/dev/null; wait'
+}
 
 # Two busy loops while a command runs.
 under_load() {
@@ -131,11 +140,14 @@ counted_on_board() {
 }
 stage "Programs whose work is counted under cachegrind, massif and perf" counted_on_board
 programs=$(newest) programs_log=$demo/log/$stage.log
+stage "The system calls of a program, and its own account of them" trace_workload
+trace=$(newest)
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
 scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile"
 scripts/demo_programs.py "$programs" "$programs_log" "$demo/log/counted_work"
+scripts/demo_trace.py "$trace" "$usr/account"
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -149,5 +161,6 @@ profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
 function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
 scheduler         $usr/mnt/zarn/starved/ and inversion/
 programs          $programs/raw_data/cachegrind/ massif/ callgrind/
+system calls      $trace/json/ and raw_data/sys_call/
 what zarn said    $demo/log/
 EOT

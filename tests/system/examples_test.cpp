@@ -24,16 +24,22 @@ protected:
         AddRecordedCpuTools(sandbox);
         AddRecordedPerf(sandbox);
         AddSchedTools(sandbox);
-        if (ExampleText(GetParam()).find("\"HotFun") != std::string::npos) {
+        if (Names("HotFun") || Names("LibCollector") || Names("CallGrind")) {
             AddRecordedProfiler(sandbox);
         }
-        if (ExampleText(GetParam()).find("\"CallGrind") != std::string::npos) {
-            AddRecordedProfiler(sandbox);
-        }
-        if (ExampleText(GetParam()).find("\"ProcessRunSetting\"") != std::string::npos) {
+        if (Names("ProcessRunSetting")) {
             AddFakeValgrind(sandbox);
-            sandbox.Tool("counted_work", "[ \"$WORK_NAME\" = example ]\n");
+            sandbox.Tool("counted_work", "[ \"$WORK_NAME\" = example ]
+");
         }
+        if (Names("SysCallCollector")) {
+            AddRecordedTracer(sandbox);
+        }
+    }
+
+    // Whether the example names a mission that begins so.
+    static bool Names(const std::string& mission) {
+        return ExampleText(GetParam()).find("\"" + mission) != std::string::npos;
     }
 
     // Puts a collected tree where the example looks for one.

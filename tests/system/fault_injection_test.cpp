@@ -50,6 +50,8 @@ const std::vector<std::string> kSchedCalls = {"close", "localtime", "mkdir",    
 const std::vector<std::string> kProgramCalls = {"close",   "localtime", "mkdir", "open",
                                                 "opendir", "pipe",      "read",  "spawn",
                                                 "thread",  "truncate",  "write"};
+const std::vector<std::string> kTraceCalls = {"close", "localtime", "mkdir",  "open",     "pipe",
+                                              "read",  "spawn",     "thread", "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -190,6 +192,16 @@ std::string ProgramsConfig() {
              "second": {"bin_path": "true", "env_variables": {}}})"}});
 }
 
+// Recordings of perf and traces of strace.
+std::string TraceConfig() {
+    ConfigText config;
+    config.serial = R"(["LibCollector", "SysCallCollector"])";
+    return config.Text(
+        {{"LibCollector", R"({"process": ["planner_node"], "duration": 0})"},
+         {"SysCallCollector",
+          R"({"process": ["planner_node"], "duration": 60, "saveDetailsToJson": true})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -244,6 +256,14 @@ void WalkPrograms(const std::vector<std::string>& more) {
     AddRecordedProfiler(sandbox);
     AddFakeValgrind(sandbox);
     sandbox.Write("config.json", ProgramsConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkTraces(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedProfiler(sandbox);
+    AddRecordedTracer(sandbox);
+    sandbox.Write("config.json", TraceConfig());
     WalkIn(sandbox, more);
 }
 
@@ -360,6 +380,14 @@ TEST(FaultInjection, EveryCallOfProfilesOfProgramsFailsInTurn) {
 
 TEST(FaultInjection, ProfilesOfProgramsAreInterruptedAtRandomCalls) {
     WalkPrograms(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfARunAboutRunningProgramsFailsInTurn) {
+    WalkTraces(kTraceCalls);
+}
+
+TEST(FaultInjection, ARunAboutRunningProgramsIsInterruptedAtRandomCalls) {
+    WalkTraces(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

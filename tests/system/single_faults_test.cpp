@@ -65,6 +65,25 @@ TEST_F(SingleFaults, WithoutATimeTheOptimizerFails) {
                                   "[ZarnManager] Some Optimizer missions failed to start!\n"));
 }
 
+// A tracer needs a thread that waits for it. Without one the process has an empty array, and the
+// other is traced.
+TEST_F(SingleFaults, WithoutAThreadAProcessIsNotTraced) {
+    AddRecordedTracer(sandbox_);
+    sandbox_.Tool("pidof", "echo 417\n");
+    ConfigText lists;
+    lists.serial = R"(["SysCallCollector"])";
+    const RunResult run = RunWithFault(
+        lists.Text({{"SysCallCollector", R"({"process": ["planner_node", "camera_node"],
+                                            "duration": 60, "saveDetailsToJson": true})"}}),
+        "thread:1:EAGAIN");
+    EXPECT_TRUE(Happened());
+    EXPECT_TRUE(run.Succeeded());
+    EXPECT_THAT(run.err,
+                HasSubstr("[SysCallCollector] Error occurs: Resource temporarily unavailable\n"));
+    const std::string document = sandbox_.Read(sandbox_.OnlyFile("json", "soc_sys_call_info_1_"));
+    EXPECT_THAT(document, HasSubstr(R"("content":{"planner_node":[],"camera_node":[{"syscall)"));
+}
+
 // A disk across the network tells only at the closing that it has lost what was written. A copy
 // into env_info ends the process then.
 TEST_F(SingleFaults, AFileThatCannotBeClosedIsNotWritten) {

@@ -33,6 +33,7 @@
 #include <vector>
 
 #include "formats/hot_fun.h"
+#include "formats/lib.h"
 #include "formats/run_tree.h"
 #include "formats/valgrind.h"
 #include "tests/system/faults/document_judge.h"
@@ -329,9 +330,10 @@ private:
         std::error_code ignored;
         for (const auto& entry : fs::recursive_directory_iterator(zarn::run_tree::kRoot, ignored)) {
             const std::string name = entry.path().filename().string();
-            // What is recorded of hot functions is no document.
+            // What perf recorded is no document.
             if (entry.path().extension() != ".data" ||
-                name.rfind(zarn::hot_fun_files::kRawPrefix, 0) == 0) {
+                name.rfind(zarn::hot_fun_files::kRawPrefix, 0) == 0 ||
+                name.rfind(zarn::lib_files::kRawPrefix, 0) == 0) {
                 continue;
             }
             // Nor is what is recorded of call chains.

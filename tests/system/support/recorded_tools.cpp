@@ -109,6 +109,18 @@ void AddFakeValgrind(Sandbox& sandbox) {
     sandbox.Tool("pidof", "[ \"$1\" = planner_node ] && echo 417\n");
 }
 
+void AddRecordedTracer(Sandbox& sandbox) {
+    sandbox.ToolPrinting("recorded-trace", ReadText(DataPath("strace-6.1/batch.log")));
+    sandbox.Tool("strace-step", "");
+    sandbox.Tool("strace",
+                 "strace-step \"$@\" || exit\n"
+                 "while [ \"$1\" != -o ]; do shift; done\n"
+                 "exec recorded-trace > \"$2\"\n");
+    sandbox.Tool("pidof",
+                 "[ \"$1\" = planner_node ] || exec /bin/pidof \"$@\"\n"
+                 "echo 417\n");
+}
+
 std::string ErrorsOfMissions(const RunResult& run) {
     static const std::array<std::string, 6> kWorkspace{
         "[ZarnManager] Create env info directory", "[ZarnManager] Create raw data directory",

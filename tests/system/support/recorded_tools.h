@@ -28,6 +28,10 @@ void AddSchedTools(Sandbox& sandbox);
 // killed. Each call begins with "valgrind-step" and the call's arguments, a tool that does nothing
 // and can be given another meaning.
 void AddFakeValgrind(Sandbox& sandbox);
+// Puts a `strace` into the sandbox that leaves at once the log that the real one left of a small
+// batch of system calls. Each call begins with "strace-step" and the call's arguments, a tool that
+// does nothing and can be given another meaning. A `pidof` knows the process "planner_node" too.
+void AddRecordedTracer(Sandbox& sandbox);
 
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);

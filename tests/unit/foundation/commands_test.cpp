@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -64,6 +65,38 @@ TEST(ExecuteCommandLines, SaysThatACommandCannotBeStarted) {
     EXPECT_EQ(captured.err, "[zarn_utils]: execute command failed.\n");
     EXPECT_EQ(captured.out, "");
     EXPECT_EQ(lines, Lines{"before"});
+}
+
+TEST(StreamCommandLines, HandsLinesOnOrSaysThatACommandCannotBeStarted) {
+    FakeRunner runner;
+    runner.On("tool", "a\n\n" + std::string(600, 'x') + "\nend").Refuse("no such");
+    Lines lines;
+    const auto take = [&lines](std::string_view line) { lines.emplace_back(line); };
+    EXPECT_TRUE(StreamCommandLines("tool", take, runner));
+    EXPECT_EQ(lines, (Lines{"a", "", std::string(511, 'x'), std::string(89, 'x'), "end"}));
+    const Captured captured =
+        Capture([&] { EXPECT_FALSE(StreamCommandLines("no such", take, runner)); });
+    EXPECT_EQ(captured.err, "[zarn_utils]: execute command failed.\n");
+    EXPECT_EQ(captured.out, "");
+    EXPECT_EQ(lines.size(), 5U);
+}
+
+TEST(StreamCommandLines, ALineThatCannotBeTakenFailsIt) {
+    const auto take = [](std::string_view /*line*/) { throw std::bad_alloc(); };
+    for (const char* command : {"printf 'a line\\n'", "printf 'a last one'"}) {
+        const Captured captured =
+            Capture([&] { EXPECT_FALSE(StreamCommandLines(command, take)) << command; });
+        EXPECT_EQ(captured.err, "[zarn_utils]: execute command failed.\n") << command;
+    }
+}
+
+TEST(StreamCommandLines, GivesTheLinesOfAProcess) {
+    Lines lines;
+    EXPECT_TRUE(StreamCommandLines("seq 20000; printf last",
+                                   [&lines](std::string_view line) { lines.emplace_back(line); }));
+    ASSERT_EQ(lines.size(), 20001U);
+    EXPECT_EQ(lines[12345], "12346");
+    EXPECT_EQ(lines.back(), "last");
 }
 
 // What fgets would give for the text, by a buffer of one byte more than a piece.
