@@ -27,6 +27,9 @@ protected:
         if (ExampleText(GetParam()).find("\"HotFun") != std::string::npos) {
             AddRecordedProfiler(sandbox);
         }
+        if (ExampleText(GetParam()).find("\"BenchCollector\"") != std::string::npos) {
+            AddRecordedBench(sandbox);
+        }
     }
 
     // Puts a collected tree where the example looks for one.
