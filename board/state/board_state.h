@@ -71,6 +71,7 @@ struct Scenario {
     BoardPrograms programs;
     SystemMemory memory;
     EventPlan events;
+    std::uint32_t unsupportedEvents = 0;  // a bit for each StandardEvent the processor lacks
 };
 
 // The recording of buffers held too long, as it was last set.
