@@ -272,6 +272,24 @@ TEST_P(PerfOnBoard, SamplesByTheModelWhatTheKernelForbids) {
     EXPECT_EQ(result.text, "status 0\nsystem   [kernel.kallsyms]  [k] \n");
 }
 
+// Few machines have a counter of misses that may be sampled; perf refuses both events then.
+TEST_P(PerfOnBoard, SamplesMissesByTheModelWhereTheMachineHasNoCounter) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = OnBoard(R"sh(
+        perf record -o work.data -g -e cpu-clock,cache-misses -p "$(pidof perf_worker)" -- sleep 0.5 2>/dev/null
+        echo status $?
+        perf script -i work.data > text
+        for event in cpu-clock cache-misses; do
+            grep -q "^perf_worker .* [0-9]*  *$event: " text && echo $event
+        done
+        grep -c '^.*[0-9a-f]* work_loop+0x' text | sed 's/[1-9][0-9]*/callers/'
+        perf report -i work.data --no-children --stdio -g none 2>/dev/null | grep -o "of event '.*'")sh",
+                                  "--scenario scenario.json");
+    EXPECT_EQ(result.text,
+              "status 0\ncpu-clock\ncache-misses\ncallers\n"
+              "of event 'cpu-clock'\nof event 'cache-misses'\n");
+}
+
 TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
     const Result result = OnBoard(R"sh(
         perf record -o f -a no_such_program; echo status $?
@@ -284,7 +302,7 @@ TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
         result.text,
         "Workload failed: No such file or directory\nstatus 255\n"
         "Couldn't create thread/CPU maps: No such process\nstatus 234\n"
-        "perf record: the board samples cycles alone\nstatus 129\n"
+        "perf record: the board samples cycles, cpu-clock and cache-misses alone\nstatus 129\n"
         "perf record: the board does not know -F\nstatus 129\n"
         "failed to open no/such/file\nstatus 255\n");
 }
