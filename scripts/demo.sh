@@ -2,7 +2,8 @@
 # The whole tour on the virtual board, without root: two collected and analysed runs, one of them throttled by QoS
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, and the profile of a
-# program on an untouched board beside that on a throttled one. Says at its end what was found.
+# program on an untouched board beside that on a throttled one, and its counters beside benchmarks of the machine. Says at its
+# end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -62,7 +63,7 @@ tick() {
     done
 }
 
-stages=14 stage=0
+stages=15 stage=0
 # stage TITLE COMMAND...: a line for a stage of the tour; what it prints goes into log/, and is shown if it fails.
 stage() {
     local title log begun=$SECONDS status=0
@@ -115,10 +116,12 @@ stage "The same with the processor's bandwidth cut" zarn_on_board frame_worker_t
 keep_as profile_throttled
 stage "Both versions' functions side by side" zarn_on_board frame_worker cycles tour_profile_compare.json "${profile[@]}"
 profile=$(newest)
+stage "Benchmarks of this machine, and what the processor does for a program" zarn_on_board frame_worker bench tour_bench.json
+bench=$(newest)
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
-scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile"
+scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile" "$bench"
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -130,5 +133,6 @@ memory tables     $memory/csv/mem/
 devices           $usr/mnt/zarn/device_healthy/ and device_trouble/
 profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
 function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
+benchmarks        $bench/raw_data/bench/ and json/
 what zarn said    $demo/log/
 EOT

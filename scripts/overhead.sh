@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
-# MemCollector on those processes. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60
+# MemCollector on those processes; and BenchCollector with all benchmarks, the system being counted for as many seconds. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60
 # samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
@@ -45,11 +45,18 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
+# measure_bench SECONDS: BenchCollector, with the machine's perf.
+measure_bench() {
+    printf '\nBenchCollector, all benchmarks, then the system counted for %d s\n\n' "$1"
+    run_mission BenchCollector "{\"job\": [\"messaging\", \"pipe\", \"memset\", \"memcpy\", \"stat\"],
+        \"stat\": {\"nodes\": [\"global\"], \"sleep\": $1}}" 0
+}
 
 mkdir -p build/bench
 {
     echo "$(machine)."
     measure "$samples" false
+    measure_bench "$samples"
 } | tee build/bench/overhead.md
 for _ in $(seq 400); do
     sleep 100000 &

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs zarn on a configuration and prints what it cost, as a table: overhead_of.py ZARN CONFIGURATION SHARES.
 
-SHARES, processes times passes, divides the CPU time in the table's second row."""
+SHARES, processes times passes, divides the CPU time in the table's second row; 0: it has none."""
 import os
 import sys
 import time
@@ -37,7 +37,8 @@ def main():
     print("| | zarn | its tools |")
     print("|---|---|---|")
     print(f"| CPU time, s | {own:.2f} | {children:.2f} |")
-    print(f"| CPU time for a process and pass, ms | {1000 * own / int(shares):.3f} | {1000 * children / int(shares):.3f} |")
+    if int(shares):
+        print(f"| CPU time for a process and pass, ms | {1000 * own / int(shares):.3f} | {1000 * children / int(shares):.3f} |")
     print(f"| largest memory, MiB | {own_peak / 1024:.1f} | {tools_peak} |")
     print(f"| left in the run directory, MB | {tree_bytes('/opt/usr/mnt') / 1e6:.2f} | |")
     return os.waitstatus_to_exitcode(status)
