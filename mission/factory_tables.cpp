@@ -43,6 +43,7 @@ MissionClasses ListMissions() {
     classes.collectors = {
         Collector<AiCoreCollector>(),
         Collector<AicpuCollector>(),
+        Collector<BenchCollector>(),
         Collector<CacheGrindCollector>(),
         Collector<CallGrindCollector>(),
         Collector<CpuCollector>(),

@@ -3,7 +3,7 @@
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
 # program on an untouched board beside that on a throttled one, the scheduler with a task that starves and with an inversion of
-# priorities, and programs of known behaviour under profilers and traced. Says at its end what was found.
+# priorities, programs of known behaviour under profilers and traced, and benchmarks. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -142,10 +142,12 @@ stage "Programs whose work is counted under cachegrind, massif and perf" counted
 programs=$(newest) programs_log=$demo/log/$stage.log
 stage "The system calls of a program, and its own account of them" trace_workload
 trace=$(newest)
+stage "Benchmarks of this machine, and what the processor does for a program" zarn_on_board frame_worker bench tour_bench.json
+bench=$(newest)
 echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
-scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile"
+scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile" "$bench"
 scripts/demo_programs.py "$programs" "$programs_log" "$demo/log/counted_work"
 scripts/demo_trace.py "$trace" "$usr/account"
 say "Where the files lie"
@@ -162,5 +164,6 @@ function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
 scheduler         $usr/mnt/zarn/starved/ and inversion/
 programs          $programs/raw_data/cachegrind/ massif/ callgrind/
 system calls      $trace/json/ and raw_data/sys_call/
+benchmarks        $bench/raw_data/bench/ and json/
 what zarn said    $demo/log/
 EOT

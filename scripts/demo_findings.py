@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
-"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY PROFILE,
+"""Says in words what a tour found, from the files that it left: demo_findings.py BASELINE COMPARISON SEARCH MEMORY PROFILE BENCH,
 run directories. The baseline was collected untouched, the comparison sets it beside a throttled version under load; the memory's
 comparison sets a version that leaks beside a healthy one, runs that lie beside it by their names, as do those of the devices. The profile's
-comparison sets the functions of a program on a throttled board beside those on an untouched one; runs about the scheduler lie there, too."""
+comparison sets the functions of a program on a throttled board beside those on an untouched one; runs about the scheduler lie there, too.
+The last one ran benchmarks."""
 import csv
 import datetime
 import glob
@@ -325,11 +326,29 @@ def plan_of_locks(scenario):
     return f"priorities {ranks}; {' and '.join(process['name'] for process in takers)} take the lock {takers[0]['locks'][0]['name']}"
 
 
+def bench_sentences(run):
+    program = "frame_worker"
+
+    def content(kind):
+        with open(the_file(f"{run}/json/soc_{kind}_info_*.data")) as file:
+            return json.load(file)["content"]
+
+    speeds = content("mem_throughput")
+    yield "What the benchmarks say of this machine, and the counters of the board:"
+    yield (f"  400 processes have talked to each other in {content('cpu_bench')['messaging']['Total time']} s; the C library's "
+           f"functions fill memory at {float(speeds['memory set speed(GB/sec)'].split()[0]):.1f} GB/s "
+           f"and copy it at {float(speeds['memory copy speed(GB/sec)'].split()[0]):.1f};")
+    counters = content("cpu_stat")[program]
+    known, _ = truth_of("frame_worker", program)
+    yield (f"  {program} retires {int(counters['instructions']) / int(counters['cycles']):.3f} instructions a cycle; the board: "
+           f"{4 * float(known['Retiring']):.3f}.")
+
+
 def main():
-    baseline, comparison, search, memory, profile = sys.argv[1:]
+    baseline, comparison, search, memory, profile, bench = sys.argv[1:]
     for sentences in (cpu_sentences(baseline, comparison), ddr_sentences(comparison), search_sentences(search),
                       memory_sentences(memory), device_sentences(os.path.dirname(memory)), profile_sentences(profile),
-                      sched_sentences(os.path.dirname(memory))):
+                      sched_sentences(os.path.dirname(memory)), bench_sentences(bench)):
         print(*sentences, sep="\n")
 
 

@@ -22,16 +22,6 @@ PerFunction WaitsOf(const PipelineProfile& profile) {
     return waits;
 }
 
-// The program's wait as its functions have it.
-double WaitOf(const PipelineProfile& profile) {
-    const PerFunction waits = WaitsOf(profile);
-    double sum = 0.0;
-    for (std::size_t i = 0; i < kWorkFunctionCount; ++i) {
-        sum += profile.functions[i] * waits[i];
-    }
-    return sum;
-}
-
 // The events of which the same work brings the same number, however long it takes.
 CpuCounts WorkEvents(const PipelineProfile& profile) {
     using Event = CpuEvent;
@@ -84,8 +74,17 @@ PerFunction UsualFunctions(std::uint32_t version) {
     return shares;
 }
 
+double DdrWait(const PipelineProfile& profile) {
+    const PerFunction waits = WaitsOf(profile);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < kWorkFunctionCount; ++i) {
+        sum += profile.functions[i] * waits[i];
+    }
+    return sum;
+}
+
 double TimeFactor(const PipelineProfile& profile, double stretch) {
-    return 1.0 + WaitOf(profile) * (stretch - 1.0);
+    return 1.0 + DdrWait(profile) * (stretch - 1.0);
 }
 
 PerFunction FunctionShares(const PipelineProfile& profile, double stretch) {
@@ -98,13 +97,26 @@ PerFunction FunctionShares(const PipelineProfile& profile, double stretch) {
     return shares;
 }
 
+PerFunction LineShares(const PipelineProfile& profile) {
+    PerFunction shares = WaitsOf(profile);
+    double sum = 0.0;
+    for (std::size_t i = 0; i < kWorkFunctionCount; ++i) {
+        shares[i] = (shares[i] + profile.ddrOverlap) * profile.functions[i];
+        sum += shares[i];
+    }
+    for (double& share : shares) {
+        share = sum > 0.0 ? share / sum : 0.0;
+    }
+    return shares;
+}
+
 CpuCounts RatesPerCycle(const PipelineProfile& profile, double stretch) {
     using Event = CpuEvent;
     const double factor = TimeFactor(profile, stretch);
     CpuCounts rates;
     rates.Add(WorkEvents(profile), 1.0 / factor);
     rates[Event::Cycles] = 1.0;
-    const double wait = WaitOf(profile) * stretch;
+    const double wait = DdrWait(profile) * stretch;
     rates[Event::LoadStall] = (profile.loadStall + wait) / factor;
     rates[Event::ExeStall] = rates[Event::LoadStall] + rates[Event::StoreStall] +
                              rates[Event::ResourceStall] + profile.core / factor;

@@ -67,12 +67,19 @@ struct PipelineProfile {
 // The shares of the functions that a program has without being told any: those of its version.
 [[nodiscard]] PerFunction UsualFunctions(std::uint32_t version);
 
+// What of its cycles the program waits for the DDR while the memory serves all.
+[[nodiscard]] double DdrWait(const PipelineProfile& profile);
+
 // How much longer the program takes for the same work when the memory serves 1 / `stretch` of what
 // is asked for: what is waited for the DDR takes that much longer, all else stays.
 [[nodiscard]] double TimeFactor(const PipelineProfile& profile, double stretch);
 
 // The shares of the functions in the program's cycles then.
 [[nodiscard]] PerFunction FunctionShares(const PipelineProfile& profile, double stretch);
+
+// The shares of the functions in the lines that the program gets from the DDR, whatever the memory
+// serves; all 0 if it gets none.
+[[nodiscard]] PerFunction LineShares(const PipelineProfile& profile);
 
 // What a cycle of the program brings of each event then.
 [[nodiscard]] CpuCounts RatesPerCycle(const PipelineProfile& profile, double stretch);

@@ -50,4 +50,8 @@ KernelSampling KernelSamplingOf(const PerfCall& call) {
                                                                          : KernelSampling::None;
 }
 
+bool CanSampleMisses(const PerfCall& call) {
+    return CanOpenAll(PERF_TYPE_HARDWARE, PERF_COUNT_HW_CACHE_MISSES, call);
+}
+
 }  // namespace zarn::board

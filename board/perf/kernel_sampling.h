@@ -11,4 +11,7 @@ enum class KernelSampling { None, Clock, Counter };
 // processor's clock.
 [[nodiscard]] KernelSampling KernelSamplingOf(const PerfCall& call);
 
+// Whether the machine has a counter of cache misses that may sample it.
+[[nodiscard]] bool CanSampleMisses(const PerfCall& call);
+
 }  // namespace zarn::board

@@ -19,7 +19,7 @@ int Run(const std::vector<std::string>& words) {
     const std::vector<std::string> rest(words.begin() + (words.empty() ? 0 : 1), words.end());
     if (name == "stat") {
         const PerfCall call = ParseStatCall(rest);
-        if (AsksRawEvents(call)) {
+        if (AsksRawEvents(call) || AsksBoardTable(call)) {
             return RunStat(call);
         }
     }

@@ -27,13 +27,24 @@ std::optional<std::uint32_t> CodeOf(std::string_view event) {
     return read.ec == std::errc() && read.ptr == end ? std::optional(code) : std::nullopt;
 }
 
+constexpr std::array<std::string_view, 4> kSoftwareNames{"task-clock", "context-switches",
+                                                         "cpu-migrations", "page-faults"};
+
+std::optional<SoftwareEvent> SoftwareEventOf(std::string_view name) {
+    const auto* const found = std::find(kSoftwareNames.begin(), kSoftwareNames.end(), name);
+    return found == kSoftwareNames.end()
+               ? std::nullopt
+               : std::optional(static_cast<SoftwareEvent>(found - kSoftwareNames.begin()));
+}
+
 // Takes a list of events apart: "{r8,r11},r1b" are three in two groups.
 void AddEvents(const std::string& text, PerfCall& call) {
     bool inGroup = false;
     std::string event;
     const auto take = [&] {
         if (!event.empty()) {
-            call.events.push_back({event, CodeOf(event)});
+            call.events.push_back(
+                {event, CodeOf(event), StandardEventOf(event), SoftwareEventOf(event)});
             call.groups += inGroup ? 0 : 1;
         }
         event.clear();
@@ -213,6 +224,16 @@ bool AsksRawEvents(const PerfCall& call) {
     return !call.events.empty() &&
            std::all_of(call.events.begin(), call.events.end(),
                        [](const AskedEvent& event) { return event.code.has_value(); });
+}
+
+bool AsksBoardTable(const PerfCall& call) {
+    const auto isTheBoards = [](const AskedEvent& event) { return event.code || event.standard; };
+    const bool hasTarget = call.allCores || call.cores || !call.pids.empty();
+    return call.problem.empty() && call.separator.empty() && call.intervalMs == 0 && hasTarget &&
+           std::any_of(call.events.begin(), call.events.end(), isTheBoards) &&
+           std::all_of(call.events.begin(), call.events.end(), [&](const AskedEvent& event) {
+               return isTheBoards(event) || event.software;
+           });
 }
 
 }  // namespace zarn::board

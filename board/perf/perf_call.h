@@ -5,13 +5,20 @@
 #include <string>
 #include <vector>
 
+#include "board/model/standard_events.h"
+
 // Calls of `perf stat` and `perf record`, as far as the board answers them itself.
 namespace zarn::board {
 
-// An event that was asked for: its text as it is printed, and the raw code in it.
+// What the kernel counts without the processor.
+enum class SoftwareEvent { TaskClock, ContextSwitches, CpuMigrations, PageFaults };
+
+// An event that was asked for: its text as it is printed, and which one it is, if it is known.
 struct AskedEvent {
     std::string text;
-    std::optional<std::uint32_t> code;  // none: no raw event, as in "cycles"
+    std::optional<std::uint32_t> code;  // of a raw event, as in "r11"
+    std::optional<StandardEvent> standard;
+    std::optional<SoftwareEvent> software;
 };
 
 struct PerfCall {
@@ -35,5 +42,9 @@ struct PerfCall {
 
 // Whether all events of a call are raw ones, and there are any.
 [[nodiscard]] bool AsksRawEvents(const PerfCall& call);
+
+// Whether it asks for a table, without intervals, of what the board counts of cores or processes:
+// all events are known ones, and not all are of software.
+[[nodiscard]] bool AsksBoardTable(const PerfCall& call);
 
 }  // namespace zarn::board

@@ -24,7 +24,7 @@ struct FileHead {
     std::uint64_t features[4] = {};
 };
 
-// One kind of event, and where its numbers are: this file has none.
+// One kind of event, and where its numbers are: a file with one kind has none.
 struct Attribute {
     perf_event_attr event{};
     Section numbers;
@@ -71,8 +71,16 @@ void AppendProcess(std::string& bytes, const SampledProcess& process) {
     }
 }
 
-void AppendSample(std::string& bytes, const CycleSample& sample, bool callChains) {
+// The number by which the samples of an event are known where there are several.
+std::uint64_t NumberOf(SampledEvent event) {
+    return static_cast<std::uint64_t>(event) + 1;
+}
+
+void AppendSample(std::string& bytes, const CycleSample& sample, bool callChains, bool numbered) {
     std::string body;
+    if (numbered) {
+        AppendNumber(body, NumberOf(sample.event));
+    }
     AppendNumber(body, sample.chain.front());
     AppendNumber(body, sample.pid);
     AppendNumber(body, sample.pid);
@@ -91,16 +99,20 @@ void AppendSample(std::string& bytes, const CycleSample& sample, bool callChains
                  sample.inKernel ? PERF_RECORD_MISC_KERNEL : PERF_RECORD_MISC_USER, body);
 }
 
-perf_event_attr CyclesEvent(bool callChains) {
+perf_event_attr AttributeOf(SampledEvent sampled, bool callChains, bool numbered) {
     perf_event_attr event{};
-    event.type = PERF_TYPE_HARDWARE;
-    event.config = PERF_COUNT_HW_CPU_CYCLES;
+    const bool isClock = sampled == SampledEvent::CpuClock;
+    event.type = isClock ? PERF_TYPE_SOFTWARE : PERF_TYPE_HARDWARE;
+    event.config = isClock                           ? std::uint64_t{PERF_COUNT_SW_CPU_CLOCK}
+                   : sampled == SampledEvent::Cycles ? std::uint64_t{PERF_COUNT_HW_CPU_CYCLES}
+                                                     : std::uint64_t{PERF_COUNT_HW_CACHE_MISSES};
     event.size = sizeof(event);
     event.freq = 1;
     event.sample_freq = kSamplesPerSecond;
     event.sample_type =
         PERF_SAMPLE_IP | PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE_CPU | PERF_SAMPLE_PERIOD;
     event.sample_type |= callChains ? std::uint64_t{PERF_SAMPLE_CALLCHAIN} : 0;
+    event.sample_type |= numbered ? std::uint64_t{PERF_SAMPLE_IDENTIFIER} : 0;
     event.disabled = 1;
     event.inherit = 1;
     event.mmap = 1;
@@ -125,25 +137,36 @@ void AppendKernel(std::string& bytes) {
 }
 
 std::string PerfDataBytes(const std::vector<SampledProcess>& processes,
-                          const std::vector<CycleSample>& samples, bool callChains) {
+                          const std::vector<CycleSample>& samples, bool callChains,
+                          const std::vector<SampledEvent>& events) {
+    const bool numbered = events.size() > 1;
     std::string data;
     AppendKernel(data);
     for (const SampledProcess& process : processes) {
         AppendProcess(data, process);
     }
     for (const CycleSample& sample : samples) {
-        AppendSample(data, sample, callChains);
+        AppendSample(data, sample, callChains, numbered);
     }
     FileHead head;
-    Attribute attribute;
-    attribute.event = CyclesEvent(callChains);
-    head.attributeSize = sizeof(attribute);
-    head.attributes = {sizeof(head), sizeof(attribute)};
-    head.data = {sizeof(head) + sizeof(attribute), data.size()};
+    std::string attributes;
+    std::string numbers;
+    const std::uint64_t end = sizeof(head) + events.size() * sizeof(Attribute);
+    for (const SampledEvent event : events) {
+        Attribute attribute;
+        attribute.event = AttributeOf(event, callChains, numbered);
+        if (numbered) {
+            attribute.numbers = {end + numbers.size(), sizeof(std::uint64_t)};
+            AppendNumber(numbers, NumberOf(event));
+        }
+        Append(attributes, &attribute, sizeof(attribute));
+    }
+    head.attributeSize = sizeof(Attribute);
+    head.attributes = {sizeof(head), attributes.size()};
+    head.data = {end + numbers.size(), data.size()};
     std::string bytes;
     Append(bytes, &head, sizeof(head));
-    Append(bytes, &attribute, sizeof(attribute));
-    return bytes + data;
+    return bytes + attributes + numbers + data;
 }
 
 }  // namespace zarn::board

@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-// A file as `perf record` leaves it, as far as perf needs it to show samples of cycles by
-// functions.
+// A file as `perf record` leaves it, as far as perf needs it to show samples by functions.
 namespace zarn::board {
 
 // How often a second a busy core is sampled, as perf does unless it is told otherwise.
@@ -24,17 +23,23 @@ struct SampledProcess {
     std::uint64_t offset = 0;  // in the file
 };
 
+// What is sampled.
+enum class SampledEvent { Cycles, CpuClock, CacheMisses };
+
 struct CycleSample {
+    SampledEvent event = SampledEvent::Cycles;
     std::uint64_t timeNs = 0;
     std::uint32_t pid = 0;
     std::uint32_t core = 0;
-    std::uint64_t cycles = 0;
+    std::uint64_t cycles = 0;  // that it stands for, or nanoseconds, or misses
     bool inKernel = false;
     std::vector<std::uint64_t> chain;  // addresses, the innermost first
 };
 
-// The bytes of the file. Samples are in the order of their times.
+// The bytes of the file. Samples are in the order of their times, and of one of the events.
 [[nodiscard]] std::string PerfDataBytes(const std::vector<SampledProcess>& processes,
-                                        const std::vector<CycleSample>& samples, bool callChains);
+                                        const std::vector<CycleSample>& samples, bool callChains,
+                                        const std::vector<SampledEvent>& events = {
+                                            SampledEvent::Cycles});
 
 }  // namespace zarn::board

@@ -1,7 +1,9 @@
 #include "board/perf/record.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 
 #include "board/perf/kernel_sampling.h"
@@ -21,6 +23,8 @@ namespace zarn::board {
 namespace {
 
 constexpr const char* kUsualOutput = "perf.data";
+// What the model samples, in the order of SampledEvent.
+constexpr std::array<std::string_view, 3> kModelNames{"cycles", "cpu-clock", "cache-misses"};
 constexpr double kBytesPerMb = 1024.0 * 1024.0;
 
 int Fail(const std::string& text, int status) {
@@ -40,6 +44,23 @@ int RecordByMachine(const std::vector<std::string>& words, const PerfCall& call)
     }
     command.insert(command.end(), words.begin(), words.end());
     return BecomeMachinePerf(command);
+}
+
+// The events of a call that the model samples, cycles where none is named; nothing if there is
+// another one.
+std::optional<std::vector<SampledEvent>> ModelEvents(const PerfCall& call) {
+    std::vector<SampledEvent> events;
+    for (const AskedEvent& asked : call.events) {
+        const auto* const name = std::find(kModelNames.begin(), kModelNames.end(), asked.text);
+        if (name == kModelNames.end()) {
+            return std::nullopt;
+        }
+        const auto event = static_cast<SampledEvent>(name - kModelNames.begin());
+        if (std::find(events.begin(), events.end(), event) == events.end()) {
+            events.push_back(event);
+        }
+    }
+    return events.empty() ? std::vector<SampledEvent>{SampledEvent::Cycles} : events;
 }
 
 // The processes of the programs that may be sampled: of these, or of all. One that cannot be looked
@@ -65,8 +86,17 @@ int WriteSamples(BoardState& state, const PerfCall& call, const ProgramImages& i
         const BoardLock lock(state);
         work = WorkOf(state, target, span);
     }
-    const std::vector<CycleSample> samples = SamplesOf(state, target, work, images);
-    const std::string bytes = PerfDataBytes(ProcessesOf(images, target), samples, call.callChains);
+    const std::vector<SampledEvent> events = *ModelEvents(call);
+    std::vector<CycleSample> samples;
+    for (const SampledEvent event : events) {
+        const std::vector<CycleSample> added = SamplesOf(state, target, work, images, event);
+        samples.insert(samples.end(), added.begin(), added.end());
+    }
+    std::stable_sort(
+        samples.begin(), samples.end(),
+        [](const CycleSample& a, const CycleSample& b) { return a.timeNs < b.timeNs; });
+    const std::string bytes =
+        PerfDataBytes(ProcessesOf(images, target), samples, call.callChains, events);
     if (WriteFile(call.output, bytes) != FileResult::Ok) {
         return Fail("failed to write " + call.output, kPerfFailed);
     }
@@ -80,9 +110,8 @@ int WriteSamples(BoardState& state, const PerfCall& call, const ProgramImages& i
 }
 
 int RecordByModel(PerfCall call) {
-    if (call.problem.empty() &&
-        (call.events.size() > 1 || (call.events.size() == 1 && call.events[0].text != "cycles"))) {
-        call.problem = "the board samples cycles alone";
+    if (call.problem.empty() && !ModelEvents(call)) {
+        call.problem = "the board samples cycles, cpu-clock and cache-misses alone";
     }
     if (!call.problem.empty()) {
         return Fail("perf record: " + call.problem, kBadPerfCall);
@@ -115,6 +144,16 @@ int RecordByModel(PerfCall call) {
     return written != 0 ? written : status;
 }
 
+// Whether the machine can sample what the call asks for.
+bool CanMachine(const PerfCall& call) {
+    const bool asksMisses = std::any_of(
+        call.events.begin(), call.events.end(),
+        [](const AskedEvent& event) { return event.standard == StandardEvent::CacheMisses; });
+    // perf refuses the whole recording where it lacks one event.
+    return !FindMachinePerf().empty() && KernelSamplingOf(call) != KernelSampling::None &&
+           (!asksMisses || !ModelEvents(call) || CanSampleMisses(call));
+}
+
 }  // namespace
 
 int RunRecord(const std::vector<std::string>& words) {
@@ -124,9 +163,7 @@ int RunRecord(const std::vector<std::string>& words) {
     if (forced == "model") {
         return RecordByModel(call);
     }
-    const bool isOurs =
-        call.problem.empty() && forced != "machine" &&
-        (FindMachinePerf().empty() || KernelSamplingOf(call) == KernelSampling::None);
+    const bool isOurs = call.problem.empty() && forced != "machine" && !CanMachine(call);
     return isOurs ? RecordByModel(call) : RecordByMachine(words, call);
 }
 

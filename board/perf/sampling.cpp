@@ -14,6 +14,7 @@ constexpr std::uint64_t kMomentStream = 18;
 constexpr double kCyclesPerSample = kCpuHz / kSamplesPerSecond;
 constexpr double kGoldenRatio = 0.6180339887498949;
 constexpr std::uint64_t kNsPerMs = 1000000;
+constexpr std::uint64_t kNsPerSecond = 1000000000;
 // Who calls all functions of a program.
 constexpr const char* kCaller = "work_loop";
 
@@ -21,8 +22,8 @@ constexpr const char* kCaller = "work_loop";
 class Sampler {
 public:
     Sampler(const BoardState& state, const CpuTarget& target, std::size_t program,
-            const ProgramImage* image)
-        : state_(state), program_(program), image_(image) {
+            const ProgramImage* image, SampledEvent event)
+        : state_(state), program_(program), image_(image), event_(event) {
         const bool isNamed = program < kMaxPrograms && (target.programs & (1U << program)) != 0;
         const std::uint32_t own =
             program == kSystemWork ? target.cores : ProfileOf(state, program).cores;
@@ -35,11 +36,18 @@ public:
 
     // Adds the samples that are due when that work is done.
     void Take(const WorkPiece& piece, std::vector<CycleSample>& samples) {
-        dueCycles_ += piece.cycles;
-        const auto count = static_cast<std::uint64_t>(dueCycles_ / kCyclesPerSample);
-        dueCycles_ -= static_cast<double>(count) * kCyclesPerSample;
+        const PipelineProfile& profile = ProfileOf(state_, program_);
+        const bool ofMisses = event_ == SampledEvent::CacheMisses;
+        due_ += ofMisses ? piece.cycles *
+                               StandardRatesPerCycle(profile,
+                                                     piece.stretch)[StandardEvent::CacheMisses] /
+                               kMissesPerSample
+                         : piece.cycles / kCyclesPerSample;
+        const auto count = static_cast<std::uint64_t>(due_);
+        due_ -= static_cast<double>(count);
         const std::uint64_t lengthNs = (piece.span.toMs - piece.span.fromMs) * kNsPerMs;
-        const PerFunction shares = FunctionShares(ProfileOf(state_, program_), piece.stretch);
+        const PerFunction shares =
+            ofMisses ? LineShares(profile) : FunctionShares(profile, piece.stretch);
         for (std::uint64_t i = 0; i < count; ++i) {
             // One in each of as many parts of the time.
             const std::uint64_t at = (i * lengthNs + Draw(kMomentStream) % lengthNs) / count;
@@ -48,9 +56,23 @@ public:
     }
 
 private:
+    // What the next sample stands for.
+    [[nodiscard]] std::uint64_t Weight() const {
+        switch (event_) {
+            case SampledEvent::CpuClock:
+                return kNsPerSecond / kSamplesPerSecond;
+            case SampledEvent::CacheMisses:
+                return kMissesPerSample;
+            case SampledEvent::Cycles:
+                break;
+        }
+        return static_cast<std::uint64_t>(kCyclesPerSample);
+    }
+
     // A random number that belongs to the next sample.
-    std::uint64_t Draw(std::uint64_t stream) const {
-        return HashOf(state_.seed, stream, program_, number_);
+    [[nodiscard]] std::uint64_t Draw(std::uint64_t stream) const {
+        const std::size_t kind = static_cast<std::size_t>(event_) * (kMaxPrograms + 1);
+        return HashOf(state_.seed, stream, kind + program_, number_);
     }
 
     std::size_t DrawFunction(const PerFunction& shares) const {
@@ -88,7 +110,8 @@ private:
         CycleSample sample;
         sample.timeNs = timeNs;
         sample.core = cores_[Draw(kCoreStream) % cores_.size()];
-        sample.cycles = static_cast<std::uint64_t>(kCyclesPerSample);
+        sample.event = event_;
+        sample.cycles = Weight();
         sample.inKernel = program_ == kSystemWork;
         sample.pid = sample.inKernel ? kSystemPid : image_->process.pid;
         if (sample.inKernel) {
@@ -107,15 +130,16 @@ private:
     std::size_t program_;
     const ProgramImage* image_;
     std::vector<std::uint32_t> cores_;
-    double dueCycles_ = 0.0;
+    SampledEvent event_;
+    double due_ = 0.0;  // samples
     std::uint64_t number_ = 0;
 };
 
 }  // namespace
 
 std::vector<CycleSample> SamplesOf(const BoardState& state, const CpuTarget& target,
-                                   const std::vector<WorkPiece>& work,
-                                   const ProgramImages& images) {
+                                   const std::vector<WorkPiece>& work, const ProgramImages& images,
+                                   SampledEvent event) {
     std::map<std::size_t, Sampler> samplers;
     std::vector<CycleSample> samples;
     for (const WorkPiece& piece : work) {
@@ -124,7 +148,7 @@ std::vector<CycleSample> SamplesOf(const BoardState& state, const CpuTarget& tar
             continue;
         }
         const ProgramImage* known = image == images.end() ? nullptr : &image->second;
-        samplers.try_emplace(piece.program, state, target, piece.program, known)
+        samplers.try_emplace(piece.program, state, target, piece.program, known, event)
             .first->second.Take(piece, samples);
     }
     std::stable_sort(

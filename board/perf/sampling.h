@@ -15,11 +15,15 @@ using ProgramImages = std::map<std::size_t, ProgramImage>;
 // How the system appears among the processes.
 inline constexpr std::uint32_t kSystemPid = 2;
 
-// The samples of such work: functions get them by their shares of the cycles. The same for the same
-// seed, time and images.
+// So many misses of the last cache make a sample.
+inline constexpr std::uint32_t kMissesPerSample = 2000;
+
+// The samples of such work: functions get them by their shares of the cycles, of misses by those of
+// the lines that they get from the DDR. The same for the same seed, time and images.
 [[nodiscard]] std::vector<CycleSample> SamplesOf(const BoardState& state, const CpuTarget& target,
                                                  const std::vector<WorkPiece>& work,
-                                                 const ProgramImages& images);
+                                                 const ProgramImages& images,
+                                                 SampledEvent event = SampledEvent::Cycles);
 
 // The processes of these samples: the images', and the system if it has one.
 [[nodiscard]] std::vector<SampledProcess> ProcessesOf(const ProgramImages& images,

@@ -1,11 +1,15 @@
 #include "board/perf/stat.h"
 
 #include <array>
+#include <chrono>
 #include <ctime>
 
+#include "board/perf/machine_counters.h"
+#include "board/perf/machine_perf.h"
 #include "board/perf/measured_command.h"
 #include "board/perf/perf_status.h"
 #include "board/perf/processes.h"
+#include "board/perf/stat_table.h"
 #include "board/perf/stat_text.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
@@ -83,17 +87,77 @@ private:
     std::uint64_t lastMs_;
 };
 
+// Counts once, from now to the end.
+class TableCounting {
+public:
+    TableCounting(BoardState& state, const PerfCall& call, const CpuTarget& target)
+        : state_(state),
+          call_(call),
+          target_(target),
+          machine_(call),
+          startMs_(BoardTimeMs(state)),
+          start_(std::chrono::steady_clock::now()) {}
+
+    [[nodiscard]] std::string Table() const {
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start_;
+        const BoardSpan span{startMs_, BoardTimeMs(state_)};
+        std::vector<TableRow> rows;
+        {
+            const BoardLock lock(state_);
+            rows = BoardRows(state_, call_, target_, span);
+        }
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const auto software = call_.events[i].software;
+            if (const auto count = software ? machine_.Count(*software) : std::nullopt) {
+                rows[i].kind = TableRow::Kind::Counted;
+                rows[i].count = *count;
+            }
+        }
+        return StatTable(call_, rows, elapsed.count());
+    }
+
+private:
+    BoardState& state_;
+    const PerfCall& call_;
+    CpuTarget target_;
+    MachineCounters machine_;
+    std::uint64_t startMs_;
+    std::chrono::steady_clock::time_point start_;
+};
+
 int Fail(const std::string& text, int status) {
     PrintError(text);
     return status;
 }
 
+void CountForRows(BoardState& state, const PerfCall& call, const CpuTarget& target,
+                  MeasuredCommand& command, const StatOutput& output) {
+    Counting counting(state, call, target);
+    while (command.Wait(counting.Patience()) == MeasuredCommand::Wake::Time) {
+        if (counting.IsDue()) {
+            output.Add(counting.Rows());
+        }
+    }
+    output.Add(counting.Rows());
+}
+
+void CountForTable(BoardState& state, const PerfCall& call, const CpuTarget& target,
+                   MeasuredCommand& command, const StatOutput& output) {
+    WarnIfTraced();  // the events of software are the machine's
+    const TableCounting counting(state, call, target);
+    while (command.Wait(std::nullopt) == MeasuredCommand::Wake::Time) {
+    }
+    output.Add(counting.Table());
+}
+
 }  // namespace
 
 int RunStat(const PerfCall& call) {
-    if (call.separator.empty() || !call.problem.empty()) {
-        const std::string why =
-            call.problem.empty() ? "the board's counters are shown with -x alone" : call.problem;
+    const bool isTable = call.separator.empty();
+    if ((isTable && call.intervalMs > 0) || !call.problem.empty()) {
+        const std::string why = call.problem.empty()
+                                    ? "the board's counters have intervals with -x alone"
+                                    : call.problem;
         return Fail("perf stat: " + why, kBadPerfCall);
     }
     BoardState* state = AttachBoard();
@@ -116,13 +180,12 @@ int RunStat(const PerfCall& call) {
     if (!command) {
         return kPerfFailed;
     }
-    Counting counting(*state, call, TargetOf(*state, call, *programs));
-    while (command->Wait(counting.Patience()) == MeasuredCommand::Wake::Time) {
-        if (counting.IsDue()) {
-            output.Add(counting.Rows());
-        }
+    const CpuTarget target = TargetOf(*state, call, *programs);
+    if (isTable) {
+        CountForTable(*state, call, target, *command, output);
+    } else {
+        CountForRows(*state, call, target, *command, output);
     }
-    output.Add(counting.Rows());
     return command->Finish();
 }
 

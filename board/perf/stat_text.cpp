@@ -12,12 +12,6 @@ namespace {
 constexpr std::uint64_t kCounterStream = 12;
 constexpr std::uint64_t kShareStream = 13;
 constexpr std::uint64_t kClockStream = 14;
-// Groups that can be counted at once; if there are more they take turns.
-constexpr double kCounters = 6.0;
-// How far a count that stands for the whole time may be off when it was taken in a part of it, and
-// how far the parts differ.
-constexpr double kCountSwing = 0.003;
-constexpr double kShareSwing = 0.01;
 constexpr std::uint64_t kNsPerMs = 1000000;
 constexpr std::uint64_t kNsPerSecond = 1000000000;
 
@@ -27,23 +21,6 @@ struct Counted {
     double runNs = 0.0;
     double percent = 100.0;
 };
-
-// For how long there was something to count, on all cores together.
-double EnabledNs(const std::vector<WorkPiece>& work, const CpuTarget& target,
-                 const BoardSpan& span) {
-    double cycles = 0.0;
-    for (const WorkPiece& piece : work) {
-        cycles += piece.cycles;
-    }
-    if (target.cores == 0) {
-        return cycles / kCpuHz * static_cast<double>(kNsPerSecond);
-    }
-    double cores = 0.0;
-    for (std::uint32_t bits = target.cores; bits != 0; bits &= bits - 1) {
-        ++cores;
-    }
-    return static_cast<double>((span.toMs - span.fromMs) * kNsPerMs) * cores;
-}
 
 // Nothing refills more than it is asked for, whatever the turns leave out.
 void KeepWithin(CpuCounts& counts) {
@@ -98,6 +75,22 @@ std::string RowOf(const AskedEvent& event, const Counted& counted, const std::st
 
 }  // namespace
 
+double EnabledNs(const std::vector<WorkPiece>& work, const CpuTarget& target,
+                 const BoardSpan& span) {
+    double cycles = 0.0;
+    for (const WorkPiece& piece : work) {
+        cycles += piece.cycles;
+    }
+    if (target.cores == 0) {
+        return cycles / kCpuHz * static_cast<double>(kNsPerSecond);
+    }
+    double cores = 0.0;
+    for (std::uint32_t bits = target.cores; bits != 0; bits &= bits - 1) {
+        ++cores;
+    }
+    return static_cast<double>((span.toMs - span.fromMs) * kNsPerMs) * cores;
+}
+
 std::string StatHead(const std::string& when) {
     return "# started on " + when + "\n\n";
 }
@@ -112,7 +105,7 @@ CpuTarget TargetOf(const BoardState& state, const PerfCall& call, std::uint32_t 
 std::string StatRows(const BoardState& state, const PerfCall& call, const CpuTarget& target,
                      std::uint64_t startMs, const BoardSpan& span) {
     const std::vector<WorkPiece> work = WorkOf(state, target, span);
-    const bool inTurns = static_cast<double>(call.groups) > kCounters;
+    const bool inTurns = static_cast<double>(call.groups) > kCounterGroups;
     const CpuCounts exact = CountsOf(state, work);
     const CpuCounts counts = inTurns ? Estimates(state, exact, span.toMs) : exact;
     const double enabledNs = EnabledNs(work, target, span);
@@ -125,7 +118,7 @@ std::string StatRows(const BoardState& state, const PerfCall& call, const CpuTar
         }
         if (inTurns) {
             counted.percent *=
-                kCounters / static_cast<double>(call.groups) *
+                kCounterGroups / static_cast<double>(call.groups) *
                 (1.0 + kShareSwing * SwingOf(state.seed, kShareStream, code, span.toMs));
         }
         counted.runNs = enabledNs * counted.percent / 100.0;

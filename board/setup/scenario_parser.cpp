@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "board/model/standard_events.h"
 #include "board/setup/buffer_owners.h"
 #include "board/setup/event_plans.h"
 #include "board/setup/fault_rules.h"
@@ -120,6 +121,21 @@ void ReadLoad(Fields& fields, EngineLoad& load) {
     });
 }
 
+// What the processor's counters lack.
+void ReadPerf(Fields& fields, Scenario& scenario) {
+    fields.Section("perf", [&scenario](Fields& perf) {
+        const JsonValue* names = perf.List("not_supported", kStandardEventCount);
+        for (rapidjson::SizeType i = 0; names != nullptr && i < names->Size(); ++i) {
+            const auto event =
+                (*names)[i].IsString() ? StandardEventOf((*names)[i].GetString()) : std::nullopt;
+            if (!event) {
+                Refuse("perf.not_supported", "names of counters");
+            }
+            scenario.unsupportedEvents |= 1U << static_cast<std::size_t>(*event);
+        }
+    });
+}
+
 // Parses the text and hands its fields to `read`; the reason for a refusal comes back.
 template <typename Read>
 std::optional<std::string> ReadStrictly(std::string_view text, const Read& read) {
@@ -154,6 +170,7 @@ std::optional<std::string> ParseScenario(std::string_view text, BoardState& stat
         ReadMemory(fields, state.scenario.programs, state.scenario.memory);
         ReadEventPlan(fields, state.scenario.programs, state.scenario.events);
         ReadSchedPlan(fields, state.scenario.sched);
+        ReadPerf(fields, state.scenario);
         ReadFaultRules(fields, state.faults);
     });
 }

@@ -74,6 +74,7 @@ struct Scenario {
     SystemMemory memory;
     EventPlan events;
     SchedPlan sched;
+    std::uint32_t unsupportedEvents = 0;  // a bit for each StandardEvent the processor lacks
 };
 
 // The recording of buffers held too long, as it was last set.

@@ -95,6 +95,15 @@ CpuCounts CountsOf(const BoardState& state, const std::vector<WorkPiece>& work) 
     return counts;
 }
 
+StandardCounts StandardCountsOf(const BoardState& state, const std::vector<WorkPiece>& work) {
+    StandardCounts counts;
+    for (const WorkPiece& piece : work) {
+        counts.Add(StandardRatesPerCycle(ProfileOf(state, piece.program), piece.stretch),
+                   piece.cycles);
+    }
+    return counts;
+}
+
 std::array<PerFunction, kMaxPrograms + 1> CyclesByFunction(const BoardState& state,
                                                            const std::vector<WorkPiece>& work) {
     std::array<PerFunction, kMaxPrograms + 1> cycles{};

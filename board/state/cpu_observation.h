@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "board/model/standard_events.h"
 #include "board/state/board_state.h"
 
 // What the programs do to the board's processor, by scenario, seed, time and the QoS settings as
@@ -52,6 +53,8 @@ struct WorkPiece {
 
 // The events of such work.
 [[nodiscard]] CpuCounts CountsOf(const BoardState& state, const std::vector<WorkPiece>& work);
+[[nodiscard]] StandardCounts StandardCountsOf(const BoardState& state,
+                                              const std::vector<WorkPiece>& work);
 
 // Its cycles by program and function. The system has no functions: its cycles stand in the first
 // place.

@@ -29,11 +29,13 @@ protected:
         }
         if (Names("ProcessRunSetting")) {
             AddFakeValgrind(sandbox);
-            sandbox.Tool("counted_work", "[ \"$WORK_NAME\" = example ]
-");
+            sandbox.Tool("counted_work", "[ \"$WORK_NAME\" = example ]\n");
         }
         if (Names("SysCallCollector")) {
             AddRecordedTracer(sandbox);
+        }
+        if (Names("BenchCollector")) {
+            AddRecordedBench(sandbox);
         }
     }
 

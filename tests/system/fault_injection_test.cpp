@@ -52,6 +52,8 @@ const std::vector<std::string> kProgramCalls = {"close",   "localtime", "mkdir",
                                                 "thread",  "truncate",  "write"};
 const std::vector<std::string> kTraceCalls = {"close", "localtime", "mkdir",  "open",     "pipe",
                                               "read",  "spawn",     "thread", "truncate", "write"};
+const std::vector<std::string> kBenchCalls = {"close", "localtime", "mkdir",    "open", "pipe",
+                                              "read",  "spawn",     "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -202,6 +204,13 @@ std::string TraceConfig() {
           R"({"process": ["planner_node"], "duration": 60, "saveDetailsToJson": true})"}});
 }
 
+std::string BenchConfig() {
+    ConfigText config;
+    config.serial = R"(["BenchCollector"])";
+    return config.Text({{"BenchCollector", R"({"job": ["pipe", "memset", "stat"],
+        "stat": {"nodes": ["planner_node"], "sleep": 0}})"}});
+}
+
 // The walk's own words go to the test's output: they tell how many faults there were.
 void ExpectNothingAtFault(const std::string& out, bool succeeded) {
     std::printf("%s", out.c_str());
@@ -229,6 +238,13 @@ void WalkTopdown(const std::vector<std::string>& more) {
     Sandbox sandbox;
     AddRecordedPerf(sandbox);
     sandbox.Write("config.json", TopdownConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkBench(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedBench(sandbox);
+    sandbox.Write("config.json", BenchConfig());
     WalkIn(sandbox, more);
 }
 
@@ -344,6 +360,14 @@ TEST(FaultInjection, EveryCallOfATopdownRunFailsInTurn) {
 
 TEST(FaultInjection, ATopdownRunIsInterruptedAtRandomCalls) {
     WalkTopdown(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfABenchRunFailsInTurn) {
+    WalkBench(kBenchCalls);
+}
+
+TEST(FaultInjection, ABenchRunIsInterruptedAtRandomCalls) {
+    WalkBench(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfAMemoryAnalysisFailsInTurn) {

@@ -53,15 +53,67 @@ TEST_P(PerfOnBoard, SaysWhatItCannotCount) {
     const Result result = OnBoard(R"sh(
         perf stat -x\; -e r11 -a no_such_program; echo status $?
         perf stat -x\; -e r11 -p 2147483647 true; echo status $?
-        perf stat -e r11 -a true; echo status $?
+        perf stat -I 100 -e r11 -a true; echo status $?
         perf stat -x\; -e r11 -r 3 true; echo status $?
         perf stat -x\; -o no/such/folder -e r11 -a true; echo status $?)sh");
     EXPECT_EQ(result.text,
               "Workload failed: No such file or directory\nstatus 255\n"
               "Problems finding threads of monitor\nstatus 234\n"
-              "perf stat: the board's counters are shown with -x alone\nstatus 129\n"
+              "perf stat: the board's counters have intervals with -x alone\nstatus 129\n"
               "perf stat: the board does not know -r\nstatus 129\n"
               "failed to create output file: no/such/folder\nstatus 255\n");
+}
+
+// The standard events that a table has, those of software with the machine's counts.
+constexpr const char* kTable = R"sh(
+    events=task-clock,cycles,instructions,LLC-stores,context-switches,cpu-migrations,page-faults
+    table() { perf stat -a -e $events "$@" 2>&1 | sed 's/  *#.*//; s/ *$//'; }
+)sh";
+
+TEST_P(PerfOnBoard, ShowsATableOfTheBoardsCountersAndTheMachines) {
+    directory_.Write("scenario.json", R"({"perf": {"not_supported": ["LLC-stores"]}, "programs": [
+        {"name": "perf_busy", "pipeline": {"load": 0.5}}, {"name": "perf_lazy"}]})");
+    const Result result = OnBoard(std::string(kTable) + R"sh(
+        table -- sh -c 'for i in 1 2 3 4 5 6 7 8 9; do /bin/true; done; sleep 0.1'
+        table -p "$(pidof perf_busy)" sleep 0.1
+        table -p "$(pidof perf_lazy)" -o out sleep 0.1; grep -c 'not counted' out)sh",
+                                  "--scenario scenario.json");
+    const std::string rows =
+        " +[0-9.]+ msec task-clock\n +[1-9][0-9]+      cycles\n +[1-9][0-9]+      instructions\n"
+        "   <not supported>      LLC-stores\n +[0-9]+      context-switches\n"
+        " +([0-9]+|<not supported>)      cpu-migrations\n +[0-9]+      page-faults\n\n"
+        " +[0-9]+\\.[0-9]+ seconds time elapsed\n\n";
+    EXPECT_THAT(result.text,
+                MatchesRegex("\n Performance counter stats for 'system wide':\n\n" + rows +
+                             "PID/TID switch overriding SYSTEM\n"
+                             "\n Performance counter stats for process id '[0-9]+':\n\n" +
+                             rows + "PID/TID switch overriding SYSTEM\n2\n"));
+}
+
+// By /proc, where the kernel's counters are not this user's.
+TEST_P(PerfOnBoard, CountsTheMachinesEventsWithoutRightsToo) {
+    directory_.Write("scenario.json",
+                     R"({"programs": [{"name": "perf_busy", "pipeline": {"load": 0.5}}]})");
+    const Result result = OnBoard(R"sh(
+        [ "$(cat /proc/sys/kernel/perf_event_paranoid)" -gt 1 ] || { echo allowed; exit; }
+        ordinary=
+        [ "$(id -u)" != 0 ] || ordinary="setpriv --bounding-set=-perfmon,-sys_admin"
+        for target in -a "-p $(pidof perf_busy)"; do
+            $ordinary perf stat $target -e cycles,task-clock,context-switches,cpu-migrations,page-faults \
+                sh -c 'for i in 1 2 3 4 5 6 7 8 9; do /bin/sleep 0.02; done' 2>&1 |
+                sed -n 's/^ *\(<not supported>\|[0-9.]*\) *\(msec \)*\([a-z]*-[a-z]*\|cycles\) .*/\3 \1/p'
+        done)sh",
+                                  "--scenario scenario.json");
+    if (result.text == "allowed\n") {
+        GTEST_SKIP() << "the kernel forbids nothing";
+    }
+    EXPECT_THAT(result.text,
+                MatchesRegex("cycles [1-9][0-9]+\ntask-clock [1-9][0-9.]+\n"
+                             "context-switches [1-9][0-9]*\ncpu-migrations <not supported>\n"
+                             "page-faults [1-9][0-9]*\n"
+                             "cycles [1-9][0-9]+\ntask-clock [0-9.]+\n"
+                             "context-switches [0-9]+\ncpu-migrations <not supported>\n"
+                             "page-faults [0-9]+\n"));
 }
 
 TEST_P(PerfOnBoard, CountsTheCyclesOfProgramsThatWork) {
@@ -233,6 +285,24 @@ TEST_P(PerfOnBoard, SamplesProcessesByTheModelWhereTheKernelForbidsAll) {
     EXPECT_EQ(result.text, "refused\nstatus 0\nperf_worker  frame_worker   [.] plan_route\n");
 }
 
+// Few machines have a counter of misses that may be sampled; perf refuses both events then.
+TEST_P(PerfOnBoard, SamplesMissesByTheModelWhereTheMachineHasNoCounter) {
+    directory_.Write("scenario.json", kWorker);
+    const Result result = OnBoard(R"sh(
+        perf record -o work.data -g -e cpu-clock,cache-misses -p "$(pidof perf_worker)" -- sleep 0.5 2>/dev/null
+        echo status $?
+        perf script -i work.data > text
+        for event in cpu-clock cache-misses; do
+            grep -q "^perf_worker .* [0-9]*  *$event: " text && echo $event
+        done
+        grep -c '^.*[0-9a-f]* work_loop+0x' text | sed 's/[1-9][0-9]*/callers/'
+        perf report -i work.data --no-children --stdio -g none 2>/dev/null | grep -o "of event '.*'")sh",
+                                  "--scenario scenario.json");
+    EXPECT_EQ(result.text,
+              "status 0\ncpu-clock\ncache-misses\ncallers\n"
+              "of event 'cpu-clock'\nof event 'cache-misses'\n");
+}
+
 TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
     const Result result = OnBoard(R"sh(
         perf record -o f -a no_such_program; echo status $?
@@ -241,12 +311,31 @@ TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
         perf record -o f -F 99 -a true; echo status $?
         perf record -o no/such/file -a true; echo status $?)sh",
                                   "--perf model");
-    EXPECT_EQ(result.text,
-              "Workload failed: No such file or directory\nstatus 255\n"
-              "Couldn't create thread/CPU maps: No such process\nstatus 234\n"
-              "perf record: the board samples cycles alone\nstatus 129\n"
-              "perf record: the board does not know -F\nstatus 129\n"
-              "failed to open no/such/file\nstatus 255\n");
+    EXPECT_EQ(
+        result.text,
+        "Workload failed: No such file or directory\nstatus 255\n"
+        "Couldn't create thread/CPU maps: No such process\nstatus 234\n"
+        "perf record: the board samples cycles, cpu-clock and cache-misses alone\nstatus 129\n"
+        "perf record: the board does not know -F\nstatus 129\n"
+        "failed to open no/such/file\nstatus 255\n");
+}
+
+class TracedPerf : public Board {};
+
+INSTANTIATE_TEST_SUITE_P(Ways, TracedPerf, testing::Values("namespace", "proot"), WayName);
+
+// What the machine measures; what the model counts has nothing to fear.
+TEST_P(TracedPerf, WarnsOfWhatIsMeasuredWhileItIsTraced) {
+    const Result result = OnBoard(R"sh(
+        perf bench mem memset -s 1KB -f default > copy 2> err; cat err
+        perf stat -a -e cycles,page-faults true 2>&1 | grep '^perf:'
+        perf stat -x, -a -e r11 true 2>&1 | grep '^perf:'
+        perf --version 2>&1 | grep '^perf:'
+        echo end)sh");
+    const std::string warning =
+        "perf: this process is traced, as on a board by proot: what starts, sleeps or talks to "
+        "others is ten to twenty times slower than on this machine\n";
+    EXPECT_EQ(result.text, (GetParam() == std::string("proot") ? warning + warning : "") + "end\n");
 }
 
 TEST_P(PerfOnBoard, LeavesTheRestToTheMachine) {

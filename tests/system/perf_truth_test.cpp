@@ -127,6 +127,27 @@ TEST_F(PerfTruth, HasSamplesOfCyclesWithTheirCallers) {
     EXPECT_EQ(directory_.Read("err"), "");
 }
 
+TEST_F(PerfTruth, FindsTheMissesInTheFunctionsThatWaitForThem) {
+    Have(1, 51, 1);
+    const ProgramImages images{{0, WorkerImage(1)}};
+    work_ = WorkOf(*state_, {0, 1}, {2000, 12000});
+    const std::vector<SampledEvent> events{SampledEvent::CacheMisses, SampledEvent::CpuClock};
+    const auto samples = SamplesOf(*state_, {0, 1}, work_, images, SampledEvent::CacheMisses);
+    ASSERT_EQ(WriteFile(directory_.Path() + "data",
+                        PerfDataBytes(ProcessesOf(images, {0, 1}), samples, true, events)),
+              FileResult::Ok);
+    const auto counts = Counted();
+    const PerFunction shares = LineShares(ProfileOf(*state_, 0));
+    for (std::size_t i = 0; i < kWorkFunctionCount; ++i) {
+        const auto found = counts.find(kWorkFunctions[i].name);
+        EXPECT_NEAR(
+            found == counts.end() ? 0.0 : found->second / static_cast<double>(samples.size()),
+            shares[i], 0.01)
+            << kWorkFunctions[i].name;
+    }
+    EXPECT_THAT(Perf("script -i data"), HasSubstr("       2000 cache-misses: \n"));
+}
+
 TEST_F(PerfTruth, ComparesTheVersionsOfAProgramFunctionByFunction) {
     Have(1, 51, 1);
     Write("first");

@@ -121,6 +121,26 @@ void AddRecordedTracer(Sandbox& sandbox) {
                  "echo 417\n");
 }
 
+void AddRecordedBench(Sandbox& sandbox) {
+    for (const char* name : {"sched_messaging", "sched_pipe", "mem_memset", "mem_memcpy",
+                             "stat_global", "stat_process", "stat_no_process"}) {
+        sandbox.ToolPrinting(
+            std::string("recorded-") + name,
+            ReadText(DataPath(std::string("perf-6.1.187-bench/") + name + ".txt")));
+    }
+    sandbox.Tool("perf-step", "");
+    sandbox.Tool("perf",
+                 "perf-step \"$@\" || exit\n"
+                 "[ $1 = stat ] || exec recorded-$2_$3\n"
+                 "case \"$*\" in\n"
+                 "    *'-p sleep'*) recorded-stat_no_process >&2; exit 234 ;;\n"
+                 "    *-p*) exec recorded-stat_process >&2 ;;\n"
+                 "esac\n"
+                 "exec recorded-stat_global >&2\n");
+    sandbox.Tool("pidof",
+                 "case $1 in planner_node) echo 417 418 ;; zarn) echo 14 ;; *) exit 1 ;; esac\n");
+}
+
 std::string ErrorsOfMissions(const RunResult& run) {
     static const std::array<std::string, 6> kWorkspace{
         "[ZarnManager] Create env info directory", "[ZarnManager] Create raw data directory",

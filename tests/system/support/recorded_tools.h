@@ -32,6 +32,11 @@ void AddFakeValgrind(Sandbox& sandbox);
 // batch of system calls. Each call begins with "strace-step" and the call's arguments, a tool that
 // does nothing and can be given another meaning. A `pidof` knows the process "planner_node" too.
 void AddRecordedTracer(Sandbox& sandbox);
+// Puts a `perf` into the sandbox that prints at once what the real one printed of its benchmarks,
+// of a system and of a process, on a machine without counters, and fails for a list of pids that is
+// empty. Each call begins with "perf-step" and the call's arguments, a tool that does nothing and
+// can be given another meaning. A `pidof` knows two processes "planner_node" and one "zarn" alone.
+void AddRecordedBench(Sandbox& sandbox);
 
 // The lines of the error stream that are not about making the tree and recording versions.
 [[nodiscard]] std::string ErrorsOfMissions(const RunResult& run);

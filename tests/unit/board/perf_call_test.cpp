@@ -56,6 +56,26 @@ TEST(StatCall, KnowsWhetherAllEventsAreRaw) {
     EXPECT_TRUE(AsksRawEvents(ParseStatCall({"-e", "rfade", "-a"})));
 }
 
+TEST(StatCall, KnowsWhetherItAsksForATableOfTheBoards) {
+    const std::string events = "task-clock,cycles,page-faults";
+    EXPECT_TRUE(AsksBoardTable(ParseStatCall({"-a", "-e", events, "-e", "LLC-loads", "true"})));
+    EXPECT_TRUE(AsksBoardTable(ParseStatCall({"-C", "0", "-e", "r11"})));
+    EXPECT_TRUE(AsksBoardTable(ParseStatCall({"-p", "1", "-e", "cycles", "-o", "file"})));
+    for (const Words& other : {
+             Words{"-e", events, "true"},                     // the command's own
+             Words{"-a", "-e", "task-clock,page-faults"},     // of software alone
+             Words{"-a", "-e", "cycles:u"},                   // unknown
+             Words{"-a", "-e", "cycles,msr/tsc/"},            // unknown
+             Words{"-a", "true"},                             // perf's choice
+             Words{"-a", "-x,", "-e", "cycles"},              // no table
+             Words{"-a", "-I", "100", "-e", "cycles"},        // several
+             Words{"-a", "-r", "3", "-e", "cycles", "true"},  // what the board does not know
+             Words{"-a", "-e", events, "-p", "sleep", "1"},
+         }) {
+        EXPECT_FALSE(AsksBoardTable(ParseStatCall(other))) << testing::PrintToString(other);
+    }
+}
+
 TEST(StatCall, ThatMeansNothingSaysWhy) {
     struct Bad {
         Words words;

@@ -117,6 +117,26 @@ TEST_F(Sampling, IsTheSameBytesForTheSameSeedAndTime) {
     EXPECT_NE(bytes(), first);
 }
 
+TEST_F(Sampling, TakesOneOfSoManyMissesAndOfSoMuchTime) {
+    const auto work = WorkOf(*state_, {0, 1}, {1000, 3000});
+    const auto misses = SamplesOf(*state_, {0, 1}, work, images_, SampledEvent::CacheMisses);
+    EXPECT_NEAR(static_cast<double>(misses.size()) * kMissesPerSample,
+                StandardCountsOf(*state_, work)[StandardEvent::CacheMisses], kMissesPerSample);
+    const PerFunction shares = LineShares(ProfileOf(*state_, 0));
+    PerFunction found{};
+    for (const CycleSample& sample : misses) {
+        EXPECT_EQ(sample.event, SampledEvent::CacheMisses);
+        EXPECT_EQ(sample.cycles, kMissesPerSample);
+        found[(sample.chain[0] - kMapped) / kSize] += 1.0 / static_cast<double>(misses.size());
+    }
+    for (std::size_t i = 0; i < kWorkFunctionCount; ++i) {
+        EXPECT_NEAR(found[i], shares[i], 0.01) << kWorkFunctions[i].name;
+    }
+    const auto clock = SamplesOf(*state_, {0, 1}, work, images_, SampledEvent::CpuClock);
+    EXPECT_NEAR(static_cast<double>(clock.size()), 8000, 80);
+    EXPECT_EQ(clock[0].cycles, 250000U);
+}
+
 TEST(PerfDataBytes, SaysWhereItsPartsAre) {
     const std::string bytes = PerfDataBytes({}, {}, true);
     const auto number = [&bytes](std::size_t place) {

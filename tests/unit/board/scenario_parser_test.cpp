@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "board/model/standard_events.h"
 #include "board/state/observation.h"
 #include "tests/support/temp_dir.h"
 
@@ -82,6 +83,14 @@ TEST(ParseScenario, ReadsDevicesEnginesAndBuffers) {
     EXPECT_EQ(pools.owners[1].most, 2U);
 }
 
+TEST(ParseScenario, ReadsWhatTheCountersLack) {
+    const auto state = Parsed(R"({"perf": {"not_supported": ["cycles", "iTLB-load-misses"]}})");
+    EXPECT_EQ(state->scenario.unsupportedEvents,
+              1U << static_cast<unsigned>(StandardEvent::Cycles) |
+                  1U << static_cast<unsigned>(StandardEvent::CodeTlbLoadMisses));
+    EXPECT_EQ(Parsed("{}")->scenario.unsupportedEvents, 0U);
+}
+
 TEST(ParseFaultPlan, AddsRulesBehindThoseOfTheScenario) {
     const auto state = Parsed(R"({"faults": [{"call": "*", "skip": 3, "times": 1, "code": -1}]})");
     EXPECT_EQ(ParseFaultPlan(R"({"faults": [{"call": "tovi_get_device_info", "device": 0,
@@ -138,6 +147,11 @@ INSTANTIATE_TEST_SUITE_P(
         BadText{R"({"masters": {"cpu": {"qos": {"bw_high": 52}}}})",
                 "masters.cpu.qos.bw_high: expected a whole number from 0 to 51"},
         BadText{R"({"devices": [-1]})", "devices: expected device ids"},
+        BadText{R"({"perf": {"not_supported": ["page-faults"]}})",
+                "perf.not_supported: expected names of counters"},
+        BadText{R"({"perf": {"not_supported": [1]}})",
+                "perf.not_supported: expected names of counters"},
+        BadText{R"({"perf": {"unsupported": []}})", "perf.unsupported: unknown"},
         BadText{R"({"ai_block": {"cores": 33}})",
                 "ai_block.cores: expected a whole number from 0 to 32"},
         BadText{R"({"ai_block": {"cores": 1, "codes": [256]}})",
