@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
-# MemCollector on those processes; before, TopdownCollector and HotFunCollector on the virtual board, where perf counts
-# by the model and samples by this machine's kernel, beside a program at work. Prints zarn's own CPU seconds beside
-# those of the tools it starts; a run of 60 samples goes into docs/performance.md.
+# MemCollector on those processes; TopdownCollector and HotFunCollector on the virtual board, where perf counts
+# by the model and samples by this machine's kernel, beside a program at work; SchedCollector by the machine's own perf, if that may
+# record; BenchCollector; a trace of a batch of system calls by SysCallCollector; and profiles of single programs, beside their own
+# account. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60 samples goes into
+# docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
@@ -26,12 +28,12 @@ configure() {
   "compareMode": {"comparatorName": [], "versionMap": {}}}, "$1": $2}
 EOT
 }
-# run_mission NAME SECTION SHARES: runs the collector and prints what it cost, and what a share of it did.
+# run_mission NAME SECTION SHARES [SHARE]: runs the collector and prints what it cost, and what a share of it did.
 run_mission() {
     configure "$1" "$2"
     "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
-        exec python3 "$2" "$3" /opt/usr/config.json "$4" "process and pass"' sh \
-        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3"
+        exec python3 "$2" "$3" /opt/usr/config.json "$4" "$5"' sh \
+        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3" "${4:-process and pass}"
     rm -rf "${usr:?}/mnt"
 }
 # profile NAME SECTION SECONDS WHICH: runs the collector on the board, whose perf samples by WHICH, beside other work.
