@@ -3,6 +3,7 @@
 
 #include <cinttypes>
 #include <cstdint>
+#include <utility>
 
 #include "board/counted_work/account.h"
 #include "board/counted_work/modes.h"
@@ -19,34 +20,35 @@ namespace {
 // Instructions of a turn of the loop below.
 constexpr std::uint64_t kTurn = 2;
 
-// Takes exactly that many instructions, and a few to come and go.
-[[gnu::always_inline]] inline void Spin(std::uint64_t instructions) {
-    std::uint64_t turns = instructions / kTurn;
+// A call of any of the functions.
+constexpr std::uint64_t kPiece = 100000;
+
+// Takes exactly as many instructions as a piece has, and a few to come and go. What else would be
+// the same code is told apart by its number, so that no compiler makes one function of several.
+template <int kNumber>
+[[gnu::always_inline]] inline void Spin() {
+    std::uint64_t turns = kPiece / kTurn;
 #if defined(__x86_64__)
-    asm volatile("1: dec %0\n\tjnz 1b" : "+r"(turns) : : "cc");
+    asm volatile("1: dec %0\n\tjnz 1b" : "+r"(turns) : "i"(kNumber) : "cc");
 #elif defined(__aarch64__)
-    asm volatile("1: subs %0, %0, #1\n\tb.ne 1b" : "+r"(turns) : : "cc");
+    asm volatile("1: subs %0, %0, #1\n\tb.ne 1b" : "+r"(turns) : "i"(kNumber) : "cc");
 #else
 #error "the instructions of this processor are not counted"
 #endif
 }
 
-constexpr std::uint64_t kSixty = 600000;
-constexpr std::uint64_t kThirty = 300000;
-constexpr std::uint64_t kTen = 100000;
-
 }  // namespace
 
 void spin_sixty() {
-    Spin(kSixty);
+    Spin<60>();
 }
 
 void spin_thirty() {
-    Spin(kThirty);
+    Spin<30>();
 }
 
 void spin_ten() {
-    Spin(kTen);
+    Spin<10>();
 }
 
 namespace zarn::board {
@@ -58,13 +60,38 @@ constexpr std::uint64_t kLeastRounds = 50;
 struct Loop {
     const char* name;
     void (*run)();
-    std::uint64_t instructions;  // of a round
+    std::uint64_t pieces;  // of a round
 };
 
 constexpr Loop kLoops[] = {
-    {"spin_sixty", spin_sixty, kSixty},
-    {"spin_thirty", spin_thirty, kThirty},
-    {"spin_ten", spin_ten, kTen},
+    {"spin_sixty", spin_sixty, 6},
+    {"spin_thirty", spin_thirty, 3},
+    {"spin_ten", spin_ten, 1},
+};
+constexpr std::uint32_t kPieces = 10;
+
+// The pieces of a round, by the numbers of their functions, in another order each time: always the
+// same one would beat against the moments at which a profiler looks.
+class Round {
+public:
+    void Shuffle() {
+        for (std::uint32_t left = kPieces; left > 1; --left) {
+            std::swap(order_[left - 1], order_[Random() % left]);
+        }
+    }
+    [[nodiscard]] const int* begin() const { return order_; }
+    [[nodiscard]] const int* end() const { return order_ + kPieces; }
+
+private:
+    std::uint32_t Random() {
+        state_ ^= state_ << 13U;
+        state_ ^= state_ >> 17U;
+        state_ ^= state_ << 5U;
+        return state_;
+    }
+
+    int order_[kPieces] = {0, 0, 0, 0, 0, 0, 1, 1, 1, 2};
+    std::uint32_t state_ = 2463534242U;
 };
 
 }  // namespace
@@ -75,26 +102,26 @@ int SpinLoops(long rounds) {
     constexpr int kCount = sizeof(kLoops) / sizeof(kLoops[0]);
     double spentMs[kCount] = {};
     std::uint64_t done = 0;
+    Round round;
     Begin();
     do {
-        for (int i = 0; i < kCount; ++i) {
+        round.Shuffle();
+        for (const int loop : round) {
             const double before = ThreadMs();
-            kLoops[i].run();
-            spentMs[i] += ThreadMs() - before;
+            kLoops[loop].run();
+            spentMs[loop] += ThreadMs() - before;
         }
         ++done;
     } while ((done < kLeastRounds || !IsInterrupted()) &&
              (rounds == 0 || done < static_cast<std::uint64_t>(rounds)));
     double allMs = 0.0;
-    std::uint64_t round = 0;
-    for (int i = 0; i < kCount; ++i) {
-        allMs += spentMs[i];
-        round += kLoops[i].instructions;
+    for (const double ms : spentMs) {
+        allMs += ms;
     }
     for (int i = 0; i < kCount; ++i) {
-        const std::uint64_t instructions = done * kLoops[i].instructions;
-        Tell("%s instructions %" PRIu64 " %.2f%% ms %.1f %.2f%%", kLoops[i].name, instructions,
-             100.0 * static_cast<double>(kLoops[i].instructions) / static_cast<double>(round),
+        const Loop& loop = kLoops[i];
+        Tell("%s instructions %" PRIu64 " %.2f%% ms %.1f %.2f%%", loop.name,
+             done * loop.pieces * kPiece, 100.0 * static_cast<double>(loop.pieces) / kPieces,
              spentMs[i], allMs > 0.0 ? 100.0 * spentMs[i] / allMs : 0.0);
     }
     return 0;

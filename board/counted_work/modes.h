@@ -5,7 +5,8 @@
 // interrupt comes. It gives the exit status.
 namespace zarn::board {
 
-// Runs three functions whose instructions are counted: in each round 600,000, 300,000 and 100,000.
+// Runs three functions whose instructions are counted: in each round 600,000, 300,000 and 100,000,
+// in pieces of 100,000 in random order.
 // An interrupt ends it after 50 rounds at the earliest.
 int SpinLoops(long rounds);
 
