@@ -2,8 +2,9 @@
 # What a measurement costs: CpuCollector for 60 samples at 1 s on this machine's own top and ps, once as the machine is,
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
 # MemCollector on those processes; before, TopdownCollector and HotFunCollector on the virtual board, where perf counts
-# by the model and samples by this machine's kernel, beside a program at work. Prints zarn's own CPU seconds beside
-# those of the tools it starts; a run of 60 samples goes into docs/performance.md.
+# by the model and samples by this machine's kernel, beside a program at work; last, SysCallCollector on a program of
+# counted system calls, which tells how long they took traced and untraced. Prints zarn's own CPU seconds beside those of
+# the tools it starts; a run of 60 samples goes into docs/performance.md.
 #
 # usage: scripts/overhead.sh [SAMPLES]
 source "$(dirname "$0")/lib.sh"
@@ -26,12 +27,12 @@ configure() {
   "compareMode": {"comparatorName": [], "versionMap": {}}}, "$1": $2}
 EOT
 }
-# run_mission NAME SECTION SHARES: runs the collector and prints what it cost, and what a share of it did.
+# run_mission NAME SECTION SHARES [WHAT]: runs the collector and prints what it cost, and what a share of it did, which is WHAT.
 run_mission() {
     configure "$1" "$2"
     "${namespace[@]}" sh -c 'mount -t tmpfs none /opt && mkdir /opt/usr && mount --bind "$1" /opt/usr &&
-        exec python3 "$2" "$3" /opt/usr/config.json "$4" "process and pass"' sh \
-        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3"
+        exec python3 "$2" "$3" /opt/usr/config.json "$4" "$5"' sh \
+        "$usr" "$root/scripts/overhead_of.py" "$root/build/release/bin/zarn" "$3" "${4:-process and pass}"
     rm -rf "${usr:?}/mnt"
 }
 # profile NAME SECTION SECONDS WHICH: runs the collector on the board, whose perf samples by WHICH, beside other work.
@@ -59,6 +60,19 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
+# measure_trace ROUNDS: SysCallCollector on the board's program of counted work, 19 system calls a round.
+measure_trace() {
+    local work=build/release/lib/zarn/board/tools/counted_work calls=$((19 * $1)) seconds
+    "$work" calls "$1" >"$usr/traced" &
+    until grep -qs "^State:.S" "/proc/$(pidof counted_work)/status"; do sleep 0.01; done
+    printf '\nSysCallCollector, system calls: %d, saveDetailsToJson: true\n\n' "$calls"
+    run_mission SysCallCollector '{"process": ["counted_work"], "duration": 600, "saveDetailsToJson": true}' "$calls" 'call'
+    wait $!
+    "$work" calls_untraced "$1" >"$usr/untraced"
+    seconds=$(sed -s -n '1s/.* in \([0-9.]*\) s:.*/\1/p' "$usr/traced" "$usr/untraced")
+    awk -v both="$seconds" 'BEGIN { split(both, s, "\n")
+        printf "\nThe calls take %.2f s traced and %.3f s untraced: the program runs %.0f times slower.\n", s[1], s[2], s[1] / s[2] }'
+}
 
 mkdir -p build/bench
 seconds=$(((samples + 5) / 6))
@@ -79,5 +93,6 @@ done
     measure "$samples" false
     measure 1 true
     measure_memory 1
+    measure_trace 50000
 } | tee -a build/bench/overhead.md
 [ "$samples" -ne 60 ] || scripts/put_section.py docs/performance.md overhead <build/bench/overhead.md
