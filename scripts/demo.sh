@@ -34,8 +34,8 @@ keep_as() { ln -sfn "$(basename "$(newest)")" "$usr/mnt/zarn/$1"; }
 # The system calls of the board's workload, which tells its own account of them.
 trace_workload() {
     board/zarn-board --build build/release --scenario idle --board "$demo/trace" --opt-usr "$usr" -- sh -c '
-        board_workload calls 2000 >/opt/usr/account & program=$!
-        until grep -qs "^State:.S" "/proc/$(pidof board_workload)/status"; do :; done
+        counted_work calls 2000 >/opt/usr/account & program=$!
+        until grep -qs "^State:.S" "/proc/$(pidof counted_work)/status"; do :; done
         zarn /opt/usr/tour_trace.json
         kill "$program" 2>/dev/null; wait'
 }

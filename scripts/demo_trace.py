@@ -9,7 +9,7 @@ import sys
 def main():
     run, account = sys.argv[1:]
     with open(glob.glob(f"{run}/json/soc_sys_call_info_1_*.data")[0]) as file:
-        rows = {row["syscall-name"]: row for row in json.load(file)["content"]["board_workload"]}
+        rows = {row["syscall-name"]: row for row in json.load(file)["content"]["counted_work"]}
     with open(account) as file:
         made = [line.split() for line in file.readlines()[1:]]
     if not made:

@@ -19,6 +19,8 @@ struct Mode {
 };
 
 constexpr Mode kModes[] = {
+    {"calls", MakeCallsWhenTraced},
+    {"calls_untraced", MakeCalls},
     {"heap", FollowHeapPlan},
     {"loops", SpinLoops},
 };

@@ -13,4 +13,10 @@ int SpinLoops(long rounds);
 // Takes memory of the heap by two functions and gives it back, by a plan.
 int FollowHeapPlan(long rounds);
 
+// Makes that many rounds of system calls, some of which fail, whatever interrupts come.
+int MakeCalls(long rounds);
+
+// The same, begun when somebody traces the process, by whom each of the calls is seen.
+int MakeCallsWhenTraced(long rounds);
+
 }  // namespace zarn::board

@@ -10,7 +10,7 @@
 #include <ctime>
 #include <iterator>
 
-#include "board/workload/modes.h"
+#include "board/counted_work/modes.h"
 
 namespace zarn::board {
 namespace {
