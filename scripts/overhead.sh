@@ -61,6 +61,38 @@ measure_memory() {
     run_mission MemCollector "{\"job\": [\"process_mem\"], \"interval\": 1, \"process\": [\"sleep\"], \"count\": $1}" \
         $((processes * $1))
 }
+# measure_scheduler PASSES: SchedCollector on the whole system, a second each, where perf may record.
+measure_scheduler() {
+    perf sched record -o /dev/null -- true >/dev/null 2>&1 || return 0
+    printf '\nSchedCollector, passes: %d of 1 s\n\n' "$1"
+    run_mission SchedCollector "{\"job\": [\"global\"], \"count\": $1, \"sched\": {\"is_call_record\": false,
+        \"duration\": 1, \"topN\": 10, \"sorted\": \"max\"}}" "$1" "second measured"
+}
+# measure_bench SECONDS: BenchCollector, with the machine's perf.
+measure_bench() {
+    printf '\nBenchCollector, all benchmarks, then the system counted for %d s\n\n' "$1"
+    run_mission BenchCollector "{\"job\": [\"messaging\", \"pipe\", \"memset\", \"memcpy\", \"stat\"],
+        \"stat\": {\"nodes\": [\"global\"], \"sleep\": $1}}" "$1" "second counted"
+}
+# measure_trace ROUNDS: SysCallCollector on the board's program of counted work, 19 system calls a round.
+measure_trace() {
+    local work=build/release/lib/zarn/board/tools/counted_work calls=$((19 * $1)) seconds
+    "$work" calls "$1" >"$usr/traced" &
+    until grep -qs "^State:.S" "/proc/$!/status"; do sleep 0.01; done
+    printf '\nSysCallCollector, system calls: %d, saveDetailsToJson: true\n\n' "$calls"
+    run_mission SysCallCollector '{"process": ["counted_work"], "duration": 600, "saveDetailsToJson": true}' "$calls" call
+    wait $!
+    "$work" calls_untraced "$1" >"$usr/untraced"
+    seconds=$(sed -s -n '1s/.* in \([0-9.]*\) s:.*/\1/p' "$usr/traced" "$usr/untraced")
+    awk -v both="$seconds" 'BEGIN { split(both, s, "\n")
+        printf "\nThe calls take %.2f s traced and %.3f s untraced: the program runs %.0f times slower.\n", s[1], s[2], s[1] / s[2] }'
+}
+# measure_programs SECONDS: profiles of single programs on the virtual board, by this machine's valgrind and perf.
+measure_programs() {
+    build/release/bin/zarn-board --scenario idle --opt-usr "$usr" --workdir "$usr" -- \
+        python3 "$root/scripts/overhead_programs.py" "$root/build/release/bin/zarn" "$1"
+    rm -rf "${usr:?}/mnt"
+}
 
 mkdir -p build/bench
 seconds=$(((samples + 5) / 6))
@@ -71,6 +103,10 @@ sampler=model
     profile TopdownCollector "{\"job\": [\"global\"], \"core\": [], \"process\": [], \"duration\": $seconds}" "$seconds" model
     profile HotFunCollector "{\"job\": [\"global\"], \"json_output\": true, \"duration\": $seconds, \"top\": 20}" \
         "$seconds" "$sampler"
+    measure_scheduler "$seconds"
+    measure_bench "$seconds"
+    measure_trace $((samples * 1000))
+    measure_programs "$seconds"
     measure "$samples" false
 } | tee build/bench/overhead.md
 for _ in $(seq 400); do
