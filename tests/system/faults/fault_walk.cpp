@@ -267,8 +267,11 @@ private:
         ::setenv("ZARN_FAULT", fault.c_str(), 1);
         ::setenv("ZARN_FAULT_COUNTS", (scratch_ + "/counts").c_str(), 1);
         ::setenv("ZARN_FAULT_HITS", (scratch_ + "/hits").c_str(), 1);
-        ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDOUT_FILENO);
-        ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+        // A tool that an earlier run has left may still write to the files of that one.
+        ::unlink(out.c_str());
+        ::unlink(err.c_str());
+        ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600), STDOUT_FILENO);
+        ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600), STDERR_FILENO);
         ::alarm(kHangSeconds);  // outlives the exec: a run that hangs is killed by it
         ::execl(zarn_.c_str(), "zarn", config_.c_str(), static_cast<char*>(nullptr));
         ::_exit(127);
@@ -292,7 +295,7 @@ private:
             complaint = JudgeTree();
         }
         if (complaint.empty() && IsToHaveNoConsequence(fault) && ended.Words() != cleanWords_) {
-            complaint = "other words than without a fault";
+            complaint = "other words than without a fault, which were\n" + cleanWords_ + "but";
         }
         if (complaint.empty() && fault.how == "interrupt" && !HasTimestamps()) {
             complaint = "the file of start and end is missing";
