@@ -47,13 +47,9 @@ const std::vector<std::string> kHotFunCalls = {"close", "localtime", "mkdir", "o
                                                "pipe",  "read",      "spawn", "truncate", "write"};
 const std::vector<std::string> kSchedCalls = {"close", "localtime", "mkdir",    "open", "pipe",
                                               "read",  "spawn",     "truncate", "write"};
-const std::vector<std::string> kProgramCalls = {"close",   "localtime", "mkdir", "open",
-                                                "opendir", "pipe",      "read",  "spawn",
-                                                "thread",  "truncate",  "write"};
-const std::vector<std::string> kTraceCalls = {"close", "localtime", "mkdir",  "open",     "pipe",
-                                              "read",  "spawn",     "thread", "truncate", "write"};
-const std::vector<std::string> kBenchCalls = {"close", "localtime", "mkdir",    "open", "pipe",
-                                              "read",  "spawn",     "truncate", "write"};
+const std::vector<std::string> kMicroscopeCalls = {"close",   "localtime", "mkdir", "open",
+                                                   "opendir", "pipe",      "read",  "spawn",
+                                                   "thread",  "truncate",  "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -182,33 +178,22 @@ std::string ProfileConfig() {
          {"HotFunComparator", R"({"job": ["process"], "process": ["fault_worker"]})"}});
 }
 
-// Profiles of single programs, two of them started by the collectors.
-std::string ProgramsConfig() {
+// All that looks at single programs, two of which the collectors start, and the benchmarks.
+std::string MicroscopeConfig() {
     ConfigText config;
-    config.serial = R"(["CacheGrindCollector", "MassifCollector", "CallGrindCollector"])";
+    config.serial = R"(["LibCollector", "SysCallCollector", "BenchCollector",
+        "CacheGrindCollector", "MassifCollector", "CallGrindCollector"])";
     return config.Text(
-        {{"CacheGrindCollector", R"({"process": ["first", "second"], "duration": 0})"},
+        {{"LibCollector", R"({"process": ["planner_node"], "duration": 0})"},
+         {"SysCallCollector",
+          R"({"process": ["planner_node"], "duration": 60, "saveDetailsToJson": true})"},
+         {"BenchCollector", R"({"job": ["pipe", "memset", "stat"],
+             "stat": {"nodes": ["planner_node"], "sleep": 0}})"},
+         {"CacheGrindCollector", R"({"process": ["first", "second"], "duration": 0})"},
          {"MassifCollector", R"({"process": ["first"], "duration": 0})"},
          {"CallGrindCollector", R"({"process": ["planner_node"], "duration": 0})"},
          {"ProcessRunSetting", R"({"first": {"bin_path": "true", "env_variables": {"A": "1"}},
              "second": {"bin_path": "true", "env_variables": {}}})"}});
-}
-
-// Recordings of perf and traces of strace.
-std::string TraceConfig() {
-    ConfigText config;
-    config.serial = R"(["LibCollector", "SysCallCollector"])";
-    return config.Text(
-        {{"LibCollector", R"({"process": ["planner_node"], "duration": 0})"},
-         {"SysCallCollector",
-          R"({"process": ["planner_node"], "duration": 60, "saveDetailsToJson": true})"}});
-}
-
-std::string BenchConfig() {
-    ConfigText config;
-    config.serial = R"(["BenchCollector"])";
-    return config.Text({{"BenchCollector", R"({"job": ["pipe", "memset", "stat"],
-        "stat": {"nodes": ["planner_node"], "sleep": 0}})"}});
 }
 
 // The walk's own words go to the test's output: they tell how many faults there were.
@@ -241,13 +226,6 @@ void WalkTopdown(const std::vector<std::string>& more) {
     WalkIn(sandbox, more);
 }
 
-void WalkBench(const std::vector<std::string>& more) {
-    Sandbox sandbox;
-    AddRecordedBench(sandbox);
-    sandbox.Write("config.json", BenchConfig());
-    WalkIn(sandbox, more);
-}
-
 void WalkHotFun(const std::vector<std::string>& more) {
     Sandbox sandbox;
     AddRecordedProfiler(sandbox);
@@ -267,19 +245,13 @@ void WalkSched(const std::vector<std::string>& more) {
     WalkIn(sandbox, more);
 }
 
-void WalkPrograms(const std::vector<std::string>& more) {
+void WalkMicroscope(const std::vector<std::string>& more) {
     Sandbox sandbox;
     AddRecordedProfiler(sandbox);
-    AddFakeValgrind(sandbox);
-    sandbox.Write("config.json", ProgramsConfig());
-    WalkIn(sandbox, more);
-}
-
-void WalkTraces(const std::vector<std::string>& more) {
-    Sandbox sandbox;
-    AddRecordedProfiler(sandbox);
+    AddRecordedBench(sandbox);
     AddRecordedTracer(sandbox);
-    sandbox.Write("config.json", TraceConfig());
+    AddFakeValgrind(sandbox);
+    sandbox.Write("config.json", MicroscopeConfig());
     WalkIn(sandbox, more);
 }
 
@@ -362,14 +334,6 @@ TEST(FaultInjection, ATopdownRunIsInterruptedAtRandomCalls) {
     WalkTopdown(kInterrupts);
 }
 
-TEST(FaultInjection, EveryCallOfABenchRunFailsInTurn) {
-    WalkBench(kBenchCalls);
-}
-
-TEST(FaultInjection, ABenchRunIsInterruptedAtRandomCalls) {
-    WalkBench(kInterrupts);
-}
-
 TEST(FaultInjection, EveryCallOfAMemoryAnalysisFailsInTurn) {
     WalkMem();
 }
@@ -398,20 +362,12 @@ TEST(FaultInjection, AProfileIsInterruptedAtRandomCalls) {
     WalkProfile(kInterrupts);
 }
 
-TEST(FaultInjection, EveryCallOfProfilesOfProgramsFailsInTurn) {
-    WalkPrograms(kProgramCalls);
+TEST(FaultInjection, EveryCallOfARunAboutSingleProgramsFailsInTurn) {
+    WalkMicroscope(kMicroscopeCalls);
 }
 
-TEST(FaultInjection, ProfilesOfProgramsAreInterruptedAtRandomCalls) {
-    WalkPrograms(kInterrupts);
-}
-
-TEST(FaultInjection, EveryCallOfARunAboutRunningProgramsFailsInTurn) {
-    WalkTraces(kTraceCalls);
-}
-
-TEST(FaultInjection, ARunAboutRunningProgramsIsInterruptedAtRandomCalls) {
-    WalkTraces(kInterrupts);
+TEST(FaultInjection, ARunAboutSingleProgramsIsInterruptedAtRandomCalls) {
+    WalkMicroscope(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

@@ -7,6 +7,20 @@
 #include "tests/support/topdown_lines.h"
 
 namespace zarn::test {
+namespace {
+
+// A `perf` that counts and measures as "recorded-bench" and does all else as "recorded-profile".
+void AddSteppedPerf(Sandbox& sandbox) {
+    sandbox.Tool("perf-step", "");
+    sandbox.Tool("perf",
+                 "perf-step \"$@\" || exit\n"
+                 "case $1 in\n"
+                 "    bench | stat) exec recorded-bench \"$@\" ;;\n"
+                 "    *) exec recorded-profile \"$@\" ;;\n"
+                 "esac\n");
+}
+
+}  // namespace
 
 void AddRecordedCpuTools(Sandbox& sandbox) {
     sandbox.ToolPrinting("recorded-top", ReadText(DataPath("top-4.0.2/plain.txt")));
@@ -79,9 +93,8 @@ void AddRecordedProfiler(Sandbox& sandbox) {
             std::string("recorded-") + name,
             ReadText(DataPath(std::string("perf-6.1.187-profile/") + name + ".txt")));
     }
-    sandbox.Tool("perf-step", "");
-    sandbox.Tool("perf",
-                 "perf-step \"$@\" || exit\n"
+    AddSteppedPerf(sandbox);
+    sandbox.Tool("recorded-profile",
                  "case $1 in\n"
                  "    record)\n"
                  "        while [ \"$1\" != -o ]; do shift; done\n"
@@ -128,9 +141,8 @@ void AddRecordedBench(Sandbox& sandbox) {
             std::string("recorded-") + name,
             ReadText(DataPath(std::string("perf-6.1.187-bench/") + name + ".txt")));
     }
-    sandbox.Tool("perf-step", "");
-    sandbox.Tool("perf",
-                 "perf-step \"$@\" || exit\n"
+    AddSteppedPerf(sandbox);
+    sandbox.Tool("recorded-bench",
                  "[ $1 = stat ] || exec recorded-$2_$3\n"
                  "case \"$*\" in\n"
                  "    *'-p sleep'*) recorded-stat_no_process >&2; exit 234 ;;\n"

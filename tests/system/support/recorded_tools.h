@@ -28,11 +28,14 @@ void AddSchedTools(Sandbox& sandbox);
 // killed. Each call begins with "valgrind-step" and the call's arguments, a tool that does nothing
 // and can be given another meaning.
 void AddFakeValgrind(Sandbox& sandbox);
+
 // Puts a `strace` into the sandbox that leaves at once the log that the real one left of a small
 // batch of system calls. Each call begins with "strace-step" and the call's arguments, a tool that
 // does nothing and can be given another meaning. A `pidof` knows the process "planner_node" too.
 void AddRecordedTracer(Sandbox& sandbox);
-// Puts a `perf` into the sandbox that prints at once what the real one printed of its benchmarks,
+
+// Puts a `perf` into the sandbox, beside that of AddRecordedProfiler if it is there, that prints at
+// once what the real one printed of its benchmarks,
 // of a system and of a process, on a machine without counters, and fails for a list of pids that is
 // empty. Each call begins with "perf-step" and the call's arguments, a tool that does nothing and
 // can be given another meaning. A `pidof` knows two processes "planner_node" and one "zarn" alone.
