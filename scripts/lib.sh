@@ -65,7 +65,7 @@ build_preset() {
     local preset=$1 launcher=()
     shift
     if command -v ccache >/dev/null; then
-        export CCACHE_BASEDIR=$root CCACHE_NOHASHDIR=1 # what is cached serves every checkout
+        export CCACHE_BASEDIR=$root # what is cached serves every checkout
         launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
     fi
     say "Building preset $preset"
