@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the benchmarks and prints their ratios: ours to the plain form, ours to the lower bound, each of one run.
 # The raw figures are build/bench/*.json, the table is build/bench/table.md; a run of all goes into docs/performance.md.
-# A row that does not keep what its benchmark promises, in three tries of all, is a failure.
+# A row that does not keep what its benchmark promises, in three tries of its program, is a failure.
 # With --trial it measures, less exactly, rows drawn at random, until 20 seconds of CPU time are used up. What is drawn
 # follows from the seed it prints; ZARN_BENCH_SEED sets it. A row that takes more than 5 of the seconds is left out.
 #
@@ -21,13 +21,22 @@ run() {
         --benchmark_out="build/bench/$2.json" --benchmark_out_format=json "${@:3}" >/dev/null
 }
 
-# measure FILTER: what the filter lets through of all.
+# measure FILTER: what the filter lets through of all, but for the programs that an earlier try found in order.
 measure() {
-    local program
+    local program name
     for program in build/release/bin/*_bench; do
-        say "$(basename "$program")"
-        run "$program" "$(basename "$program")" --benchmark_filter="$1"
+        name=$(basename "$program")
+        if [ -e "build/bench/$name.json" ] && make_rows "build/bench/$name.json" >/dev/null 2>&1; then
+            continue
+        fi
+        say "$name"
+        run "$program" "$name" --benchmark_filter="$1"
     done
+}
+
+# make_rows FILE...: the table of these results. Fails where a promise is not kept.
+make_rows() {
+    scripts/bench_table.py ${whole:+--whole} "$@"
 }
 
 # Behind a name's last part, its form, stands what says how it is measured.
@@ -44,6 +53,7 @@ rows() {
 # measure_trial SEED: rows in random order, at least one.
 measure_trial() {
     local budget=20 row_limit=5 drawn=0 measured=0 repetitions=3 TIMEFORMAT='%U %S' program name used status
+    rm -f build/bench/*
     while [[ $budget -gt 0 || $measured -eq 0 ]] && read -r program name; do
         drawn=$((drawn + 1)) status=0
         used=$({ time (ulimit -c 0 -t "$row_limit" && run "$program" "$drawn" --benchmark_min_time=0.1 \
@@ -59,12 +69,11 @@ measure_trial() {
 }
 
 make_table() {
-    rm -f build/bench/*
     "$@"
     {
         echo "$(machine)."
         echo
-        scripts/bench_table.py ${whole:+--whole} build/bench/*.json
+        make_rows build/bench/*.json
     } | tee build/bench/table.md
 }
 
@@ -80,6 +89,7 @@ esac
 
 # What else runs on a machine can spoil a ratio, but hardly thrice.
 status=1
+rm -f build/bench/*
 for try in 1 2 3; do
     say "Measuring, try $try of 3"
     if make_table "${what[@]}"; then
