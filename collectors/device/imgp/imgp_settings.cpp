@@ -1,7 +1,5 @@
 #include "collectors/device/imgp/imgp_settings.h"
 
-#include <algorithm>
-
 #include "foundation/console.h"
 
 namespace zarn {
@@ -59,19 +57,11 @@ bool ReadJobsOf(const JsonDocument& config, ImgpSettings& settings) {
     if (list == nullptr) {
         return false;
     }
-    const std::vector<std::string>& known = KnownJobs();
-    for (const JsonValue& job : list->GetArray()) {
-        if (!job.IsString()) {
-            return PrintFailure("[ImgpCollector] Illegal job type! Should be string type!");
-        }
-        if (std::find(known.begin(), known.end(), TextOf(job)) == known.end()) {
-            return PrintFailure(
-                "[ImgpCollector] Illegal job! Should be choosen from [global, app, umap, vpc, "
-                "venc, vdec]!");
-        }
-        settings.jobs.insert(TextOf(job));
-    }
-    return true;
+    constexpr JobWords kWords = {
+        nullptr, "[ImgpCollector] Illegal job type! Should be string type!",
+        "[ImgpCollector] Illegal job! Should be choosen from [global, app, umap, vpc, venc, vdec]!",
+        nullptr};
+    return ReadJobs(*list, KnownJobs(), kWords, settings.jobs);
 }
 
 bool ReadGlobal(const JsonValue& section, ImgpSettings& settings) {

@@ -51,7 +51,7 @@ bool BenchCollector::CheckJobList(const JsonDocument& config) {
 }
 
 void BenchCollector::SetOption(const JsonDocument& config) {
-    if (jobs_.at(bench_jobs::kStat)) {
+    if (jobs_.count(bench_jobs::kStat) != 0) {
         (void)ReadBenchStat(config, stat_);
     }
 }
@@ -86,22 +86,18 @@ void BenchCollector::CollectRawData() {
     }};
     BenchJobs others = jobs_;
     for (const Benchmark& benchmark : kBenchmarks) {
-        others.erase(benchmark.job);
-        if (jobs_.at(benchmark.job)) {
+        if (others.erase(benchmark.job) != 0) {
             RunPerfBench(benchmark.group, benchmark.job);
             (this->*benchmark.noted).emplace_back(benchmark.job);
         }
     }
-    others.erase(bench_jobs::kStat);
-    if (jobs_.at(bench_jobs::kStat)) {
+    if (others.erase(bench_jobs::kStat) != 0) {
         for (const std::string& node : stat_.nodes) {
             RunPerfStat(node);
         }
     }
-    for (const auto& [job, asked] : others) {
-        if (asked) {
-            RunFileCopy(job);
-        }
+    for (const std::string& job : others) {
+        RunFileCopy(job);
     }
 }
 
@@ -168,7 +164,7 @@ void BenchCollector::CreateJson() {
     if (!schedulerJobs_.empty()) {
         CreateSchedulerResult();
     }
-    if (jobs_.at(bench_jobs::kStat)) {
+    if (jobs_.count(bench_jobs::kStat) != 0) {
         CreateStatisticsResult();
     }
 }

@@ -59,7 +59,7 @@ private:
     [[nodiscard]] std::string Ask(const std::string& command);
 
     Host host_;
-    BenchJobs jobs_ = NoBenchJobs();
+    BenchJobs jobs_;
     std::string dataPath_;
     std::map<std::string, std::string> logs_;  // of the benchmarks, by job
     std::vector<std::string> schedulerJobs_;

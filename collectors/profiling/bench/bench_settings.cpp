@@ -29,14 +29,6 @@ bool IsArray(const JsonValue& value) {
 
 }  // namespace
 
-BenchJobs NoBenchJobs() {
-    BenchJobs jobs;
-    for (const std::string& job : KnownJobs()) {
-        jobs.emplace(job, false);
-    }
-    return jobs;
-}
-
 const SettingKeys& BenchCollectorKeys() {
     using Outside = SettingKey::Outside;
     static const SettingKeys keys = {
@@ -66,18 +58,14 @@ bool ReadBenchJobs(const JsonDocument& config, BenchJobs& jobs) {
     if (!IsArray(*list)) {
         return false;
     }
-    BenchJobs read = jobs;
-    for (const JsonValue& job : list->GetArray()) {
-        if (!job.IsString()) {
-            return PrintFailure("[BenchCollector] Illegal job type! Should be string type!");
-        }
-        const auto known = read.find(TextOf(job));
-        if (known == read.end()) {
-            return PrintFailure(
-                "[BenchCollector] Illegal job! Should be choosen from [messaging, pipe, memset, "
-                "memcpy, stat, vpc, venc, vdec]!");
-        }
-        known->second = true;
+    constexpr JobWords kWords = {
+        nullptr, "[BenchCollector] Illegal job type! Should be string type!",
+        "[BenchCollector] Illegal job! Should be choosen from [messaging, pipe, memset, memcpy, "
+        "stat, vpc, venc, vdec]!",
+        nullptr};
+    BenchJobs read;
+    if (!ReadJobs(*list, KnownJobs(), kWords, read)) {
+        return false;
     }
     jobs = std::move(read);
     return true;

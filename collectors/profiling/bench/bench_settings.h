@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -23,11 +23,8 @@ inline constexpr const char* kStat = "stat";
 // The node that is the whole system; every other one is a process by its name.
 inline constexpr const char* kGlobalNode = "global";
 
-// Whether each job is asked for.
-using BenchJobs = std::map<std::string, bool>;
-
-// All jobs, none asked for.
-[[nodiscard]] BenchJobs NoBenchJobs();
+// The jobs that are asked for.
+using BenchJobs = std::set<std::string>;
 
 // The object `stat`.
 struct BenchStatSettings {
@@ -37,8 +34,8 @@ struct BenchStatSettings {
 
 [[nodiscard]] const SettingKeys& BenchCollectorKeys();
 
-// Sets the jobs that `config`, an object, asks for. False after a line on the error stream; `jobs`
-// is untouched then. A section that is no object trips the JSON library's assertion.
+// Replaces `jobs` by those that `config`, an object, asks for. False after a line on the error
+// stream; `jobs` is untouched then. A section that is no object trips the JSON library's assertion.
 [[nodiscard]] bool ReadBenchJobs(const JsonDocument& config, BenchJobs& jobs);
 
 // Fills `settings` from a section that has been opened. False after a line on the error stream;

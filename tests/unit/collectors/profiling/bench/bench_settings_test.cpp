@@ -16,7 +16,6 @@ namespace {
 using test::ParsedConfigOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::Pair;
 
 constexpr const char* kSection = "BenchCollector";
 constexpr const char* kNoArray =
@@ -27,7 +26,7 @@ constexpr const char* kUnknown =
 
 struct ReadJobsResult {
     bool good = false;
-    BenchJobs jobs = NoBenchJobs();
+    BenchJobs jobs;
     test::Captured printed;
 };
 
@@ -64,7 +63,7 @@ TEST(BenchJobsTest, RefusedListsPrintTheirLineAndSetNothing) {
         EXPECT_FALSE(result.good) << config;
         EXPECT_EQ(result.printed.err, words) << config;
         EXPECT_EQ(result.printed.out, "") << config;
-        EXPECT_EQ(result.jobs, NoBenchJobs()) << config;
+        EXPECT_THAT(result.jobs, IsEmpty()) << config;
     }
 }
 
@@ -72,21 +71,18 @@ TEST(BenchJobsTest, TheJobsGoByTheirNames) {
     const ReadJobsResult result = ReadJobs(JobsConfig(R"(["vpc","stat","memset","stat"])"));
     EXPECT_TRUE(result.good);
     EXPECT_EQ(result.printed.out + result.printed.err, "");
-    EXPECT_THAT(result.jobs,
-                ElementsAre(Pair("memcpy", false), Pair("memset", true), Pair("messaging", false),
-                            Pair("pipe", false), Pair("stat", true), Pair("vdec", false),
-                            Pair("venc", false), Pair("vpc", true)));
+    EXPECT_THAT(result.jobs, ElementsAre("memset", "stat", "vpc"));
 }
 
 TEST(BenchJobsTest, TheListMayBeEmpty) {
     const ReadJobsResult result = ReadJobs(JobsConfig("[]"));
     EXPECT_TRUE(result.good);
-    EXPECT_EQ(result.jobs, NoBenchJobs());
+    EXPECT_THAT(result.jobs, IsEmpty());
 }
 
 TEST(BenchJobsDeathTest, ASectionThatIsNoObjectEndsTheProcess) {
     const JsonDocument config = ParsedConfigOf(kSection, "[]");
-    BenchJobs jobs = NoBenchJobs();
+    BenchJobs jobs;
     EXPECT_DEATH((void)ReadBenchJobs(config, jobs), "JSON assertion");
 }
 
@@ -163,7 +159,7 @@ TEST(BenchSettingsTest, TheCheckHoldsToTheDeclaredKeys) {
         kSection, BenchCollectorKeys(),
         test::ConfigOf(kSection, R"({"job":["stat"],"stat":{"nodes":["global"],"sleep":1}})"),
         [](const JsonDocument& config) {
-            BenchJobs jobs = NoBenchJobs();
+            BenchJobs jobs;
             BenchStatSettings stat;
             return ReadBenchJobs(config, jobs) && ReadBenchStat(config, stat);
         });
