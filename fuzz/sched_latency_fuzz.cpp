@@ -16,11 +16,11 @@ constexpr std::uint32_t kTopN = 4;
 // A document comes out of whatever rows there are, or none.
 void CheckDocument(const LatencyFindings& findings) {
     EventWriter events;
-    BeginSchedDocument("fuzz", "0", "fuzz", events);
+    events.BeginEventList("fuzz", "0", "fuzz");
     if (!WriteLatencyFindings(findings, "0", events)) {
         return;
     }
-    EndSchedDocument(events);
+    events.EndEventList();
     JsonDocument document;
     Require(ParseJson(events.Lines(), document), "JSON comes out");
     Require(document["content"].Size() == findings.top.size() + 1, "an element for each target");

@@ -26,6 +26,26 @@ void EventWriter::End() {
     EndLine();
 }
 
+void EventWriter::BeginEvent(std::string_view eventId, std::string_view happenTime,
+                             std::string_view objectId) {
+    Begin();
+    Text("eventId", eventId);
+    Text("happenTime", happenTime);
+    Text("objectId", objectId);
+    Key("content");
+}
+
+void EventWriter::BeginEventList(std::string_view eventId, std::string_view happenTime,
+                                 std::string_view objectId) {
+    BeginEvent(eventId, happenTime, objectId);
+    BeginArray();
+}
+
+void EventWriter::EndEventList() {
+    EndArray();
+    End();
+}
+
 void EventWriter::EndLine() {
     buffer_.Put('\n');
     whole_ = buffer_.GetSize();

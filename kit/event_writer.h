@@ -20,6 +20,14 @@ public:
     // A document, which is an object.
     void Begin();
     void End();
+    // A document with the members that most have: these three, and the name of the fourth,
+    // "content", whose value follows.
+    void BeginEvent(std::string_view eventId, std::string_view happenTime,
+                    std::string_view objectId);
+    // The same where the value is an array, whose elements follow.
+    void BeginEventList(std::string_view eventId, std::string_view happenTime,
+                        std::string_view objectId);
+    void EndEventList();
     // Takes back what was written since the last End.
     void Drop() { buffer_.Pop(buffer_.GetSize() - whole_); }
 

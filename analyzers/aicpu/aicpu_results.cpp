@@ -4,11 +4,7 @@ namespace zarn {
 namespace {
 
 void BeginDocument(const std::string& time, EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", kAicpuAnalysisEvent);
-    events.Text("happenTime", time);
-    events.Text("objectId", "soc_aicpu_ana");
-    events.Key("content");
+    events.BeginEvent(kAicpuAnalysisEvent, time, "soc_aicpu_ana");
     events.BeginObject();
 }
 

@@ -16,11 +16,7 @@ constexpr std::size_t kTopProcesses = 10;
 
 // All up to the members of the content, which is an object.
 void BeginDocument(const char* objectId, const std::string& happenTime, EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", kEventId);
-    events.Text("happenTime", happenTime);
-    events.Text("objectId", objectId);
-    events.Key("content");
+    events.BeginEvent(kEventId, happenTime, objectId);
     events.BeginObject();
 }
 

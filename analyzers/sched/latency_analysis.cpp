@@ -103,7 +103,7 @@ bool ReadThreads(const Paths& taskLogs, LatencyFindings& findings) {
 bool WriteDocument(const SchedContext& context, const SchedSource& source,
                    const LatencyFindings& findings) {
     EventWriter events;
-    BeginSchedDocument(kSchedAnalysisEvent, source.target.stamp, kSchedAnalysis, events);
+    events.BeginEventList(kSchedAnalysisEvent, source.target.stamp, kSchedAnalysis);
     try {
         if (!WriteLatencyFindings(findings, context.bootTime, events)) {
             return false;
@@ -112,7 +112,7 @@ bool WriteDocument(const SchedContext& context, const SchedSource& source,
         return PrintFailure("[SchedAnalyzer] Error occurs in AddObjectToContentFromTokens: " +
                             std::string(error.what()));
     }
-    EndSchedDocument(events);
+    events.EndEventList();
     events.Save(context.jsonDir +
                 sched_files::AnalysisName(source.target, sched_files::kLatencyAnalysis));
     return true;

@@ -115,21 +115,6 @@ bool WriteTarget(const std::string& target, const std::vector<LatencyCells>& row
 
 }  // namespace
 
-void BeginSchedDocument(const std::string& eventId, const std::string& happenTime,
-                        const std::string& objectId, EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", eventId);
-    events.Text("happenTime", happenTime);
-    events.Text("objectId", objectId);
-    events.Key("content");
-    events.BeginArray();
-}
-
-void EndSchedDocument(EventWriter& events) {
-    events.EndArray();
-    events.End();
-}
-
 bool WriteLatencyFindings(const LatencyFindings& findings, const std::string& bootTime,
                           EventWriter& events) {
     if (!WriteTarget("topN_process", findings.top, bootTime, events)) {

@@ -7,14 +7,8 @@
 #include "formats/sched_timehist.h"
 #include "kit/event_writer.h"
 
-// The documents of the scheduler's analyzer.
+// The elements of the documents of the scheduler's analyzer.
 namespace zarn {
-
-// Opens a document up to the first element of its `content`; what follows is elements, then
-// EndSchedDocument.
-void BeginSchedDocument(const std::string& eventId, const std::string& happenTime,
-                        const std::string& objectId, EventWriter& events);
-void EndSchedDocument(EventWriter& events);
 
 // What a latency document tells: a task of the top list and the threads that have its name.
 struct LatencyFindings {

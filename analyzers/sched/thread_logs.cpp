@@ -27,7 +27,7 @@ bool WriteRowsOf(const SchedContext& context, const SchedSource& source, const s
     }
     FileAppender document(context.jsonDir + sched_files::ThreadRowsName(log));
     EventWriter events;
-    BeginSchedDocument(kSchedThreadRowsEvent, source.target.stamp, kSchedThreadRows, events);
+    events.BeginEventList(kSchedThreadRowsEvent, source.target.stamp, kSchedThreadRows);
     bool allAreRows = true;
     for (std::string_view line; file.Next(line);) {
         TimehistRow row;
@@ -41,7 +41,7 @@ bool WriteRowsOf(const SchedContext& context, const SchedSource& source, const s
     if (!allAreRows) {
         PrintError(std::string(kReadingFailed) + kShortTimehistRow);
     }
-    EndSchedDocument(events);
+    events.EndEventList();
     events.Save(document);
     return true;
 }

@@ -119,13 +119,13 @@ bool AddRunTimes(const SchedContext& context, const SchedSource& source, const K
 
 bool WriteRunTimes(const SchedContext& context, const SchedSource& source, const KeptRows& rows) {
     EventWriter events;
-    BeginSchedDocument(kSchedAnalysisEvent, source.target.stamp,
-                       SchedTimehistAnalysis(source.target.job), events);
+    events.BeginEventList(kSchedAnalysisEvent, source.target.stamp,
+                          SchedTimehistAnalysis(source.target.job));
     if (!AddRunTimes(context, source, rows, events)) {
         return PrintFailure("[SchedAnalyzer] Failed to create " + source.target.label +
                             " timehist analyzer output json!");
     }
-    EndSchedDocument(events);
+    events.EndEventList();
     events.Save(context.jsonDir +
                 sched_files::AnalysisName(source.target, sched_files::kTimehistAnalysis));
     return true;
@@ -134,7 +134,7 @@ bool WriteRunTimes(const SchedContext& context, const SchedSource& source, const
 // Rows whose moment cannot be read are left out after one line about them all.
 void WriteDelays(const SchedContext& context, const SchedSource& source, const KeptRows& rows) {
     EventWriter events;
-    BeginSchedDocument(kSchedAnalysisEvent, source.target.stamp, kSchedAnalysis, events);
+    events.BeginEventList(kSchedAnalysisEvent, source.target.stamp, kSchedAnalysis);
     bool allWritten = true;
     for (const KeptTimehistRow& kept : rows) {
         allWritten = WriteDelayRow(kept.Row(), context.bootTime, events) && allWritten;
@@ -143,7 +143,7 @@ void WriteDelays(const SchedContext& context, const SchedSource& source, const K
         PrintError("[SchedAnalyzer] Error occurs in CreateProcessTimehistSchedDelayJson: " +
                    std::string(kNoNumber));
     }
-    EndSchedDocument(events);
+    events.EndEventList();
     events.Save(context.jsonDir +
                 sched_files::AnalysisName(source.target, sched_files::kDelayInfo));
 }

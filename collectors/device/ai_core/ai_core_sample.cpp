@@ -58,17 +58,11 @@ void WriteAiCoreDocument(const AiCoreSample& sample, EventWriter& events) {
         AppendDocumentText(sample.usage[core], text);
         text += ' ';
     }
-    events.Begin();
-    events.Text("eventId", kAiCoreEventId);
-    events.Text("happenTime", sample.time);
-    events.Text("objectId", kAiCoreObjectId);
-    events.Key("content");
-    events.BeginArray();
+    events.BeginEventList(kAiCoreEventId, sample.time, kAiCoreObjectId);
     events.BeginObject();
     events.Text(kAiCoreMember, text);
     events.EndObject();
-    events.EndArray();
-    events.End();
+    events.EndEventList();
 }
 
 }  // namespace zarn

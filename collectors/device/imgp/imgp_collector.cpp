@@ -140,11 +140,7 @@ bool ImgpCollector::FindDevices() {
 }
 
 void ImgpCollector::WriteUtilization(int device, EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", kImgpEventId);
-    events.Text("happenTime", collectTime_);
-    events.Text("objectId", kImgpObjectId);
-    events.Key("content");
+    events.BeginEvent(kImgpEventId, collectTime_, kImgpObjectId);
     events.BeginObject();
     events.Key("deviceId");
     events.Integer(device);

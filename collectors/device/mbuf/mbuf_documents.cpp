@@ -36,17 +36,11 @@ void WriteFinding(const MbufFinding& finding, EventWriter& events) {
 
 void WriteMbufDocument(const std::vector<MbufFinding>& findings, const std::string& happenTime,
                        EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", kEventId);
-    events.Text("happenTime", happenTime);
-    events.Text("objectId", kObjectId);
-    events.Key("content");
-    events.BeginArray();
+    events.BeginEventList(kEventId, happenTime, kObjectId);
     for (const MbufFinding& finding : findings) {
         WriteFinding(finding, events);
     }
-    events.EndArray();
-    events.End();
+    events.EndEventList();
 }
 
 }  // namespace zarn

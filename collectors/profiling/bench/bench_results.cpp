@@ -12,11 +12,7 @@ void WriteValues(const BenchValues& values, EventWriter& events) {
 }  // namespace
 
 void WriteBenchResult(const BenchResult& result, EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", result.kind.eventId);
-    events.Text("happenTime", result.time);
-    events.Text("objectId", result.kind.objectId);
-    events.Key("content");
+    events.BeginEvent(result.kind.eventId, result.time, result.kind.objectId);
     events.BeginObject();
     WriteValues(result.values, events);
     for (const auto& [name, values] : result.groups) {

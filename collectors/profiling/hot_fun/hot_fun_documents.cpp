@@ -10,15 +10,6 @@ namespace {
 
 constexpr int kDecimals = 2;
 
-// The members before the value of `content`.
-void Begin(const std::string& objectId, const std::string& happenTime, EventWriter& events) {
-    events.Begin();
-    events.Text("eventId", kHotFunEventId);
-    events.Text("happenTime", happenTime);
-    events.Text("objectId", objectId);
-    events.Key("content");
-}
-
 void WriteRows(const ReportRows& rows, EventWriter& events) {
     events.BeginArray();
     rows.ForEach([&events](const ReportRow& row) {
@@ -41,7 +32,7 @@ std::string PercentText(double percent) {
 
 void WriteRowsDocument(const ReportRows& rows, const std::string& objectId,
                        const std::string& happenTime, EventWriter& events) {
-    Begin(objectId, happenTime, events);
+    events.BeginEvent(kHotFunEventId, happenTime, objectId);
     WriteRows(rows, events);
     events.End();
 }
@@ -49,7 +40,7 @@ void WriteRowsDocument(const ReportRows& rows, const std::string& objectId,
 void WriteProcessDocument(const std::map<std::string, ReportRows>& rows,
                           const std::string& objectId, const std::string& happenTime,
                           EventWriter& events) {
-    Begin(objectId, happenTime, events);
+    events.BeginEvent(kHotFunEventId, happenTime, objectId);
     events.BeginObject();
     for (const auto& [process, processRows] : rows) {
         events.Key(process);
@@ -62,7 +53,7 @@ void WriteProcessDocument(const std::map<std::string, ReportRows>& rows,
 void WriteFunctionSetDocument(const std::map<std::string, FunctionShares>& sets,
                               const std::string& objectId, const std::string& happenTime,
                               EventWriter& events) {
-    Begin(objectId, happenTime, events);
+    events.BeginEvent(kHotFunEventId, happenTime, objectId);
     events.BeginObject();
     for (const auto& [set, shares] : sets) {
         events.Key(set);

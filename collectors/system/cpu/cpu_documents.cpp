@@ -124,11 +124,7 @@ bool BuildCpuJson(const CpuDocumentSources& sources, const CpuSampleTimes& topTi
     if (!topTimes.At(sampleIndex, happenTime)) {
         return false;
     }
-    events.Begin();
-    events.Text("eventId", kEventId);
-    events.Text("happenTime", happenTime);
-    events.Text("objectId", kObjectId);
-    events.Key("content");
+    events.BeginEvent(kEventId, happenTime, kObjectId);
     events.BeginObject();
     events.Text("cpuFields", kCpuFields);
     events.Text("procFields", kProcFields);

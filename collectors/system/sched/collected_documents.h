@@ -9,11 +9,6 @@
 // Parts of the scheduler collector's documents.
 namespace zarn {
 
-// Head and end of any of them: between the two come the elements of `content`.
-void BeginCollectedDocument(const std::string& objectId, const std::string& happenTime,
-                            EventWriter& events);
-void EndCollectedDocument(EventWriter& events);
-
 // An element of a latency report's document.
 void WriteLatencyRow(const LatencyRow& row, std::string_view bootTime, EventWriter& events);
 

@@ -201,7 +201,7 @@ void SchedCollector::SaveLatency(const Report& report, const char* objectId,
         return;
     }
     EventWriter events;
-    BeginCollectedDocument(objectId, report.time, events);
+    events.BeginEventList(kSchedEventId, report.time, objectId);
     LatencyRows rows(param_.topN);
     for (std::string_view line; rows.WantsMore() && lines.Next(line);) {
         if (rows.Take(line) != LatencyLine::Row) {
@@ -214,7 +214,7 @@ void SchedCollector::SaveLatency(const Report& report, const char* objectId,
                        kShortLatencyRow);
         }
     }
-    EndCollectedDocument(events);
+    events.EndEventList();
     events.Save(report.document);
 }
 

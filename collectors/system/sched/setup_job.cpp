@@ -90,9 +90,9 @@ bool ReadThreads(const std::string& path, const char* fault, SetupRows& threads)
 void SaveDocument(const std::string& objectId, const std::string& time, const std::string& path,
                   const std::function<void(EventWriter&)>& writeContent) {
     EventWriter events;
-    BeginCollectedDocument(objectId, time, events);
+    events.BeginEventList(kSchedEventId, time, objectId);
     writeContent(events);
-    EndCollectedDocument(events);
+    events.EndEventList();
     events.Save(path);
 }
 

@@ -50,6 +50,22 @@ TEST(EventWriterTest, WritesMembersAndValuesInTheOrderOfTheCalls) {
         "\n");
 }
 
+TEST(EventWriterTest, AnEventBeginsWithItsThreeMembers) {
+    EventWriter events;
+    events.BeginEvent("222\"", "2023", "soc_x");
+    events.Integer(1);
+    events.End();
+    events.BeginEventList("1", "2", "3");
+    events.Text("a");
+    events.Text("b");
+    events.EndEventList();
+    EXPECT_EQ(events.Lines(),
+              R"({"eventId":"222\"","happenTime":"2023","objectId":"soc_x","content":1})"
+              "\n"
+              R"({"eventId":"1","happenTime":"2","objectId":"3","content":["a","b"]})"
+              "\n");
+}
+
 TEST(EventWriterTest, WhatIsDroppedIsNoDocument) {
     EventWriter events;
     Write("kept", events);

@@ -23,9 +23,9 @@ Written Write(const std::function<bool(EventWriter&)>& elements) {
     Written written;
     EventWriter events;
     written.err = Capture([&] {
-                      BeginSchedDocument("1", "2", "3", events);
+                      events.BeginEventList("1", "2", "3");
                       written.good = elements(events);
-                      EndSchedDocument(events);
+                      events.EndEventList();
                   }).err;
     written.text = events.Lines();
     return written;

@@ -29,12 +29,12 @@ TEST(SetupDocumentsTest, CoresGoToTheThreadsOfTheirIds) {
 
 TEST(SetupDocumentsTest, ElementsHoldWhatIsAskedFor) {
     EventWriter events;
-    BeginCollectedDocument("id", "time", events);
+    events.BeginEventList(kSchedEventId, "time", "id");
     WriteProcessSetup("p:1", "priority", "80", events);
     WriteThreadSetups("p:1", {kLoop}, {true, false}, events);
     WriteThreadSetups("p:1", {}, {false, true}, events);
     WriteThreadSetups("p:1", {kLoop, kLoop}, {false, true}, events);
-    EndCollectedDocument(events);
+    events.EndEventList();
     const std::string cores = R"({"threadName":"loop","spid":"12","coreList":"0-1"})";
     EXPECT_EQ(events.Lines(),
               R"({"eventId":"222200002","happenTime":"time","objectId":"id","content":[)"
