@@ -29,7 +29,8 @@ namespace {
 // The files about the processors, if the board has them. The machine has them as well, so that they
 // can be bound to their places, below /proc too, and whoever reads them meets the board's.
 std::vector<Binding> CpuBindings(const std::string& files) {
-    std::vector<Binding> bindings{{files + "/proc/cpuinfo", "/proc/cpuinfo"}};
+    std::vector<Binding> bindings{{files + "/proc/cpuinfo", "/proc/cpuinfo"},
+                                  {files + "/proc/stat", "/proc/stat"}};
     for (const char* list : kCoreLists) {
         bindings.push_back(
             {files + "/sys/cpu/" + list, std::string("/sys/devices/system/cpu/") + list});

@@ -16,6 +16,7 @@
 #include "board/server/cpu_files.h"
 #include "board/server/event_driver.h"
 #include "board/server/event_texts.h"
+#include "board/server/proc_stat.h"
 #include "board/server/recorder_driver.h"
 #include "board/setup/scenario_parser.h"
 #include "foundation/console.h"
@@ -55,9 +56,11 @@ bool LayScenarioFiles(const std::string& folder, const std::string& path) {
         return false;
     }
     const std::uint32_t cores = state->scenario.sched.cores;
-    ::munmap(state, sizeof(BoardState));
     const std::string files = folder + "/files";
-    return cores == 0 || (LayCpuFiles(files, cores) && SetRecorderUp(files));
+    const bool good = cores == 0 || (LayCpuFiles(files, cores) && LayProcStat(*state, files) &&
+                                     SetRecorderUp(files));
+    ::munmap(state, sizeof(BoardState));
+    return good;
 }
 
 }  // namespace

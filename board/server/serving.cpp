@@ -18,6 +18,7 @@
 #include "board/server/board_files.h"
 #include "board/server/board_programs.h"
 #include "board/server/event_driver.h"
+#include "board/server/proc_stat.h"
 #include "board/server/recorder_driver.h"
 #include "board/server/sched_processes.h"
 #include "board/server/server_process.h"
@@ -83,11 +84,13 @@ struct ServedFiles {
     RunningPrograms& programs;
     EventDriver& events;
     RecorderDriver& recorder;
+    ProcStat& stat;
 };
 
 // What wakes a server between two ticks.
 std::vector<Waker> WakersOf(const ServedFiles& served) {
-    std::vector<Waker> wakers{{served.events.Wakes(), [&] { served.events.Answer(); }}};
+    std::vector<Waker> wakers{{served.events.Wakes(), [&] { served.events.Answer(); }},
+                              {served.stat.Wakes(), [&] { served.stat.Answer(); }}};
     for (const int fd : served.recorder.Wakes()) {
         wakers.push_back({fd, [&] { served.recorder.Answer(); }});
     }
@@ -112,7 +115,7 @@ std::optional<Written> WriteMoment(BoardState& state, const ServedFiles& served,
         return std::nullopt;
     }
     if (!served.programs.WriteFiles(state, written.timeMs) || !served.events.Refresh() ||
-        !served.recorder.Refresh()) {
+        !served.recorder.Refresh() || !served.stat.Refresh()) {
         (void)Fail("cannot write below " + served.folder + "/files");
         return std::nullopt;
     }
@@ -219,7 +222,8 @@ int ServeFolder(const std::string& folder, const BoardSource& source) {
     }
     EventDriver events(*state, folder + "/files", folder + "/attribute.new", programs.Pids());
     RecorderDriver recorder(*state, folder + "/files", folder + "/recorder.new");
-    const ServedFiles served{folder, programs, events, recorder};
+    ProcStat stat(*state, folder + "/files");
+    const ServedFiles served{folder, programs, events, recorder, stat};
     const auto first = WriteMoment(*state, served, "");
     if (first && isFirst) {
         PrintLine("ready");
