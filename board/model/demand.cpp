@@ -16,17 +16,9 @@ std::uint64_t Mix(std::uint64_t value) {
     return value ^ (value >> 31U);
 }
 
-bool InBurst(const MasterDemand& demand, std::uint64_t seed, std::size_t master,
-             std::uint64_t timeMs) {
-    if (demand.burstEveryMs == 0 || demand.burstLengthMs == 0) {
-        return false;
-    }
-    const std::uint64_t every = demand.burstEveryMs;
-    const std::uint64_t length = std::min<std::uint64_t>(demand.burstLengthMs, every);
-    const std::uint64_t start =
-        HashOf(seed, kBurstStream, master, timeMs / every) % (every - length + 1);
-    const std::uint64_t inside = timeMs % every;
-    return inside >= start && inside < start + length;
+// The first tick that does not begin before.
+std::uint64_t TickFrom(std::uint64_t timeMs) {
+    return (timeMs + kTickMs - 1) / kTickMs * kTickMs;
 }
 
 }  // namespace
@@ -39,6 +31,25 @@ std::uint64_t HashOf(std::uint64_t seed, std::uint64_t stream, std::uint64_t mas
 double SwingOf(std::uint64_t seed, std::uint64_t stream, std::uint64_t master, std::uint64_t step) {
     // The upper 53 bits fill a double's mantissa.
     return static_cast<double>(HashOf(seed, stream, master, step) >> 11U) * 0x1p-52 - 1.0;
+}
+
+TickSpan BurstOf(const BurstTimes& times, std::uint64_t seed, std::size_t master,
+                 std::uint64_t stretch) {
+    const std::uint64_t every = times.everyMs;
+    const std::uint64_t length = std::min(times.lengthMs, times.everyMs);
+    const std::uint64_t fromMs =
+        stretch * every + HashOf(seed, kBurstStream, master, stretch) % (every - length + 1);
+    return {TickFrom(fromMs), TickFrom(fromMs + length)};
+}
+
+bool IsInBurst(const BurstTimes& times, std::uint64_t seed, std::size_t master,
+               std::uint64_t timeMs) {
+    if (times.everyMs == 0) {
+        return false;
+    }
+    const std::uint64_t tickMs = timeMs / kTickMs * kTickMs;
+    const TickSpan ticks = BurstOf(times, seed, master, tickMs / times.everyMs);
+    return tickMs >= ticks.fromMs && tickMs < ticks.toMs;
 }
 
 double PhaseFactor(const MasterDemand& demand, std::uint64_t timeMs) {
@@ -64,7 +75,7 @@ double DemandAt(const MasterDemand& demand, std::uint64_t seed, std::size_t mast
     const std::uint64_t tick = timeMs / kTickMs;
     const std::uint64_t tickMs = tick * kTickMs;
     double value = demand.base * PhaseFactor(demand, tickMs);
-    if (InBurst(demand, seed, master, tickMs)) {
+    if (IsInBurst(BurstTimesOf(demand), seed, master, tickMs)) {
         value += demand.burstAdd;
     }
     value *= 1.0 + demand.noise * SwingOf(seed, kNoiseStream, master, tick);

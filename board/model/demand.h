@@ -31,6 +31,22 @@ struct MasterDemand {
     double burstAdd = 0.0;  // MB/s on top while it lasts
 };
 
+// One burst of a length in each stretch of another, at a random place.
+struct BurstTimes {
+    std::uint32_t everyMs = 0;  // 0: none
+    std::uint32_t lengthMs = 0;
+};
+
+[[nodiscard]] constexpr BurstTimes BurstTimesOf(const MasterDemand& demand) {
+    return {demand.burstEveryMs, demand.burstLengthMs};
+}
+
+// Whole ticks; none of them if both are the same.
+struct TickSpan {
+    std::uint64_t fromMs = 0;
+    std::uint64_t toMs = 0;
+};
+
 // A random number of 64 bits that depends on the four values alone.
 [[nodiscard]] std::uint64_t HashOf(std::uint64_t seed, std::uint64_t stream, std::uint64_t master,
                                    std::uint64_t step);
@@ -38,6 +54,14 @@ struct MasterDemand {
 // A real in [-1, 1) from the same.
 [[nodiscard]] double SwingOf(std::uint64_t seed, std::uint64_t stream, std::uint64_t master,
                              std::uint64_t step);
+
+// The ticks that begin in a master's burst of one stretch, counted from 0; everyMs is not 0.
+[[nodiscard]] TickSpan BurstOf(const BurstTimes& times, std::uint64_t seed, std::size_t master,
+                               std::uint64_t stretch);
+
+// Whether `timeMs` lies in a tick that is one of them.
+[[nodiscard]] bool IsInBurst(const BurstTimes& times, std::uint64_t seed, std::size_t master,
+                             std::uint64_t timeMs);
 
 // The factor of the phase at `timeMs`.
 [[nodiscard]] double PhaseFactor(const MasterDemand& demand, std::uint64_t timeMs);

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "board/model/bursts.h"
 #include "board/model/demand.h"
 
 namespace zarn::board {
 namespace {
 
 // Random values of different kinds do not repeat one another.
-enum Stream : std::uint64_t { kPhaseStream = 0x5C0, kWakeStream, kRunStream, kBurstStream };
+enum Stream : std::uint64_t { kPhaseStream = 0x5C0, kWakeStream, kRunStream };
 
-constexpr std::uint64_t kUsPerMs = 1000;
 constexpr std::int64_t kUsualWeight = 1024;  // of nice 0
 constexpr std::int64_t kIdleWeight = 3;
 constexpr double kWeightStep = 1.25;  // from one nice value to the next
@@ -38,20 +38,6 @@ std::int64_t ImportanceOf(const SchedTask& plan) {
     return IsRealTime(plan.policy) ? std::int64_t{plan.priority} : 0;
 }
 constexpr std::int64_t kNoImportance = -1;  // of an idle core
-
-double BurstFactor(const SchedBurst& burst, std::uint64_t seed, std::uint32_t task,
-                   std::uint64_t timeUs) {
-    const std::uint64_t everyUs = burst.everyMs * kUsPerMs;
-    if (everyUs == 0) {
-        return 1.0;
-    }
-    const std::uint64_t lengthUs = burst.lengthMs * kUsPerMs;
-    const std::uint64_t stretch = timeUs / everyUs;
-    const std::uint64_t beginUs =
-        HashOf(seed, kBurstStream, task, stretch) % (everyUs - lengthUs + 1);
-    const std::uint64_t atUs = timeUs % everyUs;
-    return atUs >= beginUs && atUs < beginUs + lengthUs ? burst.factor : 1.0;
-}
 
 std::uint64_t SliceOf(SchedPolicy policy) {
     switch (policy) {
@@ -202,7 +188,8 @@ void SchedEngine::SetDue(std::uint32_t task) {
 void SchedEngine::BeginJob(std::uint32_t task) {
     const SchedTask& plan = PlanOf(task);
     Task& state = tasks_[task];
-    const double factor = BurstFactor(plan.burst, seed_, task, nowUs_) *
+    const bool isInBurst = IsInTaskBurst(plan.burst, seed_, task, nowUs_);
+    const double factor = (isInBurst ? plan.burst.factor : 1.0) *
                           (1.0 + plan.jitter * SwingOf(seed_, kRunStream, task, state.jobs));
     state.workUs = static_cast<std::uint64_t>(std::max(1LL, std::llround(plan.runUs * factor)));
     state.doneUs = 0;

@@ -29,11 +29,16 @@ struct LockUse {
     std::uint32_t holdUs = 0;
 };
 
-// Runs take `factor` times as long while a burst lasts; each stretch of everyMs holds one.
+// Runs that begin while a burst lasts take `factor` times as long; each stretch of everyMs holds
+// one, at a place of the task's own, or where that of a bus master is, whose figures these are
+// then.
 struct SchedBurst {
+    static constexpr std::uint32_t kOwn = 0xFFFFFFFF;
+
     std::uint32_t everyMs = 0;  // 0: none
     std::uint32_t lengthMs = 0;
     double factor = 1.0;
+    std::uint32_t master = kOwn;  // or its index in kMasters
 };
 
 // A thread. It wakes up once in each period and runs; without a period it never sleeps.

@@ -1,7 +1,7 @@
 // zarn-board-server: makes a virtual board and writes its moving files, as long as somebody holds
 // the other end of its standard input. Called by zarn-board; `table`, `events`, `buffers`,
-// `sched` and `status` are for users, too, `trace` is the work of the board's profiling tool. Exit
-// status: 0, 1 if the work fails, 2 for a wrong call.
+// `sched`, `bursts` and `status` are for users, too, `trace` is the work of the board's profiling
+// tool. Exit status: 0, 1 if the work fails, 2 for a wrong call.
 
 #include <poll.h>
 #include <unistd.h>
@@ -29,7 +29,7 @@ constexpr const char* kUsage =
     "       zarn-board-server table STATE MILLISECONDS...\n"
     "       zarn-board-server events STATE MILLISECONDS...\n"
     "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
-    "       zarn-board-server sched STATE FROM_US TO_US\n"
+    "       zarn-board-server sched|bursts STATE FROM_US TO_US\n"
     "       zarn-board-server status STATE\n"
     "       zarn-board-server trace STATE FOLDER\n"
     "       zarn-board-server account STATE\n"
@@ -103,7 +103,7 @@ struct Command {
     int (*run)(const Arguments&);
 };
 
-constexpr std::array<Command, 11> kCommands{{
+constexpr std::array<Command, 12> kCommands{{
     {"create", 3, 4, Create},
     {"serve", 4, 5, Serve},
     {"serve-once", 4, 5, ServeOnce},
@@ -111,6 +111,7 @@ constexpr std::array<Command, 11> kCommands{{
     {"events", 2, 1000000, PrintEvents},
     {"buffers", 1, 1000000, PrintBuffers},
     {"sched", 3, 3, PrintSched},
+    {"bursts", 3, 3, PrintBursts},
     {"status", 1, 1, PrintStatus},
     {"trace", 2, 2, Trace},
     {"account", 1, 1, PrintAccount},

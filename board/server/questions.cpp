@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "board/server/board_files.h"
+#include "board/server/burst_texts.h"
 #include "board/server/cpu_texts.h"
 #include "board/server/event_driver.h"
 #include "board/server/recorder_texts.h"
@@ -43,6 +44,26 @@ int PrintMoments(const Arguments& arguments, const TextOf& textOf) {
         texts += "time: " + std::to_string(timeMs) + " ms\n" + textOf(*state, timeMs);
     }
     return Print(std::move(texts));
+}
+
+// Prints what `textOf` makes of the state, for the time between two moments.
+int PrintSpan(const Arguments& arguments,
+              std::string (*textOf)(const BoardState& state, const SchedSpan& span)) {
+    const BoardState* state = OpenState(arguments[0]);
+    if (state == nullptr) {
+        return 1;
+    }
+    SchedSpan span;
+    for (const auto& [word, us] :
+         {std::pair(&arguments[1], &span.fromUs), {&arguments[2], &span.toUs}}) {
+        if (!IsDigitString(*word) || !StringToUint64(*word, *us)) {
+            return Fail("no time in microseconds: " + *word);
+        }
+    }
+    if (span.toUs < span.fromUs) {
+        return Fail("the time ends before it begins");
+    }
+    return Print(textOf(*state, span));
 }
 
 }  // namespace
@@ -82,22 +103,11 @@ int PrintBuffers(const Arguments& arguments) {
 }
 
 int PrintSched(const Arguments& arguments) {
-    const BoardState* state = OpenState(arguments[0]);
-    if (state == nullptr) {
-        return 1;
-    }
-    SchedSpan span;
-    for (const auto& [word, us] :
-         {std::pair(&arguments[1], &span.fromUs), {&arguments[2], &span.toUs}}) {
-        if (!IsDigitString(*word) || !StringToUint64(*word, *us)) {
-            return Fail("no time in microseconds: " + *word);
-        }
-    }
-    if (span.toUs < span.fromUs) {
-        return Fail("the time ends before it begins");
-    }
-    std::string text = SchedTruthText(*state, span);
-    return Print(std::move(text));
+    return PrintSpan(arguments, SchedTruthText);
+}
+
+int PrintBursts(const Arguments& arguments) {
+    return PrintSpan(arguments, BurstsText);
 }
 
 int PrintStatus(const Arguments& arguments) {

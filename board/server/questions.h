@@ -13,6 +13,7 @@ namespace zarn::board {
 [[nodiscard]] int PrintBuffers(const Arguments& arguments);
 // STATE FROM_US TO_US
 [[nodiscard]] int PrintSched(const Arguments& arguments);
+[[nodiscard]] int PrintBursts(const Arguments& arguments);
 // STATE
 [[nodiscard]] int PrintStatus(const Arguments& arguments);
 [[nodiscard]] int PrintAccount(const Arguments& arguments);

@@ -169,7 +169,7 @@ std::optional<std::string> ParseScenario(std::string_view text, BoardState& stat
         ReadBuffers(fields, state.scenario.programs, state.scenario.buffers);
         ReadMemory(fields, state.scenario.programs, state.scenario.memory);
         ReadEventPlan(fields, state.scenario.programs, state.scenario.events);
-        ReadSchedPlan(fields, state.scenario.sched);
+        ReadSchedPlan(fields, state.scenario.demands, state.scenario.sched);
         ReadPerf(fields, state.scenario);
         ReadFaultRules(fields, state.faults);
     });

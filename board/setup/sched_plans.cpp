@@ -23,6 +23,7 @@ using LockNames = std::vector<std::string>;
 
 // What reading one task needs beside its fields.
 struct Context {
+    const PerMaster<MasterDemand>& demands;
     SchedPlan& plan;
     LockNames& locks;
 };
@@ -76,10 +77,37 @@ void ReadAffinity(Fields& fields, std::uint32_t cores, SchedTask& task) {
     }
 }
 
-void ReadBurst(Fields& fields, SchedBurst& burst) {
-    fields.Section("burst", [&burst](Fields& section) {
+// A burst that follows that of a bus master, which has to have one.
+void FollowMaster(Fields& section, const PerMaster<MasterDemand>& demands, SchedBurst& burst) {
+    std::string name;
+    section.Text("follows", name);
+    const auto* const master =
+        std::find_if(kMasters.begin(), kMasters.end(),
+                     [&name](const BusMaster& known) { return known.name == name; });
+    const auto index = static_cast<std::uint32_t>(master - kMasters.begin());
+    if (master == kMasters.end() || demands[index].burstEveryMs == 0) {
+        Refuse(section.NameOf("follows"), "a bus master that has bursts");
+    }
+    if (section.Has("every_ms") || section.Has("length_ms")) {
+        Refuse(section.NameOf("follows"), "no every_ms and no length_ms beside it");
+    }
+    burst.everyMs = demands[index].burstEveryMs;
+    burst.lengthMs = demands[index].burstLengthMs;
+    burst.master = index;
+}
+
+void ReadBurst(Fields& fields, const PerMaster<MasterDemand>& demands, SchedBurst& burst) {
+    fields.Section("burst", [&](Fields& section) {
+        if (section.Has("follows")) {
+            FollowMaster(section, demands, burst);
+        } else if (section.Has("every_ms") || section.Has("length_ms")) {
+            burst.master = SchedBurst::kOwn;
+        }
         section.Count("every_ms", burst.everyMs, kMostMs);
         section.Count("length_ms", burst.lengthMs, burst.everyMs);
+        if (burst.lengthMs > burst.everyMs) {
+            Refuse(section.NameOf("length_ms"), "no more than every_ms");
+        }
         section.Real("factor", burst.factor, 0.0, kMostFactor);
     });
 }
@@ -132,7 +160,7 @@ void ReadTask(Fields& fields, const Context& context, SchedTask& task) {
         Refuse(fields.NameOf(task.periodUs == 0 ? "run_us" : "period_us"), "100 us at least");
     }
     fields.Real("jitter", task.jitter, 0.0, 1.0);
-    ReadBurst(fields, task.burst);
+    ReadBurst(fields, context.demands, task.burst);
     ReadLocks(fields, context.locks, task);
 }
 
@@ -194,8 +222,8 @@ void ReadProcess(Fields& fields, const Context& context) {
 
 }  // namespace
 
-void ReadSchedPlan(Fields& scenario, SchedPlan& plan) {
-    scenario.Section("sched", [&plan](Fields& fields) {
+void ReadSchedPlan(Fields& scenario, const PerMaster<MasterDemand>& demands, SchedPlan& plan) {
+    scenario.Section("sched", [&](Fields& fields) {
         plan.cores = kUsualSchedCores;
         fields.Count("cores", plan.cores, kMaxSchedCores);
         if (plan.cores == 0) {
@@ -205,7 +233,7 @@ void ReadSchedPlan(Fields& scenario, SchedPlan& plan) {
         const JsonValue* list = fields.List("processes", kMaxSchedProcesses);
         for (rapidjson::SizeType i = 0; list != nullptr && i < list->Size(); ++i) {
             Fields process((*list)[i], NameOfElement(fields, "processes", i));
-            ReadProcess(process, {plan, locks});
+            ReadProcess(process, {demands, plan, locks});
         }
     });
 }

@@ -169,7 +169,7 @@ TEST_P(Board, ItsProgramsSayHowTheyAreCalled) {
         "       zarn-board-server table STATE MILLISECONDS...\n"
         "       zarn-board-server events STATE MILLISECONDS...\n"
         "       zarn-board-server buffers STATE [MICROSECONDS...]\n"
-        "       zarn-board-server sched STATE FROM_US TO_US\n"
+        "       zarn-board-server sched|bursts STATE FROM_US TO_US\n"
         "       zarn-board-server status STATE\n"
         "       zarn-board-server trace STATE FOLDER\n"
         "       zarn-board-server account STATE\n"

@@ -82,6 +82,26 @@ TEST(ReadSchedPlan, AScenarioWithoutItHasNoCores) {
     EXPECT_EQ(state->scenario.sched.taskCount, 0U);
 }
 
+TEST(ReadSchedPlan, ABurstFollowsABusMasterUnlessAThreadHasItsOwn) {
+    const auto state = std::make_unique<BoardState>();
+    EXPECT_EQ(
+        ParseScenario(R"({"masters": {"aic_dat": {"burst": {"every_ms": 900, "length_ms": 300}}},
+        "sched": {"processes": [{"name": "a", "burst": {"follows": "aic_dat", "factor": 3},
+            "threads": [{"name": "same", "burst": {"factor": 2}},
+                        {"name": "own", "burst": {"every_ms": 50, "length_ms": 9}}]}]}})",
+                      *state)
+            .value_or("taken"),
+        "taken");
+    const auto& tasks = state->scenario.sched.tasks;
+    for (const std::size_t follower : {0U, 1U}) {
+        EXPECT_EQ(tasks[follower].burst.master, 4U);
+        EXPECT_EQ(tasks[follower].burst.everyMs, 900U);
+        EXPECT_EQ(tasks[follower].burst.lengthMs, 300U);
+    }
+    EXPECT_EQ(tasks[1].burst.factor, 2.0);
+    EXPECT_EQ(tasks[2].burst.master, SchedBurst::kOwn);
+}
+
 TEST(ReadSchedPlan, TellsWhatIsWrong) {
     const std::string lock = R"({"name": "x", "after_us": )";
     const std::vector<std::pair<std::string, std::string>> cases{
@@ -110,6 +130,13 @@ TEST(ReadSchedPlan, TellsWhatIsWrong) {
          "sched.processes[0].period_us: expected 100 us at least"},
         {WithProcess(R"("burst": {"every_ms": 5, "length_ms": 6})"),
          "sched.processes[0].burst.length_ms: expected a whole number from 0 to 5"},
+        {WithProcess(
+             R"("burst": {"every_ms": 9, "length_ms": 9}, "threads": [{"burst": {"every_ms": 8}}])"),
+         "sched.processes[0].threads[0].burst.length_ms: expected no more than every_ms"},
+        {WithProcess(R"("burst": {"follows": "aic_dat"})"),
+         "sched.processes[0].burst.follows: expected a bus master that has bursts"},
+        {WithProcess(R"("burst": {"follows": "gpu"})"),
+         "sched.processes[0].burst.follows: expected a bus master that has bursts"},
         {WithProcess(R"("locks": [)" + lock + R"(900, "hold_us": 101}])"),
          "sched.processes[0].locks: expected nothing beyond the run"},
         {WithProcess(R"("locks": [)" + lock + R"(0, "hold_us": 9}, )" + lock + "8}]"),
