@@ -2,13 +2,15 @@
 #include <memory>
 #include <numeric>
 
+#include "board/model/bursts.h"
+#include "board/model/core_times.h"
 #include "board/model/pipeline.h"
 #include "board/setup/scenario_parser.h"
 #include "board/state/cpu_observation.h"
 #include "fuzz/fuzz_input.h"
 
 // A scenario of the board: it is refused, or the pipelines of its programs keep to what a processor
-// can do, however little the memory serves.
+// can do, however little the memory serves, and its cores to their time.
 namespace {
 
 using zarn::board::CpuCounts;
@@ -38,6 +40,27 @@ void RequireRates(const CpuCounts& rates) {
             "a cycle has four slots");
 }
 
+// Some ticks of the cores, with bursts of a minute.
+void RequireCores(const zarn::board::BoardState& state) {
+    constexpr std::uint64_t kTicks = 4;
+    constexpr std::uint64_t kMinuteUs = 60000000;
+    const zarn::board::SchedPlan& plan = state.scenario.sched;
+    zarn::board::CoreTimes times(plan, state.seed);
+    times.Advance(kTicks);
+    for (const zarn::board::CoreTicks& core : times.Cores()) {
+        Require(core.user + core.nice + core.idle == kTicks, "each tick is one of a core's times");
+    }
+    std::uint64_t lastUs = 0;
+    const zarn::board::SchedSpan span{kMinuteUs - 1000000, kMinuteUs};
+    for (const auto& burst : BurstsIn(state.scenario.demands, plan, state.seed, span)) {
+        Require(burst.span.fromUs < burst.span.toUs, "a burst lasts");
+        Require(burst.span.fromUs < span.toUs && burst.span.toUs > span.fromUs,
+                "a burst lies in the time");
+        Require(burst.span.fromUs >= lastUs, "the first is told first");
+        lastUs = burst.span.fromUs;
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -47,6 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Require(!reason->empty(), "a refusal has a reason");
         return 0;
     }
+    RequireCores(*state);
     for (std::size_t i = 0; i < state->scenario.programs.count; ++i) {
         const zarn::board::PipelineProfile& profile = ProfileOf(*state, i);
         for (const double stretch : {1.0, 1.5, 20.0}) {
