@@ -1,0 +1,208 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "board/model/bursts.h"
+#include "board/server/sched_truth.h"
+#include "formats/cpu.h"
+#include "formats/ddr.h"
+#include "foundation/json.h"
+#include "foundation/text.h"
+#include "tests/support/lines.h"
+#include "tests/support/manager_texts.h"
+#include "tests/system/support/board_runner.h"
+#include "tests/system/support/program_lock.h"
+
+// Memory, cores and scheduler measured at once on a board where they burst together: what their
+// analyses tell of peaks must lie in the bursts of the model.
+namespace zarn::test {
+namespace {
+
+using board::KnownBurst;
+using board::SchedSpan;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr std::int64_t kSecondUs = 1000000;
+// A bandwidth table is of the last tick of 100 ms, and is there a moment later.
+constexpr std::int64_t kTableAgeUs = 200000;
+// The stamp of a sample of top is that of top's start and the samples since then: top reads later,
+// by what its start and its samples have taken.
+constexpr std::uint64_t kStampAgeUs = 500000;
+constexpr double kPoints = 10.0;
+
+// What the machine's clock shows at the begin of its uptime, in us.
+std::int64_t BootUs() {
+    timespec now{};
+    timespec up{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    ::clock_gettime(CLOCK_MONOTONIC, &up);
+    return (now.tv_sec - up.tv_sec) * kSecondUs + (now.tv_nsec - up.tv_nsec) / 1000;
+}
+
+// A time of 14 digits or, with milliseconds, 17.
+std::int64_t ClockUs(const std::string& digits) {
+    std::tm parts{};
+    EXPECT_NE(::strptime(digits.substr(0, 14).c_str(), "%Y%m%d%H%M%S", &parts), nullptr) << digits;
+    parts.tm_isdst = -1;
+    const std::int64_t milliseconds = digits.size() > 14 ? std::stoll(digits.substr(14)) : 0;
+    return std::int64_t{::mktime(&parts)} * kSecondUs + milliseconds * 1000;
+}
+
+// A figure with its unit behind it.
+std::int64_t InUs(const JsonValue& figure, double unit) {
+    return std::llround(std::stod(figure.GetString()) * unit);
+}
+
+class SharedBurstTest : public testing::TestWithParam<int> {
+protected:
+    void SetUp() override {
+        ConfigText config;
+        config.parallel = R"(["CpuCollector", "DdrCollector", "SchedCollector"])";
+        config.analyze = R"(["CpuAnalyzer", "DdrAnalyzer", "SchedAnalyzer"])";
+        BoardRun run;
+        run.options = "--board kept --scenario shared_burst --seed " + std::to_string(GetParam());
+        ASSERT_EQ(
+            board_.Run(
+                config.Text({{"CpuCollector", R"({"job": ["global", "core"], "interval": 1,
+                           "process": [], "count": 11, "thread_collector": false, "json_output": true})"},
+                             {"DdrCollector", R"({"job": ["global"], "interval": 1, "count": 9})"},
+                             {"SchedCollector", R"({"job": ["global"], "sched":
+                           {"is_call_record": false, "duration": 9, "topN": 40, "sorted": "max"}})"},
+                             {"CpuAnalyzer", R"({"job": ["global", "core"],
+                           "peak_trought_threshold": 0.1, "process_set": {}})"},
+                             {"DdrAnalyzer", R"({"job": ["global"]})"},
+                             {"SchedAnalyzer", R"({"job": ["global"], "runTimeThreshold": 1e6})"}}),
+                run),
+            0);
+        EXPECT_THAT(board_.Err(),
+                    Not(testing::ContainsRegex("\\[[A-Z][a-z]*(Collector|Analyzer)")));
+        state_ = board::MapBoardState((board_.Files().Path() + "kept/state").c_str());
+        ASSERT_NE(state_, nullptr);
+        const SchedSpan all{0, board::BoardTimeUs(*state_)};
+        for (const KnownBurst& burst :
+             BurstsIn(state_->scenario.demands, state_->scenario.sched, state_->seed, all)) {
+            if (burst.isMasters) {
+                bursts_.push_back(burst.span);
+            }
+        }
+    }
+
+    // The board's time, and that of the machine's clock.
+    [[nodiscard]] std::int64_t BoardUs(std::int64_t uptimeUs) const {
+        return uptimeUs - static_cast<std::int64_t>(state_->startNs / 1000);
+    }
+    [[nodiscard]] std::int64_t BoardUsOfClock(const std::string& digits) const {
+        return BoardUs(ClockUs(digits) - bootUs_);
+    }
+
+    // The burst in which a moment of the board lies, or one so much earlier; -1 if none.
+    [[nodiscard]] int BurstAt(std::int64_t us, std::int64_t lateUs = 0) const {
+        for (std::size_t i = 0; i < bursts_.size(); ++i) {
+            if (us >= static_cast<std::int64_t>(bursts_[i].fromUs) &&
+                us < static_cast<std::int64_t>(bursts_[i].toUs) + lateUs) {
+                return static_cast<int>(i);
+            }
+        }
+        return -1;
+    }
+
+    // When the bandwidth of all masters peaked, as its analysis says.
+    [[nodiscard]] std::vector<std::int64_t> DdrPeaks() const {
+        std::vector<std::int64_t> peaks;
+        const auto documents = DocumentsIn(board_.Tree().Read(ddr_files::kAnalysis));
+        const JsonValue& total = documents.at(0)["content"][0];
+        EXPECT_STREQ(total["mpam_name"].GetString(), kDdrTotal);
+        for (const JsonValue& peak : total["peak"].GetArray()) {
+            peaks.push_back(BoardUsOfClock(peak["timeStamp"].GetString()));
+        }
+        return peaks;
+    }
+
+    // The model's load of all cores, in percent.
+    [[nodiscard]] double LoadIn(const SchedSpan& span) const {
+        std::uint64_t runUs = 0;
+        for (const auto& task : SchedTruthOf(state_->scenario.sched, state_->seed, span)) {
+            runUs += task.runUs;
+        }
+        return 100.0 * static_cast<double>(runUs) /
+               static_cast<double>((span.toUs - span.fromUs) * state_->scenario.sched.cores);
+    }
+
+    // The sample of the processors whose second a moment lies in: its end by its stamp, and its
+    // load.
+    [[nodiscard]] std::optional<std::pair<std::int64_t, double>> SampleAt(std::int64_t us) const {
+        for (const std::string& line : LinesIn(board_.Tree().Read(cpu_files::kLoadingTable))) {
+            std::vector<std::string> cells;
+            SplitString(line, ",", cells);
+            const std::int64_t endUs = line[0] == '\'' ? BoardUsOfClock(cells[0].substr(1)) : 0;
+            if (endUs >= us) {
+                return std::pair(endUs, std::stod(cells[1]));
+            }
+        }
+        return std::nullopt;
+    }
+
+    // The load of that sample is the model's, in a second that is the sample's or a bit later.
+    void CheckLoadAt(std::int64_t us) const {
+        const auto sample = SampleAt(us);
+        ASSERT_TRUE(sample) << "at " << us;
+        const auto endUs = static_cast<std::uint64_t>(sample->first);
+        double least = 100.0;
+        for (std::uint64_t lateUs = 0; lateUs <= kStampAgeUs; lateUs += kStampAgeUs / 10) {
+            const double load = LoadIn({endUs + lateUs - kSecondUs, endUs + lateUs});
+            least = std::min(least, std::abs(load - sample->second));
+        }
+        EXPECT_LE(least, kPoints) << sample->second << " at " << endUs;
+    }
+
+    ProgramLock lock_;
+    BoardRunner board_;
+    board::BoardState* state_ = nullptr;
+    std::int64_t bootUs_ = BootUs();
+    std::vector<SchedSpan> bursts_;
+};
+
+TEST_P(SharedBurstTest, PeaksOfAllKindsLieInTheModelsBursts) {
+    std::set<int> peaked;
+    for (const std::int64_t us : DdrPeaks()) {
+        const int burst = BurstAt(us, kTableAgeUs);
+        EXPECT_GE(burst, 0) << us;
+        peaked.insert(burst);
+        CheckLoadAt(us);
+    }
+    EXPECT_THAT(peaked, Not(IsEmpty()));
+
+    std::set<int> ran;
+    const RunTree tree = board_.Tree();
+    const auto documents =
+        DocumentsIn(tree.Read(tree.OnlyFile("json", "soc_schedAna_global_timehist_ana_1_")));
+    const JsonValue& runs = documents.at(0)["content"];
+    EXPECT_EQ(runs.Size(), 40U);
+    for (const JsonValue& run : runs.GetArray()) {
+        const std::int64_t endUs = InUs(run["time"], 1e6);
+        const int burst = BurstAt(BoardUs(endUs - InUs(run["runTime"], 1e3)));
+        EXPECT_GE(burst, 0) << run["task"].GetString() << " at " << endUs;
+        ran.insert(burst);
+    }
+    // By the clock they are up to a second early, since the moment of booting has whole seconds.
+    const std::int64_t earlyUs = bootUs_ - ClockUs(runs[0]["systemStartUpTime"].GetString());
+    EXPECT_GE(earlyUs, 0);
+    EXPECT_LE(earlyUs, kSecondUs);
+    for (const int burst : peaked) {
+        EXPECT_EQ(ran.count(burst), 1U) << burst;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, SharedBurstTest, testing::Range(1, 6));
+
+}  // namespace
+}  // namespace zarn::test
