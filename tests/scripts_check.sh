@@ -86,7 +86,7 @@ expect "zarn-board completes folders" "folder" "$(completions "$board" --opt-usr
 expect "zarn-board completes a plan's file" "b.txt" "$(completions "$board" --faults b)"
 expect "zarn-board completes the command" "unshare" "$(completions "$board" --seed 1 -- unshar)"
 expect "zarn-board completes the command's files" "a.json" "$(completions "$board" -- cat a)"
-expect "zarn-board-server completes commands" "serve serve-once status" "$(completions zarn-board-server s)"
+expect "zarn-board-server completes commands" "sched serve serve-once status" "$(completions zarn-board-server s)"
 expect "zarn-board-server completes files" "b.txt" "$(completions zarn-board-server status b)"
 
 [ "$failures" -gt 0 ] || echo "the scripts are in order"
