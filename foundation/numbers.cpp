@@ -224,6 +224,18 @@ bool StringToUint32(const std::string& text, std::uint32_t& value) {
     return Convert(text, value, [](const std::string& digits) { return std::stoul(digits); });
 }
 
+bool TextToUint32(std::string_view text, std::uint32_t& value) {
+    constexpr std::size_t kDigitsThatFit = std::numeric_limits<std::uint64_t>::digits10;
+    std::uint64_t parsed = 0;
+    const char* const end = text.data() + text.size();
+    if (text.size() <= kDigitsThatFit && std::from_chars(text.data(), end, parsed).ptr == end &&
+        !text.empty()) {
+        value = static_cast<std::uint32_t>(parsed);
+        return true;
+    }
+    return StringToUint32(std::string(text), value);
+}
+
 bool StringToUint64(const std::string& text, std::uint64_t& value) {
     return Convert(text, value, [](const std::string& digits) { return std::stoull(digits); });
 }

@@ -17,6 +17,8 @@ namespace zarn {
 // The same value without a line, where there is one that can be ordered: "nan" has none.
 [[nodiscard]] std::optional<double> NumberIn(std::string_view text);
 [[nodiscard]] bool StringToUint32(const std::string& text, std::uint32_t& value);
+// StringToUint32 for views, without a copy for plain digits.
+[[nodiscard]] bool TextToUint32(std::string_view text, std::uint32_t& value);
 [[nodiscard]] bool StringToUint64(const std::string& text, std::uint64_t& value);
 
 // Fixed notation with that many decimals.

@@ -197,12 +197,16 @@ TEST(StringToDouble, FollowsTheStandardConversion) {
 TEST(StringToUint32, TruncatesTheUnsignedLong) {
     const auto expect = [](const std::string& text, std::uint32_t value, const std::string& line) {
         ExpectConversion<std::uint32_t>(StringToUint32, text, value, line);
+        ExpectConversion<std::uint32_t>(TextToUint32, text, value, line);
     };
     expect("42", 42, "");
     expect(" 42 MB", 42, "");
     expect("4294967295", 4294967295U, "");
     expect("4294967296", 0, "");
     expect("4294967301", 5, "");
+    expect("9999999999999999999", 2313682943U, "");
+    expect("18446744073709551615", 4294967295U, "");
+    expect("007", 7, "");
     expect("-1", 4294967295U, "");
     expect("010", 10, "");
     expect("0x10", 0, "");
