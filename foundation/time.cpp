@@ -1,5 +1,6 @@
 #include "foundation/time.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <ctime>
@@ -117,8 +118,14 @@ std::string GetFileTimestamp(const std::string& path) {
 }
 
 void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag) {
-    for (std::uint32_t slept = 0; slept < seconds && !IsSet(stopFlag); ++slept) {
-        std::this_thread::sleep_for(std::chrono::seconds(1));
+    SleepFor(std::chrono::seconds(seconds), stopFlag);
+}
+
+void SleepFor(std::chrono::milliseconds duration, const StopFlag* stopFlag) {
+    constexpr std::chrono::milliseconds kAtOnce(1000);
+    while (duration.count() > 0 && !IsSet(stopFlag)) {
+        std::this_thread::sleep_for(std::min(duration, kAtOnce));
+        duration -= kAtOnce;
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 
@@ -33,5 +34,7 @@ namespace zarn {
 
 // Sleeps up to `seconds`, one second at a time, ending early when the flag is set.
 void SleepSeconds(std::uint32_t seconds, const StopFlag* stopFlag);
+// The same for any length: at most one second at a time.
+void SleepFor(std::chrono::milliseconds duration, const StopFlag* stopFlag);
 
 }  // namespace zarn

@@ -9,22 +9,22 @@
 
 namespace zarn {
 
-std::string MissionCost::LineOf(const std::string& missionName) const {
+std::string MissionCost::LineOf(const std::string& missionName, const char* words) const {
     const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(
         std::chrono::steady_clock::now() - start_);
     std::ostringstream text;
-    text << "[" << missionName << "] cost time: " << static_cast<double>(elapsed.count()) / 1000.0
-         << "s";
+    text << "[" << missionName << words << static_cast<double>(elapsed.count()) / 1000.0 << "s";
     return text.str();
 }
 
-void MissionCost::Record(const std::string& missionName, const std::string& dataPath) const {
-    RecordCostTime(dataPath, std::ostringstream(LineOf(missionName) + "\n"));
+void MissionCost::Record(const std::string& missionName, const std::string& dataPath,
+                         const char* words) const {
+    RecordCostTime(dataPath, std::ostringstream(LineOf(missionName, words) + "\n"));
 }
 
 void MissionCost::RecordAndPrint(const std::string& missionName,
                                  const std::string& dataPath) const {
-    const std::string line = LineOf(missionName);
+    const std::string line = LineOf(missionName, kWords);
     PrintLine(line);
     RecordCostTime(dataPath, std::ostringstream(line + "\n"));
 }

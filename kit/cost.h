@@ -12,14 +12,18 @@ public:
     MissionCost() : start_(std::chrono::steady_clock::now()) {}
 
     // Appends "[<missionName>] cost time: <seconds>s" to env_info/time_cost.log below `dataPath`,
-    // the seconds being whole milliseconds / 1000.0 in a stream's default number format.
-    void Record(const std::string& missionName, const std::string& dataPath) const;
+    // the seconds being whole milliseconds / 1000.0 in a stream's default number format. `words`
+    // are those between name and seconds of a mission that writes them otherwise.
+    void Record(const std::string& missionName, const std::string& dataPath,
+                const char* words = kWords) const;
 
     // The same, and prints the line on standard output.
     void RecordAndPrint(const std::string& missionName, const std::string& dataPath) const;
 
 private:
-    [[nodiscard]] std::string LineOf(const std::string& missionName) const;
+    static constexpr const char* kWords = "] cost time: ";
+
+    [[nodiscard]] std::string LineOf(const std::string& missionName, const char* words) const;
 
     std::chrono::steady_clock::time_point start_;
 };

@@ -10,7 +10,11 @@ namespace zarn {
 
 Clock SystemClock() {
     return {GetCurrentTimeString, SleepSeconds,
-            [](std::chrono::microseconds duration) { std::this_thread::sleep_for(duration); }};
+            [](std::chrono::microseconds duration) { std::this_thread::sleep_for(duration); },
+            SleepFor,
+            []() -> std::chrono::nanoseconds {
+                return std::chrono::system_clock::now().time_since_epoch();
+            }};
 }
 
 long Host::ConfiguredProcessors() {

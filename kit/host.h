@@ -20,6 +20,10 @@ struct Clock {
     std::function<void(std::uint32_t, const StopFlag*)> sleepSeconds;
     // Sleeps that long, whatever the flag.
     std::function<void(std::chrono::microseconds)> pause;
+    // Sleeps up to that long, ending early when the flag is set.
+    std::function<void(std::chrono::milliseconds, const StopFlag*)> sleepFor;
+    // The wall clock, which somebody may set while a mission runs: time since the epoch.
+    std::function<std::chrono::nanoseconds()> sinceEpoch;
 };
 
 // That of the machine.

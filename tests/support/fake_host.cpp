@@ -13,6 +13,13 @@ Host FakeHost::Get() {
         duringSleep();
     };
     clock.pause = [this](std::chrono::microseconds duration) { pauses.push_back(duration); };
+    clock.sleepFor = [this](std::chrono::milliseconds duration, const StopFlag* flag) {
+        waits.push_back(duration);
+        sleepFlags.push_back(flag);
+        wallTime += duration;
+        duringSleep();
+    };
+    clock.sinceEpoch = [this] { return wallTime; };
     return {otherRunner != nullptr ? *otherRunner : runner,
             otherDevice != nullptr ? *otherDevice : device,
             buffers,

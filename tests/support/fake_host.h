@@ -40,8 +40,10 @@ public:
 
     std::vector<std::uint32_t> sleeps;              // asked for, in seconds
     std::vector<std::chrono::microseconds> pauses;  // asked for
+    std::vector<std::chrono::milliseconds> waits;   // asked for, that the flag may end
     std::vector<const StopFlag*> sleepFlags;        // the flags handed over with `sleeps`
     std::function<void()> duringSleep = [] {};
+    std::chrono::nanoseconds wallTime{0};  // moves on by `waits` alone
 
 private:
     bool Tick(std::string& time);

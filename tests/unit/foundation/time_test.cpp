@@ -246,6 +246,32 @@ TEST(SleepSeconds, SleepsWholeSeconds) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
 }
 
+TEST(SleepFor, ReturnsAtOnceWithNothingToSleep) {
+    const StopFlag stopped{1};
+    const auto start = std::chrono::steady_clock::now();
+    SleepFor(std::chrono::seconds(kManySeconds), &stopped);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(kManySeconds));
+    const StopFlag running{0};
+    SleepFor(std::chrono::milliseconds(0), &running);
+    SleepFor(std::chrono::milliseconds(-1), &running);
+}
+
+TEST(SleepFor, EndsEarlyWhenTheFlagIsSet) {
+    StopFlag stopFlag{0};
+    const auto start = std::chrono::steady_clock::now();
+    std::thread interrupt([&stopFlag] { stopFlag = 1; });
+    SleepFor(std::chrono::seconds(kManySeconds), &stopFlag);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(kManySeconds));
+    interrupt.join();
+}
+
+TEST(SleepFor, SleepsMilliseconds) {
+    const StopFlag running{0};
+    const auto start = std::chrono::steady_clock::now();
+    SleepFor(std::chrono::milliseconds(20), &running);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20));
+}
+
 TEST(RecordCostTime, AppendsAndPassesOverAMissingFolder) {
     const test::TempDir directory;
     directory.Write("env_info/time_cost.log", "[A] cost time: 1s\n");
@@ -289,6 +315,15 @@ TEST(MissionCost, WritesOneLineWithWholeMilliseconds) {
     EXPECT_TRUE(testing::internal::RE::FullMatch(
         directory.Read("env_info/time_cost.log"),
         testing::internal::RE("\\[XCollector\\] cost time: [0-9.]+s\n")));
+}
+
+TEST(MissionCost, WritesAMissionsOwnWords) {
+    const test::TempDir directory;
+    directory.Write("env_info/time_cost.log", "");
+    MissionCost().Record("XCollector", directory.Path(), "] Took: ");
+    EXPECT_TRUE(testing::internal::RE::FullMatch(
+        directory.Read("env_info/time_cost.log"),
+        testing::internal::RE("\\[XCollector\\] Took: [0-9.]+s\n")));
 }
 
 TEST(MissionCost, PrintsTheLineThatItWrites) {

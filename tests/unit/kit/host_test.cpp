@@ -28,6 +28,12 @@ TEST(HostTest, ASetFlagEndsTheSleep) {
     const StopFlag stopFlag(1);
     Host().clock.sleepSeconds(3600, &stopFlag);
     Host().clock.pause(std::chrono::microseconds(1));
+    Host().clock.sleepFor(std::chrono::hours(1), &stopFlag);
+}
+
+TEST(HostTest, TheWallClockCountsFromTheEpoch) {
+    const std::chrono::hours firstOf2020(24 * 18262);
+    EXPECT_GT(Host().clock.sinceEpoch(), firstOf2020);
 }
 
 // Outside a board there is no resource manager, and every call of the library says so.
@@ -56,6 +62,9 @@ TEST(HostTest, TheFakeOneKeepsWhatItIsAsked) {
     host.clock.sleepSeconds(7, &stopFlag);
     EXPECT_THAT(fake.sleeps, testing::ElementsAre(7U));
     EXPECT_THAT(fake.sleepFlags, testing::ElementsAre(&stopFlag));
+    host.clock.sleepFor(std::chrono::milliseconds(30), &stopFlag);
+    EXPECT_THAT(fake.waits, testing::ElementsAre(std::chrono::milliseconds(30)));
+    EXPECT_EQ(host.clock.sinceEpoch(), std::chrono::milliseconds(30));
     fake.buffers.answers = {"abc"};
     std::uint32_t size = 8;
     std::string out(8, '-');
