@@ -47,6 +47,7 @@ MissionClasses ListMissions() {
         Collector<CacheGrindCollector>(),
         Collector<CallGrindCollector>(),
         Collector<CpuCollector>(),
+        Collector<CpuPeakCollector>(),
         Collector<DdrCollector>(),
         Collector<HotFunCollector>(),
         Collector<ImgpCollector>(),

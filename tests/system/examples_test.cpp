@@ -24,7 +24,7 @@ protected:
         AddRecordedCpuTools(sandbox);
         AddRecordedPerf(sandbox);
         AddSchedTools(sandbox);
-        if (Names("HotFun") || Names("LibCollector") || Names("CallGrind")) {
+        if (Names("HotFun") || Names("LibCollector") || Names("CallGrind") || Names("CpuPeak")) {
             AddRecordedProfiler(sandbox);
         }
         if (Names("ProcessRunSetting")) {
