@@ -43,6 +43,10 @@ bool BindOver(const std::string& source, const std::string& target) {
     return ::mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == 0;
 }
 
+// Processes come and go in this folder, which has to stay the machine's: what is to stand in it
+// must be there.
+constexpr const char* kProcesses = "/proc";
+
 void MakeEmpty(const fs::path& path, bool folder) {
     if (folder) {
         fs::create_directory(path);
@@ -55,6 +59,15 @@ void MakeEmpty(const fs::path& path, bool folder) {
 bool Show(const fs::path& source, const fs::path& target) {
     MakeEmpty(target, fs::is_directory(source));
     return BindOver(source.string(), target.string());
+}
+
+// Puts other files into the places of those that are in the folder.
+bool Replace(const std::string& folder, const std::map<std::string, std::string>& added) {
+    bool replaced = true;
+    for (const auto& [name, source] : added) {
+        replaced = BindOver(source, fs::path(folder) / name) && replaced;
+    }
+    return replaced;
 }
 
 // Builds the folder in `staged`, entries of the machine and additions, and puts it into its place.
@@ -97,6 +110,10 @@ bool CanMount() {
 bool EnterPrivateView(const Additions& additions, const std::string& staging) {
     bool entered = LeaveNamespace();
     for (const auto& [folder, added] : additions) {
+        if (folder == kProcesses) {
+            entered = entered && Replace(folder, added);
+            continue;
+        }
         const std::string staged = staging + "/" + fs::path(folder).filename().string();
         fs::create_directory(staged);
         entered = entered && Rebuild(folder, added, staged);
@@ -118,6 +135,13 @@ std::vector<std::string> ProotOptions(const Additions& additions, const std::str
         const auto rebuilt = additions.find(top.path().string());
         if (rebuilt == additions.end()) {
             show(top.path(), top.path().string());
+            continue;
+        }
+        if (rebuilt->first == kProcesses) {
+            show(top.path(), top.path().string());
+            for (const auto& [name, source] : rebuilt->second) {
+                options.insert(options.end(), {"-b", source + ":" + rebuilt->first + "/" + name});
+            }
             continue;
         }
         MakeEmpty(emptyRoot + rebuilt->first, true);

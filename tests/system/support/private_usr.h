@@ -13,6 +13,7 @@ namespace zarn::test {
 
 // What a private view of the machine adds: folders of the machine, and for each the names in it
 // that are something else, or are there at all, with what stands there instead; "" for nothing.
+// In /proc these must be files that are there.
 using Additions = std::map<std::string, std::map<std::string, std::string>>;
 
 // Gives the calling process a mount namespace with these additions; all else stays visible.
