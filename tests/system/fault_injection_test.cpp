@@ -50,6 +50,8 @@ const std::vector<std::string> kSchedCalls = {"close", "localtime", "mkdir",    
 const std::vector<std::string> kMicroscopeCalls = {"close",   "localtime", "mkdir", "open",
                                                    "opendir", "pipe",      "read",  "spawn",
                                                    "thread",  "truncate",  "write"};
+const std::vector<std::string> kPeakCalls = {"close", "localtime", "mkdir",    "open", "read",
+                                             "spawn", "thread",    "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -178,6 +180,15 @@ std::string ProfileConfig() {
          {"HotFunComparator", R"({"job": ["process"], "process": ["fault_worker"]})"}});
 }
 
+// One pass, since its recording is behind the time, and a peak, whatever this machine does: its
+// cores are above a limit below nothing.
+std::string PeakConfig() {
+    ConfigText config;
+    config.serial = R"(["CpuPeakCollector"])";
+    return config.Text({{"CpuPeakCollector", R"({"scanDuration": 30, "scanPeriod": 30,
+        "maxUsage": -1.0, "collectionDuration": 0.0, "collectionFrequency": 99})"}});
+}
+
 // All that looks at single programs, two of which the collectors start, and the benchmarks.
 std::string MicroscopeConfig() {
     ConfigText config;
@@ -252,6 +263,15 @@ void WalkMicroscope(const std::vector<std::string>& more) {
     AddRecordedTracer(sandbox);
     AddFakeValgrind(sandbox);
     sandbox.Write("config.json", MicroscopeConfig());
+    WalkIn(sandbox, more);
+}
+
+void WalkPeak(const std::vector<std::string>& more) {
+    Sandbox sandbox;
+    AddRecordedProfiler(sandbox);
+    // The kernel's counts have to move between two readings.
+    sandbox.SetEnvironment("ZARN_FAULT_SLEEPS", "1");
+    sandbox.Write("config.json", PeakConfig());
     WalkIn(sandbox, more);
 }
 
@@ -368,6 +388,14 @@ TEST(FaultInjection, EveryCallOfARunAboutSingleProgramsFailsInTurn) {
 
 TEST(FaultInjection, ARunAboutSingleProgramsIsInterruptedAtRandomCalls) {
     WalkMicroscope(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfAPeakRunFailsInTurn) {
+    WalkPeak(kPeakCalls);
+}
+
+TEST(FaultInjection, APeakRunIsInterruptedAtRandomCalls) {
+    WalkPeak(kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfADdrRunFailsInTurn) {

@@ -8,8 +8,10 @@
 //   ZARN_FAULT_COUNTS file that gets "<call> <count>" lines when the process ends in an ordinary
 //                     way
 //   ZARN_FAULT_HITS   file that gets a line "<call>" for each fault when it happens
+//   ZARN_FAULT_SLEEPS if set, sleeps take their time
 //
-// Sleeping costs no time here, so that a walk over all faults does not wait for sampling intervals.
+// Else sleeping costs no time here, so that a walk over all faults does not wait for sampling
+// intervals.
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -184,6 +186,11 @@ int OpenAs(const char* realName, const char* path, int flags, mode_t mode) {
                             : Real<int(const char*, int, ...)>(realName)(path, flags, mode);
 }
 
+// Whether sleeps are left out.
+bool IsSleepless() {
+    return enabled && std::getenv("ZARN_FAULT_SLEEPS") == nullptr;
+}
+
 int SleepNot(struct timespec* left) {
     if (left != nullptr) {
         *left = {};
@@ -288,15 +295,16 @@ struct tm* localtime_r(const time_t* time, struct tm* local) noexcept {
 }
 
 int nanosleep(const struct timespec* time, struct timespec* left) {
-    return enabled ? SleepNot(left)
-                   : Real<int(const struct timespec*, struct timespec*)>("nanosleep")(time, left);
+    return IsSleepless()
+               ? SleepNot(left)
+               : Real<int(const struct timespec*, struct timespec*)>("nanosleep")(time, left);
 }
 
 int clock_nanosleep(clockid_t clock, int flags, const struct timespec* time,
                     struct timespec* left) {
-    return enabled ? SleepNot(left)
-                   : Real<int(clockid_t, int, const struct timespec*, struct timespec*)>(
-                         "clock_nanosleep")(clock, flags, time, left);
+    return IsSleepless() ? SleepNot(left)
+                         : Real<int(clockid_t, int, const struct timespec*, struct timespec*)>(
+                               "clock_nanosleep")(clock, flags, time, left);
 }
 
 int tovi_get_device_count(int* count) {

@@ -32,6 +32,7 @@
 #include <string>
 #include <vector>
 
+#include "formats/cpu_peak.h"
 #include "formats/hot_fun.h"
 #include "formats/lib.h"
 #include "formats/run_tree.h"
@@ -336,7 +337,8 @@ private:
             // What perf recorded is no document.
             if (entry.path().extension() != ".data" ||
                 name.rfind(zarn::hot_fun_files::kRawPrefix, 0) == 0 ||
-                name.rfind(zarn::lib_files::kRawPrefix, 0) == 0) {
+                name.rfind(zarn::lib_files::kRawPrefix, 0) == 0 ||
+                name.rfind(zarn::cpu_peak_files::kRawPrefix, 0) == 0) {
                 continue;
             }
             // Nor is what is recorded of call chains.
