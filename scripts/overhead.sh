@@ -3,7 +3,7 @@
 # once with 400 more processes, and there one sample more that asks for the threads of every process, and one of
 # MemCollector on those processes; TopdownCollector and HotFunCollector on the virtual board, where perf counts
 # by the model and samples by this machine's kernel, beside a program at work; SchedCollector by the machine's own perf, if that may
-# record; BenchCollector; a trace of a batch of system calls by SysCallCollector; and profiles of single programs, beside their own
+# record; CpuPeakCollector while nothing is to be recorded; BenchCollector; a trace of a batch of system calls by SysCallCollector; and profiles of single programs, beside their own
 # account. Prints zarn's own CPU seconds beside those of the tools it starts; a run of 60 samples goes into
 # docs/performance.md.
 #
@@ -68,6 +68,12 @@ measure_scheduler() {
     run_mission SchedCollector "{\"job\": [\"global\"], \"count\": $1, \"sched\": {\"is_call_record\": false,
         \"duration\": 1, \"topN\": 10, \"sorted\": \"max\"}}" "$1" "second measured"
 }
+# measure_peaks SECONDS: CpuPeakCollector every 10 ms, with a limit that no core is ever above.
+measure_peaks() {
+    printf '\nCpuPeakCollector, seconds: %d, scanPeriod: 10\n\n' "$1"
+    run_mission CpuPeakCollector "{\"scanDuration\": $(($1 * 1000)), \"scanPeriod\": 10, \"maxUsage\": 100.0,
+        \"collectionDuration\": 1.0, \"collectionFrequency\": 99}" "$1" "second watched"
+}
 # measure_bench SECONDS: BenchCollector, with the machine's perf.
 measure_bench() {
     printf '\nBenchCollector, all benchmarks, then the system counted for %d s\n\n' "$1"
@@ -104,6 +110,7 @@ sampler=model
     profile HotFunCollector "{\"job\": [\"global\"], \"json_output\": true, \"duration\": $seconds, \"top\": 20}" \
         "$seconds" "$sampler"
     measure_scheduler "$seconds"
+    measure_peaks "$seconds"
     measure_bench "$seconds"
     measure_trace $((samples * 1000))
     measure_programs "$seconds"
