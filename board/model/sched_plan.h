@@ -13,7 +13,10 @@ inline constexpr std::uint32_t kMaxSchedCores = 32;  // a set of cores is a word
 inline constexpr std::size_t kMaxSchedProcesses = 32;
 inline constexpr std::size_t kMaxSchedTasks = 64;  // threads of all processes
 inline constexpr std::size_t kMaxSchedLocks = 8;
-inline constexpr std::size_t kMaxLockUses = 4;  // of one task
+inline constexpr std::size_t kMaxLockUses = 4;    // of one task
+inline constexpr std::size_t kMaxFunctions = 64;  // of all tasks
+inline constexpr std::size_t kMaxStacks = 8;      // of one task
+inline constexpr std::size_t kMaxStackCalls = 8;  // of one stack
 
 enum class SchedPolicy : std::uint32_t { kOther, kBatch, kIdle, kFifo, kRoundRobin };
 
@@ -41,6 +44,14 @@ struct SchedBurst {
     std::uint32_t master = kOwn;  // or its index in kMasters
 };
 
+// Functions that call one another, the outermost first, and for how much of its run, by the sum of
+// its stacks' shares, a task is in the last of them.
+struct TaskStack {
+    double share = 0.0;
+    std::uint32_t callCount = 0;
+    std::array<std::uint32_t, kMaxStackCalls> calls{};  // places in the plan's functions
+};
+
 // A thread. It wakes up once in each period and runs; without a period it never sleeps.
 struct SchedTask {
     std::array<char, 16> name{};  // ends in a NUL, as the kernel keeps it
@@ -55,7 +66,12 @@ struct SchedTask {
     SchedBurst burst;
     std::uint32_t lockUseCount = 0;
     std::array<LockUse, kMaxLockUses> lockUses{};  // one after the other
+    std::uint32_t stackCount = 0;                  // none: all of its run is in the first function
+    std::array<TaskStack, kMaxStacks> stacks{};
 };
+
+// The name of a function, which ends in a NUL.
+using FunctionName = std::array<char, 32>;
 
 struct SchedProcess {
     std::array<char, 16> name{};
@@ -70,6 +86,8 @@ struct SchedPlan {
     std::array<SchedProcess, kMaxSchedProcesses> processes{};
     std::uint32_t taskCount = 0;
     std::array<SchedTask, kMaxSchedTasks> tasks{};
+    std::uint32_t functionCount = 0;
+    std::array<FunctionName, kMaxFunctions> functions{};  // the first is that of tasks without any
 };
 
 }  // namespace zarn::board

@@ -16,6 +16,7 @@
 #include "board/server/cpu_files.h"
 #include "board/server/event_driver.h"
 #include "board/server/event_texts.h"
+#include "board/server/function_files.h"
 #include "board/server/proc_stat.h"
 #include "board/server/recorder_driver.h"
 #include "board/setup/scenario_parser.h"
@@ -57,8 +58,9 @@ bool LayScenarioFiles(const std::string& folder, const std::string& path) {
     }
     const std::uint32_t cores = state->scenario.sched.cores;
     const std::string files = folder + "/files";
-    const bool good = cores == 0 || (LayCpuFiles(files, cores) && LayProcStat(*state, files) &&
-                                     SetRecorderUp(files));
+    const bool good =
+        cores == 0 || (LayCpuFiles(files, cores) && LayProcStat(*state, files) &&
+                       SetRecorderUp(files) && LayFunctionFiles(folder, state->scenario.sched));
     ::munmap(state, sizeof(BoardState));
     return good;
 }

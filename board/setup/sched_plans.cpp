@@ -7,6 +7,8 @@
 #include <tuple>
 #include <vector>
 
+#include "board/setup/task_stacks.h"
+
 namespace zarn::board {
 namespace {
 
@@ -162,6 +164,7 @@ void ReadTask(Fields& fields, const Context& context, SchedTask& task) {
     fields.Real("jitter", task.jitter, 0.0, 1.0);
     ReadBurst(fields, context.demands, task.burst);
     ReadLocks(fields, context.locks, task);
+    ReadStacks(fields, context.plan, task);
 }
 
 void AddTask(const Fields& fields, const SchedTask& task, SchedPlan& plan) {
@@ -229,6 +232,7 @@ void ReadSchedPlan(Fields& scenario, const PerMaster<MasterDemand>& demands, Sch
         if (plan.cores == 0) {
             Refuse(fields.NameOf("cores"), "a core at least");
         }
+        AddUsualFunction(plan);
         LockNames locks;
         const JsonValue* list = fields.List("processes", kMaxSchedProcesses);
         for (rapidjson::SizeType i = 0; list != nullptr && i < list->Size(); ++i) {

@@ -19,7 +19,7 @@ namespace zarn::board {
 namespace {
 
 constexpr std::array<char, 8> kMagic{'v', 'b', 'o', 'a', 'r', 'd', '0', '1'};
-constexpr std::uint32_t kVersion = 8;
+constexpr std::uint32_t kVersion = 9;
 constexpr std::uint64_t kNsPerMs = 1000000;
 
 static_assert(std::is_standard_layout_v<BoardState>);
