@@ -122,6 +122,15 @@ bool TakeEvents(const std::string& text, PerfCall& call) {
     return !call.events.empty();
 }
 
+bool TakeFrequency(const std::string& text, PerfCall& call) {
+    constexpr std::uint32_t kMost = 100000;
+    std::uint32_t frequency = 0;
+    const bool good = IsDigitString(text) && StringToUint32(text, frequency) && frequency > 0 &&
+                      frequency <= kMost;
+    call.frequency = frequency;
+    return good;
+}
+
 // The model's call chains are those that frame pointers give.
 bool TakeCallChains(const std::string& text, PerfCall& call) {
     call.callChains = text == "fp";
@@ -144,11 +153,12 @@ constexpr std::array<ValueOption, 6> kStatOptions{{
     {"-p", "--pid", TakePids},
 }};
 
-constexpr std::array<ValueOption, 5> kRecordOptions{{
+constexpr std::array<ValueOption, 6> kRecordOptions{{
     {"-e", "--event", TakeEvents},
     {"-o", "--output", TakeOutput},
     {"-C", "--cpu", TakeCores},
     {"-p", "--pid", TakePids},
+    {"-F", "--freq", TakeFrequency},
     {"--call-graph", "--call-graph", TakeCallChains},
 }};
 

@@ -30,6 +30,7 @@ struct PerfCall {
     bool allCores = false;
     std::optional<std::uint32_t> cores;  // a bit for each
     std::vector<std::uint32_t> pids;
+    std::optional<std::uint32_t> frequency;  // of the samples, 1/s
     bool callChains = false;
     std::vector<std::string> command;
 

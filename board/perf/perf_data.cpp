@@ -58,7 +58,7 @@ void AppendRecord(std::string& bytes, std::uint32_t type, std::uint16_t misc,
 void AppendProcess(std::string& bytes, const SampledProcess& process) {
     std::string name;
     AppendNumber(name, process.pid);
-    AppendNumber(name, process.pid);
+    AppendNumber(name, process.tid == 0 ? process.pid : process.tid);
     std::string mapping = name;
     AppendText(name, process.name);
     AppendRecord(bytes, PERF_RECORD_COMM, 0, name);
@@ -83,7 +83,7 @@ void AppendSample(std::string& bytes, const CycleSample& sample, bool callChains
     }
     AppendNumber(body, sample.chain.front());
     AppendNumber(body, sample.pid);
-    AppendNumber(body, sample.pid);
+    AppendNumber(body, sample.tid == 0 ? sample.pid : sample.tid);
     AppendNumber(body, sample.timeNs);
     AppendNumber(body, std::uint64_t{sample.core});
     AppendNumber(body, sample.cycles);
@@ -108,7 +108,6 @@ perf_event_attr AttributeOf(SampledEvent sampled, bool callChains, bool numbered
                                                      : std::uint64_t{PERF_COUNT_HW_CACHE_MISSES};
     event.size = sizeof(event);
     event.freq = 1;
-    event.sample_freq = kSamplesPerSecond;
     event.sample_type =
         PERF_SAMPLE_IP | PERF_SAMPLE_TID | PERF_SAMPLE_TIME | PERF_SAMPLE_CPU | PERF_SAMPLE_PERIOD;
     event.sample_type |= callChains ? std::uint64_t{PERF_SAMPLE_CALLCHAIN} : 0;
@@ -138,7 +137,7 @@ void AppendKernel(std::string& bytes) {
 
 std::string PerfDataBytes(const std::vector<SampledProcess>& processes,
                           const std::vector<CycleSample>& samples, bool callChains,
-                          const std::vector<SampledEvent>& events) {
+                          const std::vector<SampledEvent>& events, std::uint32_t samplesPerSecond) {
     const bool numbered = events.size() > 1;
     std::string data;
     AppendKernel(data);
@@ -155,6 +154,7 @@ std::string PerfDataBytes(const std::vector<SampledProcess>& processes,
     for (const SampledEvent event : events) {
         Attribute attribute;
         attribute.event = AttributeOf(event, callChains, numbered);
+        attribute.event.sample_freq = samplesPerSecond;
         if (numbered) {
             attribute.numbers = {end + numbers.size(), sizeof(std::uint64_t)};
             AppendNumber(numbers, NumberOf(event));

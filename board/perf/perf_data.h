@@ -21,6 +21,7 @@ struct SampledProcess {
     std::uint64_t start = 0;
     std::uint64_t size = 0;
     std::uint64_t offset = 0;  // in the file
+    std::uint32_t tid = 0;     // of another thread of the process; 0: the main one
 };
 
 // What is sampled.
@@ -30,6 +31,7 @@ struct CycleSample {
     SampledEvent event = SampledEvent::Cycles;
     std::uint64_t timeNs = 0;
     std::uint32_t pid = 0;
+    std::uint32_t tid = 0;  // 0: that of the main thread
     std::uint32_t core = 0;
     std::uint64_t cycles = 0;  // that it stands for, or nanoseconds, or misses
     bool inKernel = false;
@@ -37,9 +39,9 @@ struct CycleSample {
 };
 
 // The bytes of the file. Samples are in the order of their times, and of one of the events.
-[[nodiscard]] std::string PerfDataBytes(const std::vector<SampledProcess>& processes,
-                                        const std::vector<CycleSample>& samples, bool callChains,
-                                        const std::vector<SampledEvent>& events = {
-                                            SampledEvent::Cycles});
+[[nodiscard]] std::string PerfDataBytes(
+    const std::vector<SampledProcess>& processes, const std::vector<CycleSample>& samples,
+    bool callChains, const std::vector<SampledEvent>& events = {SampledEvent::Cycles},
+    std::uint32_t samplesPerSecond = kSamplesPerSecond);
 
 }  // namespace zarn::board

@@ -8,29 +8,20 @@
 
 #include "board/perf/kernel_sampling.h"
 #include "board/perf/machine_perf.h"
-#include "board/perf/measured_command.h"
 #include "board/perf/perf_call.h"
 #include "board/perf/perf_status.h"
 #include "board/perf/perf_variable.h"
 #include "board/perf/processes.h"
+#include "board/perf/recording.h"
 #include "board/perf/sampling.h"
+#include "board/perf/sched_sampling.h"
 #include "board/perf/stat_text.h"
-#include "foundation/console.h"
-#include "foundation/files.h"
-#include "foundation/numbers.h"
 
 namespace zarn::board {
 namespace {
 
-constexpr const char* kUsualOutput = "perf.data";
 // What the model samples, in the order of SampledEvent.
 constexpr std::array<std::string_view, 3> kModelNames{"cycles", "cpu-clock", "cache-misses"};
-constexpr double kBytesPerMb = 1024.0 * 1024.0;
-
-int Fail(const std::string& text, int status) {
-    PrintError(text);
-    return status;
-}
 
 // Samples by the processor's clock where the machine has no counter of cycles, under the counter's
 // name: what reads the samples looks for it.
@@ -61,6 +52,10 @@ std::optional<std::vector<SampledEvent>> ModelEvents(const PerfCall& call) {
         }
     }
     return events.empty() ? std::vector<SampledEvent>{SampledEvent::Cycles} : events;
+}
+
+bool HasModelFrequency(const PerfCall& call) {
+    return call.frequency.value_or(kSamplesPerSecond) == kSamplesPerSecond;
 }
 
 // The processes of the programs that may be sampled: of these, or of all. One that cannot be looked
@@ -95,53 +90,60 @@ int WriteSamples(BoardState& state, const PerfCall& call, const ProgramImages& i
     std::stable_sort(
         samples.begin(), samples.end(),
         [](const CycleSample& a, const CycleSample& b) { return a.timeNs < b.timeNs; });
-    const std::string bytes =
-        PerfDataBytes(ProcessesOf(images, target), samples, call.callChains, events);
-    if (WriteFile(call.output, bytes) != FileResult::Ok) {
-        return Fail("failed to write " + call.output, kPerfFailed);
-    }
-    PrintError("[ perf record: Woken up 1 times to write data ]");
-    const std::string end =
-        samples.empty() ? " ]" : " (" + std::to_string(samples.size()) + " samples) ]";
-    PrintError("[ perf record: Captured and wrote " +
-               FloatToString(static_cast<double>(bytes.size()) / kBytesPerMb, 3) + " MB " +
-               call.output + end);
-    return 0;
+    return WriteRecording(
+        call, PerfDataBytes(ProcessesOf(images, target), samples, call.callChains, events),
+        samples.size());
 }
 
 int RecordByModel(PerfCall call) {
     if (call.problem.empty() && !ModelEvents(call)) {
         call.problem = "the board samples cycles, cpu-clock and cache-misses alone";
+    } else if (call.problem.empty() && !HasModelFrequency(call)) {
+        call.problem = "the board samples programs 4000 times a second alone";
     }
     if (!call.problem.empty()) {
-        return Fail("perf record: " + call.problem, kBadPerfCall);
+        return FailPerf("perf record: " + call.problem, kBadPerfCall);
     }
     BoardState* state = AttachBoard();
     if (state == nullptr) {
-        return Fail("perf record: there is no board", kPerfFailed);
+        return FailPerf("perf record: there is no board", kPerfFailed);
     }
     const auto programs = ProgramsOf(*state, call.pids);
     if (!programs) {
-        return Fail("Couldn't create thread/CPU maps: No such process", kNoSuchProcess);
-    }
-    call.output = call.output.empty() ? kUsualOutput : call.output;
-    if (WriteFile(call.output, "") != FileResult::Ok) {
-        return Fail("failed to open " + call.output, kPerfFailed);
+        return FailPerf("Couldn't create thread/CPU maps: No such process", kNoSuchProcess);
     }
     const ProgramImages images = ImagesFor(*state, call, *programs);
     const CpuTarget target = TargetOf(*state, call, *programs);
-    auto command = MeasuredCommand::Start(call.command);
-    if (!command) {
-        return kPerfFailed;
+    const auto write = [&](const PerfCall& made, const SchedSpan& spanUs) {
+        constexpr std::uint64_t kUsPerMs = 1000;
+        return WriteSamples(*state, made, images, target,
+                            {spanUs.fromUs / kUsPerMs, spanUs.toUs / kUsPerMs});
+    };
+    return RecordCommand(*state, call, "", write);
+}
+
+// Whether a call asks at a frequency of its own for what cores do, which the scheduler's model
+// tells.
+bool AsksSched(const BoardState* state, const PerfCall& call) {
+    return state != nullptr && state->scenario.sched.cores > 0 && call.problem.empty() &&
+           call.frequency && (call.allCores || call.cores) && call.pids.empty() &&
+           call.events.empty();
+}
+
+int RecordByScheduler(const BoardState& state, const PerfCall& call) {
+    if (const int status = CheckSchedCores(state, call); status != 0) {
+        return status;
     }
-    BoardSpan span;
-    span.fromMs = BoardTimeMs(*state);
-    while (command->Wait(std::nullopt) == MeasuredCommand::Wake::Time) {
-    }
-    span.toMs = BoardTimeMs(*state);
-    const int written = WriteSamples(*state, call, images, target, span);
-    const int status = command->Finish();
-    return written != 0 ? written : status;
+    const auto write = [&state](const PerfCall& made, const SchedSpan& span) {
+        const std::uint32_t frequency = *made.frequency;
+        const std::vector<CycleSample> samples =
+            SchedSamples(state, {made.cores.value_or(~0U), frequency, span});
+        return WriteRecording(made,
+                              PerfDataBytes(SchedSampledProcesses(state, BoardFolder()), samples,
+                                            made.callChains, {SampledEvent::Cycles}, frequency),
+                              samples.size());
+    };
+    return RecordCommand(state, call, "", write);
 }
 
 // Whether the machine can sample what the call asks for.
@@ -160,10 +162,15 @@ int RunRecord(const std::vector<std::string>& words) {
     const PerfCall call = ParseRecordCall(words);
     const char* variable = std::getenv(kPerfVariable);
     const std::string_view forced = variable == nullptr ? "" : variable;
+    const BoardState* state = AttachBoard();
+    if (forced != "machine" && AsksSched(state, call)) {
+        return RecordByScheduler(*state, call);
+    }
     if (forced == "model") {
         return RecordByModel(call);
     }
-    const bool isOurs = call.problem.empty() && forced != "machine" && !CanMachine(call);
+    const bool isOurs =
+        call.problem.empty() && HasModelFrequency(call) && forced != "machine" && !CanMachine(call);
     return isOurs ? RecordByModel(call) : RecordByMachine(words, call);
 }
 

@@ -3,32 +3,22 @@
 #include <algorithm>
 
 #include "board/perf/machine_perf.h"
-#include "board/perf/measured_command.h"
 #include "board/perf/perf_call.h"
 #include "board/perf/perf_status.h"
 #include "board/perf/processes.h"
+#include "board/perf/recording.h"
 #include "board/perf/sched_call.h"
 #include "board/perf/sched_record.h"
 #include "board/perf/sched_script.h"
 #include "board/perf/sched_timehist.h"
-#include "board/perf/stat_text.h"
 #include "board/state/sched_tasks.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
-#include "foundation/numbers.h"
 
 namespace zarn::board {
 namespace {
 
-constexpr const char* kUsualOutput = "perf.data";
-constexpr double kBytesPerMb = 1024.0 * 1024.0;
 constexpr int kNoSuchTask = 244;
-constexpr int kNoSuchCore = 237;
-
-int Fail(const std::string& text, int status) {
-    PrintError(text);
-    return status;
-}
 
 bool IsThere(const BoardState& state, std::uint32_t pid) {
     for (std::uint32_t task = 0; task < state.scenario.sched.taskCount; ++task) {
@@ -46,28 +36,9 @@ int CheckTarget(const BoardState& state, const PerfCall& call) {
     }
     if (!std::all_of(call.pids.begin(), call.pids.end(),
                      [&](std::uint32_t pid) { return IsThere(state, pid); })) {
-        return Fail("Couldn't create thread/CPU maps: No such process", kNoSuchTask);
+        return FailPerf("Couldn't create thread/CPU maps: No such process", kNoSuchTask);
     }
-    if ((std::uint64_t{call.cores.value_or(0)} >> state.scenario.sched.cores) != 0) {
-        return Fail("Failed to initialize parallel data streaming masks", kNoSuchCore);
-    }
-    return 0;
-}
-
-int WriteRecord(const BoardState& state, const PerfCall& call, const SchedSpan& span) {
-    SchedRecord record = RecordSched(state, {call.pids, call.cores}, span);
-    record.callChains = call.callChains;
-    const std::string bytes = SchedRecordBytes(record);
-    if (WriteFile(call.output, bytes) != FileResult::Ok) {
-        return Fail("failed to write " + call.output, kPerfFailed);
-    }
-    PrintError("[ perf record: Woken up 1 times to write data ]");
-    const std::string samples =
-        record.events.empty() ? "" : " (" + std::to_string(record.events.size()) + " samples)";
-    PrintError("[ perf record: Captured and wrote " +
-               FloatToString(static_cast<double>(bytes.size()) / kBytesPerMb, 3) + " MB " +
-               call.output + samples + " ]");
-    return 0;
+    return CheckSchedCores(state, call);
 }
 
 int RunSchedRecord(const BoardState& state, const std::vector<std::string>& words) {
@@ -75,32 +46,24 @@ int RunSchedRecord(const BoardState& state, const std::vector<std::string>& word
     std::vector<std::string> allWords{"-a"};
     allWords.insert(allWords.end(), words.begin(), words.end());
     PerfCall call = ParseRecordCall(allWords);
+    if (call.problem.empty() && call.frequency) {
+        call.problem = "the board does not know -F";
+    }
     if (call.problem.empty() && !call.events.empty()) {
         call.problem = "the board records the scheduler's events alone";
     }
     if (!call.problem.empty()) {
-        return Fail("perf sched record: " + call.problem, kBadPerfCall);
+        return FailPerf("perf sched record: " + call.problem, kBadPerfCall);
     }
     if (const int status = CheckTarget(state, call); status != 0) {
         return status;
     }
-    call.output = call.output.empty() ? kUsualOutput : call.output;
-    if (WriteFile(call.output, "") != FileResult::Ok) {
-        return Fail("failed to open " + call.output + "\nPerf session creation failed.",
-                    kPerfFailed);
-    }
-    auto command = MeasuredCommand::Start(call.command);
-    if (!command) {
-        return kPerfFailed;
-    }
-    SchedSpan span;
-    span.fromUs = BoardTimeUs(state);
-    while (command->Wait(std::nullopt) == MeasuredCommand::Wake::Time) {
-    }
-    span.toUs = BoardTimeUs(state);
-    const int written = WriteRecord(state, call, span);
-    const int status = command->Finish();
-    return written != 0 ? written : status;
+    const auto write = [&state](const PerfCall& made, const SchedSpan& span) {
+        SchedRecord record = RecordSched(state, {made.pids, made.cores}, span);
+        record.callChains = made.callChains;
+        return WriteRecording(made, SchedRecordBytes(record), record.events.size());
+    };
+    return RecordCommand(state, call, "\nPerf session creation failed.", write);
 }
 
 void PrintText(std::string text) {
@@ -155,7 +118,7 @@ int RunSched(const std::vector<std::string>& words) {
         return BecomeMachineSched(words);
     }
     return call.problem.empty() ? RunSchedReport(call, bytes)
-                                : Fail("  Error: " + call.problem, kBadPerfCall);
+                                : FailPerf("  Error: " + call.problem, kBadPerfCall);
 }
 
 }  // namespace zarn::board

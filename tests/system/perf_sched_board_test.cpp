@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "tests/system/support/on_board.h"
@@ -132,6 +133,71 @@ TEST_P(PerfSchedOnBoard, LeavesAllElseToTheMachinesPerf) {
     const Result without =
         OnBoard(script + "perf sched record -o x -- true; echo status $?", "--scenario idle");
     EXPECT_EQ(without.text, "machine: sched record -o x -- true\nstatus 5\n");
+}
+
+// A planner that keeps core 1 for itself, a helper thread on core 2.
+constexpr const char* kStacks = R"({"sched": {"cores": 32, "processes": [
+    {"name": "planner", "affinity": [1], "run_us": 1000,
+     "stacks": [{"share": 9, "calls": ["plan_loop", "find_route", "expand"]},
+                {"share": 1, "calls": ["plan_loop", "publish"]}],
+     "threads": [{"name": "map helper", "affinity": [2], "stacks": []}]}]}})";
+
+TEST_P(PerfSchedOnBoard, SamplesTheTasksOfCores) {
+    if (std::system("perf --version >/dev/null 2>&1") != 0) {
+        GTEST_SKIP() << "there is no perf on this machine";
+    }
+    directory_.Write("stacks.json", kStacks);
+    const Result result = OnBoard(R"sh(
+        perf record -o record -F 1000 -C 1,2,3 -a -g -- sh -c 'echo working; sleep 0.2; exit 3' 2>log
+        echo status $?
+        sed 's/[0-9][0-9.]* MB/MB/; s/([0-9]* /(/' log
+        perf script -i record >text 2>errors
+        cat errors
+        planner=$(pidof planner)
+        awk -v planner="$planner" '/cycles:/ { heads[$0 ~ " " planner " [[]001] " ? "planner" : $0 ~ "^map helper +[0-9]+ [[]002] " ? "helper" : $0]++; next }
+            NF { sub(/[+].*/, "", $2); stack = stack " " $2; file = $NF; next }
+            { stacks[stack]++; stack = "" }
+            END { for (head in heads) print "head", head; for (s in stacks) if (stacks[s] > 5) print "stack" s; print file }' text |
+            sort)sh",
+                                  "--scenario stacks.json");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.text, testing::MatchesRegex(
+                                 "working\nstatus 3\n"
+                                 "\\[ perf record: Woken up 1 times to write data \\]\n"
+                                 "\\[ perf record: Captured and wrote MB record \\(samples\\) \\]\n"
+                                 "\\(.*/tasks/planner\\)\n"
+                                 "head helper\nhead planner\n"
+                                 "stack expand find_route plan_loop\nstack main\n"
+                                 "stack publish plan_loop\n"));
+}
+
+TEST_P(PerfSchedOnBoard, SaysWhatItCannotSample) {
+    const Result result = OnBoard(R"sh(
+        perf record -o record -F 99 -C 4 -a -g -- true; echo status $?
+        perf record -o no/such/folder -F 99 -C 0 -a -g -- true; echo status $?
+        perf record -o record -F 99 -C 0 -a -g -- no_such_program; echo status $?)sh",
+                                  kOptions);
+    EXPECT_EQ(result.text,
+              "Failed to initialize parallel data streaming masks\nstatus 237\n"
+              "failed to open no/such/folder\nstatus 255\n"
+              "Workload failed: No such file or directory\nstatus 255\n");
+}
+
+// A frequency alone makes a recording the scheduler's: others are as on any board.
+TEST_P(PerfSchedOnBoard, LeavesOtherSamplingToWhoDoesItElsewhere) {
+    const Result result = OnBoard(R"sh(
+        chmod +x machine/perf
+        PATH=$(dirname "$(command -v perf)"):$PWD/machine:$PATH
+        perf record -o record -F 99 -p 1 -g -- true; echo status $?
+        VIRTUAL_BOARD_PERF=machine perf record -o record -F 99 -C 0 -a -- true; echo status $?
+        VIRTUAL_BOARD_PERF=model perf record -o record -F 99 -p $$ -- true; echo status $?)sh",
+                                  kOptions);
+    EXPECT_THAT(
+        result.text,
+        testing::MatchesRegex(
+            "machine: record .*-o record -F 99 -p 1 -g -- true\nstatus 5\n"
+            "machine: record .*-o record -F 99 -C 0 -a -- true\nstatus 5\n"
+            "perf record: the board samples programs 4000 times a second alone\nstatus 129\n"));
 }
 
 }  // namespace

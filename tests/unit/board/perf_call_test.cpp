@@ -123,5 +123,20 @@ TEST(RecordCall, HasCallChainsByFramePointersAlone) {
               "bad value of --call-graph: dwarf");
 }
 
+TEST(RecordCall, HasAFrequency) {
+    const PerfCall call = ParseRecordCall(
+        {"-o", "f", "-F", "999", "-C", "0,2", "-a", "-g", "--", "sleep", "0.500000"});
+    EXPECT_EQ(call.problem, "");
+    EXPECT_EQ(call.frequency, 999U);
+    EXPECT_EQ(call.cores, 5U);
+    EXPECT_EQ(call.command, (Words{"sleep", "0.500000"}));
+    EXPECT_EQ(ParseRecordCall({"-a", "--freq=100000"}).frequency, 100000U);
+    EXPECT_EQ(ParseRecordCall({"-a"}).frequency, std::nullopt);
+    for (const char* bad : {"0", "max", "100001", "-5", ""}) {
+        EXPECT_EQ(ParseRecordCall({"-a", "-F", bad}).problem,
+                  std::string("bad value of -F: ") + bad);
+    }
+}
+
 }  // namespace
 }  // namespace zarn::board
