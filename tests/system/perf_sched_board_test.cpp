@@ -200,5 +200,20 @@ TEST_P(PerfSchedOnBoard, LeavesOtherSamplingToWhoDoesItElsewhere) {
             "perf record: the board samples programs 4000 times a second alone\nstatus 129\n"));
 }
 
+TEST_P(PerfSchedOnBoard, PinsCommandsToCoresThatTheMachineHas) {
+    directory_.Write("stacks.json", kStacks);
+    const Result result = OnBoard(R"sh(
+        free=$(sed -n 's/^Cpus_allowed_list:.//p' /proc/self/status)
+        one=${free%%[,-]*}
+        taskset -c $one sed -n 's/^Cpus_allowed_list:.//p' /proc/self/status | sed "s/^$one\$/pinned/"
+        taskset -c 1023 sed -n 's/^Cpus_allowed_list:.//p' /proc/self/status | sed "s/^$free\$/free/"
+        taskset -c 1023 sh -c 'echo "$1"; exit 7' sh 'two words'; echo status $?
+        taskset -c 1023 no_such_program 2>/dev/null; echo status $?
+        taskset -c none true 2>&1 | sed 's/:.*//'
+        taskset -pc $$ | grep -c 'affinity list: [0-9]')sh",
+                                  "--scenario stacks.json");
+    EXPECT_EQ(result.text, "pinned\nfree\ntwo words\nstatus 7\nstatus 127\ntaskset\n1\n");
+}
+
 }  // namespace
 }  // namespace zarn::test
