@@ -33,14 +33,16 @@ take_arguments() {
 # Prints a headline.
 say() { printf '\n== %s\n' "$*"; }
 
-# The packages of a list: one a line, "#" starts a comment.
+# The lines of a list: a package each, and a command that does as well; "#" starts a comment.
 packages_of() { sed -e 's/#.*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$@"; }
 
-# Installs what is missing of the lists named, as root or through sudo.
+# Installs what is missing of the lists named, as root or through sudo. A package whose line names a command besides is not
+# missing where that command is found, whoever put it there.
 # need_packages LIST...
 need_packages() {
-    local missing=() name runner=()
-    while read -r name; do
+    local missing=() name instead runner=()
+    while read -r name instead; do
+        [ -z "$instead" ] || ! command -v "$instead" >/dev/null || continue
         dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q ' installed$' || missing+=("$name")
     done < <(packages_of "$@")
     [ ${#missing[@]} -eq 0 ] && return 0

@@ -84,6 +84,7 @@ run_lane() {
             run_tests arm64 "${unit_only[@]}"
             ;;
         release)
+            need_packages scripts/packages-browser.txt || say "No chromium can be had: the tests of the report's page skip"
             build_preset release
             run_tests release
             [ "$(id -u)" -ne 0 ] || run_skipped_as_user
