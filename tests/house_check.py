@@ -29,7 +29,8 @@ BARE_HEADERS = ("platform/include",)
 # Made by the build from the missions' folders.
 GENERATED_HEADER = "mission_classes.h"
 TEST_FOLDERS = ("tests", "benchmarks", "fuzz")
-TEXT_SUFFIXES = {".h", ".cpp", ".cmake", ".txt", ".md", ".py", ".sh", ".json", ".yml", ".yaml", ""}
+TEXT_SUFFIXES = {".h", ".cpp", ".cmake", ".txt", ".md", ".py", ".sh", ".json", ".yml", ".yaml", ".ts", ".mjs", ".css", ".html",
+                 ""}
 
 # What production code does not call: pattern, files that may, what to use instead.
 BANNED = (
@@ -342,8 +343,17 @@ def check_scratch_words(tree):
                 yield f"{name}:{line}: {SCRATCH_WORDS.search(text).group(0)} left behind"
 
 
+def check_lockfiles(tree):
+    """Where packages are got from is the builder's own affair: what pins them names them, and no address."""
+    for name in tree.names:
+        if Path(name).name in ("package.json", "package-lock.json"):
+            for line, text in enumerate(tree.read(name).splitlines(), 1):
+                if "://" in text:
+                    yield f"{name}:{line}: holds an address"
+
+
 RULES = (check_includes, check_tests_are_built, check_missions, check_links, check_banned_calls, check_file_names,
-         check_headers, check_scratch_words)
+         check_headers, check_scratch_words, check_lockfiles)
 
 
 def findings_of(root):
@@ -464,6 +474,8 @@ def breaks():
     for word in ("TO" + "DO", "FIX" + "ME", "XX" + "X"):
         yield "optimizer/b.cpp", f"int n;  // {word}: later\n", "left behind"
         yield "docs/page.md", f"{word} later\n", "left behind"
+        yield "report/page/src/a.ts", f"// {word}: later\n", "left behind"
+    yield "report/page/package-lock.json", '{"resolved": "https://' + 'host/a.tgz"}\n', "holds an address"
 
 
 def findings_with(files):
