@@ -1,0 +1,324 @@
+// The one time axis: zoom, pan, cursor and marks of all charts together, by mouse and keys, kept by the address.
+
+import assert from "node:assert/strict";
+import test from "node:test";
+import type { Page as Tab } from "puppeteer-core";
+import type { Payload, Series } from "../src/payload";
+import { Bench, Opened, withBench } from "./browser";
+import { every, kStart, two } from "./fixtures";
+
+const kEnd = kStart + 600000;
+
+interface Range {
+    from: number;
+    to: number;
+}
+
+/** The plot of the first chart in the window's pixels. */
+async function plotOf(tab: Tab, index = 0): Promise<{ left: number; top: number; width: number; height: number }> {
+    return tab.$$eval(".u-over", (nodes, wanted) => nodes[wanted].getBoundingClientRect().toJSON(), index);
+}
+
+async function dragOver(tab: Tab, from: number, to: number, key?: "Alt" | "Shift"): Promise<void> {
+    const plot = await plotOf(tab);
+    const y = plot.top + plot.height / 2;
+    if (key) {
+        await tab.keyboard.down(key);
+    }
+    await tab.mouse.move(plot.left + from * plot.width, y);
+    await tab.mouse.down();
+    await tab.mouse.move(plot.left + ((from + to) / 2) * plot.width, y);
+    await tab.mouse.move(plot.left + to * plot.width, y);
+    await tab.mouse.up();
+    if (key) {
+        await tab.keyboard.up(key);
+    }
+}
+
+function part(hash: string, name: "range" | "mark"): Range | null {
+    const match = new RegExp(`${name}=(-?[\\d.]+?)\\.\\.(-?[\\d.]+)`).exec(hash);
+    return match && { from: Number(match[1]), to: Number(match[2]) };
+}
+
+/** What the address says once it has been written. */
+async function inAddress(bench: Bench, tab: Tab, name: "range" | "mark"): Promise<Range> {
+    await bench.until(tab, `location.hash.includes("${name}=")`);
+    return part(await tab.evaluate(() => location.hash), name) as Range;
+}
+
+function close(actual: number, expected: number, slack: number): void {
+    assert.ok(Math.abs(actual - expected) <= slack, `${actual} is not within ${slack} of ${expected}`);
+}
+
+/** Mean, least and greatest of each line in a range, computed here. */
+function figuresOf(series: Series, range: Range, shift = 0): string[][] {
+    return series.series.map((line) => {
+        const inside = line.v.filter(
+            (v, i): v is number => v !== null && line.t[i] - shift >= range.from && line.t[i] - shift <= range.to,
+        );
+        const mean = inside.reduce((sum, v) => sum + v, 0) / inside.length;
+        return [String(Number(mean.toPrecision(6))), String(Math.min(...inside)), String(Math.max(...inside))];
+    });
+}
+
+async function shownFigures(tab: Tab): Promise<string[][]> {
+    return tab.$$eval(".legend tbody tr", (rows) =>
+        rows.map((row) =>
+            [...row.querySelectorAll("td.number:not(.now)")].map((cell) =>
+                (cell.textContent ?? "").replace("\u2248\u202f", ""),
+            ),
+        ),
+    );
+}
+
+async function opened(
+    bench: Bench,
+    payload: Payload,
+    fragment: string,
+    run: (tab: Tab, opened: Opened) => Promise<void>,
+): Promise<void> {
+    const report = await bench.open(bench.write("report", payload), fragment);
+    await run(report.page, report);
+    assert.deepEqual(report.complaints, []);
+    assert.deepEqual(report.requests, []);
+    await report.page.close();
+}
+
+function cpuOf(payload: Payload): Series {
+    return payload.pages[1].blocks[0] as Series;
+}
+
+await withBench((bench) => {
+    test("dragging zooms, and the figures are those of what is in view", async () => {
+        const payload = every();
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            assert.deepEqual(await shownFigures(tab), figuresOf(cpuOf(payload), { from: kStart, to: kEnd }));
+            await dragOver(tab, 0.25, 0.5);
+            const range = await inAddress(bench, tab, "range");
+            close(range.from, kStart + 150000, 1500);
+            close(range.to, kStart + 300000, 1500);
+            assert.deepEqual(await shownFigures(tab), figuresOf(cpuOf(payload), range));
+            const plot = await plotOf(tab);
+            await tab.mouse.click(plot.left + 30, plot.top + 30, { count: 2 });
+            await bench.until(tab, "!location.hash.includes('range=')");
+            assert.deepEqual(await shownFigures(tab), figuresOf(cpuOf(payload), { from: kStart, to: kEnd }));
+        });
+    });
+
+    test("a marked range gives the mean, the least and the greatest of each line in it", async () => {
+        const payload = every();
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            await dragOver(tab, 0.6, 0.4, "Alt");
+            const mark = await inAddress(bench, tab, "mark");
+            close(mark.from, kStart + 240000, 1500);
+            close(mark.to, kStart + 360000, 1500);
+            assert.deepEqual(await shownFigures(tab), figuresOf(cpuOf(payload), mark));
+            await tab.click(".legend tbody tr:nth-child(1) td:nth-child(5) button");
+            const told = await tab.$eval(".popover", (node) => (node as HTMLElement).innerText);
+            const { v } = cpuOf(payload).series[0];
+            const greatest = Math.max(
+                ...(v as number[]).filter((_v, i) => kStart + i * 2000 >= mark.from && kStart + i * 2000 <= mark.to),
+            );
+            assert.ok(told.includes(`line ${v.indexOf(greatest) + 1}\n`), told);
+            await tab.click(".toolbar .mark-tools button[aria-label='Mark nothing']");
+            await bench.until(tab, "!location.hash.includes('mark=')");
+        });
+    });
+
+    test("all charts of a page zoom, pan and show the cursor together", async () => {
+        await opened(bench, every(), "#page=sched", async (tab) => {
+            await dragOver(tab, 0.5, 0.75);
+            const zoomed = await inAddress(bench, tab, "range");
+            await dragOver(tab, 0.5, 0.25, "Shift");
+            await bench.until(tab, `!location.hash.includes("range=${zoomed.from}")`);
+            const panned = await inAddress(bench, tab, "range");
+            close(panned.from - zoomed.from, (zoomed.to - zoomed.from) / 4, 600);
+            close(panned.to - panned.from, zoomed.to - zoomed.from, 1);
+            const [first, second] = [await plotOf(tab, 0), await plotOf(tab, 1)];
+            close(first.left, second.left, 0.5);
+            close(first.width, second.width, 0.5);
+            await tab.mouse.move(first.left + 200, first.top + 30);
+            await bench.settle(tab);
+            const cursors = await tab.$$eval(".u-cursor-x", (nodes) =>
+                nodes.map((node) => node.getBoundingClientRect().left),
+            );
+            close(cursors[0], cursors[1], 1.5);
+            close(cursors[0], first.left + 200, 1.5);
+        });
+    });
+
+    test("the address shows the same page, range and marks again, and goes back", async () => {
+        const payload = every();
+        const fragment = `#page=cpu&range=${kStart + 60000}..${kStart + 120000}&mark=${kStart + 70000}..${kStart + 80000.5}`;
+        await opened(bench, payload, fragment, async (tab) => {
+            assert.deepEqual(
+                await shownFigures(tab),
+                figuresOf(cpuOf(payload), { from: kStart + 70000, to: kStart + 80000.5 }),
+            );
+            const label = await tab.$eval(".toolbar .range", (node) => node.textContent);
+            assert.equal(label, "2026-03-14 09:31:00.000 to 09:32:00.000 (60 s)");
+            await tab.$$eval("nav a", (links) => (links[2] as HTMLElement).click());
+            assert.equal(await tab.evaluate(() => location.hash), fragment.replace("cpu", "ddr"));
+            await tab.goBack();
+            await bench.until(tab, "document.querySelector('h1').textContent === 'CPU'");
+            assert.equal(await tab.evaluate(() => location.hash), fragment);
+        });
+        for (const broken of [
+            "#page=none&range=x..y&mark=5..1",
+            "#%%%",
+            "#range=9..9",
+            "#page=cpu&page=ddr&range=1e9..2e9",
+        ]) {
+            await opened(bench, payload, broken, async (tab) => {
+                assert.ok(["Summary", "CPU"].includes(await tab.$eval("h1", (node) => node.textContent ?? "")));
+                assert.equal(await tab.$(".failure"), null);
+            });
+        }
+    });
+
+    test("the lines of several runs begin together", async () => {
+        const payload = two();
+        const series = payload.pages[1].blocks[0] as Series;
+        await opened(bench, payload, "#page=compare&mark=100000..200000", async (tab) => {
+            const expected = series.series.map(
+                (line, run) =>
+                    figuresOf({ ...series, series: [line] }, { from: 100000, to: 200000 }, kStart + run * 3600000)[0],
+            );
+            assert.deepEqual(await shownFigures(tab), expected);
+            assert.deepEqual(await tab.$$eval(".legend td.name", (cells) => cells.map((cell) => cell.textContent)), [
+                "system (version 1.4)",
+                "system (version 1.5)",
+            ]);
+            assert.equal(await tab.$eval(".findings .go", (node) => node.textContent), "+300.000\u202fs");
+        });
+    });
+
+    test("the keys move the cursor, zoom, pan, mark and tell the source", async () => {
+        const payload = every();
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            await tab.focus(".chart");
+            const press = async (keys: string[]): Promise<void> => {
+                for (const key of keys) {
+                    await tab.keyboard.press(key as "Enter");
+                }
+                await bench.settle(tab);
+            };
+            await press(["Home", "ArrowRight", "ArrowRight", "ArrowRight"]);
+            const now = await tab.$$eval(".legend .now", (cells) => cells.map((cell) => cell.textContent));
+            assert.deepEqual(
+                now,
+                cpuOf(payload).series.map((line) => String(line.v[3])),
+            );
+            await press(["["]);
+            await press(Array<string>(10).fill("ArrowRight"));
+            await press(["]"]);
+            const mark = await inAddress(bench, tab, "mark");
+            assert.deepEqual(mark, { from: kStart + 6000, to: kStart + 26000 });
+            await press(["+"]);
+            const range = await inAddress(bench, tab, "range");
+            close(range.to - range.from, 300000, 1);
+            await press(["Enter"]);
+            assert.ok((await tab.$eval(".popover", (node) => (node as HTMLElement).innerText)).includes("line 14\n"));
+            await press(["Escape"]);
+            assert.equal(await tab.$(".popover"), null);
+            assert.equal(await tab.evaluate(() => document.activeElement?.className), "chart");
+            await press(["Escape", "0"]);
+            await bench.until(tab, "location.hash === '#page=cpu'");
+        });
+    });
+
+    test("the tab key reaches all that can be used, and each shows that it is there", async () => {
+        await opened(bench, every(), "#page=cpu", async (tab) => {
+            const reached = new Set<string>();
+            for (let i = 0; i < 200; i++) {
+                await tab.keyboard.press("Tab");
+                const place = await tab.evaluate(() => {
+                    const node = document.activeElement as HTMLElement;
+                    const shown = getComputedStyle(
+                        node.matches(".mode input") ? (node.nextElementSibling as Element) : node,
+                    );
+                    return {
+                        tag: node.tagName,
+                        class: node.className,
+                        text: node.innerText?.slice(0, 30),
+                        outline: shown.outlineStyle,
+                    };
+                });
+                if (place.tag === "BODY") {
+                    break;
+                }
+                assert.notEqual(place.outline, "none", JSON.stringify(place));
+                reached.add(`${place.tag} ${place.class.split(" ")[0]}`);
+            }
+            for (const expected of [
+                "A skip",
+                "A ",
+                "INPUT ",
+                "BUTTON ",
+                "DIV chart",
+                "BUTTON source",
+                "BUTTON go",
+                "SUMMARY ",
+                "BUTTON sort",
+            ]) {
+                assert.ok(reached.has(expected), `${expected} of ${[...reached].join(", ")}`);
+            }
+            await tab.focus(".block.table tbody button");
+            await tab.keyboard.press("ArrowDown");
+            await tab.keyboard.press("End");
+            assert.equal(await tab.evaluate(() => document.activeElement?.textContent), "1024");
+        });
+    });
+
+    test("a tree and stacks are walked with the arrow keys", async () => {
+        await opened(bench, every(), "#page=topdown", async (tab) => {
+            await tab.focus("ul.tree li");
+            for (const key of ["ArrowLeft", "ArrowDown", "ArrowDown"] as const) {
+                await tab.keyboard.press(key);
+            }
+            const label = await tab.evaluate(() => document.activeElement?.getAttribute("aria-label"));
+            assert.equal(label, "memory_bound 44.2 <== bottleneck");
+        });
+        await opened(bench, every(), "#page=hot_fun", async (tab) => {
+            await tab.focus(".flame-stage");
+            await tab.keyboard.press("ArrowDown");
+            const told = await tab.$eval(".flame-details", (node) => node.textContent ?? "");
+            assert.match(told, /^zarn::module_\d+::function_\d+: \d+ samples \([\d.]+ %\)$/);
+            await tab.keyboard.press("Enter");
+            const widths = await tab.$$eval(".flame-stage g.focused", (nodes) =>
+                nodes.map((node) => Number(node.getAttribute("width"))),
+            );
+            const stage = await tab.$eval(".flame-stage", (node) => node.clientWidth);
+            assert.deepEqual(widths, [stage]);
+        });
+    });
+
+    test("a line that is switched off leaves the chart, and a found moment leads there", async () => {
+        const payload = every();
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            const ink = (): Promise<number> =>
+                tab.$eval(".chart canvas", (node) => {
+                    const canvas = document.createElement("canvas"); // a copy, since a canvas that is read is drawn slower
+                    [canvas.width, canvas.height] = [(node as HTMLCanvasElement).width, (node as HTMLCanvasElement).height];
+                    const context = canvas.getContext("2d", { willReadFrequently: true });
+                    context?.drawImage(node as HTMLCanvasElement, 0, 0);
+                    const pixels = context?.getImageData(0, 0, canvas.width, canvas.height).data ?? [];
+                    let blue = 0;
+                    for (let i = 0; i < pixels.length; i += 4) {
+                        blue += Number(pixels[i] < 40 && pixels[i + 2] > 150 && pixels[i + 3] > 200);
+                    }
+                    return blue;
+                });
+            assert.ok((await ink()) > 300);
+            await tab.click(".legend tbody tr:first-child input");
+            await bench.settle(tab);
+            assert.ok((await ink()) < 20);
+            await tab.click(".findings li:first-child .go");
+            const range = await inAddress(bench, tab, "range");
+            assert.ok(range.to - range.from < 70000);
+            const { v } = cpuOf(payload).series[0];
+            const shown = await tab.$eval(".legend tbody tr:first-child .now", (cell) => cell.textContent);
+            assert.equal(shown, String(Math.max(...(v as number[]))));
+        });
+    });
+});
