@@ -17,6 +17,9 @@ const kHeight = 210;
 /** A limit further above all values than this would press them flat; it is told in words then. */
 const kFarLimit = 2.5;
 const kDot = 5;
+const kLineWidth = 1.5;
+/** So many points to a pixel are no line any more. */
+const kDense = 2;
 const kMostMarks = 2000;
 /** No axis reaches further: its length must be a number. */
 const kWidest = 8e307;
@@ -162,14 +165,12 @@ class SeriesPainter implements Painter {
     }
 
     private paintLine(u: uPlot, context: CanvasRenderingContext2D, line: Line): void {
-        const path = pathOf(u, line.points, this.context.view.range);
         context.strokeStyle = colour(line.index);
         context.fillStyle = colour(line.index);
-        context.lineWidth = 1.5 * uPlot.pxRatio;
+        context.lineWidth = kLineWidth * uPlot.pxRatio;
         context.setLineDash(dash(line.index).map((part) => part * uPlot.pxRatio));
-        context.stroke(path.line);
+        paintPoints(u, context, line.points, this.context.view.range);
         context.setLineDash([]);
-        context.fill(path.dots);
     }
 
     private paintBands(u: uPlot, context: CanvasRenderingContext2D): void {
@@ -283,45 +284,97 @@ function paintSign(context: CanvasRenderingContext2D, sign: Mark["sign"], x: num
     context.stroke();
 }
 
-/** The line through the points of a range, and dots for those that stand alone; for each column of pixels no more than it can show. */
-export function pathOf(u: uPlot, points: Points, range: Range): { line: Path2D; dots: Path2D } {
-    const [line, dots] = [new Path2D(), new Path2D()];
+/** Draws the points of a range: the line through them, or where they stand closer than pixels, what each column of pixels spans. */
+function paintPoints(u: uPlot, context: CanvasRenderingContext2D, points: Points, range: Range): void {
     const first = Math.max(0, bisect(points.t, range.from) - 1);
     const end = Math.min(points.length, bisect(points.t, range.to, true) + 1);
     const { left, width, top, height } = u.bbox;
     const scaleX = width / (range.to - range.from);
     const y0 = u.scales.y.min as number;
     const scaleY = height / ((u.scales.y.max as number) - y0);
-    let inLine = false;
-    let [startX, startY] = [0, 0];
-    let run = 0;
-    const dot = (): void => {
-        if (run === 1) {
-            const size = kDot * uPlot.pxRatio;
-            dots.rect(startX - size / 2, startY - size / 2, size, size);
-        }
-    };
-    for (const i of points.outline(first, end, width)) {
+    const outline = points.outline(first, end, width);
+    const pen = outline.length > kDense * width ? new ColumnPen(context) : new LinePen(context);
+    for (const i of outline) {
         const v = points.v[i];
-        if (v !== v) {
-            dot();
-            inLine = false;
-            run = 0;
-            continue;
-        }
-        const x = left + (points.t[i] - range.from) * scaleX;
-        const y = top + height - (v - y0) * scaleY;
-        if (inLine) {
-            line.lineTo(x, y);
+        if (v === v) {
+            pen.to(left + (points.t[i] - range.from) * scaleX, top + height - (v - y0) * scaleY);
         } else {
-            line.moveTo(x, y);
-            [startX, startY] = [x, y];
-            inLine = true;
+            pen.lift();
         }
-        run++;
     }
-    dot();
-    return { line, dots };
+    pen.lift();
+    pen.end();
+}
+
+/** A line from point to point, and a dot for one that stands alone. */
+class LinePen {
+    private readonly path = new Path2D();
+    private points = 0;
+    private x = 0;
+    private y = 0;
+
+    constructor(private readonly context: CanvasRenderingContext2D) {}
+
+    to(x: number, y: number): void {
+        if (this.points === 0) {
+            this.path.moveTo(x, y);
+        } else {
+            this.path.lineTo(x, y);
+        }
+        [this.x, this.y] = [x, y];
+        this.points++;
+    }
+
+    lift(): void {
+        if (this.points === 1) {
+            const size = kDot * uPlot.pxRatio;
+            this.context.fillRect(this.x - size / 2, this.y - size / 2, size, size);
+        }
+        this.points = 0;
+    }
+
+    end(): void {
+        this.context.stroke(this.path);
+    }
+}
+
+/** A rectangle for each column of pixels, from the least to the greatest in it: far cheaper than a line that goes up and down. */
+class ColumnPen {
+    private column = -1;
+    private least = 0;
+    private greatest = 0;
+    private last = 0;
+
+    constructor(private readonly context: CanvasRenderingContext2D) {}
+
+    to(x: number, y: number): void {
+        const column = Math.floor(x);
+        if (column !== this.column) {
+            const joined = this.column >= 0 ? this.last : y;
+            this.flush();
+            [this.column, this.least, this.greatest] = [column, Math.min(joined, y), Math.max(joined, y)];
+        }
+        this.least = Math.min(this.least, y);
+        this.greatest = Math.max(this.greatest, y);
+        this.last = y;
+    }
+
+    lift(): void {
+        this.flush();
+        this.column = -1;
+    }
+
+    end(): void {
+        this.flush();
+    }
+
+    private flush(): void {
+        if (this.column >= 0) {
+            const thick = kLineWidth * uPlot.pxRatio;
+            const high = Math.max(thick, this.greatest - this.least);
+            this.context.fillRect(this.column, (this.least + this.greatest - high) / 2, 1, high);
+        }
+    }
 }
 
 /** The rows below a chart: what each line is, its value at the cursor, and its figures over what is marked or shown. */

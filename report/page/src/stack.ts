@@ -71,7 +71,7 @@ export class Stack {
         const path = new Path2D();
         const first = Math.max(0, bisect(points.t, range.from) - 1);
         const end = Math.min(points.length, bisect(points.t, range.to, true) + 1);
-        const outline = points.outline(first, end, u.bbox.width);
+        const outline = points.outline(first, end, u.bbox.width / 2);
         const bottom = u.bbox.top + u.bbox.height;
         const x = (i: number): number => u.valToPos(points.t[i], "x", true);
         if (outline.length > 0) {

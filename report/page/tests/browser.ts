@@ -81,10 +81,15 @@ export class Bench {
         return path;
     }
 
-    async open(path: string, fragment = ""): Promise<Opened> {
+    async blank(): Promise<Page> {
         const page = await this.browser.newPage();
         page.setDefaultTimeout(0); // who runs the tests decides how long they may take
         await page.setViewport({ width: 1280, height: 900 });
+        return page;
+    }
+
+    async open(path: string, fragment = ""): Promise<Opened> {
+        const page = await this.blank();
         const opened: Opened = { page, path, complaints: [], requests: [] };
         const own = pathToFileURL(path).href;
         page.on("console", (message) => opened.complaints.push(`${message.type()}: ${message.text()}`));

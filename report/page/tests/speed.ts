@@ -1,0 +1,99 @@
+// How long until a report shows its first picture, and how long a step of the zoom takes, with a million points in a chart.
+// Each is the time until the frame that shows it is done, waiting for the frame included.
+//
+// usage: node speed.mjs TEMPLATE
+
+import { statSync } from "node:fs";
+import type { Page as Tab } from "puppeteer-core";
+import { Bench, chromiumPath } from "./browser";
+import { every, large } from "./fixtures";
+
+const kOpenings = 5;
+const kSteps = 40;
+const kPoints = 1000000;
+
+function median(values: number[]): number {
+    const sorted = [...values].sort((a, b) => a - b);
+    return sorted[Math.floor(sorted.length / 2)];
+}
+
+/** In the page, before any of its own script: notes when the frame after the first heading is done. */
+function watchFirstPicture(): void {
+    const watch = new MutationObserver(() => {
+        if (!document.querySelector("main h1")) {
+            return;
+        }
+        watch.disconnect();
+        requestAnimationFrame(() =>
+            requestAnimationFrame(() => {
+                (window as unknown as { firstPicture: number }).firstPicture = performance.now();
+            }),
+        );
+    });
+    watch.observe(document, { childList: true, subtree: true });
+}
+
+async function firstPicture(bench: Bench, path: string): Promise<number> {
+    const page = await bench.blank();
+    await page.evaluateOnNewDocument(watchFirstPicture);
+    await page.goto(`file://${path}`);
+    const handle = await page.waitForFunction("window.firstPicture", { polling: "raf" });
+    const time = (await handle.jsonValue()) as number;
+    await page.close();
+    return time;
+}
+
+/** In and out again, at several places. */
+async function zoomSteps(tab: Tab): Promise<number[]> {
+    return tab.evaluate(async (steps) => {
+        const times: number[] = [];
+        for (let i = 0; i < steps; i++) {
+            const label = i % 8 < 4 ? "Zoom in" : "Zoom out";
+            const button = document.querySelector<HTMLElement>(`.steps button[aria-label='${label}']`);
+            const begun = performance.now();
+            button?.click();
+            await new Promise((done) => requestAnimationFrame(done));
+            await new Promise((done) => {
+                const channel = new MessageChannel();
+                channel.port1.onmessage = done;
+                channel.port2.postMessage(0);
+            });
+            times.push(performance.now() - begun);
+        }
+        return times;
+    }, kSteps);
+}
+
+async function main(template: string): Promise<void> {
+    const chromium = chromiumPath();
+    if (!chromium) {
+        console.log("no chromium, no times");
+        return;
+    }
+    const bench = await Bench.start(template, chromium);
+    try {
+        const reports = {
+            "one of every block": bench.write("every", every()),
+            "1,000,000 points": bench.write("large", large(kPoints)),
+        };
+        for (const [name, path] of Object.entries(reports)) {
+            const times: number[] = [];
+            for (let i = 0; i < kOpenings; i++) {
+                times.push(await firstPicture(bench, path));
+            }
+            const size = (statSync(path).size / 1e6).toFixed(1);
+            console.log(
+                `first picture, ${name} (${size} MB): median ${median(times).toFixed(0)} ms, most ${Math.max(...times).toFixed(0)} ms`,
+            );
+        }
+        const { page } = await bench.open(reports["1,000,000 points"]);
+        const steps = await zoomSteps(page);
+        console.log(
+            `zoom step, 1,000,000 points: median ${median(steps).toFixed(1)} ms, most ${Math.max(...steps).toFixed(1)} ms`,
+        );
+    } finally {
+        await bench.end();
+    }
+}
+
+await main(process.argv[2]);
