@@ -60,6 +60,7 @@ export class TimeChart {
                 "aria-label": `${label}. Arrow keys move the cursor, with Shift the view; plus and minus zoom, 0 shows all; left and right bracket mark a range; Enter tells the source.`,
             },
         });
+        this.element.style.minHeight = `${painter.height()}px`; // what is drawn later moves nothing
         const { view, signal } = context;
         view.on("range", signal, () => this.invalidate());
         view.on("mark", signal, () => this.invalidate());

@@ -89,25 +89,32 @@ class App {
     }
 
     private nav(): HTMLElement {
-        const runs = this.payload.runs;
         const list = el("ul");
-        let heading: number | undefined;
+        let group = { title: "", list };
         for (const page of this.pages) {
-            if (runs.length > 1 && page.run !== heading && page.run !== undefined) {
-                list.appendChild(el("li", { class: "run-head" }, runs[page.run]?.label ?? ""));
+            const { title, run } = this.namesOf(page);
+            if (run && group.title !== title) {
+                group = { title, list: el("ul") };
+                list.appendChild(el("li", {}, el("span", { class: "group" }, title), group.list));
             }
-            heading = page.run;
-            const link = el("a", { attributes: { href: this.view.address(page.id) } }, page.title);
+            const link = el("a", { attributes: { href: this.view.address(page.id) } }, run || title);
             link.addEventListener("click", (event) => {
                 event.preventDefault();
                 this.view.setPage(page.id);
             });
             this.links.set(page.id, link);
-            list.appendChild(el("li", {}, link));
+            (run ? group.list : list).appendChild(el("li", {}, link));
         }
-        const labels = runs.map((run) => el("li", { title: run.path }, run.label));
+        const labels = this.payload.runs.map((run) => el("li", { title: run.path }, run.label));
         const title = el("div", { class: "title" }, el("strong", {}, "zarn report"), el("ul", { class: "runs" }, ...labels));
         return el("nav", { attributes: { "aria-label": "Pages" } }, title, list);
+    }
+
+    /** What a page is about, and of which run, if it is of one among several. */
+    private namesOf(page: Page): { title: string; run: string } {
+        const run = this.payload.runs.length > 1 && page.run !== undefined ? (this.payload.runs[page.run]?.label ?? "") : "";
+        const end = `: ${run}`;
+        return { title: run && page.title.endsWith(end) ? page.title.slice(0, -end.length) : page.title, run };
     }
 
     private toolbar(): HTMLElement {
@@ -174,7 +181,6 @@ class App {
         this.ending.abort();
         this.ending = new AbortController();
         const page = this.pages.find((candidate) => candidate.id === this.view.page) ?? this.pages[0];
-        const several = this.payload.runs.length > 1;
         document.title = `${page.title} \u2013 zarn report`;
         for (const [id, link] of this.links) {
             if (id === page.id) {
@@ -193,8 +199,8 @@ class App {
             gutter: page.blocks.some((block) => block.kind === "timeline") ? kNamesGutter : kPlainGutter,
             run: page.run ?? 0,
         };
-        const run = several && page.run !== undefined ? (this.payload.runs[page.run]?.label ?? "") : "";
-        replace(this.main, el("h1", {}, page.title, run && el("span", { class: "of-run" }, ` ${run}`)));
+        const { title, run } = this.namesOf(page);
+        replace(this.main, el("h1", {}, title, run && el("span", { class: "of-run" }, ` ${run}`)));
         for (const block of page.blocks) {
             this.main.appendChild(drawBlock(block, context));
         }

@@ -518,6 +518,7 @@ function findings(block: Series, context: Context, painter: SeriesPainter): HTML
     const tell = (label: string, src: Source | undefined) =>
         sourceButton(label, label, () => (src ? sourceNodes(payload, src) : ["The report names no line for this."]));
     for (const mark of painter.marks) {
+        const owner = mark.series === undefined ? "" : (painter.lines[mark.series]?.name ?? "");
         const width = view.range.to - view.range.from;
         const go = (): void => {
             const half = Math.min(width, (view.whole.to - view.whole.from) / 10) / 2;
@@ -531,6 +532,7 @@ function findings(block: Series, context: Context, painter: SeriesPainter): HTML
                 `${kSigns[mark.sign] ?? mark.sign} `,
                 button(clock.label(mark.place), go, { class: "go" }),
                 " ",
+                owner && !mark.label.includes(owner) ? `${owner}: ` : "",
                 tell(mark.label, mark.src),
             ),
         );

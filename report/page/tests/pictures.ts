@@ -15,9 +15,8 @@ async function takeAll(bench: Bench, opened: Opened, folder: string, name: strin
         await bench.settle(page);
         for (const scheme of ["light", "dark"]) {
             await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: scheme }]);
-            await page.evaluate(() => window.scrollTo(0, document.body.scrollHeight));
-            await bench.settle(page);
-            await page.evaluate(() => window.scrollTo(0, 0));
+            const height = await page.evaluate(() => document.documentElement.scrollHeight);
+            await page.setViewport({ width: 1280, height: Math.min(8000, Math.max(900, height)) }); // what is out of sight is not drawn
             await bench.settle(page);
             const number = String(index).padStart(2, "0");
             await page.screenshot({ path: `${join(folder, name)}-${number}-${scheme}.png`, fullPage: true });
