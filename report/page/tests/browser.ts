@@ -9,7 +9,8 @@ import { pathToFileURL } from "node:url";
 import puppeteer, { Browser, Page } from "puppeteer-core";
 import type { Payload } from "../src/payload";
 
-const kSkipped = 77;
+/** The status of a test that could not be done here. */
+export const kSkipped = 77;
 const kMarker = "<!--zarn-report-payload-->";
 const kArguments = [
     "--no-sandbox",

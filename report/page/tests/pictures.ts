@@ -1,10 +1,10 @@
-// Pictures of each page of the fixtures, or of reports, to be looked at.
+// Pictures of each page of the fixtures, or of reports, light and dark, to be looked at. Status 1 if a page complained.
 //
 // usage: node pictures.mjs TEMPLATE FOLDER [REPORT...]
 
 import { mkdirSync } from "node:fs";
 import { basename, join, resolve } from "node:path";
-import { Bench, Opened, chromiumPath } from "./browser";
+import { Bench, Opened, chromiumPath, kSkipped } from "./browser";
 import { empty, every, hostile, two } from "./fixtures";
 
 async function takeAll(bench: Bench, opened: Opened, folder: string, name: string): Promise<void> {
@@ -23,15 +23,16 @@ async function takeAll(bench: Bench, opened: Opened, folder: string, name: strin
         }
     }
     for (const complaint of opened.complaints) {
-        console.log(`${name}: ${complaint}`);
+        console.error(`${name}: ${complaint}`);
+        process.exitCode = 1;
     }
 }
 
 async function main(templatePath: string, folder: string, reports: string[]): Promise<void> {
     const chromium = chromiumPath();
     if (!chromium) {
-        console.log("no chromium, no pictures");
-        return;
+        console.log("skipped: this machine has no chromium");
+        process.exit(kSkipped);
     }
     mkdirSync(folder, { recursive: true });
     const bench = await Bench.start(templatePath, chromium);
