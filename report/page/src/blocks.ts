@@ -71,7 +71,7 @@ export function drawBlock(block: Block, context: Context): HTMLElement {
     const from = source
         ? sourceButton("source", `Source of ${block.title}`, () => sourceNodes(context.payload, source), "of-block")
         : null;
-    const head = el("header", {}, el("h2", {}, block.title), unit, from);
+    const head = el("header", {}, el("h2", { attributes: { tabindex: "-1" } }, block.title), unit, from);
     const section = el("section", { class: `block ${block.kind}`, attributes: { "aria-label": block.title } }, head);
     if (block.note) {
         section.appendChild(el("p", { class: "note" }, block.note));

@@ -3,7 +3,7 @@
 import uPlot from "uplot";
 import { isPrinting, onPalette, palette } from "./colours";
 import type { Context } from "./context";
-import { el } from "./dom";
+import { button, el } from "./dom";
 import { onAxis } from "./format";
 import type { Range } from "./view";
 
@@ -22,6 +22,17 @@ export interface Painter {
     tell(u: uPlot, moment: number, value: number | null, at: { x: number; y: number } | undefined): void;
 }
 
+/** Of a chart that fills only a part of the report's time a button that leads there. */
+export function ownTime(context: Context, from: number, to: number): HTMLElement | null {
+    const { home } = context.view;
+    if (!(from < to) || to - from > kOwnTime * (home.to - home.from)) {
+        return null;
+    }
+    const margin = (to - from) / 50;
+    const go = (): void => context.view.setRange({ from: from - margin, to: to + margin });
+    return el("p", { class: "own-time" }, button("Zoom to the time of this chart", go));
+}
+
 export type Drag = "zoom" | "pan" | "mark";
 /** What dragging does, chosen in the page's head. */
 export const drag: { mode: Drag } = { mode: "zoom" };
@@ -36,6 +47,8 @@ const kTimeSteps = [
 ];
 const kPrintedWidth = 680;
 const kFont = "11px system-ui, sans-serif";
+/** A chart that fills less of the time than this has a button to be zoomed to. */
+const kOwnTime = 0.5;
 const kSlip = 4; // pixels within which a press is no drag
 
 export class TimeChart {

@@ -6,7 +6,7 @@ import type { Cell, Column } from "./payload";
 import type { Payload } from "./payload";
 import { cellNode } from "./popover";
 
-const kFirstRows = 60;
+const kFirstRows = 25;
 const kMoreRows = 500;
 const kSortable = 200000;
 const kFilterFrom = 12;

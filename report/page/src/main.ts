@@ -16,6 +16,8 @@ declare const kLicences: { name: string; version: string; licence: string; text:
 
 const kPlainGutter = 62;
 const kNamesGutter = 160;
+const kContentsFrom = 6;
+const kOpenContents = 24;
 
 const kKeys: [string, string][] = [
     ["Drag", "zoom, pan or mark, as chosen above"],
@@ -53,6 +55,24 @@ function filesPage(payload: Payload): Page {
         rows,
     };
     return { id: "files", title: "Files", blocks: [table] };
+}
+
+/** Of a page with many blocks the list of them. */
+function contents(page: Page, sections: HTMLElement[]): HTMLElement | null {
+    if (sections.length < kContentsFrom) {
+        return null;
+    }
+    const items = page.blocks.map((block, index) => {
+        const go = (): void => {
+            const heading = sections[index].querySelector("h2");
+            heading?.scrollIntoView();
+            heading?.focus({ preventScroll: true });
+        };
+        return el("li", {}, button(block.title, go, { title: block.title }));
+    });
+    const list = el("details", { class: "contents" }, el("summary", {}, "On this page"), el("ul", {}, ...items));
+    list.open = sections.length <= kOpenContents;
+    return list;
 }
 
 class App {
@@ -201,9 +221,8 @@ class App {
         };
         const { title, run } = this.namesOf(page);
         replace(this.main, el("h1", {}, title, run && el("span", { class: "of-run" }, ` ${run}`)));
-        for (const block of page.blocks) {
-            this.main.appendChild(drawBlock(block, context));
-        }
+        const sections = page.blocks.map((block) => drawBlock(block, context));
+        append(this.main, [contents(page, sections), ...sections]);
         if (page.blocks.length === 0) {
             append(this.main, [el("p", { class: "dim" }, "There is nothing on this page.")]);
         }

@@ -1,7 +1,7 @@
 // Lines over time: drawn, read at the cursor, and summed up over what is marked.
 
 import uPlot from "uplot";
-import { Painter, TimeChart } from "./chart";
+import { Painter, TimeChart, ownTime } from "./chart";
 import { colour, dash, onPalette, palette } from "./colours";
 import type { Context } from "./context";
 import { button, el, replace, visible } from "./dom";
@@ -567,7 +567,17 @@ export function drawSeries(block: Series, context: Context): Node[] {
     const kept = lines.reduce((sum, line) => sum + line.points.length, 0);
     const thinned = block.total !== undefined && block.total > kept;
     const words = `${count(kept)} of ${count(block.total ?? kept)} points are kept: the least and the greatest of each piece of time survive.`;
-    const nodes: (Node | null)[] = [chart.element, legend.element, findings(block, context, painter)];
+    const begins = lines.reduce((least, { points }) => (points.length > 0 ? Math.min(least, points.t[0]) : least), Infinity);
+    const ends = lines.reduce(
+        (most, { points }) => (points.length > 0 ? Math.max(most, points.t[points.length - 1]) : most),
+        -Infinity,
+    );
+    const nodes: (Node | null)[] = [
+        chart.element,
+        ownTime(context, begins, ends),
+        legend.element,
+        findings(block, context, painter),
+    ];
     nodes.push(thinned ? el("p", { class: "dim" }, words) : null);
     nodes.push(new SeriesTable(block, context, lines).element);
     return nodes.filter((node): node is Node => node !== null);

@@ -1,7 +1,7 @@
 // What ran when: a row for each, spans on the report's time axis.
 
 import uPlot from "uplot";
-import { Painter, TimeChart } from "./chart";
+import { Painter, TimeChart, ownTime } from "./chart";
 import { colour, palette } from "./colours";
 import type { Context } from "./context";
 import { el, visible } from "./dom";
@@ -220,7 +220,12 @@ export function drawTimeline(block: Timeline, context: Context): Node[] {
     const table = onDemand("Table of these spans", () => spansTable(block, context, rows));
     const cut = block.total !== undefined && block.total > kept;
     const note = cut ? el("p", { class: "dim" }, `${count(kept)} of ${count(block.total as number)} spans are kept.`) : null;
-    return [chart.element, note, table.element].filter((node): node is HTMLElement => node !== null);
+    const all = rows.flatMap((row) => row.spans);
+    const begins = all.reduce((least, span) => Math.min(least, span.from), Infinity);
+    const ends = all.reduce((most, span) => Math.max(most, span.to), -Infinity);
+    return [chart.element, ownTime(context, begins, ends), note, table.element].filter(
+        (node): node is HTMLElement => node !== null,
+    );
 }
 
 function spansTable(block: Timeline, context: Context, rows: Row[]): HTMLElement {

@@ -66,6 +66,7 @@ await withBench((bench) => {
                     page.blocks.flatMap((block) => block.note ?? []),
                 );
                 assert.deepEqual(await textsOf(tab, "main .trouble"), []);
+                assert.equal(await tab.$(".contents"), null); // short pages need none
                 const charts = page.blocks.filter((block) => block.kind === "series" || block.kind === "timeline").length;
                 assert.equal((await tab.$$("main .chart")).length, charts);
             }
@@ -76,7 +77,7 @@ await withBench((bench) => {
         const payload = every();
         const table = blockOf(payload, "cpu", "table");
         await opened(bench, payload, "cpu", async (tab) => {
-            assert.equal((await tab.$$(".block.table tbody tr")).length, 60);
+            assert.equal((await tab.$$(".block.table tbody tr")).length, 25);
             await tab.click(".block.table .grid-foot button");
             const cells = await tab.$$eval(".block.table tbody tr", (rows) =>
                 rows.map((row) => [...row.querySelectorAll("td")].map((cell) => cell.textContent)),
@@ -197,6 +198,23 @@ await withBench((bench) => {
                 ),
             );
             assert.equal(rows[1][0], "2026-03-14 09:30:02.000");
+        });
+    });
+
+    test("a long page begins with the list of its blocks, which leads to them", async () => {
+        const payload = empty();
+        const titles = payload.pages[0].blocks.map((block) => block.title);
+        await opened(bench, payload, "summary", async (tab) => {
+            assert.deepEqual(await textsOf(tab, ".contents button"), titles);
+            await tab.click(".contents li:last-child button");
+            await bench.settle(tab);
+            assert.equal(await tab.evaluate(() => document.activeElement?.textContent), titles[titles.length - 1]);
+            assert.ok(
+                await tab.evaluate(
+                    () => (document.activeElement as Element).getBoundingClientRect().top < window.innerHeight,
+                ),
+            );
+            assert.equal(await tab.evaluate(() => location.hash), "#page=summary");
         });
     });
 

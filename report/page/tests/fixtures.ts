@@ -114,6 +114,17 @@ function ddrSeries(): Series {
     };
 }
 
+/** Points in a small part of the run alone. */
+function shortSeries(): Series {
+    const line = {
+        name: "bound of the AI core",
+        run: 0,
+        t: [kStart + 60000, kStart + 70000, kStart + 80000],
+        v: [20, 25, 20],
+    };
+    return { kind: "series", title: "While the optimizer searched", unit: "GB/s", series: [line] };
+}
+
 function table(): Block {
     const rows: Cell[][] = [];
     for (let i = 0; i < 90; i++) {
@@ -245,7 +256,7 @@ export function every(): Payload {
     return payloadOf([
         { id: "summary", title: "Summary", blocks: kSummary },
         { id: "cpu", title: "CPU", blocks: [cpuSeries(), table(), bars(["usage"])] },
-        { id: "ddr", title: "DDR", blocks: [ddrSeries()] },
+        { id: "ddr", title: "DDR", blocks: [ddrSeries(), shortSeries()] },
         { id: "sched", title: "Scheduler", blocks: [timeline(), cpuSeries()] },
         { id: "topdown", title: "Topdown", blocks: [tree()] },
         {

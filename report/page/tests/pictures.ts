@@ -15,6 +15,7 @@ async function takeAll(bench: Bench, opened: Opened, folder: string, name: strin
         await bench.settle(page);
         for (const scheme of ["light", "dark"]) {
             await page.emulateMediaFeatures([{ name: "prefers-color-scheme", value: scheme }]);
+            await page.setViewport({ width: 1280, height: 900 });
             const height = await page.evaluate(() => document.documentElement.scrollHeight);
             await page.setViewport({ width: 1280, height: Math.min(8000, Math.max(900, height)) }); // what is out of sight is not drawn
             await bench.settle(page);

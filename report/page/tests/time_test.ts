@@ -147,6 +147,15 @@ await withBench((bench) => {
         });
     });
 
+    test("a chart of a short time can be zoomed to", async () => {
+        await opened(bench, every(), "#page=ddr", async (tab) => {
+            assert.equal((await tab.$$(".own-time")).length, 1);
+            await tab.click(".own-time button");
+            const range = await inAddress(bench, tab, "range");
+            assert.deepEqual(range, { from: kStart + 59600, to: kStart + 80400 });
+        });
+    });
+
     test("the address shows the same page, range and marks again, and goes back", async () => {
         const payload = every();
         const fragment = `#page=cpu&range=${kStart + 60000}..${kStart + 120000}&mark=${kStart + 70000}..${kStart + 80000.5}`;
