@@ -5,8 +5,9 @@ import { readFileSync } from "node:fs";
 import { join } from "node:path";
 import test from "node:test";
 import type { Page as Tab } from "puppeteer-core";
-import type { Block, Cell, Payload, TreeNode } from "../src/payload";
+import type { Block, Payload } from "../src/payload";
 import { Bench, Opened, withBench } from "./browser";
+import { preorder, words } from "./expected";
 import { empty, every, two } from "./fixtures";
 
 /** Opens a report at a page and expects nothing but what it should do. */
@@ -29,16 +30,6 @@ const textsOf = (tab: Tab, selector: string): Promise<string[]> =>
 function blockOf<Kind extends Block["kind"]>(payload: Payload, id: string, kind: Kind): Extract<Block, { kind: Kind }> {
     const found = payload.pages.find((page) => page.id === id)?.blocks.find((block) => block.kind === kind);
     return found as Extract<Block, { kind: Kind }>;
-}
-
-function words(cell: Cell): string {
-    return cell.v === undefined
-        ? (cell.empty ?? "no value").replace(/-/g, " ")
-        : String(cell.v) + (cell.grey ? "\u2020" : "");
-}
-
-function preorder(nodes: TreeNode[]): TreeNode[] {
-    return nodes.flatMap((node) => [node, ...preorder(node.children ?? [])]);
 }
 
 await withBench((bench) => {

@@ -5,14 +5,10 @@ import test from "node:test";
 import type { Page as Tab } from "puppeteer-core";
 import type { Payload, Series } from "../src/payload";
 import { Bench, Opened, withBench } from "./browser";
+import { Range, figuresOf, shownFigures } from "./expected";
 import { every, kStart, two } from "./fixtures";
 
 const kEnd = kStart + 600000;
-
-interface Range {
-    from: number;
-    to: number;
-}
 
 /** The plot of the first chart in the window's pixels. */
 async function plotOf(tab: Tab, index = 0): Promise<{ left: number; top: number; width: number; height: number }> {
@@ -48,27 +44,6 @@ async function inAddress(bench: Bench, tab: Tab, name: "range" | "mark"): Promis
 
 function close(actual: number, expected: number, slack: number): void {
     assert.ok(Math.abs(actual - expected) <= slack, `${actual} is not within ${slack} of ${expected}`);
-}
-
-/** Mean, least and greatest of each line in a range, computed here. */
-function figuresOf(series: Series, range: Range, shift = 0): string[][] {
-    return series.series.map((line) => {
-        const inside = line.v.filter(
-            (v, i): v is number => v !== null && line.t[i] - shift >= range.from && line.t[i] - shift <= range.to,
-        );
-        const mean = inside.reduce((sum, v) => sum + v, 0) / inside.length;
-        return [String(Number(mean.toPrecision(6))), String(Math.min(...inside)), String(Math.max(...inside))];
-    });
-}
-
-async function shownFigures(tab: Tab): Promise<string[][]> {
-    return tab.$$eval(".legend tbody tr", (rows) =>
-        rows.map((row) =>
-            [...row.querySelectorAll("td.number:not(.now)")].map((cell) =>
-                (cell.textContent ?? "").replace("\u2248\u202f", ""),
-            ),
-        ),
-    );
 }
 
 async function opened(

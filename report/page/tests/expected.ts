@@ -1,0 +1,46 @@
+// What a page must show of a payload, computed apart from the page.
+
+import type { Page as Tab } from "puppeteer-core";
+import { visible } from "../src/dom";
+import type { Cell, Series, TreeNode } from "../src/payload";
+
+export interface Range {
+    from: number;
+    to: number;
+}
+
+/** What stands in a cell. */
+export function words(cell: Cell): string {
+    const text = cell.v === undefined ? (cell.empty ?? "no value").replace(/-/g, " ") : String(cell.v);
+    return visible(text) + (cell.v !== undefined && cell.grey ? "\u2020" : "");
+}
+
+/** The nodes of a tree from the top down, of so many levels below the roots. */
+export function preorder(nodes: TreeNode[], levels = Infinity): TreeNode[] {
+    return nodes.flatMap((node) => [node, ...(levels > 0 ? preorder(node.children ?? [], levels - 1) : [])]);
+}
+
+/** Mean, least and greatest of each line in a range, computed here. */
+export function figuresOf(series: Series, range: Range, shift = 0): string[][] {
+    return series.series.map((line) => {
+        const inside = line.v.filter(
+            (v, i): v is number => v !== null && line.t[i] - shift >= range.from && line.t[i] - shift <= range.to,
+        );
+        if (inside.length === 0) {
+            return ["no points", "no points", "no points"];
+        }
+        const mean = inside.reduce((sum, v) => sum + v, 0) / inside.length;
+        return [String(Number(mean.toPrecision(6))), String(Math.min(...inside)), String(Math.max(...inside))];
+    });
+}
+
+/** The same as the page shows it, for the charts in an element of the page. */
+export async function shownFigures(tab: Tab, within = "main"): Promise<string[][]> {
+    return tab.$$eval(`${within} .legend tbody tr`, (rows) =>
+        rows.map((row) =>
+            [...row.querySelectorAll("td.number:not(.now)")].map((cell) =>
+                (cell.textContent ?? "").replace("\u2248\u202f", ""),
+            ),
+        ),
+    );
+}
