@@ -62,8 +62,35 @@ export function colour(index: number): string {
     return lines[index % lines.length];
 }
 
-export function dash(index: number): number[] {
-    return kDashes[Math.floor(index / kLight.length) % kDashes.length];
+/** That many lines have a colour of their own. */
+export const kColours = kLight.length;
+export const kFaint = 0.65;
+
+/** How a line is told from the others of its chart. */
+export interface Ink {
+    colour: number;
+    dash: number;
+    /** Of one of two lines of the same colour, where they are too dense for dashes. */
+    faint: boolean;
+}
+
+/** Colours in turn, and dashes once they are used up. */
+export function inkOf(index: number): Ink {
+    return { colour: index, dash: Math.floor(index / kColours), faint: false };
+}
+
+/** A colour for each name, and dashes for each run: what is compared has one colour. */
+export function inkOfRun(name: number, run: number): Ink {
+    return { colour: name, dash: run, faint: run > 0 };
+}
+
+export function dashOf(ink: Ink): number[] {
+    return kDashes[ink.dash % kDashes.length];
+}
+
+/** The same as a border of an element. */
+export function borderOf(ink: Ink): string {
+    return `3px ${["solid", "dashed", "dotted", "double"][ink.dash % 4]} ${colour(ink.colour)}`;
 }
 
 /** Of two versions' difference in points: bluer where it went down, more orange where it went up. */

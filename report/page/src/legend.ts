@@ -1,6 +1,6 @@
 // The rows below a chart: what each line is, its value at the cursor, and its figures over what is marked or shown.
 
-import { colour, dash, onPalette } from "./colours";
+import { borderOf, kFaint, onPalette } from "./colours";
 import type { Context } from "./context";
 import { Child, el, replace } from "./dom";
 import { computed, count, duration, exact } from "./format";
@@ -98,10 +98,8 @@ export class Legend {
 
     private colours(): void {
         for (const { line, swatch } of this.rows) {
-            const style = ["solid", "dashed", "dotted", "double"][
-                dash(line.index).length === 0 ? 0 : Math.floor(line.index / 8) % 4
-            ];
-            swatch.style.borderTop = `3px ${style} ${colour(line.index)}`;
+            swatch.style.borderTop = borderOf(line.ink);
+            swatch.style.opacity = line.ink.faint ? String(kFaint) : "1";
         }
     }
 

@@ -2,7 +2,7 @@
 
 import uPlot from "uplot";
 import { Painter, TimeChart, ownTime } from "./chart";
-import { colour, dash, palette } from "./colours";
+import { Ink, colour, dashOf, inkOf, inkOfRun, kColours, kFaint, palette } from "./colours";
 import type { Context } from "./context";
 import { el, visible } from "./dom";
 import { findings } from "./findings";
@@ -28,7 +28,7 @@ export interface Line {
     name: string;
     run: number;
     points: Points;
-    index: number;
+    ink: Ink;
     shown: boolean;
     source(point: number): Source | undefined;
 }
@@ -36,7 +36,10 @@ export interface Line {
 type PlacedMark = Mark & { place: number };
 
 export function linesOf(block: Series, context: Context): Line[] {
-    const several = new Set(block.series.map((line) => line.run)).size > 1;
+    const runs = [...new Set(block.series.map((line) => line.run))];
+    const names = [...new Set(block.series.map((line) => line.name))];
+    const several = runs.length > 1;
+    const compared = several && names.length > 1 && names.length <= kColours && names.length < block.series.length;
     return block.series.map((line, index) => {
         const points = new Points(line.t, line.v, context.clock.shift(line.run));
         const label = context.payload.runs[line.run]?.label ?? "";
@@ -44,7 +47,7 @@ export function linesOf(block: Series, context: Context): Line[] {
             name: several && !line.name.includes(label) ? `${line.name} (${label})` : line.name,
             run: line.run,
             points,
-            index,
+            ink: compared ? inkOfRun(names.indexOf(line.name), runs.indexOf(line.run)) : inkOf(index),
             shown: true,
             source: (point) => {
                 const number = line.src?.lines[points.original(point)];
@@ -165,10 +168,12 @@ export class SeriesPainter implements Painter {
     }
 
     private paintLine(u: uPlot, context: CanvasRenderingContext2D, line: Line): void {
-        context.strokeStyle = colour(line.index);
-        context.fillStyle = colour(line.index);
-        context.setLineDash(dash(line.index).map((part) => part * uPlot.pxRatio));
+        context.strokeStyle = colour(line.ink.colour);
+        context.fillStyle = colour(line.ink.colour);
+        context.globalAlpha = line.ink.faint ? kFaint : 1;
+        context.setLineDash(dashOf(line.ink).map((part) => part * uPlot.pxRatio));
         paintPoints(u, context, line.points, this.context.view.range);
+        context.globalAlpha = 1;
         context.setLineDash([]);
     }
 

@@ -62,7 +62,7 @@ export class Stack {
         for (let i = this.sums.length - 1; i >= 0; i--) {
             // From the highest down, each to the bottom: the next one covers what is its own.
             const edge = this.edge(u, this.sums[i], range);
-            context.fillStyle = colour(this.layers[i].index);
+            context.fillStyle = colour(this.layers[i].ink.colour);
             context.fill(edge);
         }
     }

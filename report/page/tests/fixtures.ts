@@ -277,6 +277,9 @@ export function two(): Payload {
         series: lines,
         marks: [{ t: lines[1].t[150], series: 1, label: "peak of the second", sign: "peak" }],
     };
+    const cores = [0, 1].flatMap((core) =>
+        [0, 1].map((run) => ({ name: `core ${core}`, run, ...wave(300, 2000, 30 + 8 * run, 5 * core + run, run) })),
+    );
     const flame: Block = {
         kind: "flame",
         title: "Stacks, the second less the first",
@@ -286,6 +289,7 @@ export function two(): Payload {
     const pages: Page[] = [
         { id: "summary", title: "Summary", blocks: kSummary },
         { id: "compare", title: "Comparison", blocks: [series, bars(["V1", "V2"]), flame] },
+        { id: "cores", title: "Cores", blocks: [{ ...series, title: "Usage of each core", series: cores, marks: [] }] },
         { id: "cpu_0", title: "CPU", run: 0, blocks: [{ ...series, series: [lines[0]], marks: [] }] },
         { id: "cpu_1", title: "CPU", run: 1, blocks: [{ ...series, series: [lines[1]], marks: [] }, timeline(1)] },
     ];
