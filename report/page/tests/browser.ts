@@ -59,7 +59,7 @@ export async function withBench(run: (bench: Bench) => void): Promise<void> {
 export class Bench {
     private constructor(
         private readonly browser: Browser,
-        private readonly folder: string,
+        readonly folder: string,
         private readonly template: string,
     ) {}
 
