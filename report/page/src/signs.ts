@@ -7,7 +7,7 @@ import type { Series } from "./payload";
 export type Mark = NonNullable<Series["marks"]>[number];
 
 export function paintSign(context: CanvasRenderingContext2D, sign: Mark["sign"], x: number, y: number): void {
-    const r = 5 * uPlot.pxRatio;
+    const r = 5.5 * uPlot.pxRatio;
     const shapes: { [sign in Mark["sign"]]: [number, number][] } = {
         peak: [
             [-r, r * 0.7],
@@ -37,7 +37,7 @@ export function paintSign(context: CanvasRenderingContext2D, sign: Mark["sign"],
         context.lineTo(x + dx, y + dy);
     }
     context.closePath();
-    context.fillStyle = palette().alarm;
+    context.fillStyle = palette().text; // no line has this colour
     context.strokeStyle = palette().background;
     context.lineWidth = uPlot.pxRatio;
     context.fill();
