@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # A clean Debian 12 in a folder of its own, made by debootstrap from the mirror and with the settings of this machine's
-# apt. There the packages of this checkout are installed, run and purged, and the README's commands run as they stand in a
+# apt and npm. There the packages of this checkout are installed, run and purged, and the README's commands run as they stand in a
 # fresh clone of what is committed. That takes as long as a whole build and test without a compiler cache.
 # With --demo only the first command runs, in a copy of this checkout at the same path and with its release build, so
 # that nothing is compiled: that the packages listed suffice to build is then shown by the configuring alone.
@@ -51,6 +51,10 @@ make_room() {
     cp -a /etc/apt "$room/etc/apt"
     cp -a /usr/share/keyrings/. "$room/usr/share/keyrings/"
     cp -L /etc/resolv.conf /etc/hosts "$room/etc/"
+    # Where npm's packages come through a proxy of this machine's own, whose certificate npm is told.
+    [ ! -e /etc/npmrc ] || cp /etc/npmrc "$room/etc/"
+    cp -a /usr/local/share/ca-certificates "$room/usr/local/share/"
+    in_room update-ca-certificates >/dev/null 2>&1
 }
 
 # Runs a shell's text in the room, which is the root of all that it sees; arguments follow.
