@@ -265,7 +265,6 @@ LineFile::~LineFile() {
 }
 
 bool LineFile::ReadMore() {
-    constexpr std::size_t kStep = 65536;  // small enough for memory that is at hand
     if (begin_ > 0) {
         buffer_.erase(0, begin_);
         end_ -= begin_;
@@ -284,7 +283,26 @@ bool LineFile::ReadMore() {
     return got > 0;
 }
 
+// The line's beginning; what is between it and the next newline is read into the place behind it.
+std::string_view LineFile::CutLine() {
+    const std::size_t begin = begin_;
+    const std::size_t kept = begin + most_;
+    buffer_.resize(std::max(buffer_.size(), kept + kStep));
+    std::size_t newline = std::string_view::npos;
+    ssize_t got = 0;
+    do {
+        got = ::read(fd_, buffer_.data() + kept, buffer_.size() - kept);
+        end_ = kept + (got > 0 ? static_cast<std::size_t>(got) : 0);
+        newline = std::string_view(buffer_).substr(0, end_).find('\n', kept);
+    } while (newline == std::string_view::npos && (got > 0 || (got < 0 && errno == EINTR)));
+    begin_ = newline == std::string_view::npos ? end_ : newline + 1;
+    scanned_ = begin_;
+    wasCut_ = true;
+    return std::string_view(buffer_).substr(begin, most_);
+}
+
 bool LineFile::Next(std::string_view& line) {
+    wasCut_ = false;
     while (IsOpen()) {
         const std::string_view read = std::string_view(buffer_).substr(0, end_);
         const std::size_t newline = read.find('\n', scanned_);
@@ -292,9 +310,15 @@ bool LineFile::Next(std::string_view& line) {
             line = read.substr(begin_, newline - begin_);
             begin_ = newline + 1;
             scanned_ = begin_;
+            wasCut_ = line.size() > most_;
+            line = line.substr(0, most_);
             return true;
         }
         scanned_ = end_;
+        if (end_ - begin_ > most_) {
+            line = CutLine();
+            return true;
+        }
         if (!ReadMore()) {
             line = std::string_view(buffer_).substr(begin_, end_ - begin_);
             begin_ = end_;

@@ -117,10 +117,21 @@ public:
     // error counts as.
     bool Next(std::string_view& line);
 
+    // For files that are not to be trusted: of a line that goes on behind so many bytes no more of
+    // them is given, and the rest is passed over, so that the buffer does not grow with it.
+    void CutLines(std::size_t most) { most_ = most; }
+    // Whether the line that was taken last went on.
+    [[nodiscard]] bool WasCut() const { return wasCut_; }
+
 private:
+    static constexpr std::size_t kStep = 65536;  // small enough for memory that is at hand
+
     [[nodiscard]] bool ReadMore();
+    [[nodiscard]] std::string_view CutLine();
 
     int fd_;
+    std::size_t most_ = std::string::npos;
+    bool wasCut_ = false;
     std::string buffer_;
     std::size_t begin_ = 0;    // of what has not been taken yet
     std::size_t end_ = 0;      // of what has been read

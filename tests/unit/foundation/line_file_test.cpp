@@ -43,6 +43,41 @@ TEST(LineFileTest, CutsAsTheCursorDoes) {
     }
 }
 
+TEST(LineFileTest, CutsLongLinesWhereItIsToldTo) {
+    const test::TempDir dir;
+    // Shorter and longer than what is read at once, and about as long as the limit.
+    for (const std::size_t most : {std::size_t{1}, std::size_t{100}, std::size_t{70000}}) {
+        std::string text;
+        std::vector<std::string> expected;
+        for (const std::size_t size : {std::size_t{0}, most - 1, most, most + 1, most + 65535,
+                                       most + 65536, most + 65537, std::size_t{3000000}}) {
+            const std::string line(size, 'a');
+            expected.push_back(line.substr(0, most) + (size > most ? " cut" : ""));
+            text += line + "\n";
+        }
+        for (const char* end : {"", "b"}) {
+            LineFile file(dir.Write("file", text + end));
+            file.CutLines(most);
+            std::vector<std::string> lines;
+            for (std::string_view line; file.Next(line);) {
+                lines.push_back(std::string(line) + (file.WasCut() ? " cut" : ""));
+            }
+            std::vector<std::string> all = expected;
+            if (*end != '\0') {
+                all.emplace_back(end);
+            }
+            EXPECT_EQ(lines == all, true) << most;
+        }
+        LineFile unended(dir.Write("file", std::string(3000000, 'a')));
+        unended.CutLines(most);
+        std::string_view line;
+        EXPECT_TRUE(unended.Next(line));
+        EXPECT_EQ(line.size(), most);
+        EXPECT_TRUE(unended.WasCut());
+        EXPECT_FALSE(unended.Next(line));
+    }
+}
+
 TEST(LineFileTest, WantsARegularFile) {
     const test::TempDir dir;
     const std::string fifo = dir.Path() + "fifo";
