@@ -23,6 +23,7 @@ MAY_INCLUDE = {
     "mission": ("kit", "formats", "platform", "foundation"),
     "app": ("mission", "foundation"),
     "board": ("foundation", "platform"),
+    "report": ("kit", "formats", "foundation"),
 }
 # Headers that are found by their bare name, as on the board.
 BARE_HEADERS = ("platform/include",)
@@ -396,6 +397,7 @@ CLEAN = {
     "optimizer/o.h": "#pragma once\nclass DdrOptimizer final : public BasicOptimizer {};\n",
     "optimizer/o.cpp": "#include \"collectors/system/ddr/shared.h\"\n// system(3) is not called, \"raw_data/\" not named\n"
                        "const char* s = \"system(\"; char c = '\"'; int n = 1'000; // \" std::endl\n",
+    "report/r.h": "#pragma once\n#include \"kit/section.h\"\n#include \"formats/cpu.h\"\n",
     "formats/facts.cpp": "const char* master = \"a_master\";\n",
     "optimizer/p.cpp": "const char* master = \"a_master\";\n",
     "optimizer/CMakeLists.txt": mission("o"),
@@ -429,6 +431,9 @@ def breaks():
     yield "foundation/f.cpp", '#include "formats/cpu.h"\n', may_not
     yield "foundation/f.cpp", '#include "mission/m.h"\n', may_not
     yield "app/main.cpp", '#include "optimizer/o.h"\n', may_not
+    yield "report/r.cpp", '#include "collectors/system/ddr/d.h"\n', may_not
+    yield "report/r.cpp", '#include "mission/m.h"\n', may_not
+    yield "kit/k.cpp", '#include "report/r.h"\n', may_not
     yield "mission/m.cpp", '#include "tests/unit/support/x.h"\n', "no header of the program"
     yield "optimizer/o.cpp", '#include "mission_classes.h"\n', "no header of the program"
     yield "tests/unit/b_test.cpp", "", "never built"
