@@ -1,0 +1,45 @@
+#include "report/family.h"
+
+#include <utility>
+
+namespace zarn::report {
+
+void AddRow(TableBlock& table, std::vector<Cell> row) {
+    if (table.rows.size() < kMostRows) {
+        table.rows.push_back(std::move(row));
+    } else {
+        table.total = (table.total == 0 ? table.rows.size() : table.total) + 1;
+    }
+}
+
+void AddLastDocuments(FamilyContext& context, const std::vector<RunFile>& files,
+                      std::string_view member, const TakeContent& take,
+                      std::vector<Block>& blocks) {
+    for (const RunFile& file : files) {
+        std::vector<Block> own;
+        const std::size_t findings = context.findings.size();
+        ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
+            const JsonValue* content = MemberOf(&document, "content");
+            if (content == nullptr || (!member.empty() && MemberOf(content, member) == nullptr)) {
+                context.files.Trouble(
+                    file.index, "line " + std::to_string(line) + " is no document of its kind");
+                return;
+            }
+            own.clear();
+            context.findings.resize(findings);
+            take(*content, context.At(file, line), own);
+        });
+        for (Block& block : own) {
+            std::visit([&](auto& kind) { kind.head.title = TitleOf(kind.head.title, files, file); },
+                       block);
+            blocks.push_back(std::move(block));
+        }
+    }
+}
+
+std::string TitleOf(const std::string& title, const std::vector<RunFile>& files,
+                    const RunFile& file) {
+    return files.size() < 2 ? title : title + ", " + file.name;
+}
+
+}  // namespace zarn::report
