@@ -1,0 +1,89 @@
+#include "report/compose.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <utility>
+
+#include "report/families/families.h"
+#include "report/run_facts.h"
+#include "report/summary.h"
+
+namespace zarn::report {
+namespace {
+
+// Of the report, for texts of lines: the rest of them is named by its file.
+constexpr std::size_t kLineBudget = std::size_t{384} << 10;
+
+struct Family {
+    const char* id;
+    const char* title;
+    std::vector<std::string> missions;  // that leave its files
+    std::vector<Block> (*make)(FamilyContext& context);
+};
+
+[[nodiscard]] const std::vector<Family>& Families() {
+    static const std::vector<Family> families = {
+        {"cpu", "CPU", {"CpuCollector", "CpuAnalyzer"}, CpuBlocks},
+        {"ddr", "DDR", {"DdrCollector", "DdrAnalyzer"}, DdrBlocks},
+    };
+    return families;
+}
+
+// Why a run has no page of a family.
+[[nodiscard]] Missing MissingPage(const Family& family, const RunView& view) {
+    const bool wasRun = std::any_of(
+        family.missions.begin(), family.missions.end(),
+        [&view](const std::string& mission) { return view.facts.names.count(mission) != 0; });
+    return {family.title, wasRun ? Reason::FileMissing : Reason::NotMeasured};
+}
+
+// The page of a family, if the run has something of it.
+void AddPage(const Family& family, bool isAlone, Files& files, RunView& view,
+             std::vector<Page>& pages) {
+    FamilyContext context{view.run, files, view.facts.settings, {}};
+    std::vector<Block> blocks = family.make(context);
+    if (blocks.empty()) {
+        view.missing.push_back(MissingPage(family, view));
+        return;
+    }
+    const std::uint32_t number = view.run.Number();
+    Page page;
+    page.id = family.id + (number == 0 ? "" : "-" + std::to_string(number + 1));
+    page.title = family.title + (isAlone ? "" : ": " + view.label);
+    page.run = number;
+    page.blocks = std::move(blocks);
+    pages.push_back(std::move(page));
+    std::move(context.findings.begin(), context.findings.end(), std::back_inserter(view.findings));
+}
+
+[[nodiscard]] RunLabel LabelOf(const RunView& view) {
+    return {view.label, view.run.Path(), view.facts.from, view.facts.to};
+}
+
+}  // namespace
+
+Report ComposeReport(const std::vector<std::string>& paths, const std::vector<std::string>& labels,
+                     Files& files, const OnProgress& onProgress) {
+    std::vector<RunView> views;
+    for (std::size_t i = 0; i < paths.size(); ++i) {
+        Run run(static_cast<std::uint32_t>(i), paths[i], files);
+        RunFacts facts = ReadRunFacts(run, files);
+        views.push_back({labels[i], std::move(run), std::move(facts), {}, {}});
+    }
+    Report report;
+    for (const Family& family : Families()) {
+        for (RunView& view : views) {
+            onProgress(view.label + ": " + family.title);
+            AddPage(family, views.size() == 1, files, view, report.pages);
+        }
+    }
+    report.pages.insert(report.pages.begin(), SummaryPage(views, files));
+    for (const RunView& view : views) {
+        report.runs.push_back(LabelOf(view));
+    }
+    files.KeepLines(kLineBudget);
+    return report;
+}
+
+}  // namespace zarn::report

@@ -1,0 +1,239 @@
+#include "formats/ddr.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "foundation/numbers.h"
+#include "report/families/families.h"
+#include "report/statistics.h"
+
+namespace zarn::report {
+namespace {
+
+constexpr StatisticsNames kNames = {"meanBw", "maxBw",  "minBw",
+                                    "peak",   "trough", {"Value", "timeStamp"}};
+constexpr const char* kPercent = "%";
+constexpr const char* kGigabytes = "GB/s";
+
+// What the settings say of a master, at the start of the collection.
+struct Master {
+    Source source;
+    std::optional<double> low;   // GB/s
+    std::optional<double> high;  // GB/s
+    std::vector<Cell> cells;     // the bounds, the hard limit, the priority
+};
+
+// What all files of the family say, by the names of masters.
+struct DdrRun {
+    std::map<std::string, Master> masters;
+    std::map<std::string, std::uint64_t> over;  // samples above the upper bound
+    std::vector<Mark> marks;
+};
+
+[[nodiscard]] std::size_t IndexOf(const std::string& name) {
+    return static_cast<std::size_t>(std::find(ddrNameList.begin(), ddrNameList.end(), name) -
+                                    ddrNameList.begin());
+}
+
+// The name of a master in an element of `content`; empty for one that no board has.
+[[nodiscard]] std::string NameIn(const JsonValue* element) {
+    const std::string name(TextOf(MemberOf(element, "mpam_name")).value_or(""));
+    return IndexOf(name) < ddrNameList.size() ? name : "";
+}
+
+void ReadSettings(FamilyContext& context, DdrRun& ddr) {
+    for (const RunFile& file : context.run.Find(ddr_files::kQosSettings)) {
+        ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
+            const JsonValue* settings = FirstOf(MemberOf(&document, "content"));
+            const std::string name = NameIn(settings);
+            if (name.empty()) {
+                context.files.Trouble(file.index,
+                                      "line " + std::to_string(line) + " tells of no master");
+                return;
+            }
+            Master master;
+            master.source = context.At(file, line);
+            master.low = NumberOf(MemberOf(settings, "bw_low"));
+            master.high = NumberOf(MemberOf(settings, "bw_high"));
+            for (const char* member : {"bw_low", "bw_high", "hardlimit", "priority"}) {
+                master.cells.push_back(NumberCell(MemberOf(settings, member), master.source));
+            }
+            ddr.masters[name] = std::move(master);
+        });
+    }
+}
+
+// The analyzer's figures, whose peaks mark the charts.
+void AddAnalysis(FamilyContext& context, DdrRun& ddr, std::vector<Block>& blocks) {
+    const std::vector<RunFile> files = context.run.Find(ddr_files::kAnalysis);
+    for (const RunFile& file : files) {
+        TableBlock table;
+        std::vector<Mark> marks;
+        std::vector<Finding> findings;
+        ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
+            const Source source = context.At(file, line);
+            table = StatisticsTable({TitleOf("Shares of the DDR's peak", files, file), "", source},
+                                    "master", kPercent);
+            table.columns.push_back({"mean above the upper bound", kPercent, true});
+            marks.clear();
+            findings.clear();
+            for (const JsonValue* one : ElementsOf(MemberOf(&document, "content"))) {
+                const std::string name = NameIn(one);
+                if (name.empty() || table.rows.size() >= kMostRows) {
+                    continue;
+                }
+                const FoundAt at{one, source};
+                AddStatistics(name, at, kNames, table);
+                const Cell over = NumberCell(MemberOf(one, "over"), source);
+                table.rows.back().push_back(over);
+                AddPeaksAndTroughs(at, kNames, IndexOf(name), marks);
+                TellExtremes("DDR " + name, at, kNames, kPercent, findings);
+                const auto* by = std::get_if<double>(&over.value);
+                if (by != nullptr && *by > 0.0) {
+                    findings.push_back(
+                        {TextCellOf("DDR " + name + ": mean above its upper bound by", source),
+                         over, kPercent, EmptyCell(Reason::NotInFile)});
+                }
+            }
+        });
+        if (!table.rows.empty()) {
+            blocks.emplace_back(std::move(table));
+        }
+        ddr.marks.insert(ddr.marks.end(), marks.begin(), marks.end());
+        context.findings.insert(context.findings.end(), findings.begin(), findings.end());
+    }
+}
+
+[[nodiscard]] double PercentOfPeak(double gigabytes) {
+    return gigabytes / kDdrPeakGb * 100.0;
+}
+
+// Counts the masters that are above their bounds, and marks the moment.
+void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment moment,
+                  const Source& source, DdrRun& ddr, std::vector<Mark>& over) {
+    for (std::size_t i = 0; i < shares.size(); ++i) {
+        const auto master = ddr.masters.find(ddrNameList[i]);
+        if (!shares[i] || master == ddr.masters.end() || !master->second.high ||
+            *shares[i] <= PercentOfPeak(*master->second.high)) {
+            continue;
+        }
+        ++ddr.over[ddrNameList[i]];
+        Mark mark;
+        mark.moment = moment;
+        mark.series = i;
+        mark.sign = Sign::Over;
+        mark.source = source;
+        mark.label = ddrNameList[i] + " above its bound of ";
+        AppendNumber(mark.label, *master->second.high);
+        mark.label += std::string(" ") + kGigabytes;
+        over.push_back(std::move(mark));
+        over.resize(std::min(over.size(), kMostMarks));
+    }
+}
+
+[[nodiscard]] Limit PeakLimit() {
+    return {100.0, "the DDR's peak, 51 GB/s", std::nullopt};
+}
+
+// The charts of one collection: the masters stacked, and each with its bound.
+void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<RunFile>& files,
+               DdrRun& ddr, std::vector<Block>& blocks) {
+    const std::vector<std::string> masters(ddrNameList.begin() + 1, ddrNameList.end());
+    SeriesMaker stacked(masters, true);
+    SeriesMaker lines(ddrNameList, false);
+    for (const Mark& mark : ddr.marks) {
+        lines.Add(mark);
+    }
+    std::vector<Mark> over;
+    ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
+        const auto moment = MomentOf(MemberOf(&document, "happenTime"));
+        const JsonValue* shares = FirstOf(MemberOf(&document, "content"));
+        if (!moment || shares == nullptr) {
+            lines.PassOver();
+            return;
+        }
+        std::vector<std::optional<double>> values;
+        for (const std::string& name : ddrNameList) {
+            values.push_back(NumberOf(MemberOf(shares, name)));
+        }
+        LookAtBounds(values, *moment, context.At(file, line), ddr, over);
+        lines.Add(*moment, values, line);
+        stacked.Add(*moment, {values.begin() + 1, values.end()}, line);
+    });
+    if (!lines.HasSamples()) {
+        return;
+    }
+    SeriesBlock stack = stacked.Make(
+        context, file, {TitleOf("Masters stacked against the DDR's peak", files, file), "", {}},
+        kPercent);
+    stack.limits.push_back(PeakLimit());
+    SeriesBlock each = lines.Make(
+        context, file, {TitleOf("Total and each master", files, file), "", {}}, kPercent);
+    each.marks.insert(each.marks.end(), over.begin(), over.end());
+    for (const auto& [name, master] : ddr.masters) {
+        // A bound at the DDR's peak or beyond bounds nothing.
+        if (master.high && *master.high < kDdrPeakGb) {
+            each.limits.push_back(
+                {PercentOfPeak(*master.high), "upper bound of " + name, master.source});
+        }
+    }
+    blocks.emplace_back(std::move(stack));
+    blocks.emplace_back(std::move(each));
+}
+
+void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& blocks) {
+    if (ddr.masters.empty()) {
+        return;
+    }
+    TableBlock table;
+    table.head = {
+        "Bounds of the masters", "As the settings were at the start of the collection.", {}};
+    table.columns = {{"master", "", false},
+                     {"lower bound", kGigabytes, true},
+                     {"upper bound", kGigabytes, true},
+                     {"hard limit", "", true},
+                     {"priority", "", true},
+                     {"samples above the upper bound", "", true}};
+    for (const std::string& name : ddrNameList) {
+        const auto master = ddr.masters.find(name);
+        if (master == ddr.masters.end()) {
+            continue;
+        }
+        std::vector<Cell> row = {TextCellOf(name, master->second.source)};
+        row.insert(row.end(), master->second.cells.begin(), master->second.cells.end());
+        const auto over = ddr.over.find(name);
+        Cell count = EmptyCell(Reason::NotFound);
+        if (over != ddr.over.end()) {
+            count.value = static_cast<double>(over->second);
+            count.computed = "samples whose share of 51 GB/s is above the bound";
+            context.findings.push_back(
+                {TextCellOf("DDR " + name + ": samples above its upper bound",
+                            master->second.source),
+                 count, "samples", EmptyCell(Reason::NotInFile)});
+        }
+        row.push_back(std::move(count));
+        AddRow(table, std::move(row));
+    }
+    blocks.emplace_back(std::move(table));
+}
+
+}  // namespace
+
+std::vector<Block> DdrBlocks(FamilyContext& context) {
+    DdrRun ddr;
+    std::vector<Block> analysis;
+    ReadSettings(context, ddr);
+    AddAnalysis(context, ddr, analysis);
+    std::vector<Block> blocks;
+    const std::vector<RunFile> samples = context.run.Find(ddr_files::kBandwidth);
+    for (const RunFile& file : samples) {
+        AddCharts(context, file, samples, ddr, blocks);
+    }
+    blocks.insert(blocks.end(), std::make_move_iterator(analysis.begin()),
+                  std::make_move_iterator(analysis.end()));
+    AddBounds(context, ddr, blocks);
+    return blocks;
+}
+
+}  // namespace zarn::report
