@@ -22,10 +22,15 @@ struct Family {
     std::vector<Block> (*make)(FamilyContext& context);
 };
 
+[[nodiscard]] std::vector<std::string> Comparators() {
+    return {"CpuComparator", "MemComparator", "DdrComparator", "HotFunComparator"};
+}
+
 [[nodiscard]] const std::vector<Family>& Families() {
     static const std::vector<Family> families = {
         {"cpu", "CPU", {"CpuCollector", "CpuAnalyzer"}, CpuBlocks},
         {"ddr", "DDR", {"DdrCollector", "DdrAnalyzer"}, DdrBlocks},
+        {"memory", "Memory", {"MemCollector", "MemAnalyzer"}, MemoryBlocks},
     };
     return families;
 }

@@ -12,6 +12,35 @@ void AddRow(TableBlock& table, std::vector<Cell> row) {
     }
 }
 
+Cell FigureCell(const JsonValue* value, const Source& source) {
+    return NumberOf(value) ? NumberCell(value, source) : TextCell(value, source);
+}
+
+TableBlock TableOfObjects(BlockHead head, const JsonValue& objects, const Source& source) {
+    TableBlock table;
+    table.head = std::move(head);
+    const JsonValue* first = FirstOf(&objects);
+    if (first == nullptr || !first->IsObject()) {
+        return table;
+    }
+    std::vector<std::string> names;
+    for (const auto& member : first->GetObject()) {
+        if (names.size() < kMostColumns) {
+            names.emplace_back(TextOf(&member.name).value_or(""));
+            table.columns.push_back(
+                {ShortText(names.back()), "", NumberOf(&member.value).has_value()});
+        }
+    }
+    for (const JsonValue* object : ElementsOf(&objects)) {
+        std::vector<Cell> row;
+        for (const std::string& name : names) {
+            row.push_back(FigureCell(MemberOf(object, name), source));
+        }
+        AddRow(table, std::move(row));
+    }
+    return table;
+}
+
 void AddLastDocuments(FamilyContext& context, const std::vector<RunFile>& files,
                       std::string_view member, const TakeContent& take,
                       std::vector<Block>& blocks) {

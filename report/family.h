@@ -48,6 +48,13 @@ inline constexpr std::size_t kMostOfName = 200;   // bytes of a name
 // Adds a row to a table, or counts it where the table is full.
 void AddRow(TableBlock& table, std::vector<Cell> row);
 
+// A number where there is one, else a text.
+[[nodiscard]] Cell FigureCell(const JsonValue* value, const Source& source);
+
+// A table of an array of objects, whose columns are the members of the first one.
+[[nodiscard]] TableBlock TableOfObjects(BlockHead head, const JsonValue& objects,
+                                        const Source& source);
+
 using TakeContent =
     std::function<void(const JsonValue& content, const Source& source, std::vector<Block>& blocks)>;
 

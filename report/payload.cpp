@@ -272,7 +272,7 @@ private:
         out_.BeginObject();
         NumberMember("from", span.from);
         NumberMember("to", span.to);
-        TextMember("label", span.label);
+        TextUnlessEmpty("label", span.label);
         SourceIfKnown(span.source);
         out_.EndObject();
     }

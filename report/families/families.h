@@ -10,5 +10,6 @@ namespace zarn::report {
 
 [[nodiscard]] std::vector<Block> CpuBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> DdrBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> MemoryBlocks(FamilyContext& context);
 
 }  // namespace zarn::report
