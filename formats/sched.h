@@ -12,7 +12,8 @@ namespace zarn::sched_files {
 
 inline constexpr const char* kRawDir = "raw_data/sched/";
 
-// What was measured, as the names of its raw files have it.
+// What was measured, as the names of its raw files have it. All begin with kTargetPrefix.
+inline constexpr const char* kTargetPrefix = "sched";
 [[nodiscard]] inline std::string GlobalTarget() {
     return "sched_global";
 }
@@ -34,9 +35,10 @@ inline constexpr const char* kRawDir = "raw_data/sched/";
     return target + "_latency_" + sorted + "_" + std::to_string(pass) + "_" + time + "." +
            kLogSuffix;
 }
+inline constexpr const char* kTimehistMark = "_timehist_";  // behind the target
 [[nodiscard]] inline std::string TimehistName(const std::string& target, std::uint32_t pass,
                                               const std::string& time) {
-    return target + "_timehist_" + std::to_string(pass) + "_" + time + "." + kLogSuffix;
+    return target + kTimehistMark + std::to_string(pass) + "_" + time + "." + kLogSuffix;
 }
 
 // What the light recorder of the kernel held.

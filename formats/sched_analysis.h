@@ -27,11 +27,12 @@ struct AnalysisTarget {
 }
 
 // Document names. `what`: one of the following.
+inline constexpr const char* kAnalysisPrefix = "soc_schedAna_";
 inline constexpr const char* kLatencyAnalysis = "latency_ana";
 inline constexpr const char* kTimehistAnalysis = "timehist_ana";
 inline constexpr const char* kDelayInfo = "latency_info";
 [[nodiscard]] inline std::string AnalysisName(const AnalysisTarget& target, const char* what) {
-    return "soc_schedAna_" + target.job + "_" + what + AnalysisEnding(target) + kDataSuffix;
+    return kAnalysisPrefix + target.job + "_" + what + AnalysisEnding(target) + kDataSuffix;
 }
 
 // The document of the thread whose log has that name.

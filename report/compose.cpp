@@ -31,6 +31,7 @@ struct Family {
         {"cpu", "CPU", {"CpuCollector", "CpuAnalyzer"}, CpuBlocks},
         {"ddr", "DDR", {"DdrCollector", "DdrAnalyzer"}, DdrBlocks},
         {"memory", "Memory", {"MemCollector", "MemAnalyzer"}, MemoryBlocks},
+        {"scheduler", "Scheduler", {"SchedCollector", "SchedAnalyzer"}, SchedulerBlocks},
     };
     return families;
 }

@@ -11,5 +11,6 @@ namespace zarn::report {
 [[nodiscard]] std::vector<Block> CpuBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> DdrBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> MemoryBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> SchedulerBlocks(FamilyContext& context);
 
 }  // namespace zarn::report
