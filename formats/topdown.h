@@ -37,6 +37,13 @@ inline constexpr Kind kProcess = {"topdown_process_", "soc_topdown_process_info_
     return kind.documentPrefix + element + "_1_" + time + "." + kDataSuffix;
 }
 
+// The core or process that a document of that kind and name is about; empty for the system.
+[[nodiscard]] inline std::string ElementOf(const Kind& kind, const std::string& name) {
+    const std::size_t begin = std::string(kind.documentPrefix).size();
+    const std::size_t end = name.rfind("_1_");
+    return end == std::string::npos || end < begin ? "" : name.substr(begin, end - begin);
+}
+
 // The `eventId` of all documents of the family.
 inline constexpr const char* kEventId = "222200005";
 

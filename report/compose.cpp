@@ -32,6 +32,12 @@ struct Family {
         {"ddr", "DDR", {"DdrCollector", "DdrAnalyzer"}, DdrBlocks},
         {"memory", "Memory", {"MemCollector", "MemAnalyzer"}, MemoryBlocks},
         {"scheduler", "Scheduler", {"SchedCollector", "SchedAnalyzer"}, SchedulerBlocks},
+        {"topdown", "Topdown", {"TopdownCollector"}, TopdownBlocks},
+        {"functions", "Hot functions", {"HotFunCollector"}, HotFunctionBlocks},
+        {"calls", "System calls", {"SysCallCollector"}, SystemCallBlocks},
+        {"bench", "Benchmarks", {"BenchCollector"}, BenchBlocks},
+        {"libraries", "Libraries", {"LibCollector"}, LibraryBlocks},
+        {"heap", "Heap", {"MassifCollector"}, HeapBlocks},
     };
     return families;
 }

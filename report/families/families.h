@@ -12,5 +12,11 @@ namespace zarn::report {
 [[nodiscard]] std::vector<Block> DdrBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> MemoryBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> SchedulerBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> TopdownBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> HotFunctionBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> SystemCallBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> BenchBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> LibraryBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> HeapBlocks(FamilyContext& context);
 
 }  // namespace zarn::report

@@ -22,5 +22,13 @@ TEST(TopdownFiles, ACoreAndAProcessHaveTheirOwn) {
               "soc_topdown_process_info_processplanner_1_1.data");
 }
 
+TEST(TopdownFiles, TellWhatTheyAreAbout) {
+    using namespace topdown_files;
+    for (const char* element : {"", "3", "frame_1_worker", "_1_"}) {
+        EXPECT_EQ(ElementOf(kProcess, DocumentName(kProcess, element, "7")), element);
+    }
+    EXPECT_EQ(ElementOf(kProcess, kProcess.documentPrefix), "");
+}
+
 }  // namespace
 }  // namespace zarn
