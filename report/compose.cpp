@@ -38,6 +38,10 @@ struct Family {
         {"bench", "Benchmarks", {"BenchCollector"}, BenchBlocks},
         {"libraries", "Libraries", {"LibCollector"}, LibraryBlocks},
         {"heap", "Heap", {"MassifCollector"}, HeapBlocks},
+        {"aicore", "AI cores", {"AiCoreCollector"}, AiCoreBlocks},
+        {"aicpu", "AI CPUs", {"AicpuCollector", "AicpuAnalyzer"}, AicpuBlocks},
+        {"image", "Image block", {"ImgpCollector"}, ImageBlocks},
+        {"buffers", "Held buffers", {"MbufCollector"}, HeldBufferBlocks},
     };
     return families;
 }

@@ -18,5 +18,9 @@ namespace zarn::report {
 [[nodiscard]] std::vector<Block> BenchBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> LibraryBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> HeapBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> AiCoreBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> AicpuBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> ImageBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> HeldBufferBlocks(FamilyContext& context);
 
 }  // namespace zarn::report
