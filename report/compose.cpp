@@ -42,6 +42,8 @@ struct Family {
         {"aicpu", "AI CPUs", {"AicpuCollector", "AicpuAnalyzer"}, AicpuBlocks},
         {"image", "Image block", {"ImgpCollector"}, ImageBlocks},
         {"buffers", "Held buffers", {"MbufCollector"}, HeldBufferBlocks},
+        {"versions", "Versions", Comparators(), ComparisonBlocks},
+        {"optimizer", "Optimizer", {"DdrOptimizer"}, OptimizerBlocks},
     };
     return families;
 }

@@ -1,0 +1,94 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "formats/cpu.h"
+#include "formats/ddr.h"
+#include "formats/hot_fun.h"
+#include "formats/mem.h"
+#include "tests/unit/report/shown.h"
+
+namespace zarn::report {
+namespace {
+
+using test::RunTree;
+using test::Shown;
+using testing::ElementsAre;
+
+constexpr const char* kPage = "versions";
+
+TEST(VersionPageTest, ShowsTablesWithDifferences) {
+    const RunTree tree;
+    tree.Write(std::string(cpu_files::kCsvDir) + cpu_files::kComparison,
+               "version,old,new,\ncpu_us_avg,1.5,2,\ncpu_us_max,3,N/A,\nload_avg_1_min_avg,1,1,\n");
+    tree.Write(std::string(ddr_files::kCsvFolder) + "/" + ddr_files::kComparison,
+               "version_id,old,new,\ncpu_mean(%),17.5,7.25,\ncpu_bwHigh(GB/s),51,4,\n");
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Rows(kPage, "CPU"),
+                ElementsAre("cpu_us_avg|1.5|2|0.5", "cpu_us_max|3|[not-in-file]|[not-in-file]",
+                            "load_avg_1_min_avg|1|1|0"));
+    EXPECT_THAT(shown.Rows(kPage, "CPU: means"), ElementsAre("cpu_us_avg|1.5|2"));
+    EXPECT_THAT(shown.Rows(kPage, "DDR"),
+                ElementsAre("cpu_mean(%)|17.5|7.25|-10.25", "cpu_bwHigh(GB/s)|51|4|-47"));
+    EXPECT_THAT(shown.Rows(kPage, "DDR: means"), ElementsAre("cpu_mean(%)|17.5|7.25"));
+    EXPECT_STREQ(shown.Block(kPage, "CPU")["columns"][3]["name"].GetString(), "new minus old");
+}
+
+TEST(VersionPageTest, ShowsMemoryBlockByBlock) {
+    const RunTree tree;
+    tree.Write(std::string(mem_files::kCsvFolder) + "/" + mem_files::kProcessComparison,
+               "process,old(a),,,new(a),,,\n,min,avg,max,min,avg,max,\n"
+               "USS,1.0,2.0,3.0,4.0,5.0,6.0,\n"
+               "process,old(b),,,new(b),,,\n,min,avg,max,min,avg,max,\n"
+               "USS,N/A,N/A,N/A,1,1,1,\n");
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Titles(kPage),
+                ElementsAre("Memory of processes: means", "Memory of processes",
+                            "Memory of processes: means", "Memory of processes"));
+    EXPECT_THAT(shown.Rows(kPage, "Memory of processes"), ElementsAre("USS|1|2|3|4|5|6|3"));
+    EXPECT_THAT(shown.Rows(kPage, "Memory of processes: means"), ElementsAre("USS|2|5"));
+}
+
+TEST(VersionPageTest, ShowsFunctions) {
+    const RunTree tree;
+    tree.Write(std::string(hot_fun_files::kCsvDir) + hot_fun_files::ComparisonName("global"),
+               "old,new,Shared Object,Symbol\n\"64.15%\",\"-23.25%\",\"planner\",\"Plan\"\n"
+               "\" \",\"+8.84%\",\"planner\",\"f(int, int)\"\n\"torn\"\n");
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Rows(kPage, "Functions, hotfun_global_info.csv"),
+                ElementsAre("Plan|planner|64.15|-23.25", "f(int, int)|planner|[not-in-file]|8.84"));
+    EXPECT_THAT(shown.Rows(kPage, "Functions, hotfun_global_info.csv: differences"),
+                ElementsAre("Plan|-23.25", "f(int, int)|8.84"));
+    EXPECT_THAT(shown.Troubles(), ElementsAre("csv/hotFun/hotfun_global_info.csv: line 4 is no row "
+                                              "of the table"));
+}
+
+TEST(OptimizerPageTest, ShowsEachEvaluationAndTheBestSoFar) {
+    const RunTree tree;
+    const std::string tag = "[DdrOptimizer] ";
+    tree.Write(RunTree::NameOf(ddr_files::kOptimizerLog),
+               tag + "======= start to init pso =======\n" + tag +
+                   "t-value  cpu : 15.25 aic : 9.5 imgp : 16 isp : 29.75\n" + tag +
+                   "======= pso num: 1 =======, cpu t-value: 15.25\n" + tag +
+                   "t-value  cpu : -0.5 aic : nan imgp : 16 isp : 29\n" + tag +
+                   "t-value  cpu : 16 aic : 9 imgp : 15 isp : 29\n" + tag +
+                   "======= update pso num: 1 =======,cpu t-value: 16\n" + tag +
+                   "======= iter num: 1 ======= \n" + tag +
+                   "  best bwLow setting: 0 : 10,  3 : 10,  \n" + tag +
+                   "  best bwHigh setting: 0 : 20,  \n" + tag + "  best cpu perf: 16.000000\n" +
+                   tag + "benchmark : aic : 69.5,  cpu : 42,  imgp : 144,  isp : 30,  \n" + tag +
+                   "optimized : aic : 70.5,  cpu : 35,  imgp : 140,  isp : 29,  \n");
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Rows("optimizer", "Evaluations of the search"),
+                ElementsAre("1|15.25|9.5|16|29.75|taken as candidate 1",
+                            "2|-0.5|[not-a-number]|16|29|not taken",
+                            "3|16|9|15|29|taken as the next place of candidate 1"));
+    EXPECT_THAT(shown.Rows("optimizer", "Best so far"),
+                ElementsAre("1|0 : 10,  3 : 10,|0 : 20,|16"));
+    EXPECT_THAT(shown.Rows("optimizer", "Mean frame rates"),
+                ElementsAre("cpu|35|42", "aic|70.5|69.5", "imgp|140|144", "isp|29|30"));
+}
+
+}  // namespace
+}  // namespace zarn::report
