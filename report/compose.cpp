@@ -8,6 +8,7 @@
 #include "report/families/families.h"
 #include "report/run_facts.h"
 #include "report/summary.h"
+#include "report/together.h"
 
 namespace zarn::report {
 namespace {
@@ -95,6 +96,9 @@ Report ComposeReport(const std::vector<std::string>& paths, const std::vector<st
             onProgress(view.label + ": " + family.title);
             AddPage(family, views.size() == 1, files, view, report.pages);
         }
+    }
+    if (auto together = TogetherPage(report.pages)) {
+        report.pages.insert(report.pages.begin(), std::move(*together));
     }
     report.pages.insert(report.pages.begin(), SummaryPage(views, files));
     for (const RunView& view : views) {

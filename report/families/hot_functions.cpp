@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <string>
 #include <utility>
 
 #include "formats/hot_fun.h"
@@ -87,6 +88,16 @@ void AddDocuments(FamilyContext& context, std::vector<Block>& blocks) {
     }
 }
 
+// What a recording is about, of its name behind the prefix: without the time, and of a process
+// without the pid, which another version's has not.
+[[nodiscard]] std::string TagOf(std::string name) {
+    const std::string process = hot_fun_files::ProcessTag("");
+    for (int ends = name.rfind(process, 0) == 0 ? 2 : 1; ends > 0; --ends) {
+        name.resize(std::min(name.rfind('_'), name.size()));
+    }
+    return name;
+}
+
 }  // namespace
 
 std::vector<Block> HotFunctionBlocks(FamilyContext& context) {
@@ -95,8 +106,7 @@ std::vector<Block> HotFunctionBlocks(FamilyContext& context) {
     for (const RunFile& file : context.run.Find(hot_fun_files::kRawDir, hot_fun_files::kRawPrefix,
                                                 hot_fun_files::kScriptSuffix)) {
         const std::string begin = std::string(hot_fun_files::kRawDir) + hot_fun_files::kRawPrefix;
-        std::string tag = file.name.substr(begin.size());
-        tag.resize(std::min(tag.rfind('_'), tag.size()));
+        const std::string tag = TagOf(file.name.substr(begin.size()));
         StackCounts counts;
         ReadPerfScript(context, file, [&counts](const PerfSample& sample) {
             std::vector<std::string_view> stack = {sample.command};

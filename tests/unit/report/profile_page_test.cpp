@@ -104,7 +104,7 @@ TEST(HotFunctionPageTest, DrawsTheStacks) {
                    hot_fun_files::kScriptSuffix,
                kSamples);
     const Shown shown(tree);
-    EXPECT_EQ(FlameText(shown.Block("functions", "Stacks of process_worker_7")["root"]),
+    EXPECT_EQ(FlameText(shown.Block("functions", "Stacks of process_worker")["root"]),
               "all 3 (frame worker 2 (outer(int, char) 2 (inner 2)), other 1 ([unknown] 1))");
 }
 
