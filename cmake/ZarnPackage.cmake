@@ -100,5 +100,9 @@ set(completions ${PROJECT_SOURCE_DIR}/packaging/completions)
 install(FILES ${completions}/zarn DESTINATION share/bash-completion/completions COMPONENT zarn)
 install(FILES ${completions}/zarn-board ${completions}/zarn-board-server
         DESTINATION share/bash-completion/completions COMPONENT zarn-board)
+if(TARGET zarn-report)
+  zarn_manual(zarn zarn-report.1)
+  install(FILES ${completions}/zarn-report DESTINATION share/bash-completion/completions COMPONENT zarn)
+endif()
 
 include(CPack)

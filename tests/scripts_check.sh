@@ -88,6 +88,9 @@ expect "zarn-board completes the command" "unshare" "$(completions "$board" --se
 expect "zarn-board completes the command's files" "a.json" "$(completions "$board" -- cat a)"
 expect "zarn-board-server completes commands" "sched serve serve-once status" "$(completions zarn-board-server s)"
 expect "zarn-board-server completes files" "b.txt" "$(completions zarn-board-server status b)"
+expect "zarn-report completes runs" "folder" "$(completions zarn-report '')"
+expect "zarn-report completes a page" "folder" "$(completions zarn-report folder -o '')"
+expect "zarn-report completes options" "--help --version" "$(completions zarn-report --)"
 
 [ "$failures" -gt 0 ] || echo "the scripts are in order"
 [ "$failures" -eq 0 ]
