@@ -27,6 +27,7 @@ std::uint32_t Files::Add(std::uint32_t run, const std::string& path, const std::
         files_.push_back(
             {run, path, name, there ? static_cast<std::uint64_t>(status.st_size) : 0, ""});
         wanted_.emplace_back();
+        wantedPoints_.emplace_back();
     }
     return known->second;
 }
@@ -37,22 +38,31 @@ void Files::Trouble(std::uint32_t file, const std::string& words) {
     }
 }
 
-Source Files::At(std::uint32_t file, std::uint64_t line) {
-    std::vector<std::uint64_t>& wanted = wanted_[file];
-    if (line != 0 && wanted.size() < kMostWanted && (wanted.empty() || wanted.back() != line)) {
-        wanted.push_back(line);
+void Files::Want(std::vector<std::uint64_t>& lines, std::uint64_t line) {
+    if (line != 0 && lines.size() < kMostWanted && (lines.empty() || lines.back() != line)) {
+        lines.push_back(line);
     }
+}
+
+Source Files::At(std::uint32_t file, std::uint64_t line) {
+    Want(wanted_[file], line);
     return {file, line};
 }
 
+void Files::WantPoint(std::uint32_t file, std::uint64_t line) {
+    Want(wantedPoints_[file], line);
+}
+
 void Files::KeepLines(std::size_t bytes) {
-    for (std::uint32_t file = 0; file < files_.size() && bytes > 0; ++file) {
-        KeepLinesOf(file, bytes);
+    for (Wanted* wanted : {&wanted_, &wantedPoints_}) {
+        for (std::uint32_t file = 0; file < files_.size() && bytes > 0; ++file) {
+            KeepLinesOf(file, (*wanted)[file], bytes);
+        }
     }
 }
 
-void Files::KeepLinesOf(std::uint32_t file, std::size_t& bytes) {
-    std::vector<std::uint64_t>& wanted = wanted_[file];
+void Files::KeepLinesOf(std::uint32_t file, std::vector<std::uint64_t>& wanted,
+                        std::size_t& bytes) {
     if (wanted.empty()) {
         return;
     }
@@ -65,6 +75,9 @@ void Files::KeepLinesOf(std::uint32_t file, std::size_t& bytes) {
             continue;
         }
         ++next;
+        if (lines_.count({file, lines.Number()}) != 0) {
+            continue;
+        }
         const std::string_view text = CutUtf8(lines.Text(), kMostOfLine);
         if (text.size() > bytes) {
             bytes = 0;

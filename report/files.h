@@ -35,6 +35,8 @@ public:
 
     // Says that something is in that line of the file.
     [[nodiscard]] Source At(std::uint32_t file, std::uint64_t line);
+    // The same of one of the many points of a chart, whose lines are kept after all others.
+    void WantPoint(std::uint32_t file, std::uint64_t line);
 
     [[nodiscard]] const std::vector<File>& All() const { return files_; }
 
@@ -50,11 +52,15 @@ public:
     [[nodiscard]] const std::map<Place, std::string>& Lines() const { return lines_; }
 
 private:
-    void KeepLinesOf(std::uint32_t file, std::size_t& bytes);
+    using Wanted = std::vector<std::vector<std::uint64_t>>;  // lines, of each file
+
+    void Want(std::vector<std::uint64_t>& lines, std::uint64_t line);
+    void KeepLinesOf(std::uint32_t file, std::vector<std::uint64_t>& wanted, std::size_t& bytes);
 
     std::vector<File> files_;
     std::map<std::string, std::uint32_t> indexes_;
-    std::vector<std::vector<std::uint64_t>> wanted_;  // of each file
+    Wanted wanted_;
+    Wanted wantedPoints_;
     std::map<Place, std::string> lines_;
 };
 

@@ -1,11 +1,13 @@
 #include "report/moments.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <ctime>
 
+#include "foundation/numbers.h"
 #include "foundation/text.h"
 
 namespace zarn::report {
@@ -23,8 +25,29 @@ constexpr double kMillisecondsPerSecond = 1000.0;
     return number;
 }
 
+[[nodiscard]] bool IsLeapYear(int year) {
+    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+}
+
+constexpr std::array<int, 12> kDaysOfMonths = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+[[nodiscard]] int DaysOf(int year, int month) {
+    return kDaysOfMonths[static_cast<std::size_t>(month - 1)] +
+           (month == 2 && IsLeapYear(year) ? 1 : 0);
+}
+
+// Days from the first of 1970 to the first of that month.
+[[nodiscard]] int DaysBefore(int year, int month) {
+    const int before = year - 1;
+    int days = (year - 1970) * 365 + (before / 4 - before / 100 + before / 400) - 477;
+    for (int passed = 1; passed < month; ++passed) {
+        days += DaysOf(year, passed);
+    }
+    return days;
+}
+
 [[nodiscard]] bool AllDigits(std::string_view text) {
-    return text.find_first_not_of("0123456789") == std::string_view::npos;
+    return std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 }  // namespace
@@ -33,23 +56,20 @@ std::optional<Moment> MomentIn(std::string_view digits) {
     if ((digits.size() != kTimeDigits && digits.size() != kSecondsDigits) || !AllDigits(digits)) {
         return std::nullopt;
     }
-    std::tm time{};
-    time.tm_year = NumberAt(digits, 0, 4) - 1900;
-    time.tm_mon = NumberAt(digits, 4, 2) - 1;
-    time.tm_mday = NumberAt(digits, 6, 2);
-    time.tm_hour = NumberAt(digits, 8, 2);
-    time.tm_min = NumberAt(digits, 10, 2);
-    time.tm_sec = NumberAt(digits, 12, 2);
-    const std::tm asked = time;
-    // What is out of range is carried over, and then differs from what was asked for.
-    const std::time_t seconds = ::timegm(&time);
-    if (time.tm_mon != asked.tm_mon || time.tm_mday != asked.tm_mday ||
-        time.tm_hour != asked.tm_hour || time.tm_min != asked.tm_min ||
-        time.tm_sec != asked.tm_sec) {
+    const int year = NumberAt(digits, 0, 4);
+    const int month = NumberAt(digits, 4, 2);
+    const int day = NumberAt(digits, 6, 2);
+    const int hour = NumberAt(digits, 8, 2);
+    const int minute = NumberAt(digits, 10, 2);
+    const int second = NumberAt(digits, 12, 2);
+    if (month < 1 || month > 12 || day < 1 || day > DaysOf(year, month) || hour > 23 ||
+        minute > 59 || second > 59) {
         return std::nullopt;
     }
     const int milliseconds = digits.size() == kTimeDigits ? NumberAt(digits, kSecondsDigits, 3) : 0;
-    return static_cast<Moment>(seconds) * kMillisecondsPerSecond + milliseconds;
+    const double seconds =
+        ((DaysBefore(year, month) + day - 1) * 24.0 + hour) * 3600.0 + minute * 60.0 + second;
+    return seconds * kMillisecondsPerSecond + milliseconds;
 }
 
 std::optional<double> MillisecondsIn(std::string_view seconds) {
@@ -59,7 +79,12 @@ std::optional<double> MillisecondsIn(std::string_view seconds) {
 
 std::optional<double> WholeNumberIn(std::string_view text) {
     constexpr std::size_t kMostDigits = 400;  // of the least number there is
+    constexpr std::size_t kMostPlain = 16;
     text = TrimSpacesView(text);
+    // What tools print most.
+    if (text.size() < kMostPlain && IsDecimalString(text)) {
+        return NumberIn(text);
+    }
     const bool hasPlus = !text.empty() && text.front() == '+';
     text.remove_prefix(hasPlus ? 1 : 0);
     double number = 0.0;

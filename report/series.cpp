@@ -56,13 +56,13 @@ void SeriesMaker::Add(Moment moment, const std::vector<std::optional<double>>& v
         return;
     }
     for (std::size_t i = 0; i < thinners_.size(); ++i) {
-        thinners_[i].Add(moment, {i < values.size() ? values[i] : std::nullopt}, line);
+        thinners_[i].Add(moment, i < values.size() ? values[i] : std::nullopt, line);
     }
 }
 
 void SeriesMaker::AddTo(std::size_t index, Moment moment, const std::optional<double>& value,
                         std::uint64_t line) {
-    thinners_[index].Add(moment, {value}, line);
+    thinners_[index].Add(moment, value, line);
 }
 
 bool SeriesMaker::HasSamples() const {
@@ -85,7 +85,7 @@ void FinishLine(FamilyContext& context, const RunFile& file, SeriesLine& line) {
     line.run = context.run.Number();
     line.file = file.index;
     for (const std::uint64_t number : line.lines) {
-        (void)context.files.At(file.index, number);
+        context.files.WantPoint(file.index, number);
     }
 }
 
@@ -151,7 +151,8 @@ SeriesBlock SeriesMaker::MakeOfFiles(FamilyContext& context,
     SeriesBlock block = MakeLines(context, std::move(head), std::move(unit));
     for (SeriesLine& line : block.series) {
         for (const std::uint64_t place : line.lines) {
-            line.sources.push_back(context.files.At(files[place], 1));
+            line.sources.push_back({files[place], 1});
+            context.files.WantPoint(files[place], 1);
         }
         line.lines.clear();
     }

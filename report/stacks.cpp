@@ -12,19 +12,20 @@ namespace {
 
 constexpr std::size_t kMostNodes = 200000;
 constexpr std::size_t kMostDepth = 120;  // as deep as the recorder goes, and some
+constexpr std::size_t kMostOfFile = 1000;
 constexpr std::uint64_t kLeastPart = 2000;
 
 constexpr std::uint32_t kRoot = 0;
 
 // The function in "    9d11 filter_image+0x31 (/usr/bin/frame_worker)", and the file in brackets.
 struct Frame {
-    std::string function;
-    std::string file;
+    std::string_view function;
+    std::string_view file;
 };
 [[nodiscard]] std::optional<Frame> FrameIn(std::string_view line) {
     const std::size_t address = line.find_first_not_of(" \t");
     const std::size_t blank = address == std::string_view::npos ? address : line.find(' ', address);
-    if (address == 0 || blank == std::string_view::npos) {
+    if (blank == std::string_view::npos) {
         return std::nullopt;
     }
     std::string_view rest = TrimSpacesView(line.substr(blank));
@@ -34,15 +35,14 @@ struct Frame {
         file = rest.substr(bracket + 2, rest.size() - bracket - 3);
         rest = rest.substr(0, bracket);
     }
-    const std::size_t offset = rest.rfind("+0x");
-    const std::string_view function = rest.substr(0, offset);
-    return Frame{std::string(CutUtf8(function, kMostOfName)), std::string(CutUtf8(file, 1000))};
+    return Frame{CutUtf8(rest.substr(0, rest.rfind("+0x")), kMostOfName),
+                 CutUtf8(file, kMostOfFile)};
 }
 
 // The command and the event in "frame_worker 16586 [000] 17250.156853:     500000 cycles: ".
 struct Head {
-    std::string command;
-    std::string event;
+    std::string_view command;
+    std::string_view event;
 };
 [[nodiscard]] std::optional<Head> HeadIn(std::string_view line) {
     line = TrimSpacesView(line);
@@ -55,20 +55,61 @@ struct Head {
     if (beforeEvent == std::string_view::npos || beforeCount == std::string_view::npos) {
         return std::nullopt;
     }
-    // The command may hold blanks: it ends before the last word that is a pid.
+    // The command may hold blanks: behind it stand the pid, the core where it is told, and the
+    // time.
     const std::string_view words = line.substr(0, beforeCount);
-    std::size_t end = words.rfind(' ');
-    if (end != std::string_view::npos &&
-        words.substr(0, end).find(" [") != std::string_view::npos) {
-        end = words.rfind(" [");
-    }
-    const std::size_t beforePid =
-        end == std::string_view::npos ? end : TrimSpacesView(words.substr(0, end)).rfind(' ');
-    const std::string_view command =
-        TrimSpacesView(words.substr(0, beforePid == std::string_view::npos ? end : beforePid));
-    return Head{std::string(CutUtf8(command, kMostOfName)),
-                std::string(CutUtf8(line.substr(beforeEvent + 1), kMostOfName))};
+    const std::size_t core = words.rfind(" [");
+    const std::string_view start =
+        TrimSpacesView(words.substr(0, core == std::string_view::npos ? words.rfind(' ') : core));
+    return Head{CutUtf8(TrimSpacesView(start.substr(0, start.rfind(' '))), kMostOfName),
+                CutUtf8(line.substr(beforeEvent + 1), kMostOfName)};
 }
+
+// A sample in the making. Its texts are copied one behind the other, since a line does not outlive
+// the next one, into memory that serves all samples.
+class SampleText {
+public:
+    void Begin(const Head& head) {
+        text_.clear();
+        places_.clear();
+        Add(head.command);
+        Add(head.event);
+    }
+    void Add(const Frame& frame) {
+        if (places_.size() < 4 * kMostDepth) {
+            Add(frame.function);
+            Add(frame.file);
+        }
+    }
+    void End() { places_.clear(); }
+    [[nodiscard]] bool IsOpen() const { return !places_.empty(); }
+
+    // The sample, whose views hold until the next one begins.
+    [[nodiscard]] const PerfSample& Get() {
+        sample_.command = At(0);
+        sample_.event = At(1);
+        sample_.functions.clear();
+        sample_.files.clear();
+        for (std::size_t i = places_.size(); i > 2; i -= 2) {
+            sample_.functions.push_back(At(i - 2));
+            sample_.files.push_back(At(i - 1));
+        }
+        return sample_;
+    }
+
+private:
+    void Add(std::string_view text) {
+        places_.emplace_back(text_.size(), text.size());
+        text_ += text;
+    }
+    [[nodiscard]] std::string_view At(std::size_t place) const {
+        return std::string_view(text_).substr(places_[place].first, places_[place].second);
+    }
+
+    std::string text_;
+    std::vector<std::pair<std::size_t, std::size_t>> places_;
+    PerfSample sample_;
+};
 
 }  // namespace
 
@@ -77,12 +118,13 @@ StackCounts::StackCounts() {
 }
 
 std::uint32_t StackCounts::NameIndex(std::string_view name) {
-    const auto [known, isNew] =
-        nameIndexes_.try_emplace(std::string(name), static_cast<std::uint32_t>(names_.size()));
-    if (isNew) {
-        names_.emplace_back(name);
+    const auto known = nameIndexes_.find(name);
+    if (known != nameIndexes_.end()) {
+        return known->second;
     }
-    return known->second;
+    const auto index = static_cast<std::uint32_t>(names_.size());
+    nameIndexes_.emplace(names_.emplace_back(name), index);
+    return index;
 }
 
 void StackCounts::Add(const std::vector<std::string_view>& stack) {
@@ -143,31 +185,26 @@ FlameBlock FlameOf(const StackCounts& counts, std::string title, Source source) 
 
 void ReadPerfScript(FamilyContext& context, const RunFile& file,
                     const std::function<void(const PerfSample&)>& onSample) {
-    std::optional<Head> head;
-    std::vector<Frame> frames;
+    SampleText sample;
     bool hasSample = false;
     const auto tell = [&] {
-        if (head) {
-            PerfSample sample{head->command, head->event, {}, {}};
-            for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
-                sample.functions.push_back(frame->function);
-                sample.files.push_back(frame->file);
-            }
-            onSample(sample);
+        if (sample.IsOpen()) {
+            onSample(sample.Get());
+            sample.End();
             hasSample = true;
         }
-        head.reset();
-        frames.clear();
     };
     ReadLines(context.files, file, [&](std::string_view line, std::uint64_t /*number*/) {
         if (line.empty()) {
             tell();
         } else if (line.front() != ' ' && line.front() != '\t') {
             tell();
-            head = HeadIn(line);
-        } else if (head && frames.size() < 2 * kMostDepth) {
-            if (auto frame = FrameIn(line)) {
-                frames.push_back(std::move(*frame));
+            if (const auto head = HeadIn(line)) {
+                sample.Begin(*head);
+            }
+        } else if (sample.IsOpen()) {
+            if (const auto frame = FrameIn(line)) {
+                sample.Add(*frame);
             }
         }
     });

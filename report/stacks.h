@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -40,8 +41,8 @@ private:
 
     [[nodiscard]] std::uint32_t NameIndex(std::string_view name);
 
-    std::vector<std::string> names_;
-    std::unordered_map<std::string, std::uint32_t> nameIndexes_;
+    std::deque<std::string> names_;
+    std::unordered_map<std::string_view, std::uint32_t> nameIndexes_;  // of texts in names_
     std::vector<Node> nodes_;  // the root first; parents before their children
     std::unordered_map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t, PairHash> children_;
     bool isCut_ = false;

@@ -25,18 +25,25 @@ namespace {
 
 std::vector<std::string_view> CellsOf(std::string_view line) {
     std::vector<std::string_view> cells;
+    CutIntoCells(line, cells);
+    return cells;
+}
+
+void CutIntoCells(std::string_view line, std::vector<std::string_view>& cells) {
+    cells.clear();
     while (!line.empty() && cells.size() < kMostColumns) {
         const std::size_t from = line.front() == '"' ? EndOfQuoted(line) : 0;
         const std::size_t comma = line.find(',', from);
         cells.push_back(WithoutQuotes(line.substr(0, comma)));
         line.remove_prefix(comma == std::string_view::npos ? line.size() : comma + 1);
     }
-    return cells;
 }
 
 void ReadTable(Files& files, const RunFile& file, const OnCells& onCells) {
-    ReadLines(files, file, [&onCells](std::string_view text, std::uint64_t line) {
-        onCells(CellsOf(text), line);
+    std::vector<std::string_view> cells;
+    ReadLines(files, file, [&](std::string_view text, std::uint64_t line) {
+        CutIntoCells(text, cells);
+        onCells(cells, line);
     });
 }
 

@@ -33,6 +33,7 @@ private:
 // cell that begins with a quote commas count to its text, up to the next quote that a comma or the
 // end follows. The quotes are taken off. At most kMostColumns cells.
 [[nodiscard]] std::vector<std::string_view> CellsOf(std::string_view line);
+void CutIntoCells(std::string_view line, std::vector<std::string_view>& cells);
 
 using OnCells = std::function<void(const std::vector<std::string_view>& cells, std::uint64_t line)>;
 

@@ -1,105 +1,154 @@
 #include "report/thinner.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <utility>
 
 namespace zarn::report {
 namespace {
 
-using Row = Thinner::Row;
-
-// The rows [begin, end) of one bucket that have the least and the greatest value of a column, and
-// the first one without a value.
-void AddExtremes(const std::vector<Row>& rows, std::size_t begin, std::size_t end,
-                 std::size_t column, std::set<std::size_t>& indexes) {
-    std::optional<std::size_t> least;
-    std::optional<std::size_t> greatest;
-    std::optional<std::size_t> without;
-    for (std::size_t i = begin; i < end; ++i) {
-        const std::optional<double>& value = rows[i].values[column];
-        if (!value) {
-            without = without ? without : i;
-            continue;
-        }
-        if (!least || *value < *rows[*least].values[column]) {
-            least = i;
-        }
-        if (!greatest || *value > *rows[*greatest].values[column]) {
-            greatest = i;
-        }
-    }
-    for (const auto& index : {least, greatest, without}) {
-        if (index) {
-            indexes.insert(*index);
-        }
-    }
-}
+constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr std::size_t kNoRow = std::numeric_limits<std::size_t>::max();
 
 }  // namespace
 
 Thinner::Thinner(std::size_t columns, std::size_t rows)
     : columns_(columns), most_(std::max(rows, 3 * columns)) {}
 
-void Thinner::Add(Moment moment, const std::vector<std::optional<double>>& values,
+void Thinner::Add(Moment moment, const std::optional<double>* values, std::size_t count,
                   std::uint64_t line) {
-    if (last_ && moment < *last_) {
+    if (taken_ > 0 && moment < last_) {
         ++backward_;
         return;
     }
     last_ = moment;
-    const bool mustStay = moments_.count(moment) != 0;
-    rows_.push_back({taken_++, moment, line, mustStay, values});
-    rows_.back().values.resize(columns_);
-    // Shrinking to half and then growing again costs each row a constant share of work.
-    if (rows_.size() >= 2 * most_) {
-        Shrink();
-    }
-}
-
-const std::vector<Row>& Thinner::Rows() {
-    if (rows_.size() > most_) {
-        Shrink();
-    }
-    return rows_;
-}
-
-void Thinner::Shrink() {
-    constexpr unsigned kMostBits = 63;
-    // Samples that came since the last time may fit by what their buckets keep.
-    KeepOfBuckets();
-    while (rows_.size() > most_ && bucketBits_ < kMostBits) {
-        ++bucketBits_;
-        KeepOfBuckets();
-    }
-}
-
-void Thinner::KeepOfBuckets() {
-    std::vector<Row> kept;
-    for (std::size_t begin = 0; begin < rows_.size();) {
-        const std::uint64_t bucket = rows_[begin].index >> bucketBits_;
-        std::size_t end = begin + 1;
-        while (end < rows_.size() && rows_[end].index >> bucketBits_ == bucket) {
-            ++end;
+    if (!BelongsToOpen(taken_)) {
+        CloseBucket(open_);
+        if (heads_.size() > most_) {
+            Widen();
         }
-        KeepOfBucket(begin, end, kept);
-        begin = end;
+        if (!BelongsToOpen(taken_)) {
+            open_ = heads_.size();
+        }
     }
-    rows_ = std::move(kept);
-}
-
-void Thinner::KeepOfBucket(std::size_t begin, std::size_t end, std::vector<Row>& kept) {
-    std::set<std::size_t> indexes;
+    const bool mustStay = !moments_.empty() && moments_.count(moment) != 0;
+    heads_.push_back({taken_++, moment, line, mustStay});
     for (std::size_t column = 0; column < columns_; ++column) {
-        AddExtremes(rows_, begin, end, column, indexes);
+        values_.push_back(column < count && values[column] ? *values[column] : kNone);
     }
-    for (std::size_t i = begin; i < end; ++i) {
-        if (rows_[i].mustStay && indexes.size() < most_) {
-            indexes.insert(i);
+    // A bucket that is still open need not wait with what it will leave out.
+    if (heads_.size() - open_ > 2 * most_) {
+        CloseBucket(open_);
+    }
+}
+
+std::vector<Thinner::Row> Thinner::Rows() {
+    if (heads_.size() > most_) {
+        CloseBucket(open_);
+        Widen();
+    }
+    std::vector<Row> rows;
+    rows.reserve(heads_.size());
+    for (std::size_t i = 0; i < heads_.size(); ++i) {
+        Row& row = rows.emplace_back(Row{heads_[i].index, heads_[i].moment, heads_[i].line, {}});
+        for (std::size_t column = 0; column < columns_; ++column) {
+            const double value = values_[i * columns_ + column];
+            row.values.push_back(std::isnan(value) ? std::nullopt : std::optional(value));
         }
     }
-    for (const std::size_t index : indexes) {
-        kept.push_back(std::move(rows_[index]));
+    return rows;
+}
+
+bool Thinner::BelongsToOpen(std::uint64_t sample) const {
+    return open_ < heads_.size() && heads_[open_].index >> bucketBits_ == sample >> bucketBits_;
+}
+
+void Thinner::CloseBucket(std::size_t begin) {
+    if (heads_.size() - begin > 1) {
+        Resize(KeepOf(begin, heads_.size(), begin));
     }
+}
+
+void Thinner::Widen() {
+    constexpr unsigned kMostBits = 63;
+    while (heads_.size() > most_ && bucketBits_ < kMostBits) {
+        ++bucketBits_;
+        std::size_t kept = 0;
+        std::size_t last = 0;  // where what is left of the last bucket begins
+        for (std::size_t begin = 0; begin < heads_.size();) {
+            const std::uint64_t bucket = heads_[begin].index >> bucketBits_;
+            std::size_t end = begin + 1;
+            while (end < heads_.size() && heads_[end].index >> bucketBits_ == bucket) {
+                ++end;
+            }
+            last = kept;
+            kept = KeepOf(begin, end, kept);
+            begin = end;
+        }
+        Resize(kept);
+        // The last bucket may go on with the next sample.
+        open_ = last;
+    }
+}
+
+std::size_t Thinner::KeepOf(std::size_t begin, std::size_t end, std::size_t kept) {
+    chosen_.clear();
+    for (std::size_t column = 0; column < columns_; ++column) {
+        std::size_t least = kNoRow;
+        std::size_t greatest = kNoRow;
+        std::size_t without = kNoRow;
+        double low = 0.0;
+        double high = 0.0;
+        for (std::size_t row = begin; row < end; ++row) {
+            const double value = values_[row * columns_ + column];
+            if (std::isnan(value)) {
+                without = std::min(without, row);
+                continue;
+            }
+            if (least == kNoRow || value < low) {
+                least = row;
+                low = value;
+            }
+            if (greatest == kNoRow || value > high) {
+                greatest = row;
+                high = value;
+            }
+        }
+        for (const std::size_t row : {least, greatest, without}) {
+            Choose(row);
+        }
+    }
+    for (std::size_t row = begin; row < end && chosen_.size() < most_; ++row) {
+        if (heads_[row].mustStay) {
+            Choose(row);
+        }
+    }
+    std::sort(chosen_.begin(), chosen_.end());
+    for (const std::size_t row : chosen_) {
+        Move(row, kept++);
+    }
+    return kept;
+}
+
+void Thinner::Choose(std::size_t row) {
+    if (row != kNoRow && std::find(chosen_.begin(), chosen_.end(), row) == chosen_.end()) {
+        chosen_.push_back(row);
+    }
+}
+
+void Thinner::Move(std::size_t from, std::size_t to) {
+    if (from == to) {
+        return;
+    }
+    heads_[to] = heads_[from];
+    std::copy_n(values_.begin() + static_cast<std::ptrdiff_t>(from * columns_), columns_,
+                values_.begin() + static_cast<std::ptrdiff_t>(to * columns_));
+}
+
+void Thinner::Resize(std::size_t rows) {
+    heads_.resize(rows);
+    values_.resize(rows * columns_);
 }
 
 }  // namespace zarn::report

@@ -23,18 +23,24 @@ public:
     void MustKeep(Moment moment) { moments_.insert(moment); }
 
     // Takes the next sample. One whose moment lies before the last one's is left out and counted.
-    void Add(Moment moment, const std::vector<std::optional<double>>& values, std::uint64_t line);
+    // Columns beyond the values have none.
+    void Add(Moment moment, const std::vector<std::optional<double>>& values, std::uint64_t line) {
+        Add(moment, values.data(), values.size(), line);
+    }
+    // The same of the first column.
+    void Add(Moment moment, const std::optional<double>& value, std::uint64_t line) {
+        Add(moment, &value, 1, line);
+    }
 
     struct Row {
         std::uint64_t index;  // of the sample
         Moment moment;
         std::uint64_t line;
-        bool mustStay;
         std::vector<std::optional<double>> values;
     };
 
     // What is left, in the order of the samples.
-    [[nodiscard]] const std::vector<Row>& Rows();
+    [[nodiscard]] std::vector<Row> Rows();
 
     // How many samples a bucket holds; 1 as long as nothing was left out.
     [[nodiscard]] std::uint64_t BucketSize() const { return std::uint64_t{1} << bucketBits_; }
@@ -44,18 +50,38 @@ public:
     [[nodiscard]] std::uint64_t Backward() const { return backward_; }
 
 private:
-    void Shrink();
-    void KeepOfBuckets();
-    void KeepOfBucket(std::size_t begin, std::size_t end, std::vector<Row>& kept);
+    struct Head {
+        std::uint64_t index;
+        Moment moment;
+        std::uint64_t line;
+        bool mustStay;
+    };
+
+    void Add(Moment moment, const std::optional<double>* values, std::size_t count,
+             std::uint64_t line);
+    // Whether that sample goes into the bucket that is open.
+    [[nodiscard]] bool BelongsToOpen(std::uint64_t sample) const;
+    // Leaves of the rows from `begin` on, which belong to one bucket, what stays of them.
+    void CloseBucket(std::size_t begin);
+    void Widen();
+    // Puts what stays of the rows [begin, end) behind the first `kept` rows; how many there are
+    // then.
+    std::size_t KeepOf(std::size_t begin, std::size_t end, std::size_t kept);
+    void Choose(std::size_t row);
+    void Move(std::size_t from, std::size_t to);
+    void Resize(std::size_t rows);
 
     std::size_t columns_;
     std::size_t most_;
     std::set<Moment> moments_;
-    std::vector<Row> rows_;
-    unsigned bucketBits_ = 0;  // buckets hold 2^bucketBits_ samples
+    std::vector<Head> heads_;
+    std::vector<double> values_;       // of each row, not a number where there is none
+    std::vector<std::size_t> chosen_;  // rows of a bucket that stay, in their order
+    std::size_t open_ = 0;             // where the rows of the last bucket begin
+    unsigned bucketBits_ = 0;          // buckets hold 2^bucketBits_ samples
+    Moment last_ = 0.0;                // of the last sample
     std::uint64_t taken_ = 0;
     std::uint64_t backward_ = 0;
-    std::optional<Moment> last_;
 };
 
 }  // namespace zarn::report

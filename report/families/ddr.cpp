@@ -1,6 +1,7 @@
 #include "formats/ddr.h"
 
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -111,24 +112,26 @@ void AddAnalysis(FamilyContext& context, DdrRun& ddr, std::vector<Block>& blocks
 
 // Counts the masters that are above their bounds, and marks the moment.
 void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment moment,
-                  const Source& source, DdrRun& ddr, std::vector<Mark>& over) {
-    for (std::size_t i = 0; i < shares.size(); ++i) {
+                  const std::function<Source()>& source, DdrRun& ddr, std::vector<Mark>& over) {
+    for (std::size_t i = 0; i < shares.size() && !ddr.masters.empty(); ++i) {
         const auto master = ddr.masters.find(ddrNameList[i]);
         if (!shares[i] || master == ddr.masters.end() || !master->second.high ||
             *shares[i] <= PercentOfPeak(*master->second.high)) {
             continue;
         }
         ++ddr.over[ddrNameList[i]];
+        if (over.size() == kMostMarks) {
+            continue;
+        }
         Mark mark;
         mark.moment = moment;
         mark.series = i;
         mark.sign = Sign::Over;
-        mark.source = source;
+        mark.source = source();
         mark.label = ddrNameList[i] + " above its bound of ";
         AppendNumber(mark.label, *master->second.high);
         mark.label += std::string(" ") + kGigabytes;
         over.push_back(std::move(mark));
-        over.resize(std::min(over.size(), kMostMarks));
     }
 }
 
@@ -157,9 +160,11 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
         for (const std::string& name : ddrNameList) {
             values.push_back(NumberOf(MemberOf(shares, name)));
         }
-        LookAtBounds(values, *moment, context.At(file, line), ddr, over);
+        LookAtBounds(
+            values, *moment, [&] { return context.At(file, line); }, ddr, over);
         lines.Add(*moment, values, line);
-        stacked.Add(*moment, {values.begin() + 1, values.end()}, line);
+        values.erase(values.begin());
+        stacked.Add(*moment, values, line);
     });
     if (!lines.HasSamples()) {
         return;

@@ -108,8 +108,9 @@ std::vector<Block> HotFunctionBlocks(FamilyContext& context) {
         const std::string begin = std::string(hot_fun_files::kRawDir) + hot_fun_files::kRawPrefix;
         const std::string tag = TagOf(file.name.substr(begin.size()));
         StackCounts counts;
-        ReadPerfScript(context, file, [&counts](const PerfSample& sample) {
-            std::vector<std::string_view> stack = {sample.command};
+        std::vector<std::string_view> stack;
+        ReadPerfScript(context, file, [&](const PerfSample& sample) {
+            stack.assign(1, sample.command);
             stack.insert(stack.end(), sample.functions.begin(), sample.functions.end());
             counts.Add(stack);
         });

@@ -104,8 +104,7 @@ public:
         }
         auto& samples =
             processes_.try_emplace(id, Samples{Thinner(1, kSamplesOfProcess), 0.0}).first->second;
-        samples.thinner.Add(moment, {value == nullptr ? std::nullopt : std::optional(*value)},
-                            line);
+        samples.thinner.Add(moment, value == nullptr ? std::nullopt : std::optional(*value), line);
         samples.greatest = std::max(samples.greatest, value == nullptr ? 0.0 : *value);
     }
 

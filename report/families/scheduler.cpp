@@ -215,8 +215,8 @@ public:
             return;
         }
         const Moment moment = *boot + *seconds;
-        figures_.Add(moment, {WholeNumberIn(row.waitTime), WholeNumberIn(row.schedDelay), run},
-                     line);
+        values_ = {WholeNumberIn(row.waitTime), WholeNumberIn(row.schedDelay), run};
+        figures_.Add(moment, values_, line);
         if (run && *run > 0.0) {
             ++total_;
             spans_.push_back({moment - *run, moment, TaskIndex(row.task), line});
@@ -262,7 +262,7 @@ private:
 
     // Tasks beyond those that are kept share the last place.
     std::uint32_t TaskIndex(std::string_view task) {
-        const auto known = indexes_.find(std::string(task));
+        const auto known = indexes_.find(task);
         if (known != indexes_.end()) {
             return known->second;
         }
@@ -320,9 +320,10 @@ private:
     }
 
     SeriesMaker figures_;
+    std::vector<std::optional<double>> values_;  // of a row
     std::vector<Span> spans_;
     std::vector<std::string> names_;
-    std::map<std::string, std::uint32_t> indexes_;
+    std::map<std::string, std::uint32_t, std::less<>> indexes_;
     std::uint64_t total_ = 0;
 };
 

@@ -36,7 +36,7 @@ Thinner ThinnerOf(const std::vector<Values>& samples, std::size_t rows) {
 TEST(ThinnerTest, KeepsFewSamplesAsTheyAre) {
     const auto samples = Drawn(2, 10, 1);
     Thinner thinner = ThinnerOf(samples, 10);
-    const auto& rows = thinner.Rows();
+    const auto rows = thinner.Rows();
     ASSERT_EQ(rows.size(), samples.size());
     for (std::size_t i = 0; i < samples.size(); ++i) {
         EXPECT_EQ(rows[i].moment, static_cast<Moment>(i));
@@ -49,7 +49,7 @@ TEST(ThinnerTest, KeepsFewSamplesAsTheyAre) {
 // from how the thinner goes about it.
 void ExpectExtremesStay(const std::vector<Values>& samples, std::size_t most) {
     Thinner thinner = ThinnerOf(samples, most);
-    const auto& rows = thinner.Rows();
+    const auto rows = thinner.Rows();
     EXPECT_LE(rows.size(), most);
     EXPECT_EQ(thinner.Taken(), samples.size());
     const std::size_t columns = samples.front().size();
@@ -106,9 +106,9 @@ TEST(ThinnerTest, KeepsMarkedMoments) {
     Thinner thinner(1, 50);
     thinner.MustKeep(1234.0);
     for (int i = 0; i < 5000; ++i) {
-        thinner.Add(i, {1.0}, 1);
+        thinner.Add(i, 1.0, 1);
     }
-    const auto& rows = thinner.Rows();
+    const auto rows = thinner.Rows();
     EXPECT_LE(rows.size(), 50U);
     EXPECT_TRUE(std::any_of(rows.begin(), rows.end(),
                             [](const auto& row) { return row.moment == 1234.0; }));
@@ -117,7 +117,7 @@ TEST(ThinnerTest, KeepsMarkedMoments) {
 TEST(ThinnerTest, LeavesOutSamplesFromThePast) {
     Thinner thinner(1, 10);
     for (const double moment : {5.0, 4.0, 5.0, 6.0, 1.0}) {
-        thinner.Add(moment, {moment}, 1);
+        thinner.Add(moment, std::optional(moment), 1);
     }
     std::vector<Moment> moments;
     for (const auto& row : thinner.Rows()) {
@@ -134,7 +134,7 @@ TEST(ThinnerTest, HoldsItsLimitWhateverMustStay) {
         thinner.MustKeep(i);
     }
     for (int i = 0; i < 1000; ++i) {
-        thinner.Add(i, {1.0 * i}, 1);
+        thinner.Add(i, 1.0 * i, 1);
     }
     EXPECT_LE(thinner.Rows().size(), 20U);
 }
