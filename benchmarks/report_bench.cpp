@@ -8,7 +8,6 @@
 
 #include "benchmarks/support/ddr_generator.h"
 #include "benchmarks/support/peak_memory.h"
-#include "benchmarks/support/perf_text_generator.h"
 #include "benchmarks/support/promise.h"
 #include "benchmarks/support/scratch_dir.h"
 #include "formats/cpu.h"
@@ -31,7 +30,7 @@ constexpr const char* kTime = "20260101000000000";
 constexpr std::size_t kDocuments = 80000;
 constexpr std::size_t kTableRows = 300000;
 constexpr std::size_t kHistoryRows = 350000;
-constexpr std::size_t kScriptLines = 600000;
+constexpr std::size_t kSamples = 60000;
 constexpr double kMebibyte = 1048576.0;
 
 // The moments of samples a tenth of a second apart.
@@ -79,6 +78,30 @@ std::string History() {
     return text;
 }
 
+// Samples of a program of some hundred functions, which call one another in some thousand ways.
+std::string Script() {
+    constexpr unsigned kDepth = 8;
+    std::mt19937 random(3);
+    std::string text;
+    char line[128];
+    for (std::size_t sample = 0; sample < kSamples; ++sample) {
+        std::snprintf(line, sizeof(line),
+                      "frame_worker 16586 [%03zu] %zu.%06zu:     500000 cycles: \n", sample % 12,
+                      sample / 1000, sample % 1000 * 1000);
+        text += line;
+        const auto path = static_cast<unsigned>(random() % 4096);
+        for (unsigned depth = kDepth; depth > 0; --depth) {
+            const unsigned function = depth * 16 + ((path >> (2 * (kDepth - depth) % 12)) & 15U);
+            std::snprintf(line, sizeof(line),
+                          "\t        %8x filter_image_%u+0x%x (/usr/bin/frame_worker)\n",
+                          function * 4096, function, static_cast<unsigned>(random() % 4096));
+            text += line;
+        }
+        text += "\n";
+    }
+    return text;
+}
+
 // The tree, made once for all rows.
 class Tree {
 public:
@@ -92,7 +115,7 @@ public:
         Add(Path() + hot_fun_files::kRawDir +
                 hot_fun_files::RawName(hot_fun_files::kGlobal, kTime) +
                 hot_fun_files::kScriptSuffix,
-            PerfTextGenerator(1).Script(kScriptLines));
+            Script());
     }
 
     [[nodiscard]] const std::string& Path() const { return directory_.Path(); }

@@ -141,7 +141,22 @@ bool ShortDecimal(std::string_view text, double& value) {
 // error.
 constexpr std::size_t kMaxPlainDecimal = 64;
 
-// Reads what tools print most without a copy; false, and nothing, for any other text.
+// Runs a standard conversion; on failure prints its line and leaves `value` alone.
+template <typename Value, typename Conversion>
+bool Convert(const std::string& text, Value& value, Conversion conversion) {
+    try {
+        value = static_cast<Value>(conversion(text));
+        return true;
+    } catch (const std::invalid_argument&) {
+        PrintError("[Utils] Invalid argument");
+    } catch (const std::out_of_range&) {
+        PrintError("[Utils] Out of range");
+    }
+    return false;
+}
+
+}  // namespace
+
 bool PlainDecimal(std::string_view text, double& value) {
     double parsed = 0.0;
     if (text.size() < kPowersOfTen.size() && ShortDecimal(text, parsed)) {
@@ -159,22 +174,6 @@ bool PlainDecimal(std::string_view text, double& value) {
     value = parsed;
     return true;
 }
-
-// Runs a standard conversion; on failure prints its line and leaves `value` alone.
-template <typename Value, typename Conversion>
-bool Convert(const std::string& text, Value& value, Conversion conversion) {
-    try {
-        value = static_cast<Value>(conversion(text));
-        return true;
-    } catch (const std::invalid_argument&) {
-        PrintError("[Utils] Invalid argument");
-    } catch (const std::out_of_range&) {
-        PrintError("[Utils] Out of range");
-    }
-    return false;
-}
-
-}  // namespace
 
 void AppendNumber(std::string& text, double value) {
     if (AppendTenths(text, value) || AppendSixDigits(text, value)) {

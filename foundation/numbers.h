@@ -14,7 +14,10 @@ namespace zarn {
 // TextToDouble is StringToDouble for views: the same verdict, value and line, and no copy for plain
 // decimals such as "12.5".
 [[nodiscard]] bool TextToDouble(std::string_view text, double& value);
-// The same value without a line, where there is one that can be ordered: "nan" has none.
+// Digits with at most one point, as tools print most, such as "12.5"; false, and nothing, for any
+// other text and for long ones.
+[[nodiscard]] bool PlainDecimal(std::string_view text, double& value);
+// The value of TextToDouble without a line, where there is one that can be ordered: "nan" has none.
 [[nodiscard]] std::optional<double> NumberIn(std::string_view text);
 [[nodiscard]] bool StringToUint32(const std::string& text, std::uint32_t& value);
 // StringToUint32 for views, without a copy for plain digits.

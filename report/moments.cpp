@@ -79,15 +79,13 @@ std::optional<double> MillisecondsIn(std::string_view seconds) {
 
 std::optional<double> WholeNumberIn(std::string_view text) {
     constexpr std::size_t kMostDigits = 400;  // of the least number there is
-    constexpr std::size_t kMostPlain = 16;
     text = TrimSpacesView(text);
-    // What tools print most.
-    if (text.size() < kMostPlain && IsDecimalString(text)) {
-        return NumberIn(text);
+    double number = 0.0;
+    if (PlainDecimal(text, number)) {
+        return number;
     }
     const bool hasPlus = !text.empty() && text.front() == '+';
     text.remove_prefix(hasPlus ? 1 : 0);
-    double number = 0.0;
     const char* const end = text.data() + text.size();
     if (text.empty() || text.size() > kMostDigits || (hasPlus && text.front() == '-')) {
         return std::nullopt;

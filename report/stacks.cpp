@@ -10,7 +10,7 @@
 namespace zarn::report {
 namespace {
 
-constexpr std::size_t kMostNodes = 200000;
+constexpr std::size_t kMostNodes = 100000;
 constexpr std::size_t kMostDepth = 120;  // as deep as the recorder goes, and some
 constexpr std::size_t kMostOfFile = 1000;
 constexpr std::uint64_t kLeastPart = 2000;
@@ -127,21 +127,32 @@ std::uint32_t StackCounts::NameIndex(std::string_view name) {
     return index;
 }
 
+std::optional<std::uint32_t> StackCounts::ChildOf(std::uint32_t node, std::string_view name) {
+    if (nodes_.size() == kMostNodes) {
+        const auto known = nameIndexes_.find(name);
+        const auto child = known == nameIndexes_.end() ? children_.end()
+                                                       : children_.find(KeyOf(node, known->second));
+        return child == children_.end() ? std::nullopt : std::optional(child->second);
+    }
+    const std::uint32_t index = NameIndex(name);
+    const auto [child, isNew] =
+        children_.try_emplace(KeyOf(node, index), static_cast<std::uint32_t>(nodes_.size()));
+    if (isNew) {
+        nodes_.push_back({index, node, 0});
+    }
+    return child->second;
+}
+
 void StackCounts::Add(const std::vector<std::string_view>& stack) {
     std::uint32_t at = kRoot;
     ++nodes_[at].samples;
     for (std::size_t depth = 0; depth < stack.size(); ++depth) {
-        const std::pair step{at, NameIndex(stack[depth])};
-        auto child = children_.find(step);
-        if (child == children_.end()) {
-            if (depth == kMostDepth || nodes_.size() == kMostNodes) {
-                isCut_ = true;
-                return;
-            }
-            child = children_.emplace(step, static_cast<std::uint32_t>(nodes_.size())).first;
-            nodes_.push_back({step.second, at, 0});
+        const auto child = depth < kMostDepth ? ChildOf(at, stack[depth]) : std::nullopt;
+        if (!child) {
+            isCut_ = true;
+            return;
         }
-        at = child->second;
+        at = *child;
         ++nodes_[at].samples;
     }
 }

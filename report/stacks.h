@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -33,18 +34,19 @@ private:
         std::uint32_t parent;
         std::uint64_t samples = 0;
     };
-    struct PairHash {
-        std::size_t operator()(const std::pair<std::uint32_t, std::uint32_t>& pair) const {
-            return std::hash<std::uint64_t>()(std::uint64_t{pair.first} << 32U | pair.second);
-        }
-    };
 
+    // A node and the name of one that it calls.
+    [[nodiscard]] static std::uint64_t KeyOf(std::uint32_t node, std::uint32_t name) {
+        return std::uint64_t{node} << 32U | name;
+    }
     [[nodiscard]] std::uint32_t NameIndex(std::string_view name);
+    // None where there is no room for one more.
+    [[nodiscard]] std::optional<std::uint32_t> ChildOf(std::uint32_t node, std::string_view name);
 
     std::deque<std::string> names_;
     std::unordered_map<std::string_view, std::uint32_t> nameIndexes_;  // of texts in names_
     std::vector<Node> nodes_;  // the root first; parents before their children
-    std::unordered_map<std::pair<std::uint32_t, std::uint32_t>, std::uint32_t, PairHash> children_;
+    std::unordered_map<std::uint64_t, std::uint32_t> children_;  // by their keys
     bool isCut_ = false;
 };
 

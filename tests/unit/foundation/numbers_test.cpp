@@ -7,6 +7,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zarn {
@@ -111,6 +112,23 @@ TEST(NumberInTest, AgreesWithTheStandardConversion) {
          {std::string(), std::string("x1"), std::string("."), many, "-" + many, std::string("nan"),
           std::string("-nan(1)"), std::string("\0001", 2), std::string("--------")}) {
         EXPECT_EQ(NumberIn(text), std::nullopt) << text;
+    }
+}
+
+TEST(PlainDecimalTest, TakesDigitsWithAtMostOnePoint) {
+    double value = -1.0;
+    for (const auto& [text, expected] : {std::pair{"0", 0.0},
+                                         {"12.5", 12.5},
+                                         {"1.", 1.0},
+                                         {".25", 0.25},
+                                         {"1234567890.0625", 1234567890.0625}}) {
+        EXPECT_TRUE(PlainDecimal(text, value)) << text;
+        EXPECT_EQ(value, expected);
+    }
+    for (const char* text : {"", ".", "-1", "+1", "1e3", " 1", "1 ", "1.2.3", "nan", "1,5"}) {
+        value = -1.0;
+        EXPECT_FALSE(PlainDecimal(text, value)) << text;
+        EXPECT_EQ(value, -1.0);
     }
 }
 
