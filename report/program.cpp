@@ -20,7 +20,7 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongCall = 2;
 
-constexpr const char* kVersion = "0.1.0";
+constexpr const char* kVersion = ZARN_VERSION;
 
 int Fail(const std::string& words) {
     PrintError("zarn-report: " + words);

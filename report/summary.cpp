@@ -1,5 +1,6 @@
 #include "report/summary.h"
 
+#include <map>
 #include <utility>
 
 #include "report/moments.h"
@@ -66,9 +67,14 @@ constexpr const char* kNoCost =
     table.head = {"What is missing, and why", "", {}};
     table.columns = {{"run", "", false}, {"what", "", false}, {"why", "", false}};
     for (const RunView& view : views) {
+        std::map<Reason, std::string> byReason;
         for (const Missing& missing : view.missing) {
-            AddRow(table, {PlainCell(view.label), PlainCell(missing.what),
-                           PlainCell(WordsOf(missing.reason).words)});
+            std::string& names = byReason[missing.reason];
+            names += (names.empty() ? "" : ", ") + missing.what;
+        }
+        for (const auto& [reason, names] : byReason) {
+            AddRow(table,
+                   {PlainCell(view.label), PlainCell(names), PlainCell(WordsOf(reason).words)});
         }
         for (const RunFacts::Mission& mission : view.facts.missions) {
             const auto* reason = std::get_if<Reason>(&mission.cost.value);

@@ -51,7 +51,7 @@ template <typename Kind>
     SeriesBlock chart;
     chart.head.title = namesakes.title;
     chart.unit = namesakes.blocks.front()->unit;
-    std::size_t names = 0;
+    std::set<std::string> names;
     for (const SeriesLine& line : namesakes.blocks.front()->series) {
         std::vector<const SeriesLine*> same;
         for (const SeriesBlock* block : namesakes.blocks) {
@@ -62,8 +62,8 @@ template <typename Kind>
                 same.push_back(&*found);
             }
         }
-        if (same.size() > 1 && names < kMostLines) {
-            ++names;
+        // Processes may share a name: of each chart the first one counts.
+        if (same.size() > 1 && names.size() < kMostLines && names.insert(line.name).second) {
             for (const SeriesLine* one : same) {
                 chart.series.push_back(*one);
             }

@@ -1,9 +1,12 @@
 #include "report/program.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "report/options.h"
@@ -85,6 +88,27 @@ TEST_F(ReportProgramTest, SaysThatThePageCannotBeWritten) {
               "zarn-report: cannot write " + nowhere + ": No such file or directory\n");
     EXPECT_EQ(Run({tree.Path(), "-o", dir.Path()}, 1).err,
               "zarn-report: cannot write " + dir.Path() + ": it is no regular file\n");
+}
+
+TEST_F(ReportProgramTest, TellsATerminalHowFarItIs) {
+    tree.Write("env_info/qvt_version", "1\n");
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK);
+    ASSERT_TRUE(terminal >= 0 && ::grantpt(terminal) == 0 && ::unlockpt(terminal) == 0);
+    const int theirs = ::open(::ptsname(terminal), O_RDWR | O_NOCTTY);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(theirs, STDERR_FILENO);
+    const int status = RunProgram({tree.Path(), "-o", output}, kPayloadMark);
+    ::dup2(saved, STDERR_FILENO);
+    std::string said(65536, '\0');
+    const ssize_t size = ::read(terminal, said.data(), said.size());
+    for (const int descriptor : {terminal, theirs, saved}) {
+        ::close(descriptor);
+    }
+    EXPECT_EQ(status, 0);
+    ASSERT_GT(size, 0);
+    said.resize(static_cast<std::size_t>(size));
+    EXPECT_THAT(said, testing::StartsWith("zarn-report: reading "));
+    EXPECT_THAT(said, testing::HasSubstr(": CPU\r\nzarn-report: reading "));
 }
 
 TEST_F(ReportProgramTest, TellsOfItself) {

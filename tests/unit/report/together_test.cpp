@@ -23,7 +23,7 @@ TEST(TogetherPageTest, LaysTheLinesOfRunsOverOneAnother) {
     const RunTree first;
     const RunTree second;
     const std::string name = RunTree::NameOf(cpu_files::kLoadingTable);
-    first.Write(name, "happen_time,total,Cpu0,\n'20260101000000000,1,2,\n");
+    first.Write(name, "happen_time,total,Cpu0,total,\n'20260101000000000,1,2,9,\n");
     second.Write(name, "happen_time,total,Cpu9,\n'20260101000001000,3,4,\n");
     const Shown shown(std::vector{first.Path(), second.Path()});
     const std::string title = "Load of the system and of each core";
