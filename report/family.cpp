@@ -33,6 +33,7 @@ TableBlock TableOfObjects(BlockHead head, const JsonValue& objects, const Source
     }
     for (const JsonValue* object : ElementsOf(&objects)) {
         std::vector<Cell> row;
+        row.reserve(names.size());
         for (const std::string& name : names) {
             row.push_back(FigureCell(MemberOf(object, name), source));
         }

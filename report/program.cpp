@@ -38,9 +38,7 @@ int Fail(const std::string& words) {
         path.pop_back();
     }
     const std::size_t slash = path.rfind('/');
-    const std::string name =
-        path.size() == 1 || slash == std::string::npos ? path : path.substr(slash + 1);
-    return name;
+    return path.size() == 1 || slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 // The names of the runs; those of the same name are told apart by their places in the call.

@@ -73,6 +73,7 @@ void AddChart(FamilyContext& context, const JsonValue& content, const Place& pla
     SeriesMaker maker(names, false);
     for (std::size_t i = 0; i < passes.size() && !names.empty(); ++i) {
         std::vector<std::optional<double>> values;
+        values.reserve(lists.size());
         for (const auto& list : lists) {
             values.push_back(NumberOf(list[i]));
         }

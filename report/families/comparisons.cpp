@@ -183,55 +183,72 @@ void AddMemory(FamilyContext& context, const char* name, const char* title,
     }
 }
 
-// Functions: the first version's share, and what the others differ by.
-void AddFunctions(FamilyContext& context, const RunFile& file, std::vector<Block>& blocks) {
-    constexpr std::size_t kNameColumns = 2;
-    constexpr const char* kPoints = "points";
-    const std::string name = file.name.substr(file.name.rfind('/') + 1);
-    TableBlock table;
-    table.head = {"Functions, " + name, "Differences of the shares of the samples, in points.",
-                  Source{file.index, 0}};
-    BarsBlock bars;
-    bars.head = {"Functions, " + name + ": differences", "", Source{file.index, 0}};
-    bars.unit = kPoints;
-    std::size_t versions = 0;
-    ReadTable(context.files, file, [&](const Cells& cells, std::uint64_t line) {
+// A table of functions: the first version's share, and what the others differ by.
+class FunctionTable {
+public:
+    FunctionTable(FamilyContext& context, const RunFile& file) : context_(context), file_(file) {
+        const std::string name = file.name.substr(file.name.rfind('/') + 1);
+        table_.head = {"Functions, " + name, "Differences of the shares of the samples, in points.",
+                       Source{file.index, 0}};
+        bars_.head = {"Functions, " + name + ": differences", "", Source{file.index, 0}};
+        bars_.unit = kPoints;
+    }
+
+    void Take(const Cells& cells, std::uint64_t line) {
         if (line == 1) {
-            versions = cells.size() > kNameColumns ? cells.size() - kNameColumns : 0;
-            table.columns = {{"function", "", false}, {"in", "", false}};
-            for (std::size_t i = 0; i < versions; ++i) {
-                const std::string version = ShortText(cells[i]);
-                table.columns.push_back({version, i == 0 ? "%" : kPoints, true});
-                if (i > 0) {
-                    bars.names.push_back(version);
-                }
+            Begin(cells);
+        } else if (versions_ == 0 || cells.size() != versions_ + kNameColumns) {
+            context_.files.Trouble(file_.index,
+                                   "line " + std::to_string(line) + " is no row of the table");
+        } else {
+            AddFunction(cells, context_.At(file_, line));
+        }
+    }
+
+    void AddTo(std::vector<Block>& blocks) {
+        if (!bars_.rows.empty()) {
+            blocks.emplace_back(std::move(bars_));
+        }
+        if (!table_.rows.empty()) {
+            blocks.emplace_back(std::move(table_));
+        }
+    }
+
+private:
+    static constexpr std::size_t kNameColumns = 2;
+    static constexpr const char* kPoints = "points";
+
+    void Begin(const Cells& cells) {
+        versions_ = cells.size() > kNameColumns ? cells.size() - kNameColumns : 0;
+        table_.columns = {{"function", "", false}, {"in", "", false}};
+        for (std::size_t i = 0; i < versions_; ++i) {
+            const std::string version = ShortText(cells[i]);
+            table_.columns.push_back({version, i == 0 ? "%" : kPoints, true});
+            if (i > 0) {
+                bars_.names.push_back(version);
             }
-            return;
         }
-        if (versions == 0 || cells.size() != versions + kNameColumns) {
-            context.files.Trouble(file.index,
-                                  "line " + std::to_string(line) + " is no row of the table");
-            return;
-        }
-        const Source source = context.At(file, line);
-        std::vector<Cell> row = {TextCellOf(cells[versions + 1], source),
-                                 TextCellOf(cells[versions], source)};
-        for (std::size_t i = 0; i < versions; ++i) {
+    }
+
+    void AddFunction(const Cells& cells, const Source& source) {
+        std::vector<Cell> row = {TextCellOf(cells[versions_ + 1], source),
+                                 TextCellOf(cells[versions_], source)};
+        for (std::size_t i = 0; i < versions_; ++i) {
             row.push_back(NumberCellOf(cells[i] == " " ? "" : cells[i], source, "%"));
         }
-        if (bars.rows.size() < kMostBarRows && versions > 1) {
-            bars.rows.push_back(
-                {ShortText(cells[versions + 1]), {row.begin() + kNameColumns + 1, row.end()}});
+        if (bars_.rows.size() < kMostBarRows && versions_ > 1) {
+            bars_.rows.push_back(
+                {ShortText(cells[versions_ + 1]), {row.begin() + kNameColumns + 1, row.end()}});
         }
-        AddRow(table, std::move(row));
-    });
-    if (!bars.rows.empty()) {
-        blocks.emplace_back(std::move(bars));
+        AddRow(table_, std::move(row));
     }
-    if (!table.rows.empty()) {
-        blocks.emplace_back(std::move(table));
-    }
-}
+
+    FamilyContext& context_;
+    const RunFile& file_;
+    TableBlock table_;
+    BarsBlock bars_;
+    std::size_t versions_ = 0;
+};
 
 }  // namespace
 
@@ -249,7 +266,10 @@ std::vector<Block> ComparisonBlocks(FamilyContext& context) {
     AddMemory(context, mem_files::kProcessComparison, "Memory of processes", blocks);
     for (const RunFile& file : context.run.Find(hot_fun_files::kCsvDir, hot_fun_files::kRawPrefix,
                                                 std::string(".") + kCsvSuffix)) {
-        AddFunctions(context, file, blocks);
+        FunctionTable table(context, file);
+        ReadTable(context.files, file,
+                  [&table](const Cells& cells, std::uint64_t line) { table.Take(cells, line); });
+        table.AddTo(blocks);
     }
     return blocks;
 }

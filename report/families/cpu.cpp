@@ -147,6 +147,7 @@ void TakeBusiest(const JsonValue* top, const Source& source, SystemAnalysis& ana
             hasMoment = true;
         } else if (hasMoment && lines.Text().substr(0, kSummary.size()) == kSummary) {
             std::vector<std::optional<double>> values;
+            values.reserve(kShares.size());
             for (const char* share : kShares) {
                 values.push_back(ShareIn(lines.Text(), share));
             }

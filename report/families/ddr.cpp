@@ -157,6 +157,7 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
             return;
         }
         std::vector<std::optional<double>> values;
+        values.reserve(ddrNameList.size());
         for (const std::string& name : ddrNameList) {
             values.push_back(NumberOf(MemberOf(shares, name)));
         }

@@ -59,33 +59,40 @@ void AddRates(FamilyContext& context, std::vector<Block>& blocks) {
             (cells[0][0] >= 'a' && cells[0][0] <= 'z'));
 }
 
-// The slices of a profile: each begins with a head line of its own.
+// The cell of a row at a column: a number, or a text that is none.
+[[nodiscard]] Cell SliceCell(const std::vector<std::string_view>& cells, std::size_t column,
+                             const Source& source) {
+    const std::string_view text = column < cells.size() ? cells[column] : std::string_view();
+    Cell cell = NumberCellOf(text, source);
+    const bool isNumber = std::holds_alternative<double>(cell.value);
+    return isNumber || text.empty() ? cell : TextCellOf(text, source);
+}
+
+// A line of the slices of a profile, each of which begins with a head line of its own.
+void TakeSliceLine(const std::vector<std::string_view>& cells, const std::string& title,
+                   const Source& source, std::vector<TableBlock>& tables) {
+    constexpr std::size_t kMostSlices = 50;
+    if (IsHead(cells) && tables.size() < kMostSlices) {
+        TableBlock& table = tables.emplace_back();
+        table.head = {title + ", slice " + std::to_string(tables.size()), "", source};
+        for (const std::string_view cell : cells) {
+            table.columns.push_back({ShortText(cell), "", false});
+        }
+    } else if (!tables.empty()) {
+        std::vector<Cell> row;
+        for (std::size_t i = 0; i < tables.back().columns.size(); ++i) {
+            row.push_back(SliceCell(cells, i, source));
+        }
+        AddRow(tables.back(), std::move(row));
+    }
+}
+
 void AddSlices(FamilyContext& context, const NumberedFile& kind, const char* title,
                std::vector<Block>& blocks) {
-    constexpr std::size_t kMostSlices = 50;
     for (const RunFile& file : context.run.Find(kind)) {
         std::vector<TableBlock> tables;
         ReadTable(context.files, file, [&](const auto& cells, std::uint64_t line) {
-            if (IsHead(cells) && tables.size() < kMostSlices) {
-                TableBlock& table = tables.emplace_back();
-                table.head = {std::string(title) + ", slice " + std::to_string(tables.size()), "",
-                              context.At(file, line)};
-                for (const std::string_view cell : cells) {
-                    table.columns.push_back({ShortText(cell), "", false});
-                }
-            } else if (!tables.empty()) {
-                std::vector<Cell> row;
-                for (std::size_t i = 0; i < tables.back().columns.size(); ++i) {
-                    Cell cell =
-                        NumberCellOf(i < cells.size() ? cells[i] : "", context.At(file, line));
-                    if (i < cells.size() && std::get_if<double>(&cell.value) == nullptr &&
-                        !cells[i].empty()) {
-                        cell = TextCellOf(cells[i], context.At(file, line));
-                    }
-                    row.push_back(std::move(cell));
-                }
-                AddRow(tables.back(), std::move(row));
-            }
+            TakeSliceLine(cells, title, context.At(file, line), tables);
         });
         for (TableBlock& table : tables) {
             blocks.emplace_back(std::move(table));

@@ -33,6 +33,7 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
         return;
     }
     std::vector<std::pair<double, std::string>> order;
+    order.reserve(counts.size());
     for (const auto& [name, count] : counts) {
         order.emplace_back(-count, name);
     }

@@ -69,6 +69,7 @@ void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
                 return;
             }
             std::vector<std::optional<double>> values;
+            values.reserve(kMemSystemColumns.size());
             for (const char* column : kMemSystemColumns) {
                 values.push_back(NumberOf(MemberOf(memory, column)));
             }

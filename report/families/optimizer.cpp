@@ -127,6 +127,7 @@ private:
 
     [[nodiscard]] static std::vector<Cell> RatesIn(std::string_view text, const Source& source) {
         std::vector<Cell> rates;
+        rates.reserve(kLoads.size());
         for (const char* load : kLoads) {
             rates.push_back(NumberOfLoad(text, load, source));
         }

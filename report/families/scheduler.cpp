@@ -140,9 +140,10 @@ void AddLatencyAnalysis(const JsonValue& content, const std::string& name, const
                                          source));
         } else if (const auto* delay = std::get_if<double>(&greatest.value);
                    delay != nullptr && (!worst || *delay > std::get<double>(worst->value.value))) {
-            worst =
-                Finding{TextCellOf("Scheduler, " + name + ": greatest delay, of " + target, source),
-                        greatest, kMilliseconds, EmptyCell(Reason::NotInFile)};
+            std::string what = "Scheduler, " + name;
+            what.append(": greatest delay, of ").append(target);
+            worst = Finding{TextCellOf(what, source), greatest, kMilliseconds,
+                            EmptyCell(Reason::NotInFile)};
         }
     }
     if (worst) {
