@@ -121,6 +121,19 @@ void CheckLine(const JsonValue& line) {
     }
 }
 
+void CheckChart(const JsonValue& chart) {
+    for (const JsonValue& line : chart["series"].GetArray()) {
+        CheckLine(line);
+    }
+    if (!chart.HasMember("marks")) {
+        return;
+    }
+    for (const JsonValue& mark : chart["marks"].GetArray()) {
+        Require(!mark.HasMember("series") || mark["series"].GetUint() < chart["series"].Size(),
+                "a mark is on a line");
+    }
+}
+
 }  // namespace
 
 // Whatever a tree holds becomes data that a page can hold, whose lines go forward in time.
@@ -137,9 +150,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const JsonValue& page : document["pages"].GetArray()) {
         for (const JsonValue& block : page["blocks"].GetArray()) {
             if (block.HasMember("series")) {
-                for (const JsonValue& line : block["series"].GetArray()) {
-                    CheckLine(line);
-                }
+                CheckChart(block);
             }
         }
     }

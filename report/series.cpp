@@ -41,6 +41,10 @@ void SeriesMaker::Add(Mark mark) {
     if (marks_.size() >= kMostMarks) {
         return;
     }
+    // A document may tell of lines that the table beside it does not have.
+    if (mark.series && *mark.series >= names_.size()) {
+        mark.series.reset();
+    }
     for (std::size_t i = 0; i < thinners_.size(); ++i) {
         if (isStacked_ || !mark.series || *mark.series == i) {
             thinners_[i].MustKeep(mark.moment);

@@ -43,6 +43,12 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
     BarsBlock bars;
     bars.head = {"Libraries, " + name, "Samples of the clock by where the innermost function is.",
                  source};
+    // Of so few no share can be told.
+    constexpr double kFewSamples = 30.0;
+    const bool isGrey = samples < kFewSamples;
+    if (isGrey) {
+        bars.head.note += " There are too few samples to trust the order.";
+    }
     bars.unit = "samples";
     bars.names = {"samples"};
     for (const auto& [count, library] : order) {
@@ -51,6 +57,7 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
             cell.value = -count;
             cell.source = source;
             cell.computed = "samples counted";
+            cell.grey = isGrey;
             bars.rows.push_back({library, {std::move(cell)}});
         }
     }

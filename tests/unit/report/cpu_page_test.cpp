@@ -140,6 +140,18 @@ TEST_F(CpuPageTest, ShowsTheSets) {
                 ElementsAre("peak peak 2 @0: 0"));
 }
 
+TEST_F(CpuPageTest, MarksNoLineThatTheTableLacks) {
+    const std::string set =
+        R"({"peak":[{"cpuValue":"2","timeStamp":"20260101000000000"}],"trought":[]})";
+    tree.Write(RunTree::NameOf(cpu_files::kSelectedAnalysis),
+               DocumentLine("soc_cpu_ana_global", kTime,
+                            R"({"procSetInfo":{"a":)" + set + R"(,"b":)" + set + "}}"));
+    tree.Write(RunTree::NameOf(cpu_files::kSelectedTable),
+               "Times,a_total,\n'20260101000000000,2,\n");
+    EXPECT_THAT(Shown(tree).Marks(kPage, "Sums of the sets of processes", kFrom),
+                ElementsAre("peak peak 2 @0: 0", "peak peak 2 @0"));
+}
+
 TEST_F(CpuPageTest, SaysWhatItCannotRead) {
     WriteAnalysis("{\"content\":1}\nno JSON\n");
     tree.Write(RunTree::NameOf(cpu_files::kLoadingTable), "");

@@ -119,6 +119,8 @@ TEST(LibraryPageTest, CountsSamplesOfTheClockByLibrary) {
     const Shown shown(tree);
     EXPECT_THAT(shown.Rows("libraries", "Libraries, " + name),
                 ElementsAre("/lib/a.so|2", "/bin/w|1"));
+    EXPECT_TRUE(
+        shown.Block("libraries", "Libraries, " + name)["rows"][0]["cells"][0]["grey"].GetBool());
     EXPECT_EQ(FlameText(shown.Block("libraries", "Stacks of the clock, " + name)["root"]),
               "all 3 (g 2 (f 1), f 1)");
 }
