@@ -61,6 +61,7 @@ const std::vector<const char*> kNames = {
     "csv/cpu/cpu_comparator_result.csv",
     "csv/mem/mem_process_info.csv",
     "csv/hotFun/hotfun_global_info.csv",
+    "raw_data/cpu_peak/cpu_peak_collect_CPU_1,3_20260101000000000.unfold",
 };
 
 // The tree's place, the same for all inputs of a process, and gone at its end.

@@ -30,6 +30,7 @@ struct Family {
 [[nodiscard]] const std::vector<Family>& Families() {
     static const std::vector<Family> families = {
         {"cpu", "CPU", {"CpuCollector", "CpuAnalyzer"}, CpuBlocks},
+        {"peaks", "CPU peaks", {"CpuPeakCollector"}, CpuPeakBlocks},
         {"ddr", "DDR", {"DdrCollector", "DdrAnalyzer"}, DdrBlocks},
         {"memory", "Memory", {"MemCollector", "MemAnalyzer"}, MemoryBlocks},
         {"scheduler", "Scheduler", {"SchedCollector", "SchedAnalyzer"}, SchedulerBlocks},

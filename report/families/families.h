@@ -9,6 +9,7 @@
 namespace zarn::report {
 
 [[nodiscard]] std::vector<Block> CpuBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> CpuPeakBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> DdrBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> MemoryBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> SchedulerBlocks(FamilyContext& context);
