@@ -14,7 +14,7 @@ namespace zarn::report {
 namespace {
 
 // Of the report, for texts of lines: the rest of them is named by its file.
-constexpr std::size_t kLineBudget = std::size_t{384} << 10;
+constexpr std::size_t kLineBudget = std::size_t{256} << 10;
 
 struct Family {
     const char* id;
