@@ -137,7 +137,7 @@ TEST_P(PerfSchedOnBoard, LeavesAllElseToTheMachinesPerf) {
 
 // A planner that keeps core 1 for itself, a helper thread on core 2.
 constexpr const char* kStacks = R"({"sched": {"cores": 32, "processes": [
-    {"name": "planner", "affinity": [1], "run_us": 1000,
+    {"name": "stack_planner", "affinity": [1], "run_us": 1000,
      "stacks": [{"share": 9, "calls": ["plan_loop", "find_route", "expand"]},
                 {"share": 1, "calls": ["plan_loop", "publish"]}],
      "threads": [{"name": "map helper", "affinity": [2], "stacks": []}]}]}})";
@@ -153,7 +153,7 @@ TEST_P(PerfSchedOnBoard, SamplesTheTasksOfCores) {
         sed 's/[0-9][0-9.]* MB/MB/; s/([0-9]* /(/' log
         perf script -i record >text 2>errors
         cat errors
-        planner=$(pidof planner)
+        planner=$(pidof stack_planner)
         awk -v planner="$planner" '/cycles:/ { heads[$0 ~ " " planner " [[]001] " ? "planner" : $0 ~ "^map helper +[0-9]+ [[]002] " ? "helper" : $0]++; next }
             NF { sub(/[+].*/, "", $2); stack = stack " " $2; file = $NF; next }
             { stacks[stack]++; stack = "" }
@@ -165,7 +165,7 @@ TEST_P(PerfSchedOnBoard, SamplesTheTasksOfCores) {
                                  "working\nstatus 3\n"
                                  "\\[ perf record: Woken up 1 times to write data \\]\n"
                                  "\\[ perf record: Captured and wrote MB record \\(samples\\) \\]\n"
-                                 "\\(.*/tasks/planner\\)\n"
+                                 "\\(.*/tasks/stack_planner\\)\n"
                                  "head helper\nhead planner\n"
                                  "stack expand find_route plan_loop\nstack main\n"
                                  "stack publish plan_loop\n"));
