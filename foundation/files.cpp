@@ -279,6 +279,7 @@ bool LineFile::ReadMore() {
     do {
         got = ::read(fd_, buffer_.data() + end_, buffer_.size() - end_);
     } while (got < 0 && errno == EINTR);
+    failed_ = got < 0;
     end_ += got > 0 ? static_cast<std::size_t>(got) : 0;
     return got > 0;
 }

@@ -117,6 +117,9 @@ public:
     // error counts as.
     bool Next(std::string_view& line);
 
+    // Whether that was a read error.
+    [[nodiscard]] bool HasFailed() const { return failed_; }
+
     // For files that are not to be trusted: of a line that goes on behind so many bytes no more of
     // them is given, and the rest is passed over, so that the buffer does not grow with it.
     void CutLines(std::size_t most) { most_ = most; }
@@ -130,6 +133,7 @@ private:
     [[nodiscard]] std::string_view CutLine();
 
     int fd_;
+    bool failed_ = false;
     std::size_t most_ = std::string::npos;
     bool wasCut_ = false;
     std::string buffer_;

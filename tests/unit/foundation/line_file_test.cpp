@@ -90,5 +90,19 @@ TEST(LineFileTest, WantsARegularFile) {
     }
 }
 
+// The memory of a process is a regular file of which nothing lies at its beginning.
+TEST(LineFileTest, TellsAReadErrorFromTheEnd) {
+    LineFile broken("/proc/self/mem");
+    ASSERT_TRUE(broken.IsOpen());
+    std::string_view line;
+    EXPECT_FALSE(broken.Next(line));
+    EXPECT_TRUE(broken.HasFailed());
+    const test::TempDir directory;
+    LineFile whole(directory.Write("file", "a"));
+    EXPECT_TRUE(whole.Next(line));
+    EXPECT_FALSE(whole.Next(line));
+    EXPECT_FALSE(whole.HasFailed());
+}
+
 }  // namespace
 }  // namespace zarn
