@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "formats/correlation.h"
 #include "formats/cpu.h"
 #include "formats/ddr.h"
 #include "formats/mem.h"
@@ -37,6 +38,7 @@ const FileName kFileNames[] = {
     {ddr_files::kAnalysisTable, "raw_data/ddr/soc_ddr_ana_info_1_7.csv"},
     {ddr_files::kOptimizerLog, "raw_data/ddr/soc_ddr_opt_info_1_7.log"},
     {ddr_files::kStressLog, "raw_data/ddr/soc_ddr_stress_info_1_7.log"},
+    {correlation_files::kTable, "csv/correlation/soc_correlation_ana_info_7.csv"},
     {mem_files::kCounterLog, "raw_data/mem/soc_gea_meminfo_info_1_7.log"},
     {mem_files::kSystemLog, "raw_data/mem/soc_gea_memory_info_1_7.log"},
     {mem_files::kSharePoolLog, "raw_data/mem/soc_gea_sharepool_mem_info_1_7.log"},
