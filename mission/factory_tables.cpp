@@ -61,6 +61,7 @@ MissionClasses ListMissions() {
     };
     classes.analyzers = {
         Analyzer<AicpuAnalyzer>(),
+        Analyzer<CorrelationAnalyzer>(),
         Analyzer<CpuAnalyzer>(),
         Analyzer<DdrAnalyzer>(),
         Analyzer<MemAnalyzer>(),
