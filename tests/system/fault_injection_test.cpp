@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "benchmarks/support/correlation_generator.h"
 #include "formats/mem.h"
 #include "tests/support/manager_texts.h"
 #include "tests/support/mem_lines.h"
@@ -52,6 +53,8 @@ const std::vector<std::string> kMicroscopeCalls = {"close",   "localtime", "mkdi
                                                    "thread",  "truncate",  "write"};
 const std::vector<std::string> kPeakCalls = {"close", "localtime", "mkdir",    "open", "read",
                                              "spawn", "thread",    "truncate", "write"};
+const std::vector<std::string> kCorrelationCalls = {
+    "close", "localtime", "mkdir", "open", "opendir", "read", "spawn", "truncate", "write"};
 const std::vector<std::string> kInterrupts = {"200"};
 
 std::string CpuConfig() {
@@ -164,6 +167,31 @@ std::string SchedConfig() {
              "lite": {"lite_duration_second": 10, "lite_threshold_ms": 150}})"},
          {"SchedAnalyzer", R"({"job": ["global", "core", "process"],
              "runTimeThreshold": 2.05})"}});
+}
+
+// All four sources from the collection on.
+constexpr const char* kCorrelatedRun = R"({"ManagerParam": {"parallelCollectMode": ["CpuCollector",
+    "DdrCollector", "AiCoreCollector", "SchedCollector"], "collectMode": [],
+    "analyzeMode": ["CpuAnalyzer", "DdrAnalyzer", "SchedAnalyzer", "CorrelationAnalyzer"],
+    "optimizeMode": [], "compareMode": {"comparatorName": [], "versionMap": {}}},
+    "CpuCollector": {"job": ["global", "core"], "interval": 0.1, "process": [], "count": 2,
+    "thread_collector": false, "json_output": true},
+    "DdrCollector": {"job": ["global"], "count": 1, "interval": 1},
+    "AiCoreCollector": {"job": ["usage"], "count": 1, "interval": 1},
+    "SchedCollector": {"job": ["global"], "sched": {"is_call_record": false, "duration": 1,
+    "topN": 5, "sorted": "max"}},
+    "CpuAnalyzer": {"job": ["global", "core"], "peak_trought_threshold": 0.05, "process_set": {}},
+    "DdrAnalyzer": {"job": ["global"]},
+    "SchedAnalyzer": {"job": ["global"], "runTimeThreshold": 1000.0},
+    "CorrelationAnalyzer": {"peak_interval_us": 100000, "sched": "global"}})";
+
+// All four sources of an earlier run.
+std::string CorrelationConfig() {
+    ConfigText config;
+    config.analyze = R"(["CorrelationAnalyzer"])";
+    config.more = R"(, "historyDataPath": "/opt/usr/old/")";
+    return config.Text(
+        {{"CorrelationAnalyzer", R"({"peak_interval_us": 1000000, "sched": "global"})"}});
 }
 
 // Both collectors and the comparator about one program of the board.
@@ -288,6 +316,15 @@ void WalkMem() {
     WalkIn(sandbox, kMemCalls);
 }
 
+void WalkCorrelation() {
+    Sandbox sandbox;
+    const std::string old = sandbox.UsrDir() + "old/";
+    ASSERT_TRUE(bench::CorrelationGenerator(1).WriteBig(old, {20, 20, 3, 5}));
+    RunTree(old).Write(run_tree::kCostLog, "");
+    sandbox.Write("config.json", CorrelationConfig());
+    WalkIn(sandbox, kCorrelationCalls);
+}
+
 // On the virtual board, whose settings stay from run to run. `before`: a script that runs there
 // first.
 void WalkOnBoard(const std::string& options, const std::string& config,
@@ -372,6 +409,15 @@ TEST(FaultInjection, EveryCallOfARunAboutTheSchedulerFailsInTurn) {
 
 TEST(FaultInjection, ARunAboutTheSchedulerIsInterruptedAtRandomCalls) {
     WalkSched(kInterrupts);
+}
+
+TEST(FaultInjection, EveryCallOfACorrelationFailsInTurn) {
+    WalkCorrelation();
+}
+
+TEST(FaultInjection, ACorrelatedRunIsInterruptedAtRandomCalls) {
+    const ProgramLock lock;
+    WalkOnBoard("--scenario shared_burst", kCorrelatedRun, kInterrupts);
 }
 
 TEST(FaultInjection, EveryCallOfAProfileFailsInTurn) {

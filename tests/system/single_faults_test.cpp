@@ -2,7 +2,9 @@
 
 #include <set>
 
+#include "benchmarks/support/correlation_generator.h"
 #include "tests/support/manager_texts.h"
+#include "tests/support/run_tree.h"
 #include "tests/system/support/recorded_tools.h"
 #include "tests/system/support/sandbox.h"
 
@@ -144,6 +146,22 @@ TEST_F(SingleFaults, AnInterruptDuringTheFilingEndsItBeforeTheNextFile) {
         filed.insert(sandbox_.Files("raw_data/cpu").size());
     } while (Happened());
     EXPECT_THAT(filed, testing::ElementsAre(0, 1, 2, 3));
+}
+
+// The first folder that is looked into is the one of the samples, when the sources are read.
+TEST_F(SingleFaults, AnInterruptBeforeTheSavingOfACorrelation) {
+    const std::string old = sandbox_.UsrDir() + "old/";
+    ASSERT_TRUE(bench::CorrelationGenerator(1).WriteBig(old, {20, 20, 3, 5}));
+    ConfigText config;
+    config.analyze = R"(["CorrelationAnalyzer"])";
+    config.more = R"(, "historyDataPath": "/opt/usr/old/")";
+    const RunResult run = RunWithFault(
+        config.Text({{"CorrelationAnalyzer", R"({"peak_interval_us": 7, "sched": "global"})"}}),
+        "opendir:1:interrupt");
+    EXPECT_TRUE(Happened());
+    EXPECT_THAT(run.err, HasSubstr("[CorrelationAnalyzer] Failed to save output file because of "
+                                   "stopFlag.\n[CorrelationAnalyzer] Failed to save info.\n"));
+    EXPECT_THAT(RunTree(old).NamesIn("csv/correlation"), testing::IsEmpty());
 }
 
 }  // namespace
