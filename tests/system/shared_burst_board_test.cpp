@@ -4,14 +4,17 @@
 #include <algorithm>
 #include <cmath>
 #include <ctime>
+#include <map>
 #include <optional>
 #include <set>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "board/model/bursts.h"
 #include "board/server/sched_truth.h"
+#include "formats/correlation.h"
 #include "formats/cpu.h"
 #include "formats/ddr.h"
 #include "foundation/json.h"
@@ -38,6 +41,7 @@ constexpr std::int64_t kTableAgeUs = 200000;
 // by what its start and its samples have taken.
 constexpr std::uint64_t kStampAgeUs = 500000;
 constexpr double kPoints = 10.0;
+constexpr std::size_t kRuns = 40;
 
 // What the machine's clock shows at the begin of its uptime, in us.
 std::int64_t BootUs() {
@@ -62,29 +66,65 @@ std::int64_t InUs(const JsonValue& figure, double unit) {
     return std::llround(std::stod(figure.GetString()) * unit);
 }
 
+// A row of a table by its heads.
+using Row = std::map<std::string, std::string>;
+
+std::vector<std::string> CellsOf(const std::string& line) {
+    std::istringstream stream(line);
+    std::vector<std::string> cells;
+    for (std::string cell; std::getline(stream, cell, ',');) {
+        cells.push_back(cell);
+    }
+    return cells;
+}
+
+std::vector<Row> TableRows(const std::string& text) {
+    const std::vector<std::string> lines = LinesIn(text);
+    const std::vector<std::string> heads = CellsOf(lines.at(0));
+    std::vector<Row> rows;
+    for (std::size_t i = 1; i < lines.size(); ++i) {
+        const std::vector<std::string> cells = CellsOf(lines[i]);
+        EXPECT_EQ(cells.size(), heads.size()) << lines[i];
+        Row& row = rows.emplace_back();
+        for (std::size_t k = 0; k < std::min(cells.size(), heads.size()); ++k) {
+            row[heads[k]] = cells[k];
+        }
+    }
+    return rows;
+}
+
+// What a stamp of the scheduler has beyond the moment of booting: it is their sum as digits.
+std::int64_t UptimeUs(const std::string& stamp, const std::string& start) {
+    constexpr std::size_t kCentury = 4;  // more digits than a number has
+    return std::stoll(stamp.substr(kCentury)) - std::stoll(start.substr(kCentury) + "000000");
+}
+
 class SharedBurstTest : public testing::TestWithParam<int> {
 protected:
     void SetUp() override {
         ConfigText config;
         config.parallel = R"(["CpuCollector", "DdrCollector", "SchedCollector"])";
-        config.analyze = R"(["CpuAnalyzer", "DdrAnalyzer", "SchedAnalyzer"])";
+        config.analyze =
+            R"(["CpuAnalyzer", "DdrAnalyzer", "SchedAnalyzer", "CorrelationAnalyzer"])";
         BoardRun run;
         run.options = "--board kept --scenario shared_burst --seed " + std::to_string(GetParam());
         ASSERT_EQ(
             board_.Run(
-                config.Text({{"CpuCollector", R"({"job": ["global", "core"], "interval": 1,
+                config.Text(
+                    {{"CpuCollector", R"({"job": ["global", "core"], "interval": 1,
                            "process": [], "count": 11, "thread_collector": false, "json_output": true})"},
-                             {"DdrCollector", R"({"job": ["global"], "interval": 1, "count": 9})"},
-                             {"SchedCollector", R"({"job": ["global"], "sched":
+                     {"DdrCollector", R"({"job": ["global"], "interval": 1, "count": 9})"},
+                     {"SchedCollector", R"({"job": ["global"], "sched":
                            {"is_call_record": false, "duration": 9, "topN": 40, "sorted": "max"}})"},
-                             {"CpuAnalyzer", R"({"job": ["global", "core"],
+                     {"CpuAnalyzer", R"({"job": ["global", "core"],
                            "peak_trought_threshold": 0.1, "process_set": {}})"},
-                             {"DdrAnalyzer", R"({"job": ["global"]})"},
-                             {"SchedAnalyzer", R"({"job": ["global"], "runTimeThreshold": 1e6})"}}),
+                     {"DdrAnalyzer", R"({"job": ["global"]})"},
+                     {"SchedAnalyzer", R"({"job": ["global"], "runTimeThreshold": 1e6})"},
+                     {"CorrelationAnalyzer", R"({"peak_interval_us": 0, "sched": "global"})"}}),
                 run),
             0);
         EXPECT_THAT(board_.Err(),
-                    Not(testing::ContainsRegex("\\[[A-Z][a-z]*(Collector|Analyzer)")));
+                    Not(testing::ContainsRegex("\\[(Cpu|Ddr|Sched)(Collector|Analyzer)")));
         state_ = board::MapBoardState((board_.Files().Path() + "kept/state").c_str());
         ASSERT_NE(state_, nullptr);
         const SchedSpan all{0, board::BoardTimeUs(*state_)};
@@ -137,6 +177,14 @@ protected:
                static_cast<double>((span.toUs - span.fromUs) * state_->scenario.sched.cores);
     }
 
+    // The documents of the longest runs.
+    [[nodiscard]] JsonDocument LongestRuns() const {
+        const RunTree tree = board_.Tree();
+        return std::move(
+            DocumentsIn(tree.Read(tree.OnlyFile("json", "soc_schedAna_global_timehist_ana_1_")))
+                .at(0));
+    }
+
     // The sample of the processors whose second a moment lies in: its end by its stamp, and its
     // load.
     [[nodiscard]] std::optional<std::pair<std::int64_t, double>> SampleAt(std::int64_t us) const {
@@ -164,6 +212,40 @@ protected:
         EXPECT_LE(least, kPoints) << sample->second << " at " << endUs;
     }
 
+    // The same in the one table of all.
+    void CheckTable() const {
+        std::vector<std::int64_t> peaks;
+        std::vector<std::pair<double, std::int64_t>> runs;  // length in ms, and end
+        const std::string start = LongestRuns()["content"][0]["systemStartUpTime"].GetString();
+        // Stamps of tasks are early by what it lacks, since it has whole seconds.
+        const std::int64_t earlyUs = bootUs_ - ClockUs(start);
+        EXPECT_GE(earlyUs, 0);
+        EXPECT_LE(earlyUs, kSecondUs);
+        for (const Row& row : TableRows(board_.Tree().Read(correlation_files::kTable))) {
+            const std::string stamp = row.at("happen_time").substr(1);
+            if (!row.at("ddr_total").empty() && row.at("peak_ddr_total") == "1") {
+                peaks.push_back(BoardUsOfClock(stamp.substr(0, 17)));
+            }
+            if (!row.at("cpu_total").empty()) {
+                const auto sample = SampleAt(BoardUsOfClock(stamp.substr(0, 17)));
+                ASSERT_TRUE(sample);
+                EXPECT_EQ(std::stod(row.at("cpu_total")), sample->second) << stamp;
+            }
+            const std::string& task = row.at("sched_global_task_name");
+            if (!task.empty() && task.rfind("<idle>", 0) != 0) {
+                runs.emplace_back(std::stod(row.at("sched_global_run_time")),
+                                  UptimeUs(stamp, start));
+            }
+        }
+        EXPECT_EQ(peaks, DdrPeaks());
+        ASSERT_GT(runs.size(), kRuns);
+        std::sort(runs.rbegin(), runs.rend());
+        for (std::size_t i = 0; i < kRuns; ++i) {
+            const auto& [length, endUs] = runs[i];
+            EXPECT_GE(BurstAt(BoardUs(endUs - std::llround(length * 1e3))), 0) << endUs;
+        }
+    }
+
     ProgramLock lock_;
     BoardRunner board_;
     board::BoardState* state_ = nullptr;
@@ -182,24 +264,19 @@ TEST_P(SharedBurstTest, PeaksOfAllKindsLieInTheModelsBursts) {
     EXPECT_THAT(peaked, Not(IsEmpty()));
 
     std::set<int> ran;
-    const RunTree tree = board_.Tree();
-    const auto documents =
-        DocumentsIn(tree.Read(tree.OnlyFile("json", "soc_schedAna_global_timehist_ana_1_")));
-    const JsonValue& runs = documents.at(0)["content"];
-    EXPECT_EQ(runs.Size(), 40U);
+    const JsonDocument document = LongestRuns();
+    const JsonValue& runs = document["content"];
+    EXPECT_EQ(runs.Size(), kRuns);
     for (const JsonValue& run : runs.GetArray()) {
         const std::int64_t endUs = InUs(run["time"], 1e6);
         const int burst = BurstAt(BoardUs(endUs - InUs(run["runTime"], 1e3)));
         EXPECT_GE(burst, 0) << run["task"].GetString() << " at " << endUs;
         ran.insert(burst);
     }
-    // By the clock they are up to a second early, since the moment of booting has whole seconds.
-    const std::int64_t earlyUs = bootUs_ - ClockUs(runs[0]["systemStartUpTime"].GetString());
-    EXPECT_GE(earlyUs, 0);
-    EXPECT_LE(earlyUs, kSecondUs);
     for (const int burst : peaked) {
         EXPECT_EQ(ran.count(burst), 1U) << burst;
     }
+    CheckTable();
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, SharedBurstTest, testing::Range(1, 6));
