@@ -3,7 +3,8 @@
 # settings, the analysis of an old tree, the comparison of both, the optimizer by hand and by search, the memory of a
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
 # program on an untouched board beside that on a throttled one, the scheduler with a task that starves and with an inversion of
-# priorities, programs of known behaviour under profilers and traced, and benchmarks. Says at its end what was found.
+# priorities, a burst of memory, cores and scheduler in one table, spikes that only a watch for peaks sees, programs of known
+# behaviour under profilers and traced, and benchmarks. Says at its end what was found.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -129,6 +130,10 @@ stage "What the scheduler did to a task that starves" zarn_on_board starved_task
 keep_as starved
 stage "The same with an inversion of priorities" zarn_on_board priority_inversion inversion tour_inversion.json
 keep_as inversion
+stage "Memory, cores and scheduler through a shared burst, in one table" zarn_on_board shared_burst burst tour_burst.json
+burst=$(newest)
+stage "Spikes of 300 ms, by samples of 5 s and by a watch for peaks" zarn_on_board short_spike spike tour_spike.json
+spike=$(newest)
 # One of them beside zarn, for perf; zarn starts the others.
 counted_on_board() {
     board/zarn-board --build build/release --scenario idle --opt-usr "$usr" --workdir "$demo/bench" -- sh -c '
@@ -148,6 +153,7 @@ echo "The tour took $((SECONDS - begun)) s."
 
 say "What was found"
 scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memory" "$profile" "$bench"
+scripts/demo_moments.py "$burst" "$demo/burst" "$spike" "$demo/spike"
 scripts/demo_programs.py "$programs" "$programs_log" "$demo/log/counted_work"
 scripts/demo_trace.py "$trace" "$usr/account"
 say "Where the files lie"
@@ -162,6 +168,8 @@ devices           $usr/mnt/zarn/device_healthy/ and device_trouble/
 profiles          $usr/mnt/zarn/profile_baseline/ and profile_throttled/
 function table    $profile/csv/hotFun/hotfun_process_frame_worker_info.csv
 scheduler         $usr/mnt/zarn/starved/ and inversion/
+shared burst      $burst/csv/correlation/
+spikes            $spike/raw_data/cpu_peak/
 programs          $programs/raw_data/cachegrind/ massif/ callgrind/
 system calls      $trace/json/ and raw_data/sys_call/
 benchmarks        $bench/raw_data/bench/ and json/
