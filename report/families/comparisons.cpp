@@ -1,6 +1,7 @@
 // The comparators' tables, with the differences between versions.
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "formats/cpu.h"
@@ -21,6 +22,14 @@ constexpr std::size_t kMostBarRows = 60;
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
+// Twelve digits of the greater of both: what follows is of binary fractions, not of the values.
+[[nodiscard]] double Subtract(double to, double from) {
+    const double greater = std::max(std::abs(to), std::abs(from));
+    const double scale =
+        std::pow(10.0, std::clamp(11.0 - std::floor(std::log10(greater)), 0.0, 15.0));
+    return std::round((to - from) * scale) / scale;
+}
+
 // What a version's value differs by from the first version's.
 [[nodiscard]] Cell DifferenceOf(const Cell& first, const Cell& other) {
     const auto* from = std::get_if<double>(&first.value);
@@ -28,7 +37,7 @@ constexpr std::size_t kMostBarRows = 60;
     Cell cell = EmptyCell(Reason::NotInFile);
     cell.source = other.source;
     if (from != nullptr && to != nullptr) {
-        cell.value = *to - *from;
+        cell.value = Subtract(*to, *from);
         cell.computed = "this version's value minus the first version's";
     }
     return cell;

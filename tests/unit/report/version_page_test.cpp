@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "formats/cpu.h"
 #include "formats/ddr.h"
@@ -33,6 +34,20 @@ TEST(VersionPageTest, ShowsTablesWithDifferences) {
                 ElementsAre("cpu_mean(%)|17.5|7.25|-10.25", "cpu_bwHigh(GB/s)|51|4|-47"));
     EXPECT_THAT(shown.Rows(kPage, "DDR: means"), ElementsAre("cpu_mean(%)|17.5|7.25"));
     EXPECT_STREQ(shown.Block(kPage, "CPU")["columns"][3]["name"].GetString(), "new minus old");
+}
+
+TEST(VersionPageTest, WritesDifferencesWithoutTheNoiseOfBinaryFractions) {
+    const RunTree tree;
+    tree.Write(std::string(cpu_files::kCsvDir) + cpu_files::kComparison,
+               "version,old,new,\na,6.682,6.658,\nb,82.904029,61.891084,\nc,0,0,\n"
+               "d,8388608000000,8388608000001,\ne,0.000001,0.000003,\n");
+    const Shown shown(tree);
+    const JsonValue& rows = shown.Block(kPage, "CPU")["rows"];
+    const std::vector<double> expected = {-0.024, -21.012945, 0.0, 1.0, 0.000002};
+    ASSERT_EQ(rows.Size(), expected.size());
+    for (rapidjson::SizeType i = 0; i < rows.Size(); ++i) {
+        EXPECT_EQ(rows[i][3]["v"].GetDouble(), expected[i]) << i;
+    }
 }
 
 TEST(VersionPageTest, ShowsMemoryBlockByBlock) {
