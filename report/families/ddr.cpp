@@ -16,6 +16,7 @@ constexpr StatisticsNames kNames = {"meanBw", "maxBw",  "minBw",
                                     "peak",   "trough", {"Value", "timeStamp"}};
 constexpr const char* kPercent = "%";
 constexpr const char* kGigabytes = "GB/s";
+constexpr double kHalfLastPlace = 0.5e-6;  // shares are written with six decimals
 
 // What the settings say of a master, at the start of the collection.
 struct Master {
@@ -116,7 +117,7 @@ void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment momen
     for (std::size_t i = 0; i < shares.size() && !ddr.masters.empty(); ++i) {
         const auto master = ddr.masters.find(ddrNameList[i]);
         if (!shares[i] || master == ddr.masters.end() || !master->second.high ||
-            *shares[i] <= PercentOfPeak(*master->second.high)) {
+            *shares[i] <= PercentOfPeak(*master->second.high) + kHalfLastPlace) {
             continue;
         }
         ++ddr.over[ddrNameList[i]];

@@ -78,6 +78,18 @@ TEST_F(DdrPageTest, MarksSamplesAboveTheBounds) {
                 ElementsAre("run1|DDR cpu: samples above its upper bound|1|samples|[not-in-file]"));
 }
 
+// 3 of 51 GB/s are 5.88235294 %, which the file holds rounded up.
+TEST_F(DdrPageTest, TakesNoMasterThatIsHeldAtItsBoundForOneAboveIt) {
+    tree.Write(RunTree::NameOf(ddr_files::kBandwidth),
+               Sample("20260101000000000", "5.882353", "28.000000") +
+                   Sample("20260101000001000", "5.882354", "28.000000"));
+    tree.Write(RunTree::NameOf(ddr_files::kQosSettings), Setting("cpu", "3"));
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Marks(kPage, "Total and each master", kFrom),
+                ElementsAre("over cpu above its bound of 3 GB/s @1000: 1"));
+    EXPECT_THAT(shown.Rows(kPage, "Bounds of the masters"), ElementsAre("cpu|0|3|1|5|1"));
+}
+
 TEST_F(DdrPageTest, ShowsWhatTheAnalyzerFound) {
     const std::string document = DocumentLine(
         "soc_ddr_ana", "20260101000000000",
