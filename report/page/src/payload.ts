@@ -76,7 +76,15 @@ export interface Series extends Head {
     unit: string;
     stacked?: boolean;
     total?: number; // points measured in all; more than are here: thinned, least and greatest kept
-    series: { name: string; run: number; t: Moment[]; v: (number | null)[]; src?: { file: number; lines: number[] } }[];
+    // Where the points come from: lines of one file, or, where each has a file of its own, a place for each.
+    series: {
+        name: string;
+        run: number;
+        t: Moment[];
+        v: (number | null)[];
+        src?: { file: number; lines: number[] };
+        srcs?: Source[];
+    }[];
     // `run` of a mark or a band: that of the mark's series, else of the first, unless given.
     marks?: {
         t: Moment;

@@ -35,6 +35,12 @@ export interface Line {
 
 type PlacedMark = Mark & { place: number };
 
+/** Where a point comes from, which stands in the payload at `index`. */
+function sourceOf({ src, srcs }: Series["series"][number], index: number): Source | undefined {
+    const number = src?.lines[index];
+    return src && number !== undefined ? [src.file, number] : srcs?.[index];
+}
+
 export function linesOf(block: Series, context: Context): Line[] {
     const runs = [...new Set(block.series.map((line) => line.run))];
     const names = [...new Set(block.series.map((line) => line.name))];
@@ -49,10 +55,7 @@ export function linesOf(block: Series, context: Context): Line[] {
             points,
             ink: compared ? inkOfRun(names.indexOf(line.name), runs.indexOf(line.run)) : inkOf(index),
             shown: true,
-            source: (point) => {
-                const number = line.src?.lines[points.original(point)];
-                return line.src && number !== undefined ? [line.src.file, number] : undefined;
-            },
+            source: (point) => sourceOf(line, points.original(point)),
         };
     });
 }

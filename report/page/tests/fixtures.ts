@@ -1,6 +1,6 @@
 // Payloads as the program makes them, each with something that a page must stand.
 
-import type { Block, Cell, FlameNode, Page, Payload, Reason, Series, TreeNode } from "../src/payload";
+import type { Block, Cell, FlameNode, Page, Payload, Reason, Series, Source, TreeNode } from "../src/payload";
 
 export const kStart = Date.UTC(2026, 2, 14, 9, 30, 0);
 
@@ -114,13 +114,14 @@ function ddrSeries(): Series {
     };
 }
 
-/** Points in a small part of the run alone. */
+/** Points in a small part of the run alone, each of a file of its own. */
 function shortSeries(): Series {
     const line = {
         name: "bound of the AI core",
         run: 0,
         t: [kStart + 60000, kStart + 70000, kStart + 80000],
         v: [20, 25, 20],
+        srcs: [[0, 7] as Source, [2, 1] as Source, [0, 9] as Source],
     };
     return { kind: "series", title: "While the optimizer searched", unit: "GB/s", series: [line] };
 }

@@ -231,6 +231,28 @@ await withBench((bench) => {
         });
     });
 
+    test("a point that has a file of its own tells that file", async () => {
+        await opened(bench, every(), "#page=ddr", async (tab) => {
+            const charts = await tab.$$(".chart");
+            await charts[1].focus();
+            const told: string[] = [];
+            for (const keys of [["Home", "ArrowRight"], ["ArrowRight"], ["ArrowRight"]]) {
+                for (const key of [...keys, "Enter"]) {
+                    await tab.keyboard.press(key as "Enter");
+                    await bench.settle(tab);
+                }
+                told.push(await tab.$eval(".popover", (node) => (node as HTMLElement).innerText));
+                await tab.keyboard.press("Escape");
+            }
+            const places = told.map((words) => /(\S+), line (\d+)/.exec(words)?.slice(1));
+            assert.deepEqual(places, [
+                ["json/cpu/cpu_analyze_system.json", "7"],
+                ["raw_data/hot_fun/script_1.txt", "1"],
+                ["json/cpu/cpu_analyze_system.json", "9"],
+            ]);
+        });
+    });
+
     test("the tab key reaches all that can be used, and each shows that it is there", async () => {
         await opened(bench, every(), "#page=cpu", async (tab) => {
             const reached = new Set<string>();
