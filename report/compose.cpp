@@ -44,6 +44,7 @@ struct Family {
         {"aicpu", "AI CPUs", {"AicpuCollector", "AicpuAnalyzer"}, AicpuBlocks},
         {"image", "Image block", {"ImgpCollector"}, ImageBlocks},
         {"buffers", "Held buffers", {"MbufCollector"}, HeldBufferBlocks},
+        {"correlation", "Correlation", {"CorrelationAnalyzer"}, CorrelationBlocks},
         {"versions", "Versions", Comparators(), ComparisonBlocks},
         {"optimizer", "Optimizer", {"DdrOptimizer"}, OptimizerBlocks},
     };

@@ -23,6 +23,7 @@ namespace zarn::report {
 [[nodiscard]] std::vector<Block> AicpuBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> ImageBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> HeldBufferBlocks(FamilyContext& context);
+[[nodiscard]] std::vector<Block> CorrelationBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> ComparisonBlocks(FamilyContext& context);
 [[nodiscard]] std::vector<Block> OptimizerBlocks(FamilyContext& context);
 
