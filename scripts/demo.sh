@@ -4,7 +4,7 @@
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
 # program on an untouched board beside that on a throttled one, the scheduler with a task that starves and with an inversion of
 # priorities, a burst of memory, cores and scheduler in one table, spikes that only a watch for peaks sees, programs of known
-# behaviour under profilers and traced, and benchmarks. Says at its end what was found.
+# behaviour under profilers and traced, and benchmarks. Says at its end what was found, and makes pages of it for a browser.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh
@@ -156,6 +156,24 @@ scripts/demo_findings.py "$usr/mnt/zarn/baseline" "$comparison" "$search" "$memo
 scripts/demo_moments.py "$burst" "$demo/burst" "$spike" "$demo/spike"
 scripts/demo_programs.py "$programs" "$programs_log" "$demo/log/counted_work"
 scripts/demo_trace.py "$trace" "$usr/account"
+
+# report_of PAGE RUN...: one page of runs by the names they have, or why there is none.
+report_of() {
+    if [ -x build/release/bin/zarn-report ]; then
+        build/release/bin/zarn-report "${@:2}" -o "$demo/$1"
+        echo "$demo/$1"
+    else
+        echo "none: zarn-report was not built, which takes node 18 or later and npm"
+    fi
+}
+for name in comparison search memory profile burst spike programs trace bench; do
+    ln -sfn "$(basename "${!name}")" "$usr/mnt/zarn/$name"
+done
+# Times count from the start of each run; the burst and the spikes have a page of their own, which stays small that way.
+mapfile -t runs < <(find "$usr/mnt/zarn" -type l ! -name burst ! -name spike -printf '%l\t%p\n' | sort | cut -f 2)
+report=$(report_of report.html "${runs[@]}")
+moments=$(report_of moments.html "$usr/mnt/zarn/burst" "$usr/mnt/zarn/spike")
+
 say "Where the files lie"
 cat <<EOT
 baseline run      $usr/mnt/zarn/baseline/          raw_data/ json/ csv/ env_info/
@@ -174,4 +192,6 @@ programs          $programs/raw_data/cachegrind/ massif/ callgrind/
 system calls      $trace/json/ and raw_data/sys_call/
 benchmarks        $bench/raw_data/bench/ and json/
 what zarn said    $demo/log/
+report            $report
+  of short moments $moments
 EOT
