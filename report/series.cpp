@@ -12,7 +12,7 @@ namespace {
 
 // So many points of a chart no screen shows, and each costs some 25 bytes of the report.
 constexpr std::size_t kMostPoints = 24000;
-constexpr std::size_t kMostPointsOfLine = 4000;
+constexpr std::size_t kMostPointsOfLine = 2000;
 constexpr std::size_t kLeastPointsOfLine = 200;
 
 [[nodiscard]] std::size_t RowsFor(std::size_t columns) {
