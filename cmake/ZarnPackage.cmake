@@ -94,7 +94,7 @@ zarn_manual(zarn-board zarn-board.1 zarn-board-server.1 zarn-board-optimum.1)
 install(TARGETS zarn RUNTIME DESTINATION bin COMPONENT zarn)
 # All pages, since they point to each other, with the missions' pages and the examples in their folders.
 install(DIRECTORY docs/ DESTINATION share/doc/zarn COMPONENT zarn
-        FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN man EXCLUDE)
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.json" PATTERN man EXCLUDE PATTERN images EXCLUDE)
 # Bash completes the arguments of a command by the file of its name.
 set(completions ${PROJECT_SOURCE_DIR}/packaging/completions)
 install(FILES ${completions}/zarn DESTINATION share/bash-completion/completions COMPONENT zarn)
