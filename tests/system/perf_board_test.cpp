@@ -316,7 +316,7 @@ TEST_P(PerfOnBoard, SaysWhatItCannotSample) {
         "Workload failed: No such file or directory\nstatus 255\n"
         "Couldn't create thread/CPU maps: No such process\nstatus 234\n"
         "perf record: the board samples cycles, cpu-clock and cache-misses alone\nstatus 129\n"
-        "perf record: the board does not know -F\nstatus 129\n"
+        "perf record: the board samples programs 4000 times a second alone\nstatus 129\n"
         "failed to open no/such/file\nstatus 255\n");
 }
 
