@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <array>
 #include <map>
 #include <utility>
@@ -97,18 +98,21 @@ void AddSettings(const JsonValue& root, const Source& source, RunFacts& facts) {
     return {};
 }
 
-// A line of the cost log, "[<mission>] cost time: <seconds>s".
+// A line of the cost log, "[<mission>] cost time: <seconds>s"; some missions write "Cost".
 struct CostLine {
     std::string_view mission;
     std::string_view seconds;
 };
 [[nodiscard]] std::optional<CostLine> CostIn(std::string_view line) {
-    constexpr std::string_view kWords = "] cost time: ";
-    const std::size_t words = line.find(kWords);
-    if (words == std::string_view::npos || line.front() != '[' || line.back() != 's') {
+    constexpr std::string_view kWords = "ost time: ";
+    const std::size_t words = line.find(']');
+    const std::string_view said = line.substr(std::min(words, line.size()));
+    const bool isCost = said.substr(0, 3) == "] c" || said.substr(0, 3) == "] C";
+    if (!isCost || said.substr(3, kWords.size()) != kWords || line.front() != '[' ||
+        line.back() != 's') {
         return std::nullopt;
     }
-    const std::string_view rest = line.substr(words + kWords.size());
+    const std::string_view rest = said.substr(3 + kWords.size());
     return CostLine{line.substr(1, words - 1), rest.substr(0, rest.size() - 1)};
 }
 

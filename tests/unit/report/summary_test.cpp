@@ -23,7 +23,9 @@ TEST(ReportSummaryTest, TellsWhatWasRun) {
                R"("analyzeMode":["CpuAnalyzer",3],"optimizeMode":[],"compareMode":{)"
                R"("comparatorName":["CpuComparator"],"versionMap":{"a":"/x/"}}},)"
                R"("CpuCollector":{"interval":1,"job":["global"]}})");
-    tree.Write("env_info/time_cost.log", "[CpuCollector] cost time: 3.021s\n[Odd] cost time: xs\n");
+    tree.Write("env_info/time_cost.log",
+               "[CpuCollector] cost time: 3.021s\n[Odd] cost time: xs\n"
+               "[CpuPeakCollector] Cost time: 9.5s\n");
     tree.Write("env_info/qvt_version", "qvt_version=1\nsecond\n");
     tree.Write(
         "json/zarn_collector_start_end_timestamp.data",
@@ -36,6 +38,7 @@ TEST(ReportSummaryTest, TellsWhatWasRun) {
     EXPECT_THAT(shown.Rows(kSummary, "Missions"),
                 ElementsAre("run1|parallelCollectMode|CpuCollector|3.021",
                             "run1|[not-in-file]|Odd|[not-a-number]",
+                            "run1|[not-in-file]|CpuPeakCollector|9.5",
                             "run1|analyzeMode|CpuAnalyzer|[not-in-file]",
                             "run1|compareMode|CpuComparator|[not-in-file]"));
     EXPECT_THAT(shown.Rows(kSummary, "Configuration"), Contains("CpuCollector|job|[\"global\"]"));
