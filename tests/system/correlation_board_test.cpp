@@ -115,6 +115,7 @@ protected:
         EXPECT_EQ(Filled(begin), lines.size() - 1);
     }
 
+    ProgramLock lock_;
     BoardRunner board_;
     RunTree tree_{""};
     Cells heads_;

@@ -7,13 +7,16 @@
 #include "board/state/board_state.h"
 #include "tests/support/lines.h"
 #include "tests/system/support/on_board.h"
+#include "tests/system/support/program_lock.h"
 
 // /proc/stat on a board with scheduled processes: the counts are the model's, to the last one, for
 // those who keep the file open as for those who open it anew, and for top.
 namespace zarn::test {
 namespace {
 
-class ProcStatBoard : public Board {};
+class ProcStatBoard : public Board {
+    const ProgramLock lock_;
+};
 
 INSTANTIATE_TEST_SUITE_P(Ways, ProcStatBoard, testing::Values("namespace", "proot"), WayName);
 
