@@ -8,6 +8,7 @@
 #include "formats/correlation.h"
 #include "foundation/console.h"
 #include "foundation/files.h"
+#include "kit/shell_words.h"
 
 namespace zarn {
 namespace {
@@ -15,20 +16,6 @@ namespace {
 void RemoveFile(const std::string& path) {
     std::error_code ignored;
     std::filesystem::remove(path, ignored);
-}
-
-// As it is, or in single quotes if the shell would read more into it.
-std::string ShellWord(const std::string& path) {
-    constexpr std::string_view kOrdinary =
-        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_./:+@%=-";
-    if (path.find_first_not_of(kOrdinary) == std::string::npos) {
-        return path;
-    }
-    std::string quoted = "'";
-    for (const char byte : path) {
-        quoted += byte == '\'' ? std::string("'\\''") : std::string(1, byte);
-    }
-    return quoted + "'";
 }
 
 // Writes the table in the making.

@@ -1,6 +1,6 @@
 #include "analyzers/sched/sched_commands.h"
 
-#include "collectors/system/sched/shell_words.h"
+#include "kit/shell_words.h"
 
 namespace zarn {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-#include "collectors/system/sched/shell_words.h"
+#include "kit/shell_words.h"
 
 namespace zarn {
 namespace {

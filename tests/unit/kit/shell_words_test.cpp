@@ -1,4 +1,4 @@
-#include "collectors/system/sched/shell_words.h"
+#include "kit/shell_words.h"
 
 #include <gtest/gtest.h>
 
