@@ -15,7 +15,7 @@ status=0
 {
     echo "$(machine); $(chromium --version 2>/dev/null | sed 's/ built.*//')."
     echo
-    node "$page/work/built/speed.mjs" "$page/page_template.html"
+    node "$page/stage/built/speed.mjs" "$page/page_template.html"
 } | tee build/bench/page_speed.md || status=$?
 [ -n "${1:-}" ] || scripts/put_section.py docs/performance.md page <build/bench/page_speed.md
 exit "$status"
