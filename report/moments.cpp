@@ -62,7 +62,7 @@ std::optional<Moment> MomentIn(std::string_view digits) {
     const int hour = NumberAt(digits, 8, 2);
     const int minute = NumberAt(digits, 10, 2);
     const int second = NumberAt(digits, 12, 2);
-    if (month < 1 || month > 12 || day < 1 || day > DaysOf(year, month) || hour > 23 ||
+    if (year < 1 || month < 1 || month > 12 || day < 1 || day > DaysOf(year, month) || hour > 23 ||
         minute > 59 || second > 59) {
         return std::nullopt;
     }
@@ -70,6 +70,12 @@ std::optional<Moment> MomentIn(std::string_view digits) {
     const double seconds =
         ((DaysBefore(year, month) + day - 1) * 24.0 + hour) * 3600.0 + minute * 60.0 + second;
     return seconds * kMillisecondsPerSecond + milliseconds;
+}
+
+bool IsOnTheClock(Moment moment) {
+    constexpr Moment kYear1 = -62135596800000.0;
+    constexpr Moment kYear10000 = 253402300800000.0;
+    return moment >= kYear1 && moment < kYear10000;
 }
 
 std::optional<double> MillisecondsIn(std::string_view seconds) {

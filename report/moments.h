@@ -13,6 +13,9 @@ namespace zarn::report {
 // the local time of this machine is, which may not be the board's.
 [[nodiscard]] std::optional<Moment> MomentIn(std::string_view digits);
 
+// Whether digits could stand for that moment: its year has four.
+[[nodiscard]] bool IsOnTheClock(Moment moment);
+
 // Seconds such as "17250.156853" as milliseconds.
 [[nodiscard]] std::optional<double> MillisecondsIn(std::string_view seconds);
 

@@ -129,7 +129,7 @@ public:
             return;
         }
         const auto moment = MomentOf(cells);
-        if (!moment) {
+        if (!moment || !IsOnTheClock(*moment)) {
             context_.files.Trouble(file_.index, "line " + std::to_string(line) + " has no moment");
             return;
         }

@@ -216,9 +216,13 @@ public:
             return;
         }
         const Moment moment = *boot + *seconds;
+        if (!IsOnTheClock(moment)) {
+            figures_.PassOver();
+            return;
+        }
         values_ = {WholeNumberIn(row.waitTime), WholeNumberIn(row.schedDelay), run};
         figures_.Add(moment, values_, line);
-        if (run && *run > 0.0) {
+        if (run && *run > 0.0 && IsOnTheClock(moment - *run)) {
             ++total_;
             spans_.push_back({moment - *run, moment, TaskIndex(row.task), line});
         }

@@ -31,7 +31,8 @@ TEST(CorrelationPageTest, ShowsAllSourcesOnOneAxis) {
                "'20251231235960000250,,1,,planner,3.5,\n"
                "'20260101000001000000,-1,1,61.3,,,\n"
                "'20260101000002000000,20,0,7,,,\n"
-               "'2026010100000200000,1,1,1,,,\n");
+               "'2026010100000200000,1,1,1,,,\n"
+               "'99999999999999000000,,,,planner,3.5,\n");
     const Shown shown(tree);
     EXPECT_THAT(
         shown.Lines(kPage, "All loads on one axis", kFrom),

@@ -15,10 +15,21 @@ TEST(MomentsTest, ReadsDigitsAsIfTheyWereUtc) {
 TEST(MomentsTest, KnowsNoOtherTexts) {
     for (const char* text :
          {"", "1970010100000000", "197001010000000000", "1970010100000000a", "20230229000000000",
-          "20231301000000000", "20230001000000000", "20230101250000000", "20230101006000000",
-          "-9700101000000000", " 9700101000000000"}) {
+          "20231301000000000", "00000101000000000", "20230001000000000", "20230101250000000",
+          "20230101006000000", "-9700101000000000", " 9700101000000000"}) {
         EXPECT_EQ(MomentIn(text), std::nullopt) << text;
     }
+}
+
+TEST(MomentsTest, KnowsMomentsThatDigitsCanStandFor) {
+    const auto last = MomentIn("99991231235959999");
+    ASSERT_TRUE(last);
+    EXPECT_TRUE(IsOnTheClock(*last));
+    EXPECT_FALSE(IsOnTheClock(*last + 1.0));
+    const auto first = MomentIn("00010101000000000");
+    ASSERT_TRUE(first);
+    EXPECT_TRUE(IsOnTheClock(*first));
+    EXPECT_FALSE(IsOnTheClock(*first - 1.0));
 }
 
 TEST(MomentsTest, TakesWholeNumbersOnly) {

@@ -15,6 +15,7 @@ using test::RunTree;
 using test::Shown;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 
 constexpr double kFrom = 1767225600000.0;  // 20260101000000000
 constexpr const char* kPage = "scheduler";
@@ -52,6 +53,23 @@ TEST(SchedulerPageTest, PlacesWhatRanOnTheTimeAxis) {
     EXPECT_THAT(shown.Troubles(), ElementsAre(kHistory + ": lines that are no rows: 1"));
     EXPECT_THAT(shown.Rows(kPage, "Latency report, soc_sched_global_latency_info_1"),
                 ElementsAre("planner:7|2.5|3|0.1|0.2|11.5"));
+}
+
+TEST(SchedulerPageTest, LeavesOutWhatNoClockCanShow) {
+    const RunTree tree;
+    tree.Write(sched_files::GlobalLatencyPath("", 1, kTime), Boot());
+    tree.Write(kHistory, kHead +
+                             "1.000000 [0000]  planner[7]  0.000  0.000  1e300\n"
+                             "2.000000 [0000]  planner[7]  0.000  0.000  2.000\n"
+                             "1e300 [0000]  planner[7]  0.000  0.000  1.000\n");
+    const Shown shown(tree);
+    const JsonValue& block = shown.Block(kPage, "Waits, delays and runs, global_timehist_1");
+    EXPECT_EQ(block["series"][2]["t"].Size(), 2U);
+    EXPECT_THAT(block["note"].GetString(), EndsWith("Left out: 1 rows without a time."));
+    const JsonValue& rows = shown.Block(kPage, "What ran when, global_timehist_1")["rows"];
+    ASSERT_EQ(rows.Size(), 1U);
+    ASSERT_EQ(rows[0]["spans"].Size(), 1U);
+    EXPECT_EQ(rows[0]["spans"][0]["from"].GetDouble() - kFrom, 1998.0);
 }
 
 TEST(SchedulerPageTest, PlacesTheFirstRowByTheFilesNameWhereNoDocumentHelps) {
