@@ -19,7 +19,6 @@ const kMostTableRows = 20000;
 interface Span {
     from: number;
     to: number;
-    label: string;
     src: Source | undefined;
 }
 
@@ -38,7 +37,6 @@ function rowsOf(block: Timeline, context: Context): Row[] {
             .map((span) => ({
                 from: span.from - shift,
                 to: Math.max(span.from, span.to) - shift,
-                label: span.label ?? "",
                 src: span.src,
             }))
             .sort((a, b) => a.from - b.from);
@@ -153,7 +151,7 @@ class TimelinePainter implements Painter {
         const source = span.src
             ? sourceNodes(payload, span.src)
             : [el("p", { class: "dim" }, "The report names no line for this.")];
-        return el("div", {}, el("p", { class: "point" }, el("strong", {}, span.label || row.name), ` ${words}`), ...source);
+        return el("div", {}, el("p", { class: "point" }, el("strong", {}, row.name), ` ${words}`), ...source);
     }
 
     /** As much of a name as fits into the gutter. */
@@ -182,7 +180,7 @@ class TimelinePainter implements Painter {
         const end = firstFrom(row, range.to);
         let covered = -Infinity;
         context.fillStyle = box.fill;
-        const labels: { span: Span; x: number; width: number }[] = [];
+        const wide: { span: Span; x: number; width: number }[] = [];
         for (let i = firstFrom(row, range.from - row.longest); i < end; i++) {
             const span = row.spans[i];
             const x = u.bbox.left + (span.from - range.from) * perMs;
@@ -192,16 +190,16 @@ class TimelinePainter implements Painter {
             }
             context.fillRect(Math.max(x, covered), box.top, right - Math.max(x, covered), box.height);
             covered = Math.max(covered, right);
-            if (right - x > 40 * uPlot.pxRatio && span.label) {
-                labels.push({ span, x: Math.max(x, u.bbox.left), width: right - Math.max(x, u.bbox.left) });
+            if (right - x > 40 * uPlot.pxRatio) {
+                wide.push({ span, x: Math.max(x, u.bbox.left), width: right - Math.max(x, u.bbox.left) });
             }
         }
         context.font = `${10.5 * uPlot.pxRatio}px system-ui, sans-serif`;
         context.textAlign = "left";
         context.textBaseline = "middle";
         context.fillStyle = palette().background;
-        for (const { span, x, width } of labels) {
-            const words = visible(span.label).slice(0, 120);
+        for (const { span, x, width } of wide) {
+            const words = duration(span.to - span.from);
             if (context.measureText(words).width + 8 * uPlot.pxRatio < width) {
                 context.fillText(words, x + 4 * uPlot.pxRatio, box.top + box.height / 2);
             }
@@ -242,7 +240,6 @@ function spansTable(block: Timeline, context: Context, rows: Row[]): HTMLElement
             { v: clock.full(span.from, 0.001), src: span.src },
             { v: clock.full(span.to, 0.001), src: span.src },
             { v: Number((span.to - span.from).toFixed(6)), src: span.src, computed: "end less beginning" },
-            { v: span.label, src: span.src },
         ];
     };
     const columns = [
@@ -250,7 +247,6 @@ function spansTable(block: Timeline, context: Context, rows: Row[]): HTMLElement
         { name: "From" },
         { name: "To" },
         { name: "Length", unit: "ms", number: true },
-        { name: "What" },
     ];
     const cut = all.length > kept.length ? ` Only the first ${count(kept.length)} are in the table.` : "";
     const note = `The spans ${view.mark ? "that are marked" : "in view when the table was opened"}.${cut}`;
