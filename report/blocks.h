@@ -54,6 +54,13 @@ struct TableBlock {
     std::uint64_t total = 0;  // rows in all, where some are cut; else 0
 };
 
+// A line of another page's chart: what the page is called, and the places of both in it.
+struct LinePlace {
+    std::string page;
+    std::size_t block = 0;
+    std::size_t line = 0;
+};
+
 // Values over time. Moments never run backward, and there is one for each value.
 struct SeriesLine {
     std::string name;
@@ -62,7 +69,8 @@ struct SeriesLine {
     std::vector<std::optional<double>> values;
     std::optional<std::uint32_t> file;  // and a line of it for each value
     std::vector<std::uint64_t> lines;
-    std::vector<Source> sources;  // or, where the values come from many files, one for each value
+    std::vector<Source> sources;    // or, where the values come from many files, one for each value
+    std::optional<LinePlace> like;  // whose values these are; the line has none of its own then
 };
 
 enum class Sign : std::uint8_t { Peak, Trough, Over, Event };
@@ -141,11 +149,11 @@ struct TimelineBlock {
     struct Span {
         Moment from = 0.0;
         Moment to = 0.0;
-        std::string label;
-        std::optional<Source> source;
+        std::uint64_t line = 0;
     };
     struct Row {
         std::string name;
+        std::uint32_t file = 0;  // which the spans' lines are of
         std::vector<Span> spans;
     };
 

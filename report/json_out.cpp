@@ -151,6 +151,11 @@ void JsonOut::Integer(std::uint64_t value) {
     text_ += std::to_string(value);
 }
 
+void JsonOut::Difference(std::int64_t value) {
+    Separate();
+    text_ += std::to_string(value);
+}
+
 void JsonOut::True() {
     Separate();
     text_ += "true";

@@ -35,6 +35,7 @@ public:
     // The shortest text that reads as the same number; null for what JSON cannot express.
     void Number(double value);
     void Integer(std::uint64_t value);
+    void Difference(std::int64_t value);
     void True();
     void Null();
 

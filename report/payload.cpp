@@ -1,15 +1,45 @@
 #include "report/payload.h"
 
 #include <array>
+#include <cmath>
 
 namespace zarn::report {
 namespace {
 
-constexpr std::uint64_t kFormat = 1;
+constexpr std::uint64_t kFormat = 2;
 
 constexpr std::array<const char*, 4> kSigns = {"peak", "trough", "over", "event"};
 
-// Writes blocks as members and elements of what the page knows.
+// What the page resolves moments to. Those of a report are on the clock, so that it has their
+// number.
+[[nodiscard]] std::int64_t Microseconds(Moment moment) {
+    return std::llround(moment * 1000.0);
+}
+[[nodiscard]] Moment InMilliseconds(std::int64_t microseconds) {
+    return static_cast<Moment>(microseconds) / 1000.0;
+}
+
+[[nodiscard]] bool IsSame(const Source& one, const Source& other) {
+    return one.file == other.file && one.line == other.line;
+}
+
+// Whether there is nothing to say of a cell but its value, and that it is of that place.
+[[nodiscard]] bool IsPlain(const Cell& cell, const Source& place) {
+    const auto* number = std::get_if<double>(&cell.value);
+    const bool hasValue = number != nullptr ? std::isfinite(*number)
+                                            : std::holds_alternative<std::string>(cell.value);
+    return hasValue && cell.source && IsSame(*cell.source, place) && cell.computed.empty() &&
+           !cell.grey;
+}
+
+// Whether the values of a line were measured at the same moments, and come from the same places.
+[[nodiscard]] bool IsBeside(const SeriesLine& line, const SeriesLine& before) {
+    return !line.like && !before.like && line.sources.empty() && before.sources.empty() &&
+           line.file == before.file && line.lines == before.lines && line.moments == before.moments;
+}
+
+// Writes blocks as members and elements of what the page knows, most of it as the page resolves it:
+// what many values have in common is written once, and of moments and lines the differences.
 class PayloadWriter {
 public:
     explicit PayloadWriter(const JsonOut::Take& take) : out_(take) {}
@@ -63,8 +93,38 @@ private:
     }
     void MomentIfKnown(std::string_view name, const std::optional<Moment>& moment) {
         if (moment) {
-            NumberMember(name, *moment);
+            MomentMember(name, *moment);
         }
+    }
+    void MomentMember(std::string_view name, Moment moment) {
+        NumberMember(name, InMilliseconds(Microseconds(moment)));
+    }
+    // The first moment, and the microseconds from each to the next.
+    template <typename List, typename MomentOf>
+    void Moments(std::string_view name, const List& list, MomentOf&& momentOf) {
+        std::optional<std::int64_t> last;
+        out_.Key(name);
+        Each(list, [&](const auto& one) {
+            const std::int64_t now = Microseconds(momentOf(one));
+            last ? out_.Difference(now - *last) : out_.Number(InMilliseconds(now));
+            last = now;
+        });
+    }
+    // The file, the first line and the differences from each to the next.
+    template <typename List, typename LineOf>
+    void Places(std::uint32_t file, const List& list, LineOf&& lineOf) {
+        std::int64_t last = 0;
+        out_.Key("src");
+        out_.BeginObject();
+        out_.Key("file");
+        out_.Integer(file);
+        out_.Key("lines");
+        Each(list, [&](const auto& one) {
+            const auto now = static_cast<std::int64_t>(lineOf(one));
+            out_.Difference(now - last);
+            last = now;
+        });
+        out_.EndObject();
     }
     void Write(const Source& source) {
         out_.BeginArray();
@@ -165,14 +225,25 @@ private:
         out_.EndObject();
     }
 
-    void Cells(std::string_view name, const std::vector<Cell>& cells) {
-        out_.Key(name);
-        Each(cells, [this](const Cell& cell) { Write(cell); });
+    // A value alone is of the place of the last cell before it that has one.
+    void Write(const std::vector<Cell>& cells) {
+        std::optional<Source> place;
+        Each(cells, [&](const Cell& cell) {
+            if (!place || !IsPlain(cell, *place)) {
+                Write(cell);
+            } else if (const auto* number = std::get_if<double>(&cell.value)) {
+                out_.Number(*number);
+            } else {
+                out_.Text(std::get<std::string>(cell.value));
+            }
+            place = cell.source ? cell.source : place;
+        });
     }
 
     void Write(const TextBlock& block) {
         Head("text", block.head);
-        Cells("lines", block.lines);
+        out_.Key("lines");
+        Write(block.lines);
     }
 
     void Write(const TableBlock& block) {
@@ -189,9 +260,7 @@ private:
             out_.EndObject();
         });
         out_.Key("rows");
-        Each(block.rows, [this](const std::vector<Cell>& row) {
-            Each(row, [this](const Cell& cell) { Write(cell); });
-        });
+        Each(block.rows, [this](const std::vector<Cell>& row) { Write(row); });
         CountUnlessZero("total", block.total);
     }
 
@@ -204,14 +273,18 @@ private:
         }
         CountUnlessZero("total", block.total);
         out_.Key("series");
-        Each(block.series, [this](const SeriesLine& line) { Write(line); });
+        const SeriesLine* before = nullptr;
+        Each(block.series, [this, &before](const SeriesLine& line) {
+            Write(line, before != nullptr && IsBeside(line, *before));
+            before = &line;
+        });
         if (!block.marks.empty()) {
             out_.Key("marks");
             Each(block.marks, [this](const Mark& mark) { Write(mark); });
         }
         if (!block.bands.empty()) {
             out_.Key("bands");
-            Each(block.bands, [this](const Band& band) { WriteSpan(band); });
+            Each(block.bands, [this](const Band& band) { Write(band); });
         }
         if (!block.limits.empty()) {
             out_.Key("limits");
@@ -219,36 +292,48 @@ private:
         }
     }
 
-    void Write(const SeriesLine& line) {
+    void Write(const SeriesLine& line, bool isBeside) {
         out_.BeginObject();
         TextMember("name", line.name);
         out_.Key("run");
         out_.Integer(line.run);
-        out_.Key("t");
-        Each(line.moments, [this](Moment moment) { out_.Number(moment); });
+        if (line.like) {
+            Write(*line.like);
+        } else {
+            WriteValues(line, isBeside);
+        }
+        out_.EndObject();
+    }
+
+    void Write(const LinePlace& place) {
+        out_.Key("like");
+        out_.BeginArray();
+        out_.Text(place.page);
+        out_.Integer(place.block);
+        out_.Integer(place.line);
+        out_.EndArray();
+    }
+
+    void WriteValues(const SeriesLine& line, bool isBeside) {
+        if (!isBeside) {
+            Moments("t", line.moments, [](Moment moment) { return moment; });
+        }
         out_.Key("v");
         Each(line.values, [this](const std::optional<double>& value) {
             value ? out_.Number(*value) : out_.Null();
         });
-        if (line.file) {
-            out_.Key("src");
-            out_.BeginObject();
-            out_.Key("file");
-            out_.Integer(*line.file);
-            out_.Key("lines");
-            Each(line.lines, [this](std::uint64_t number) { out_.Integer(number); });
-            out_.EndObject();
+        if (line.file && !isBeside) {
+            Places(*line.file, line.lines, [](std::uint64_t number) { return number; });
         }
         if (!line.sources.empty()) {
             out_.Key("srcs");
             Each(line.sources, [this](const Source& source) { Write(source); });
         }
-        out_.EndObject();
     }
 
     void Write(const Mark& mark) {
         out_.BeginObject();
-        NumberMember("t", mark.moment);
+        MomentMember("t", mark.moment);
         if (mark.series) {
             out_.Key("series");
             out_.Integer(*mark.series);
@@ -267,13 +352,12 @@ private:
         out_.EndObject();
     }
 
-    template <typename Span>
-    void WriteSpan(const Span& span) {
+    void Write(const Band& band) {
         out_.BeginObject();
-        NumberMember("from", span.from);
-        NumberMember("to", span.to);
-        TextUnlessEmpty("label", span.label);
-        SourceIfKnown(span.source);
+        MomentMember("from", band.from);
+        MomentMember("to", band.to);
+        TextUnlessEmpty("label", band.label);
+        SourceIfKnown(band.source);
         out_.EndObject();
     }
 
@@ -286,7 +370,8 @@ private:
         Each(block.rows, [this](const BarsBlock::Row& row) {
             out_.BeginObject();
             TextMember("label", row.label);
-            Cells("cells", row.cells);
+            out_.Key("cells");
+            Write(row.cells);
             out_.EndObject();
         });
     }
@@ -339,10 +424,15 @@ private:
         Head("timeline", block.head);
         out_.Key("rows");
         Each(block.rows, [this](const TimelineBlock::Row& row) {
+            using Span = TimelineBlock::Span;
             out_.BeginObject();
             TextMember("name", row.name);
-            out_.Key("spans");
-            Each(row.spans, [this](const TimelineBlock::Span& span) { WriteSpan(span); });
+            Moments("from", row.spans, [](const Span& span) { return span.from; });
+            out_.Key("us");
+            Each(row.spans, [this](const Span& span) {
+                out_.Difference(Microseconds(span.to) - Microseconds(span.from));
+            });
+            Places(row.file, row.spans, [](const Span& span) { return span.line; });
             out_.EndObject();
         });
         CountUnlessZero("total", block.total);

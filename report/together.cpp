@@ -13,11 +13,19 @@ constexpr std::size_t kMostLines = 12;
 
 constexpr double kPercent = 100.0;
 
+// A block, and where it stands: its page and its place there.
+template <typename Kind>
+struct Placed {
+    const Kind* block;
+    const Page* page;
+    std::size_t place;
+};
+
 // The blocks of one kind that have the same title, in the order of the runs.
 template <typename Kind>
 struct Namesakes {
     std::string title;
-    std::vector<const Kind*> blocks;
+    std::vector<Placed<Kind>> blocks;
     std::set<std::uint32_t> runs;
 };
 
@@ -27,8 +35,8 @@ template <typename Kind>
     std::map<std::string, std::size_t> places;
     for (const Page& page : pages) {
         const std::string family = page.id.substr(0, page.id.find('-'));
-        for (const Block& block : page.blocks) {
-            const auto* own = std::get_if<Kind>(&block);
+        for (std::size_t i = 0; i < page.blocks.size(); ++i) {
+            const auto* own = std::get_if<Kind>(&page.blocks[i]);
             if (own == nullptr || !page.run) {
                 continue;
             }
@@ -39,38 +47,51 @@ template <typename Kind>
             }
             // Of a run that has several the first counts.
             if (all[place->second].runs.insert(*page.run).second) {
-                all[place->second].blocks.push_back(own);
+                all[place->second].blocks.push_back({own, &page, i});
             }
         }
     }
     return all;
 }
 
+// The line of that name, as one that has its values there.
+[[nodiscard]] std::optional<SeriesLine> LikeLineOf(const Placed<SeriesBlock>& placed,
+                                                   const std::string& name) {
+    const std::vector<SeriesLine>& lines = placed.block->series;
+    const auto found = std::find_if(lines.begin(), lines.end(),
+                                    [&name](const SeriesLine& one) { return one.name == name; });
+    if (found == lines.end()) {
+        return std::nullopt;
+    }
+    SeriesLine line;
+    line.name = name;
+    line.run = found->run;
+    line.like =
+        LinePlace{placed.page->id, placed.place, static_cast<std::size_t>(found - lines.begin())};
+    return line;
+}
+
 // A chart with the lines of the same name of all of them.
 [[nodiscard]] std::optional<SeriesBlock> ChartOf(const Namesakes<SeriesBlock>& namesakes) {
     SeriesBlock chart;
     chart.head.title = namesakes.title;
-    chart.unit = namesakes.blocks.front()->unit;
+    const SeriesBlock& first = *namesakes.blocks.front().block;
+    chart.unit = first.unit;
     std::set<std::string> names;
-    for (const SeriesLine& line : namesakes.blocks.front()->series) {
-        std::vector<const SeriesLine*> same;
-        for (const SeriesBlock* block : namesakes.blocks) {
-            const auto found =
-                std::find_if(block->series.begin(), block->series.end(),
-                             [&line](const SeriesLine& one) { return one.name == line.name; });
-            if (found != block->series.end()) {
-                same.push_back(&*found);
+    for (const SeriesLine& line : first.series) {
+        std::vector<SeriesLine> same;
+        for (const Placed<SeriesBlock>& placed : namesakes.blocks) {
+            if (auto like = LikeLineOf(placed, line.name)) {
+                same.push_back(std::move(*like));
             }
         }
         // Processes may share a name: of each chart the first one counts.
         if (same.size() > 1 && names.size() < kMostLines && names.insert(line.name).second) {
-            for (const SeriesLine* one : same) {
-                chart.series.push_back(*one);
-            }
+            std::move(same.begin(), same.end(), std::back_inserter(chart.series));
         }
     }
-    for (const SeriesBlock* block : namesakes.blocks) {
-        chart.total += block->total;
+    for (const Placed<SeriesBlock>& placed : namesakes.blocks) {
+        chart.total += placed.block->total;
     }
     return chart.series.empty() ? std::nullopt : std::optional(std::move(chart));
 }
@@ -107,7 +128,7 @@ FlameNode DifferenceOfStacks(const FlameNode& first, const FlameNode& second) {
 std::optional<Page> TogetherPage(const std::vector<Page>& pages) {
     Page page{"together", "Runs together", {}, {}};
     for (const auto& namesakes : NamesakesIn<SeriesBlock>(pages)) {
-        if (namesakes.runs.size() > 1 && !namesakes.blocks.front()->isStacked) {
+        if (namesakes.runs.size() > 1 && !namesakes.blocks.front().block->isStacked) {
             if (auto chart = ChartOf(namesakes)) {
                 page.blocks.emplace_back(std::move(*chart));
             }
@@ -120,8 +141,9 @@ std::optional<Page> TogetherPage(const std::vector<Page>& pages) {
             block.head.note =
                 "The samples of both runs; the difference is the second run's share minus the "
                 "first one's, in points.";
-            block.unit = namesakes.blocks.front()->unit;
-            block.root = DifferenceOfStacks(namesakes.blocks[0]->root, namesakes.blocks[1]->root);
+            const FlameBlock& before = *namesakes.blocks[0].block;
+            block.unit = before.unit;
+            block.root = DifferenceOfStacks(before.root, namesakes.blocks[1].block->root);
             page.blocks.emplace_back(std::move(block));
         }
     }

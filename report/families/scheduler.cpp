@@ -313,12 +313,12 @@ private:
         std::vector<TimelineBlock::Row> rows;
         for (const auto& [sum, task] : order) {
             places[task] = rows.size();
-            rows.push_back({names_[task], {}});
+            rows.push_back({names_[task], file.index, {}});
         }
         for (const Span& span : spans_) {
             if (const auto place = places.find(span.task); place != places.end()) {
-                rows[place->second].spans.push_back(
-                    {span.from, span.to, "", context.At(file, span.line)});
+                rows[place->second].spans.push_back({span.from, span.to, span.line});
+                context.files.WantPoint(file.index, span.line);
             }
         }
         return rows;

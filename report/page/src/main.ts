@@ -7,6 +7,7 @@ import { watchPalette } from "./colours";
 import type { Context } from "./context";
 import { Child, append, button, el, replace } from "./dom";
 import { bytes, clock as moment, duration } from "./format";
+import { PackedPayload, unpack } from "./packed";
 import type { Cell, Page, Payload } from "./payload";
 import { closePopover, listenForOutside, showPopover } from "./popover";
 import { View } from "./view";
@@ -266,20 +267,20 @@ function start(): void {
         fail("This page holds no report.");
         return;
     }
-    let payload: Payload;
+    let packed: PackedPayload;
     try {
-        payload = JSON.parse(data) as Payload;
+        packed = JSON.parse(data) as PackedPayload;
     } catch (error) {
         fail(`The report in this page cannot be read: ${String(error)}`);
         return;
     }
-    if (payload.format !== 1 || !Array.isArray(payload.pages) || payload.pages.length === 0) {
+    if (packed.format !== 2 || !Array.isArray(packed.pages) || packed.pages.length === 0) {
         fail("The report in this page is of a form that this page does not know.");
         return;
     }
     watchPalette();
     listenForOutside();
-    new App(payload);
+    new App(unpack(packed));
 }
 
 start();

@@ -1,5 +1,5 @@
-// What the program writes into the page, and all that the page knows of a run. The program composes pages of blocks; the
-// page draws blocks and knows no family of files.
+// What the program tells the page, and all that the page knows of a run. The program composes pages of blocks; the page draws
+// blocks and knows no family of files. It is written in a shorter form: packed.ts.
 
 /** Milliseconds since 1970 of the board's clock, as if it were UTC; with a fraction. */
 export type Moment = number;
@@ -28,7 +28,7 @@ export interface Cell {
 }
 
 export interface Payload {
-    format: 1;
+    format: 2;
     version: string; // of zarn-report
     made: string; // when, UTC, ISO 8601
     runs: { label: string; path: string; from?: Moment; to?: Moment }[];
@@ -138,7 +138,7 @@ export interface Timeline extends Head {
     rows: {
         name: string;
         run?: number /* the page's, unless given */;
-        spans: { from: Moment; to: Moment; label?: string; src?: Source }[];
+        spans: { from: Moment; to: Moment; src?: Source }[];
     }[];
     total?: number; // spans in all, if cut
 }

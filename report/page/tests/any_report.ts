@@ -5,6 +5,7 @@ import { readFileSync } from "node:fs";
 import type { Page as Tab } from "puppeteer-core";
 import { Clock } from "../src/clock";
 import { visible } from "../src/dom";
+import { PackedPayload, unpack } from "../src/packed";
 import type { Block, Payload, Series } from "../src/payload";
 import { Bench } from "./browser";
 import { figuresOf, preorder, shownFigures, words } from "./expected";
@@ -15,7 +16,7 @@ export function payloadIn(path: string): Payload {
     const text = readFileSync(path, "utf8");
     const data = /<script type="application\/json" id="zarn-report">([^<]*)<\/script>/.exec(text);
     assert.ok(data, `${path} holds no payload, or one with "<" in it`);
-    return JSON.parse(data[1]) as Payload;
+    return unpack(JSON.parse(data[1]) as PackedPayload);
 }
 
 const textsOf = (tab: Tab, selector: string): Promise<string[]> =>

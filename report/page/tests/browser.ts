@@ -8,6 +8,7 @@ import { after } from "node:test";
 import { pathToFileURL } from "node:url";
 import puppeteer, { Browser, Page } from "puppeteer-core";
 import type { Payload } from "../src/payload";
+import { pack } from "./pack";
 
 /** The status of a test that could not be done here. */
 export const kSkipped = 77;
@@ -31,7 +32,7 @@ export function chromiumPath(): string | null {
 
 /** The template with a payload, as the program writes it. */
 export function reportOf(template: string, payload: Payload): string {
-    const data = JSON.stringify(payload).replace(/</g, "\\u003c");
+    const data = JSON.stringify(pack(payload)).replace(/</g, "\\u003c");
     return template.replace(kMarker, () => `<script type="application/json" id="zarn-report">${data}</script>`);
 }
 

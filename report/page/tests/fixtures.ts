@@ -31,7 +31,7 @@ function payloadOf(pages: Page[], labels = ["run of 14 March"]): Payload {
             `{"happen_time": ${line}, "system_usage": ${line / 4}, "note": "line ${line} of the first file"}`;
     }
     return {
-        format: 1,
+        format: 2,
         version: "0.1.0",
         made: "2026-03-14T10:00:00Z",
         runs: labels.map((label, run) => ({
@@ -222,7 +222,6 @@ function timeline(run = 0): Block {
             spans.push({
                 from: Math.round(t),
                 to: Math.round(t + length),
-                label: `job ${spans.length}`,
                 src: [0, spans.length + 1] as [number, number],
             });
             t += length + next() * 12000;
@@ -428,10 +427,9 @@ export function hostile(): Payload {
                     title: kHostile[9],
                     rows: kHostile.map((name) => ({
                         name,
-                        spans: kHostile.map((label, index) => ({
+                        spans: kHostile.map((_label, index) => ({
                             from: kStart + index * 5000,
                             to: kStart + index * 4000,
-                            label,
                         })),
                     })),
                 },

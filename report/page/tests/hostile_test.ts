@@ -113,11 +113,11 @@ await withBench((bench) => {
         const cases: [string, RegExp][] = [
             ["", /^This page holds no report\.$/],
             [
-                '<script type="application/json" id="zarn-report">{"format":1,</script>',
+                '<script type="application/json" id="zarn-report">{"format":2,</script>',
                 /^The report in this page cannot be read: /,
             ],
             [
-                '<script type="application/json" id="zarn-report">{"format":2}</script>',
+                '<script type="application/json" id="zarn-report">{"format":1}</script>',
                 /of a form that this page does not know/,
             ],
         ];

@@ -51,7 +51,7 @@ TEST_F(ReportProgramTest, WritesThePageWithTheDataInIt) {
     const std::string page = dir.Read("out.html");
     EXPECT_THAT(page,
                 testing::StartsWith(
-                    R"(<head><script type="application/json" id="zarn-report">{"format":1,)"));
+                    R"(<head><script type="application/json" id="zarn-report">{"format":2,)"));
     EXPECT_THAT(page, testing::EndsWith("}</script><body>"));
     EXPECT_EQ(page.find("</script>"), page.rfind("</script>"));
 }

@@ -4,6 +4,7 @@
 
 #include "foundation/numbers.h"
 #include "report/compose.h"
+#include "tests/unit/report/unpack.h"
 
 namespace zarn::test {
 namespace {
@@ -36,6 +37,7 @@ Shown::Shown(const std::vector<std::string>& paths) {
         report::ComposeReport(paths, labels, files, [](const std::string& /*what*/) {});
     report::WritePayload(report, files, [this](std::string_view piece) { text_ += piece; });
     EXPECT_TRUE(ParseJson(text_, data_)) << text_;
+    Unpack(data_);
 }
 
 std::vector<std::string> Shown::Titles(std::string_view page) const {

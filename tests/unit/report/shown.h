@@ -16,7 +16,7 @@ public:
     explicit Shown(const std::vector<std::string>& paths);
     explicit Shown(const RunTree& tree) : Shown(std::vector{tree.Path()}) {}
 
-    // The data as it stands in the page, and parsed.
+    // The data as it stands in the page; parsed, and unpacked as the page does it.
     [[nodiscard]] const std::string& Text() const { return text_; }
     [[nodiscard]] const JsonValue& Data() const { return data_; }
 

@@ -24,7 +24,7 @@ TEST(TogetherPageTest, LaysTheLinesOfRunsOverOneAnother) {
     const RunTree second;
     const std::string name = RunTree::NameOf(cpu_files::kLoadingTable);
     first.Write(name, "happen_time,total,Cpu0,total,\n'20260101000000000,1,2,9,\n");
-    second.Write(name, "happen_time,total,Cpu9,\n'20260101000001000,3,4,\n");
+    second.Write(name, "happen_time,Cpu9,total,\n'20260101000001000,4,3,\n");
     const Shown shown(std::vector{first.Path(), second.Path()});
     const std::string title = "Load of the system and of each core";
     EXPECT_THAT(shown.Titles("together"), ElementsAre(title));
