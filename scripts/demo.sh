@@ -157,22 +157,17 @@ scripts/demo_moments.py "$burst" "$demo/burst" "$spike" "$demo/spike"
 scripts/demo_programs.py "$programs" "$programs_log" "$demo/log/counted_work"
 scripts/demo_trace.py "$trace" "$usr/account"
 
-# report_of PAGE RUN...: one page of runs by the names they have, or why there is none.
-report_of() {
-    if [ -x build/release/bin/zarn-report ]; then
-        build/release/bin/zarn-report "${@:2}" -o "$demo/$1"
-        echo "$demo/$1"
-    else
-        echo "none: zarn-report was not built, which takes node 18 or later and npm"
-    fi
-}
 for name in comparison search memory profile burst spike programs trace bench; do
     ln -sfn "$(basename "${!name}")" "$usr/mnt/zarn/$name"
 done
-# Times count from the start of each run; the burst and the spikes have a page of their own, which stays small that way.
-mapfile -t runs < <(find "$usr/mnt/zarn" -type l ! -name burst ! -name spike -printf '%l\t%p\n' | sort | cut -f 2)
-report=$(report_of report.html "${runs[@]}")
-moments=$(report_of moments.html "$usr/mnt/zarn/burst" "$usr/mnt/zarn/spike")
+# One page of all runs, by the names they have, or why there is none.
+mapfile -t runs < <(find "$usr/mnt/zarn" -type l -printf '%l\t%p\n' | sort | cut -f 2)
+report=$demo/report.html
+if [ -x build/release/bin/zarn-report ]; then
+    build/release/bin/zarn-report "${runs[@]}" -o "$report"
+else
+    report="none: zarn-report was not built, which takes node 18 or later and npm"
+fi
 
 say "Where the files lie"
 cat <<EOT
@@ -193,5 +188,4 @@ system calls      $trace/json/ and raw_data/sys_call/
 benchmarks        $bench/raw_data/bench/ and json/
 what zarn said    $demo/log/
 report            $report
-  of short moments $moments
 EOT
