@@ -1,7 +1,21 @@
 // The payload as it stands in the page: as the page draws it, but that what many values have in common is written once, and
 // of moments and lines the differences.
 
-import type { Bars, Block, Cell, Flame, Moment, Page, Payload, Series, Source, Table, Text, Timeline, Tree } from "./payload";
+import type {
+    Bars,
+    Block,
+    Cell,
+    Flame,
+    Moment,
+    Page,
+    Payload,
+    Series,
+    Source,
+    Table,
+    Text,
+    Timeline,
+    Tree,
+} from "./payload";
 
 /** A value alone is of the place of the last cell before it that has one. */
 export type PackedCell = Cell | number | string;

@@ -36,9 +36,7 @@ function spansOf({ name, run, spans }: Timeline["rows"][number]): PackedSpans {
         from: momentsOf(spans.map((span) => span.from)),
         us: spans.map((span) => microseconds(span.to) - microseconds(span.from)),
     };
-    return file === undefined
-        ? packed
-        : { ...packed, src: { file, lines: steps(spans.map((span) => span.src?.[1] ?? 0)) } };
+    return file === undefined ? packed : { ...packed, src: { file, lines: steps(spans.map((span) => span.src?.[1] ?? 0)) } };
 }
 
 function blockOf(block: Block): PackedBlock {
