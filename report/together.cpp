@@ -8,7 +8,7 @@
 namespace zarn::report {
 namespace {
 
-// Of a chart, so that the lines of two or three runs can be told apart.
+// Of a chart, so that they can be told apart.
 constexpr std::size_t kMostLines = 12;
 
 constexpr double kPercent = 100.0;
@@ -71,24 +71,48 @@ template <typename Kind>
     return line;
 }
 
-// A chart with the lines of the same name of all of them.
+// What lines of these charts are called, in the order of the runs. Processes may share a name: of
+// each chart the first one counts.
+[[nodiscard]] std::vector<std::string> NamesOfLines(const Namesakes<SeriesBlock>& namesakes) {
+    std::vector<std::string> names;
+    std::set<std::string> known;
+    for (const Placed<SeriesBlock>& placed : namesakes.blocks) {
+        for (const SeriesLine& line : placed.block->series) {
+            if (known.insert(line.name).second) {
+                names.push_back(line.name);
+            }
+        }
+    }
+    return names;
+}
+
+// A chart with the lines of the same name, as many as can be told apart.
 [[nodiscard]] std::optional<SeriesBlock> ChartOf(const Namesakes<SeriesBlock>& namesakes) {
     SeriesBlock chart;
     chart.head.title = namesakes.title;
-    const SeriesBlock& first = *namesakes.blocks.front().block;
-    chart.unit = first.unit;
-    std::set<std::string> names;
-    for (const SeriesLine& line : first.series) {
+    chart.unit = namesakes.blocks.front().block->unit;
+    std::size_t shown = 0;
+    std::size_t common = 0;
+    for (const std::string& name : NamesOfLines(namesakes)) {
         std::vector<SeriesLine> same;
         for (const Placed<SeriesBlock>& placed : namesakes.blocks) {
-            if (auto like = LikeLineOf(placed, line.name)) {
+            if (auto like = LikeLineOf(placed, name)) {
                 same.push_back(std::move(*like));
             }
         }
-        // Processes may share a name: of each chart the first one counts.
-        if (same.size() > 1 && names.size() < kMostLines && names.insert(line.name).second) {
+        if (same.size() < 2) {
+            continue;
+        }
+        const bool fits = shown == 0 || chart.series.size() + same.size() <= kMostLines;
+        if (shown == common++ && fits) {
+            ++shown;
             std::move(same.begin(), same.end(), std::back_inserter(chart.series));
         }
+    }
+    if (common > shown) {
+        chart.head.note = "These are the first " + std::to_string(shown) + " of " +
+                          std::to_string(common) +
+                          " lines that runs have in common; their own pages have all.";
     }
     for (const Placed<SeriesBlock>& placed : namesakes.blocks) {
         chart.total += placed.block->total;

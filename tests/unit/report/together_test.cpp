@@ -34,6 +34,29 @@ TEST(TogetherPageTest, LaysTheLinesOfRunsOverOneAnother) {
     EXPECT_EQ(lines[1]["run"].GetInt(), 1);
 }
 
+TEST(TogetherPageTest, ShowsNoMoreLinesThanCanBeToldApart) {
+    const std::string name = RunTree::NameOf(cpu_files::kLoadingTable);
+    const std::vector<RunTree> trees(3);
+    std::vector<std::string> paths;
+    for (const RunTree& tree : trees) {
+        const bool isFirst = paths.empty();
+        tree.Write(name, isFirst ? "happen_time,total,\n'20260101000000000,1,\n"
+                                 : "happen_time,total,a,b,c,d,e,f,g,\n"
+                                   "'20260101000000000,1,1,1,1,1,1,1,1,\n");
+        paths.push_back(tree.Path());
+    }
+    const Shown shown(paths);
+    const JsonValue& block = shown.Block("together", "Load of the system and of each core");
+    std::string names;
+    for (const JsonValue& line : block["series"].GetArray()) {
+        names += line["name"].GetString() + std::string(" ");
+    }
+    EXPECT_EQ(names, "total total total a a b b c c d d ");
+    EXPECT_STREQ(
+        block["note"].GetString(),
+        "These are the first 5 of 8 lines that runs have in common; their own pages have all.");
+}
+
 TEST(TogetherPageTest, IsNotThereWhereRunsHaveNothingInCommon) {
     const RunTree first;
     const RunTree second;
