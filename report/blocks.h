@@ -67,6 +67,10 @@ struct SeriesLine {
     std::uint32_t run = 0;
     std::vector<Moment> moments;
     std::vector<std::optional<double>> values;
+    // Of a line that was thinned: how many of the values measured each point stands for, and their
+    // mean. Else empty.
+    std::vector<std::uint64_t> counts;
+    std::vector<double> means;
     std::optional<std::uint32_t> file;  // and a line of it for each value
     std::vector<std::uint64_t> lines;
     std::vector<Source> sources;    // or, where the values come from many files, one for each value

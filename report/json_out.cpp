@@ -146,6 +146,15 @@ void JsonOut::Number(double value) {
     text_.append(digits.data(), written.ptr);
 }
 
+void JsonOut::Rounded(double value) {
+    constexpr int kDigits = 8;
+    Separate();
+    std::array<char, 32> digits{};
+    const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), value,
+                                       std::chars_format::general, kDigits);
+    text_.append(digits.data(), written.ptr);
+}
+
 void JsonOut::Integer(std::uint64_t value) {
     Separate();
     text_ += std::to_string(value);

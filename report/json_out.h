@@ -34,6 +34,8 @@ public:
     void Text(std::string_view text);
     // The shortest text that reads as the same number; null for what JSON cannot express.
     void Number(double value);
+    // The same with the digits of a figure that nobody reads: eight.
+    void Rounded(double value);
     void Integer(std::uint64_t value);
     void Difference(std::int64_t value);
     void True();

@@ -322,6 +322,12 @@ private:
         Each(line.values, [this](const std::optional<double>& value) {
             value ? out_.Number(*value) : out_.Null();
         });
+        if (!line.counts.empty()) {
+            out_.Key("counts");
+            Each(line.counts, [this](std::uint64_t count) { out_.Integer(count); });
+            out_.Key("means");
+            Each(line.means, [this](double mean) { out_.Rounded(mean); });
+        }
         if (line.file && !isBeside) {
             Places(*line.file, line.lines, [](std::uint64_t number) { return number; });
         }

@@ -1,6 +1,7 @@
 #include "report/series.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "report/json_out.h"
@@ -81,6 +82,16 @@ SeriesLine LineOf(Thinner& thinner, std::size_t column, const std::string& name)
         line.moments.push_back(row.moment);
         line.values.push_back(row.values[column]);
         line.lines.push_back(row.line);
+        if (thinner.BucketSize() > 1) {
+            line.counts.push_back(row.measured[column].count);
+            line.means.push_back(row.measured[column].mean);
+        }
+    }
+    // Numbers near the greatest there are have means beyond them.
+    if (!std::all_of(line.means.begin(), line.means.end(),
+                     [](double mean) { return std::isfinite(mean); })) {
+        line.counts.clear();
+        line.means.clear();
     }
     return line;
 }

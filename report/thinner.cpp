@@ -35,7 +35,9 @@ void Thinner::Add(Moment moment, const std::optional<double>* values, std::size_
     const bool mustStay = !moments_.empty() && moments_.count(moment) != 0;
     heads_.push_back({taken_++, moment, line, mustStay});
     for (std::size_t column = 0; column < columns_; ++column) {
-        values_.push_back(column < count && values[column] ? *values[column] : kNone);
+        const bool hasValue = column < count && values[column];
+        values_.push_back(hasValue ? *values[column] : kNone);
+        measured_.push_back(hasValue ? Measured{1, *values[column]} : Measured());
     }
     // A bucket that is still open need not wait with what it will leave out.
     if (heads_.size() - open_ > 2 * most_) {
@@ -51,10 +53,12 @@ std::vector<Thinner::Row> Thinner::Rows() {
     std::vector<Row> rows;
     rows.reserve(heads_.size());
     for (std::size_t i = 0; i < heads_.size(); ++i) {
-        Row& row = rows.emplace_back(Row{heads_[i].index, heads_[i].moment, heads_[i].line, {}});
+        const Head& head = heads_[i];
+        Row& row = rows.emplace_back(Row{head.index, head.moment, head.line, {}, {}});
         for (std::size_t column = 0; column < columns_; ++column) {
             const double value = values_[i * columns_ + column];
             row.values.push_back(std::isnan(value) ? std::nullopt : std::optional(value));
+            row.measured.push_back(measured_[i * columns_ + column]);
         }
     }
     return rows;
@@ -125,10 +129,30 @@ std::size_t Thinner::KeepOf(std::size_t begin, std::size_t end, std::size_t kept
         }
     }
     std::sort(chosen_.begin(), chosen_.end());
+    StandForOthers(begin, end);
     for (const std::size_t row : chosen_) {
         Move(row, kept++);
     }
     return kept;
+}
+
+void Thinner::StandForOthers(std::size_t begin, std::size_t end) {
+    std::size_t next = 0;  // those behind the last one count to that
+    for (std::size_t row = begin; row < end && !chosen_.empty(); ++row) {
+        if (row == chosen_[next]) {
+            next = std::min(next + 1, chosen_.size() - 1);
+            continue;
+        }
+        for (std::size_t column = 0; column < columns_; ++column) {
+            Measured& own = measured_[chosen_[next] * columns_ + column];
+            const Measured& other = measured_[row * columns_ + column];
+            own.count += other.count;
+            if (other.count > 0) {
+                own.mean += (other.mean - own.mean) * static_cast<double>(other.count) /
+                            static_cast<double>(own.count);
+            }
+        }
+    }
 }
 
 void Thinner::Choose(std::size_t row) {
@@ -144,11 +168,14 @@ void Thinner::Move(std::size_t from, std::size_t to) {
     heads_[to] = heads_[from];
     std::copy_n(values_.begin() + static_cast<std::ptrdiff_t>(from * columns_), columns_,
                 values_.begin() + static_cast<std::ptrdiff_t>(to * columns_));
+    std::copy_n(measured_.begin() + static_cast<std::ptrdiff_t>(from * columns_), columns_,
+                measured_.begin() + static_cast<std::ptrdiff_t>(to * columns_));
 }
 
 void Thinner::Resize(std::size_t rows) {
     heads_.resize(rows);
     values_.resize(rows * columns_);
+    measured_.resize(rows * columns_);
 }
 
 }  // namespace zarn::report

@@ -13,7 +13,8 @@ namespace zarn::report {
 // Rows of samples that share a moment, one value in each column, thinned as they come, so that a
 // file of any length takes no more memory than a picture needs. Samples are taken together in
 // buckets of equal count, a power of two: of each bucket stay, for each column, the rows of its
-// least and its greatest value, the first row without a value, and all rows that must stay.
+// least and its greatest value, the first row without a value, and all rows that must stay. Each
+// row that stays knows the mean of the values it stands for: its own, and those left out beside it.
 class Thinner {
 public:
     // Keeps at most about `rows` rows, and not fewer than a bucket needs.
@@ -32,11 +33,17 @@ public:
         Add(moment, &value, 1, line);
     }
 
+    // Values of a column: how many, and their mean, which is 0 of none.
+    struct Measured {
+        std::uint64_t count = 0;
+        double mean = 0.0;
+    };
     struct Row {
         std::uint64_t index;  // of the sample
         Moment moment;
         std::uint64_t line;
         std::vector<std::optional<double>> values;
+        std::vector<Measured> measured;
     };
 
     // What is left, in the order of the samples.
@@ -68,6 +75,8 @@ private:
     // then.
     std::size_t KeepOf(std::size_t begin, std::size_t end, std::size_t kept);
     void Choose(std::size_t row);
+    // Lets the chosen rows of [begin, end) stand for the others.
+    void StandForOthers(std::size_t begin, std::size_t end);
     void Move(std::size_t from, std::size_t to);
     void Resize(std::size_t rows);
 
@@ -76,6 +85,7 @@ private:
     std::set<Moment> moments_;
     std::vector<Head> heads_;
     std::vector<double> values_;       // of each row, not a number where there is none
+    std::vector<Measured> measured_;   // what each row stands for
     std::vector<std::size_t> chosen_;  // rows of a bucket that stay, in their order
     std::size_t open_ = 0;             // where the rows of the last bucket begin
     unsigned bucketBits_ = 0;          // buckets hold 2^bucketBits_ samples

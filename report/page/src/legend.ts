@@ -11,7 +11,7 @@ import type { Line, SeriesPainter } from "./series";
 import type { Range } from "./view";
 
 const kKept =
-    "The points are those that the report keeps: the least and the greatest of each piece of time. The mean of all that was measured may differ.";
+    "The report keeps the least and the greatest of each piece of time, and the mean of what was measured around each. What was measured around a point counts to the range that the point is in.";
 
 interface Row {
     line: Line;
@@ -160,7 +160,7 @@ export class Legend {
         const { clock } = this.context;
         const { from, to } = this.range;
         const points = count(figures?.points ?? 0);
-        const words = `The mean of ${points} points of ${line.name} from ${clock.full(from)} to ${clock.full(to)}, computed by this page.`;
+        const words = `The mean of ${points} values of ${line.name} from ${clock.full(from)} to ${clock.full(to)}, computed by this page.`;
         return [el("p", {}, words), this.thinned && el("p", { class: "trouble" }, kKept)];
     }
 

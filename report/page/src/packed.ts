@@ -34,6 +34,8 @@ export interface PackedLine {
     name: string;
     run: number;
     v?: Line["v"];
+    counts?: Line["counts"];
+    means?: Line["means"];
     t?: PackedMoments; // without them both moments and places are those of the line before
     src?: PackedPlaces;
     srcs?: Source[];
@@ -97,12 +99,12 @@ function cellsOf(packed: PackedCell[]): Cell[] {
 }
 
 function lineOf(packed: PackedLine, before: Line | undefined): Line {
-    const { name, run, v = [], t, src, srcs } = packed;
+    const { t, src, v = [], ...rest } = packed;
     if (!t) {
-        return { name, run, v, t: before?.t ?? [], src: before?.src };
+        return { ...rest, v, t: before?.t ?? [], src: before?.src };
     }
-    const line: Line = { name, run, v, t: momentsOf(t) };
-    return { ...line, ...(src && { src: placesOf(src) }), ...(srcs && { srcs }) };
+    const line: Line = { ...rest, v, t: momentsOf(t) };
+    return src ? { ...line, src: placesOf(src) } : line;
 }
 
 function linesOf(packed: PackedLine[]): Line[] {

@@ -82,6 +82,9 @@ export interface Series extends Head {
         run: number;
         t: Moment[];
         v: (number | null)[];
+        // Of a line that was thinned: how many of the values measured each point stands for, and their mean.
+        counts?: number[];
+        means?: number[];
         src?: { file: number; lines: number[] };
         srcs?: Source[];
     }[];

@@ -3,10 +3,16 @@
 import type { Range } from "./view";
 
 export interface Figures {
-    points: number;
+    points: number; // that were measured
     mean: number;
     least: number; // index of the first point with the least value
     greatest: number;
+}
+
+/** Of points that stand for others too: for how many, and the mean of those. */
+export interface Measured {
+    counts: number[];
+    means: number[];
 }
 
 const kFan = 8;
@@ -48,8 +54,13 @@ export class Points {
     private readonly order: Uint32Array | null = null;
     private readonly levels: Level[] = [];
 
-    /** `shift` is taken from each moment. Stamps may run backward: clocks are set. */
-    constructor(t: number[], v: (number | null)[], shift: number) {
+    /** `shift` is taken from each moment. Stamps may run backward: clocks are set. Those of a line that was thinned never do. */
+    constructor(
+        t: number[],
+        v: (number | null)[],
+        shift: number,
+        private readonly measured: Measured | null = null,
+    ) {
         const length = Math.min(t.length, v.length);
         this.t = new Float64Array(length);
         this.v = new Float64Array(length);
@@ -96,13 +107,23 @@ export class Points {
         for (let i = first; i < end; i++) {
             const value = this.v[i];
             if (value === value) {
-                points++;
-                sum += value;
                 least = least < 0 || value < this.v[least] ? i : least;
                 greatest = greatest < 0 || value > this.v[greatest] ? i : greatest;
             }
+            const [count, mean] = this.measuredAt(i);
+            points += count;
+            sum += count * mean;
         }
-        return points > 0 ? { points, mean: sum / points, least, greatest } : null;
+        return least >= 0 ? { points, mean: sum / points, least, greatest } : null;
+    }
+
+    /** How many values a point stands for, and their mean. */
+    private measuredAt(index: number): [number, number] {
+        if (this.measured) {
+            return [this.measured.counts[index], this.measured.means[index]];
+        }
+        const value = this.v[index];
+        return value === value ? [1, value] : [0, 0];
     }
 
     /**

@@ -47,7 +47,9 @@ export function linesOf(block: Series, context: Context): Line[] {
     const several = runs.length > 1;
     const compared = several && names.length > 1 && names.length <= kColours && names.length < block.series.length;
     return block.series.map((line, index) => {
-        const points = new Points(line.t, line.v, context.clock.shift(line.run));
+        const { counts, means } = line;
+        const measured = counts && means ? { counts, means } : null;
+        const points = new Points(line.t, line.v, context.clock.shift(line.run), measured);
         const label = context.payload.runs[line.run]?.label ?? "";
         return {
             name: several && !line.name.includes(label) ? `${line.name} (${label})` : line.name,

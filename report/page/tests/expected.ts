@@ -20,6 +20,19 @@ export function preorder(nodes: TreeNode[], levels = Infinity): TreeNode[] {
     return nodes.flatMap((node) => [node, ...(levels > 0 ? preorder(node.children ?? [], levels - 1) : [])]);
 }
 
+/** The mean of a line in a range: of its points, or of all values that those stand for. */
+function meanOf({ t, v, counts, means }: Series["series"][number], range: Range, shift: number): number {
+    let [count, sum] = [0, 0];
+    t.forEach((moment, i) => {
+        if (moment - shift >= range.from && moment - shift <= range.to) {
+            const own = v[i] === null ? 0 : 1;
+            count += counts ? counts[i] : own;
+            sum += counts && means ? counts[i] * means[i] : (v[i] ?? 0);
+        }
+    });
+    return sum / count;
+}
+
 /** Mean, least and greatest of each line in a range, computed here. */
 export function figuresOf(series: Series, range: Range, shift = 0): string[][] {
     return series.series.map((line) => {
@@ -29,7 +42,7 @@ export function figuresOf(series: Series, range: Range, shift = 0): string[][] {
         if (inside.length === 0) {
             return ["no points", "no points", "no points"];
         }
-        const mean = inside.reduce((sum, v) => sum + v, 0) / inside.length;
+        const mean = meanOf(line, range, shift);
         return [String(Number(mean.toPrecision(6))), String(Math.min(...inside)), String(Math.max(...inside))];
     });
 }

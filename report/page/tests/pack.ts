@@ -22,9 +22,9 @@ function cellsOf(cells: Cell[]): PackedCell[] {
     });
 }
 
-function lineOf({ name, run, t, v, src, srcs }: Series["series"][number]): PackedLine {
-    const packed: PackedLine = { name, run, t: momentsOf(t), v };
-    return { ...packed, ...(src && { src: { file: src.file, lines: steps(src.lines) } }), ...(srcs && { srcs }) };
+function lineOf({ t, src, ...rest }: Series["series"][number]): PackedLine {
+    const packed: PackedLine = { ...rest, t: momentsOf(t) };
+    return src ? { ...packed, src: { file: src.file, lines: steps(src.lines) } } : packed;
 }
 
 function spansOf({ name, run, spans }: Timeline["rows"][number]): PackedSpans {

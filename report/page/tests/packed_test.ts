@@ -55,7 +55,7 @@ test("a value alone is of the place of the last cell before it that has one", ()
 test("lines of a chart share moments and places with the line before, or are those of another page's chart", () => {
     const packed = [
         { name: "a", run: 1, t: [kMoment, 1, 1000000], v: [1, null, 3], src: { file: 4, lines: [7, 2, -1] } },
-        { name: "b", run: 1, v: [4, 5, 6] },
+        { name: "b", run: 1, v: [4, 5, 6], counts: [1, 7, 2], means: [4, 1.5, 6] },
         { name: "c", run: 1, t: [], v: [], srcs: [] },
     ];
     const like = [{ name: "b", run: 1, like: ["load", 0, 1] as [string, number, number] }];
@@ -66,7 +66,7 @@ test("lines of a chart share moments and places with the line before, or are tho
     });
     const moments = { t: [kMoment, kMoment + 0.001, kMoment + 1000.001], src: { file: 4, lines: [7, 9, 8] } };
     const first = { name: "a", run: 1, v: [1, null, 3], ...moments };
-    const second = { name: "b", run: 1, v: [4, 5, 6], ...moments };
+    const second = { name: "b", run: 1, v: [4, 5, 6], counts: [1, 7, 2], means: [4, 1.5, 6], ...moments };
     assert.deepEqual(load[0].kind === "series" && load[0].series, [first, second, { ...packed[2], t: [] }]);
     assert.deepEqual(together[0].kind === "series" && together[0].series, [second]);
 });

@@ -70,6 +70,14 @@ test("the figures of a range are those of its points", () => {
     assert.equal(points.figures({ from: -5, to: -1 }), null);
 });
 
+test("the mean of a thinned line is that of all values its points stand for", () => {
+    const measured = { counts: [10, 0, 3, 1], means: [4, 0, 20, 7] };
+    const points = new Points([0, 10, 20, 30], [9, null, 2, 7], 0, measured);
+    assert.deepEqual(points.figures({ from: 0, to: 20 }), { points: 13, mean: 100 / 13, least: 2, greatest: 0 });
+    assert.deepEqual(points.figures({ from: 25, to: 30 }), { points: 1, mean: 7, least: 3, greatest: 3 });
+    assert.equal(points.figures({ from: 5, to: 15 }), null);
+});
+
 test("stamps that run backward are put into order, and each point knows where it stood", () => {
     const points = new Points([30, 10, 20, 10], [1, 2, null, 4], 0);
     assert.deepEqual([...points.t], [10, 10, 20, 30]);

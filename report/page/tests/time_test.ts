@@ -163,6 +163,25 @@ await withBench((bench) => {
         }
     });
 
+    test("the figures of a thinned chart tell the mean of what was measured, and that it is close", async () => {
+        const payload = every();
+        const chart = cpuOf(payload);
+        chart.total = 5000;
+        chart.series.forEach((line) => {
+            line.counts = line.v.map((_v, index) => 1 + (index % 5));
+            line.means = line.v.map((v) => (v ?? 0) / 2);
+        });
+        await opened(bench, payload, `#page=cpu&mark=${kStart + 70000}..${kStart + 80000}`, async (tab) => {
+            const expected = figuresOf(chart, { from: kStart + 70000, to: kStart + 80000 });
+            assert.deepEqual(await shownFigures(tab), expected);
+            const mean = await tab.$eval(".legend tbody td:nth-child(3)", (node) => node.textContent);
+            assert.equal(mean, `\u2248\u202f${expected[0][0]}`);
+            await tab.click(".legend tbody td:nth-child(3) button");
+            const told = await tab.$eval(".popover", (node) => (node as HTMLElement).innerText);
+            assert.ok(told.includes("The mean of 16 values of system from") && told.includes("counts to the range"), told);
+        });
+    });
+
     test("the lines of several runs begin together", async () => {
         const payload = two();
         const series = payload.pages[1].blocks[0] as Series;

@@ -85,11 +85,34 @@ TEST(HostileTreeTest, ThinsLongSeriesAndSaysSo) {
     EXPECT_LE(line["v"].Size(), 4000U);
     EXPECT_EQ(line["v"].Size(), line["t"].Size());
     EXPECT_EQ(line["v"].Size(), line["src"]["lines"].Size());
+    ASSERT_EQ(line["v"].Size(), line["counts"].Size());
+    std::uint64_t count = 0;
+    double sum = 0.0;
+    for (rapidjson::SizeType i = 0; i < line["v"].Size(); ++i) {
+        count += line["counts"][i].GetUint64();
+        sum += line["means"][i].GetDouble() * line["counts"][i].GetDouble();
+    }
+    EXPECT_EQ(count, 20000U);
+    EXPECT_NEAR(sum / 20000.0, (200.0 * 4950.0 - 45.0 + 1000.0) / 20000.0, 1e-5);
     double greatest = 0.0;
     for (const JsonValue& value : line["v"].GetArray()) {
         greatest = std::max(greatest, value.GetDouble());
     }
     EXPECT_EQ(greatest, 1000.0);
+}
+
+TEST(HostileTreeTest, TellsNoMeansBeyondAllNumbers) {
+    std::string table = "happen_time,total,\n";
+    for (int i = 0; i < 20000; ++i) {
+        const int clock = 1000000 + i / 3600 * 10000 + i / 60 % 60 * 100 + i % 60;
+        table += "'20260101" + std::to_string(clock).substr(1) + "000," +
+                 (i % 2 == 0 ? "1.7e308" : "-1.7e308") + ",\n";
+    }
+    const RunTree tree;
+    tree.Write(kLoading, table);
+    const Shown shown(tree);
+    EXPECT_FALSE(
+        shown.Block("cpu", "Load of the system and of each core")["series"][0].HasMember("means"));
 }
 
 TEST(HostileTreeTest, StandsWrongTypesEverywhere) {

@@ -53,14 +53,19 @@ TEST(PayloadTest, WritesAValueAloneWhereItsPlaceIsThatOfTheCellBefore) {
 TEST(PayloadTest, WritesDifferencesOfMomentsAndLinesAndOnceWhatLinesShare) {
     SeriesBlock block;
     block.series.resize(5);
-    block.series[0] = {
-        "a", 1, {kMoment, kMoment + 0.001, kMoment + 1000.0}, {1.0, {}, 3.0}, 5, {7, 9, 8}, {}, {}};
+    block.series[0].name = "a";
+    block.series[0].run = 1;
+    block.series[0].moments = {kMoment, kMoment + 0.001, kMoment + 1000.0};
+    block.series[0].values = {1.0, {}, 3.0};
+    block.series[0].file = 5;
+    block.series[0].lines = {7, 9, 8};
     block.series[1] = block.series[0];
     block.series[2] = block.series[0];
     block.series[2].lines = {7, 9, 10};
     block.series[3] = block.series[2];
     block.series[3].moments.back() += 1.0;
-    block.series[4] = {"d", 0, {}, {}, {}, {}, {}, LinePlace{"cpu-2", 3, 1}};
+    block.series[4].name = "d";
+    block.series[4].like = LinePlace{"cpu-2", 3, 1};
     EXPECT_EQ(Written(block),
               R"({"kind":"series","title":"","unit":"","series":[)"
               R"({"name":"a","run":1,"t":[1795380728362.654,1,999999],"v":[1,null,3],)"
@@ -74,11 +79,28 @@ TEST(PayloadTest, WritesDifferencesOfMomentsAndLinesAndOnceWhatLinesShare) {
 TEST(PayloadTest, NeverTakesLinesOfManyFilesForOnesThatShareThem) {
     SeriesBlock block;
     block.series.resize(2);
-    block.series[0] = {"a", 0, {0.0}, {1.0}, {}, {}, {{1, 1}}, {}};
-    block.series[1] = {"b", 0, {0.0}, {1.0}, {}, {}, {{2, 1}}, {}};
+    for (std::uint32_t i = 0; i < 2; ++i) {
+        block.series[i].name = i == 0 ? "a" : "b";
+        block.series[i].moments = {0.0};
+        block.series[i].values = {1.0};
+        block.series[i].sources = {{i + 1, 1}};
+    }
     EXPECT_EQ(Written(block), R"({"kind":"series","title":"","unit":"","series":[)"
                               R"({"name":"a","run":0,"t":[0],"v":[1],"srcs":[[1,1]]},)"
                               R"({"name":"b","run":0,"t":[0],"v":[1],"srcs":[[2,1]]}]})");
+}
+
+TEST(PayloadTest, WritesWhatThePointsOfAThinnedLineStandFor) {
+    SeriesBlock block;
+    block.series.resize(1);
+    block.series[0].name = "a";
+    block.series[0].moments = {0.0, 1.0};
+    block.series[0].values = {1.0, {}};
+    block.series[0].counts = {512, 0};
+    block.series[0].means = {100.0 / 3.0, 0.0};
+    EXPECT_EQ(Written(block), R"({"kind":"series","title":"","unit":"","series":[)"
+                              R"({"name":"a","run":0,"t":[0,1000],"v":[1,null],)"
+                              R"("counts":[512,0],"means":[33.333333,0]}]})");
 }
 
 TEST(PayloadTest, WritesHowLongSpansTake) {

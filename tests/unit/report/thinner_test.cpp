@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -61,17 +62,26 @@ void ExpectExtremesStay(const std::vector<Values>& samples, std::size_t most) {
         for (std::size_t column = 0; column < columns; ++column) {
             std::vector<double> all;
             std::vector<double> kept;
+            std::uint64_t count = 0;
+            double sum = 0.0;
             for (std::size_t i = begin; i < end; ++i) {
                 if (samples[i][column]) {
                     all.push_back(*samples[i][column]);
                 }
             }
             for (const auto& row : rows) {
+                if (row.index >= begin && row.index < end) {
+                    count += row.measured[column].count;
+                    sum +=
+                        row.measured[column].mean * static_cast<double>(row.measured[column].count);
+                }
                 if (row.index >= begin && row.index < end && row.values[column]) {
                     kept.push_back(*row.values[column]);
                 }
             }
             ASSERT_EQ(all.empty(), kept.empty());
+            EXPECT_EQ(count, all.size());
+            EXPECT_NEAR(sum, std::accumulate(all.begin(), all.end(), 0.0), 1e-6);
             if (!all.empty()) {
                 EXPECT_EQ(*std::min_element(all.begin(), all.end()),
                           *std::min_element(kept.begin(), kept.end()));
@@ -82,7 +92,7 @@ void ExpectExtremesStay(const std::vector<Values>& samples, std::size_t most) {
     }
 }
 
-TEST(ThinnerTest, KeepsTheLeastAndTheGreatestOfEachBucket) {
+TEST(ThinnerTest, KeepsTheLeastTheGreatestAndTheMeanOfEachBucket) {
     for (unsigned seed = 0; seed < 20; ++seed) {
         ExpectExtremesStay(Drawn(1, 10000 + seed, seed), 300);
         ExpectExtremesStay(Drawn(3, 5000 + 7 * seed, seed), 500);

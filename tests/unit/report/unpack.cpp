@@ -120,7 +120,7 @@ private:
         for (JsonValue& line : block["series"].GetArray()) {
             if (line.HasMember("like")) {
                 const JsonValue& other = LineAt(line["like"]);
-                for (const char* name : {"t", "v", "src", "srcs"}) {
+                for (const char* name : {"t", "v", "counts", "means", "src", "srcs"}) {
                     if (other.HasMember(name)) {
                         line.AddMember(JsonValue(name, allocator_), Copy(other[name]), allocator_);
                     }
