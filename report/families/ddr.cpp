@@ -29,8 +29,10 @@ struct Master {
 // What all files of the family say, by the names of masters.
 struct DdrRun {
     std::map<std::string, Master> masters;
-    std::map<std::string, std::uint64_t> over;  // samples above the upper bound
+    std::map<std::string, std::uint64_t> samples;  // with a share
+    std::map<std::string, std::uint64_t> over;     // of these above the upper bound
     std::vector<Mark> marks;
+    bool hasSamples = false;
 };
 
 [[nodiscard]] std::size_t IndexOf(const std::string& name) {
@@ -111,11 +113,14 @@ void AddAnalysis(FamilyContext& context, DdrRun& ddr, std::vector<Block>& blocks
     return gigabytes / kDdrPeakGb * 100.0;
 }
 
-// Counts the masters that are above their bounds, and marks the moment.
+// Counts the samples of masters, and those above their bounds, whose moments it marks.
 void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment moment,
                   const std::function<Source()>& source, DdrRun& ddr, std::vector<Mark>& over) {
     for (std::size_t i = 0; i < shares.size() && !ddr.masters.empty(); ++i) {
         const auto master = ddr.masters.find(ddrNameList[i]);
+        if (shares[i]) {
+            ++ddr.samples[ddrNameList[i]];
+        }
         if (!shares[i] || master == ddr.masters.end() || !master->second.high ||
             *shares[i] <= PercentOfPeak(*master->second.high) + kHalfLastPlace) {
             continue;
@@ -150,6 +155,7 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
         lines.Add(mark);
     }
     std::vector<Mark> over;
+    ddr.hasSamples = true;
     ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
         const auto moment = MomentOf(MemberOf(&document, "happenTime"));
         const JsonValue* shares = FirstOf(MemberOf(&document, "content"));
@@ -189,6 +195,23 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
     blocks.emplace_back(std::move(each));
 }
 
+// How many samples of a master are above its upper bound.
+[[nodiscard]] Cell OverCell(const DdrRun& ddr, const std::string& name, const Master& master) {
+    constexpr std::size_t kHigh = 1;  // among the settings
+    const auto samples = ddr.samples.find(name);
+    if (!master.high || samples == ddr.samples.end() || samples->second == 0) {
+        const auto* reason = std::get_if<Reason>(&master.cells[kHigh].value);
+        const Reason noSample = ddr.hasSamples ? Reason::NotInFile : Reason::FileMissing;
+        return EmptyCell(reason != nullptr ? *reason : noSample);
+    }
+    const auto over = ddr.over.find(name);
+    Cell cell;
+    cell.value = over == ddr.over.end() ? 0.0 : static_cast<double>(over->second);
+    cell.computed = "samples whose share of 51 GB/s is above the bound, of " +
+                    std::to_string(samples->second) + " samples";
+    return cell;
+}
+
 void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& blocks) {
     if (ddr.masters.empty()) {
         return;
@@ -209,11 +232,8 @@ void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& bl
         }
         std::vector<Cell> row = {TextCellOf(name, master->second.source)};
         row.insert(row.end(), master->second.cells.begin(), master->second.cells.end());
-        const auto over = ddr.over.find(name);
-        Cell count = EmptyCell(Reason::NotFound);
-        if (over != ddr.over.end()) {
-            count.value = static_cast<double>(over->second);
-            count.computed = "samples whose share of 51 GB/s is above the bound";
+        Cell count = OverCell(ddr, name, master->second);
+        if (ddr.over.count(name) != 0) {
             context.findings.push_back(
                 {TextCellOf("DDR " + name + ": samples above its upper bound",
                             master->second.source),

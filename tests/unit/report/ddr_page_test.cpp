@@ -73,9 +73,27 @@ TEST_F(DdrPageTest, MarksSamplesAboveTheBounds) {
     EXPECT_NEAR(limits[0]["v"].GetDouble(), 20.0, 1e-9);
     EXPECT_STREQ(limits[0]["label"].GetString(), "upper bound of cpu");
     EXPECT_THAT(shown.Rows(kPage, "Bounds of the masters"),
-                ElementsAre("cpu|0|10.2|1|5|1", "sdma|0|51|1|5|[not-found]"));
+                ElementsAre("cpu|0|10.2|1|5|1", "sdma|0|51|1|5|0"));
     EXPECT_THAT(shown.Rows("summary", "What was found"),
                 ElementsAre("run1|DDR cpu: samples above its upper bound|1|samples|[not-in-file]"));
+}
+
+// What was counted is a number, be it none; of what was not measured nothing was counted.
+TEST_F(DdrPageTest, TellsNoSampleAboveABoundFromNoSamples) {
+    tree.Write(RunTree::NameOf(ddr_files::kQosSettings),
+               Setting("cpu", "40") + Setting("sdma", "none"));
+    const Shown shown(tree);
+    EXPECT_STREQ(shown.Block(kPage, "Bounds of the masters")["rows"][0][5]["computed"].GetString(),
+                 "samples whose share of 51 GB/s is above the bound, of 2 samples");
+    EXPECT_THAT(shown.Rows(kPage, "Bounds of the masters"),
+                ElementsAre("cpu|0|40|1|5|0", "sdma|0|[not-a-number]|1|5|[not-a-number]"));
+    tree.Write(RunTree::NameOf(ddr_files::kBandwidth),
+               DocumentLine("soc_ddr_bandwidth_usage_info_1", "20260101000000000", "[{}]"));
+    EXPECT_THAT(Shown(tree).Rows(kPage, "Bounds of the masters"),
+                Contains("cpu|0|40|1|5|[not-in-file]"));
+    tree.Remove(RunTree::NameOf(ddr_files::kBandwidth));
+    EXPECT_THAT(Shown(tree).Rows(kPage, "Bounds of the masters"),
+                Contains("cpu|0|40|1|5|[file-missing]"));
 }
 
 // 3 of 51 GB/s are 5.88235294 %, which the file holds rounded up.
