@@ -8,6 +8,7 @@
 #include "foundation/time.h"
 #include "report/families/families.h"
 #include "report/moments.h"
+#include "report/samples.h"
 #include "report/stacks.h"
 
 namespace zarn::report {
@@ -51,17 +52,20 @@ struct Capture {
     return cell;
 }
 
-void AddCapture(const Capture& capture, const Source& source, TableBlock& table) {
+void AddCapture(const Capture& capture, const Source& source, FewSamples& few, TableBlock& table) {
     const auto most =
         std::max_element(capture.innermost.begin(), capture.innermost.end(),
                          [](const auto& a, const auto& b) { return a.second < b.second; });
     const bool hasMost = most != capture.innermost.end();
     const auto moment = MomentIn(capture.time);
-    AddRow(table, {TextCellOf(moment ? DateOf(*moment) : capture.time, source),
-                   TextCellOf(capture.cores, source),
-                   Counted(static_cast<double>(capture.stacks.Samples()), source),
-                   hasMost ? TextCellOf(most->first, source) : EmptyCell(Reason::NotFound),
-                   hasMost ? Counted(most->second, source) : EmptyCell(Reason::NotFound)});
+    const Reason none = capture.stacks.Samples() == 0 ? Reason::TooFewSamples : Reason::NotInFile;
+    Cell ofTheSamples = hasMost ? Counted(most->second, source) : EmptyCell(none);
+    few.Mark(capture.stacks.Samples(), ofTheSamples);
+    AddRow(table,
+           {TextCellOf(moment ? DateOf(*moment) : capture.time, source),
+            TextCellOf(capture.cores, source),
+            Counted(static_cast<double>(capture.stacks.Samples()), source),
+            hasMost ? TextCellOf(most->first, source) : EmptyCell(none), std::move(ofTheSamples)});
 }
 
 }  // namespace
@@ -77,17 +81,19 @@ std::vector<Block> CpuPeakBlocks(FamilyContext& context) {
                      {"most in", "", false},
                      {"of the samples", "", true}};
     std::vector<Block> flames;
+    FewSamples few;
     for (const RunFile& file : context.run.Find(cpu_peak_files::kRawDir, cpu_peak_files::kRawPrefix,
                                                 cpu_peak_files::kTextSuffix)) {
         const Capture capture = ReadCapture(context, file);
         const Source source{file.index, 0};
-        AddCapture(capture, source, table);
+        AddCapture(capture, source, few, table);
         if (capture.stacks.Samples() > 0 && flames.size() < kMostFlames) {
             flames.emplace_back(FlameOf(capture.stacks,
                                         "Stacks of cores " + capture.cores + " at " + capture.time,
                                         source));
         }
     }
+    few.TellIn(table.head);
     std::vector<Block> blocks;
     if (!table.rows.empty()) {
         Cell count = Counted(

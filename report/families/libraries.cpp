@@ -4,6 +4,7 @@
 
 #include "formats/lib.h"
 #include "report/families/families.h"
+#include "report/samples.h"
 #include "report/stacks.h"
 
 namespace zarn::report {
@@ -15,12 +16,12 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
     constexpr std::size_t kMostLibraries = 4096;
     std::map<std::string, double, std::less<>> counts;
     StackCounts stacks;
-    double samples = 0.0;
+    std::uint64_t samples = 0;
     ReadPerfScript(context, file, [&](const PerfSample& sample) {
         if (sample.event.substr(0, kClock.size()) != kClock || sample.files.empty()) {
             return;
         }
-        samples += 1.0;
+        ++samples;
         const auto known = counts.find(sample.files.back());
         if (known != counts.end()) {
             known->second += 1.0;
@@ -29,7 +30,7 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
         }
         stacks.Add(sample.functions);
     });
-    if (samples == 0.0) {
+    if (samples == 0) {
         return;
     }
     std::vector<std::pair<double, std::string>> order;
@@ -43,12 +44,7 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
     BarsBlock bars;
     bars.head = {"Libraries, " + name, "Samples of the clock by where the innermost function is.",
                  source};
-    // Of so few no share can be told.
-    constexpr double kFewSamples = 30.0;
-    const bool isGrey = samples < kFewSamples;
-    if (isGrey) {
-        bars.head.note += " There are too few samples to trust the order.";
-    }
+    FewSamples few;
     bars.unit = "samples";
     bars.names = {"samples"};
     for (const auto& [count, library] : order) {
@@ -57,10 +53,11 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
             cell.value = -count;
             cell.source = source;
             cell.computed = "samples counted";
-            cell.grey = isGrey;
+            few.Mark(samples, cell);
             bars.rows.push_back({library, {std::move(cell)}});
         }
     }
+    few.TellIn(bars.head);
     context.findings.push_back(
         {TextCellOf("Libraries, " + name + ": most in " + order[0].second, source),
          bars.rows[0].cells[0], "samples", EmptyCell(Reason::NotInFile)});

@@ -10,6 +10,7 @@
 #include "report/families/families.h"
 #include "report/lines.h"
 #include "report/moments.h"
+#include "report/samples.h"
 #include "report/series.h"
 #include "report/tables.h"
 
@@ -29,19 +30,21 @@ using BootMoment = std::optional<Moment>;
     return text ? NumberCellOf(*text, source, unit) : NumberCell(value, source);
 }
 
-// A table of rows whose members are columns: those of a unit hold numbers.
+// A table of rows whose members are columns: those of a unit hold numbers, be it an empty one.
 struct Member {
     const char* name;
     const char* column;
     const char* unit;
 };
+constexpr const char* kText = nullptr;  // in place of a unit
 template <std::size_t kCount>
 [[nodiscard]] TableBlock RowTable(BlockHead head, const std::array<Member, kCount>& members,
                                   const std::vector<const JsonValue*>& rows, const Source& source) {
     TableBlock table;
     table.head = std::move(head);
     for (const Member& member : members) {
-        table.columns.push_back({member.column, member.unit, *member.unit != '\0'});
+        const bool isNumber = member.unit != kText;
+        table.columns.push_back({member.column, isNumber ? member.unit : "", isNumber});
     }
     constexpr std::size_t kMostShown = 60;  // of hundreds that a thread may have
     for (const JsonValue* row : rows) {
@@ -52,7 +55,7 @@ template <std::size_t kCount>
         std::vector<Cell> cells;
         for (const Member& member : members) {
             const JsonValue* value = MemberOf(row, member.name);
-            cells.push_back(*member.unit == '\0' ? TextCell(value, source)
+            cells.push_back(member.unit == kText ? TextCell(value, source)
                                                  : MeasureCell(value, member.unit, source));
         }
         AddRow(table, std::move(cells));
@@ -61,25 +64,37 @@ template <std::size_t kCount>
 }
 
 constexpr std::array<Member, 6> kLatencyMembers = {
-    {{"Task", "task", ""},
+    {{"Task", "task", kText},
      {"runtime", "run time", kMilliseconds},
      {"switches", "switches", ""},
      {"averageDelay", "mean delay", kMilliseconds},
      {"maximumDelay", "greatest delay", kMilliseconds},
      {"maximumDelayAt", "at", kSeconds}}};
 constexpr std::array<Member, 6> kSortedMembers = {
-    {{"task", "task", ""},
+    {{"task", "task", kText},
      {"runtime", "run time", kMilliseconds},
      {"switches", "switches", ""},
      {"averageDelay", "mean delay", kMilliseconds},
      {"maximumDelay", "greatest delay", kMilliseconds},
      {"maximumDelayAt", "at", kSeconds}}};
-constexpr std::array<Member, 6> kHistoryMembers = {{{"task", "task", ""},
+constexpr std::size_t kSwitches = 2;
+constexpr std::size_t kMeanDelay = 3;
+constexpr std::array<Member, 6> kHistoryMembers = {{{"task", "task", kText},
                                                     {"time", "left its core at", kSeconds},
-                                                    {"cpu", "core", ""},
+                                                    {"cpu", "core", kText},
                                                     {"waitTime", "wait", kMilliseconds},
                                                     {"schedDelay", "delay", kMilliseconds},
                                                     {"runTime", "run", kMilliseconds}}};
+
+// A latency report: each delay is that of one switch to the task.
+[[nodiscard]] TableBlock MarkedReport(TableBlock table) {
+    FewSamples few;
+    for (std::vector<Cell>& row : table.rows) {
+        few.Mark(SamplesIn(row[kSwitches]), row[kMeanDelay]);
+    }
+    few.TellIn(table.head);
+    return table;
+}
 
 constexpr const char* kSinceBoot = "Moments count seconds from when the machine came up.";
 
@@ -128,16 +143,19 @@ void AddLatencyAnalysis(const JsonValue& content, const std::string& name, const
                        {"mean of the rows' greatest delays", kMilliseconds, true},
                        {"greatest delay", kMilliseconds, true}};
     std::optional<Finding> worst;
+    FewSamples few;
     for (const JsonValue* one : RowsWith(content, "sortedList")) {
         const Cell greatest = MeasureCell(MemberOf(one, "maxDelay"), kMilliseconds, source);
         const std::string target = ShortText(TextOf(MemberOf(one, "target")).value_or("?"));
-        AddRow(targets, {TextCellOf(target, source),
-                         MeasureCell(MemberOf(one, "avgDelay"), kMilliseconds, source), greatest});
+        const auto rows = ElementsOf(MemberOf(one, "sortedList"));
+        Cell mean = MeasureCell(MemberOf(one, "avgDelay"), kMilliseconds, source);
+        few.Mark(rows.size(), mean);
+        AddRow(targets, {TextCellOf(target, source), std::move(mean), greatest});
         if (targets.rows.size() == 1) {
-            blocks.emplace_back(RowTable({"Worst rows of the latency report, " + name,
-                                          std::string("In order of time. ") + kSinceBoot, source},
-                                         kSortedMembers, ElementsOf(MemberOf(one, "sortedList")),
-                                         source));
+            blocks.emplace_back(
+                MarkedReport(RowTable({"Worst rows of the latency report, " + name,
+                                       std::string("In order of time. ") + kSinceBoot, source},
+                                      kSortedMembers, rows, source)));
         } else if (const auto* delay = std::get_if<double>(&greatest.value);
                    delay != nullptr && (!worst || *delay > std::get<double>(worst->value.value))) {
             std::string what = "Scheduler, " + name;
@@ -150,6 +168,7 @@ void AddLatencyAnalysis(const JsonValue& content, const std::string& name, const
         context.findings.push_back(std::move(*worst));
     }
     if (!targets.rows.empty()) {
+        few.TellIn(targets.head);
         blocks.emplace_back(std::move(targets));
     }
 }
@@ -194,9 +213,9 @@ void AddReports(FamilyContext& context, BootMoment& boot, std::vector<Block>& bl
                 context, {file}, "",
                 [&](const JsonValue& content, const Source& source, std::vector<Block>& own) {
                     TakeBoot(content, boot);
-                    own.emplace_back(
+                    own.emplace_back(MarkedReport(
                         RowTable({"Latency report, " + SubjectOf(file, ""), kSinceBoot, source},
-                                 kLatencyMembers, ElementsOf(&content), source));
+                                 kLatencyMembers, ElementsOf(&content), source)));
                 },
                 blocks);
         }

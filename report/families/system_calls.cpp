@@ -2,9 +2,13 @@
 
 #include "formats/sys_call.h"
 #include "report/families/families.h"
+#include "report/samples.h"
 
 namespace zarn::report {
 namespace {
+
+constexpr std::size_t kMeanTime = 3;
+constexpr std::size_t kCalls = 6;
 
 [[nodiscard]] std::string NameOf(const JsonValue& name) {
     return ShortText(TextOf(&name).value_or("?"));
@@ -29,14 +33,17 @@ void AddCalls(const std::string& process, const JsonValue& rows, const Source& s
     for (const char* member : sys_call_files::kColumns) {
         table.columns.push_back(ColumnOf(member));
     }
+    FewSamples few;
     for (const JsonValue* row : ElementsOf(&rows)) {
         std::vector<Cell> cells;
         for (std::size_t i = 0; i < sys_call_files::kColumnCount; ++i) {
             const JsonValue* value = MemberOf(row, sys_call_files::kColumns[i]);
             cells.push_back(i == 0 ? TextCell(value, source) : NumberCell(value, source));
         }
+        few.Mark(SamplesIn(cells[kCalls]), cells[kMeanTime]);
         AddRow(table, std::move(cells));
     }
+    few.TellIn(table.head);
     if (!table.rows.empty()) {
         const auto* call = std::get_if<std::string>(&table.rows.front()[0].value);
         context.findings.push_back({TextCellOf("System calls of " + process + ": most time in " +

@@ -29,7 +29,7 @@ TEST(CpuPeakPageTest, ShowsWhatBusyCoresDid) {
     const Shown shown(tree);
     EXPECT_THAT(shown.Rows(kPage, "Peaks of load"),
                 ElementsAre("2026-01-01 00:00:00.000|1,3|3|f|2",
-                            "2026-01-01 00:00:01.000|2|0|[not-found]|[not-found]"));
+                            "2026-01-01 00:00:01.000|2|0|[too-few-samples]|[too-few-samples]"));
     EXPECT_THAT(shown.Titles(kPage),
                 ElementsAre("Peaks of load", "Stacks of cores 1,3 at 20260101000000000"));
     EXPECT_THAT(shown.Rows("summary", "What was found"),

@@ -81,6 +81,29 @@ std::vector<std::string> Shown::Rows(std::string_view page, std::string_view tit
     return rows;
 }
 
+std::vector<std::string> Shown::Greys(std::string_view page, std::string_view title) const {
+    std::vector<std::string> greys;
+    const JsonValue& block = Block(page, title);
+    if (!block.IsObject()) {
+        return greys;
+    }
+    for (const JsonValue& row : block["rows"].GetArray()) {
+        const JsonValue& cells = row.IsObject() ? row["cells"] : row;
+        const std::string subject = row.IsObject() ? TextOf(row["label"]) : Said(cells[0]);
+        for (rapidjson::SizeType i = 0; i < cells.Size(); ++i) {
+            if (cells[i].HasMember("grey")) {
+                greys.push_back(subject + " " + std::to_string(i + 1));
+            }
+        }
+    }
+    return greys;
+}
+
+std::string Shown::Note(std::string_view page, std::string_view title) const {
+    const JsonValue& block = Block(page, title);
+    return block.IsObject() && block.HasMember("note") ? TextOf(block["note"]) : "";
+}
+
 std::vector<std::string> Shown::Lines(std::string_view page, std::string_view title,
                                       double from) const {
     std::vector<std::string> lines;

@@ -29,6 +29,11 @@ public:
     // brackets.
     [[nodiscard]] std::vector<std::string> Rows(std::string_view page,
                                                 std::string_view title) const;
+    // The grey figures of a table block: what the row says first, and the column from 1.
+    [[nodiscard]] std::vector<std::string> Greys(std::string_view page,
+                                                 std::string_view title) const;
+    // What stands below a block's title; empty if nothing does.
+    [[nodiscard]] std::string Note(std::string_view page, std::string_view title) const;
     // The lines of a chart: "name: moment=value ..." with moments counted from `from`.
     [[nodiscard]] std::vector<std::string> Lines(std::string_view page, std::string_view title,
                                                  double from) const;
