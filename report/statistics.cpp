@@ -54,6 +54,15 @@ void AddStatistics(const std::string& subject, const FoundAt& at, const Statisti
             CountCell(MemberOf(at.figures, names.troughs), at.source)});
 }
 
+void MarkMean(const SampleCount& samples, std::size_t mean, std::vector<Cell>& row,
+              FewSamples& few) {
+    constexpr std::size_t kFigures = 3;
+    const std::size_t marked = samples == 0U ? kFigures : 1;
+    for (std::size_t i = mean; i < mean + marked && i < row.size(); ++i) {
+        few.Mark(samples, row[i]);
+    }
+}
+
 void AddPeaksAndTroughs(const FoundAt& at, const StatisticsNames& names,
                         std::optional<std::size_t> line, std::vector<Mark>& marks) {
     Mark like;

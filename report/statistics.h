@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "report/family.h"
+#include "report/samples.h"
 #include "report/series.h"
 
 // What analyzers say of a series of samples: mean, greatest, least, peaks and troughs.
@@ -32,6 +33,11 @@ struct FoundAt {
 
 void AddStatistics(const std::string& subject, const FoundAt& at, const StatisticsNames& names,
                    TableBlock& table);
+
+// Marks the mean of a row that begins with such figures, from the one at `mean` on. Of no sample at
+// all there is neither a greatest nor a least value: analyzers write a number nevertheless.
+void MarkMean(const SampleCount& samples, std::size_t mean, std::vector<Cell>& row,
+              FewSamples& few);
 
 // Marks of all its peaks and troughs, on that line of a chart.
 void AddPeaksAndTroughs(const FoundAt& at, const StatisticsNames& names,

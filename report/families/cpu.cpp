@@ -1,10 +1,13 @@
 #include "formats/cpu.h"
 
+#include <algorithm>
 #include <array>
+#include <functional>
 #include <string>
 #include <utility>
 
 #include "foundation/text.h"
+#include "foundation/time.h"
 #include "report/families/families.h"
 #include "report/lines.h"
 #include "report/moments.h"
@@ -17,9 +20,65 @@ namespace {
 constexpr StatisticsNames kNames = {"meanUsage", "maxUsage", "minUsage",
                                     "peak",      "trought",  {"cpuValue", "timeStamp"}};
 constexpr const char* kPercent = "%";
+constexpr const char* kShare = "share";
 
 // Shares of CPU time that the analyzer looks at, by their short names in `top`.
 constexpr std::array<const char*, 5> kShares = {"us", "sy", "id", "hi", "si"};
+
+// A chart of one of the analyzer's tables: the samples that its figures are of.
+struct TableChart {
+    std::string time;  // in the table's name
+    SeriesBlock chart;
+};
+
+// How many samples the document of that file had of a line of the tables.
+class Samples {
+public:
+    Samples(const std::vector<TableChart>& charts, const std::string& file) {
+        const std::string time = GetFileTimestamp(file);
+        const auto found =
+            std::find_if(charts.begin(), charts.end(),
+                         [&time](const TableChart& table) { return table.time == time; });
+        chart_ = found == charts.end() ? nullptr : &found->chart;
+    }
+
+    [[nodiscard]] SampleCount OfLine(std::size_t line) const {
+        return chart_ == nullptr ? std::nullopt : SamplesOf(*chart_, line);
+    }
+    [[nodiscard]] SampleCount OfName(const std::string& name) const {
+        for (std::size_t line = 0; chart_ != nullptr && line < chart_->series.size(); ++line) {
+            if (chart_->series[line].name == name) {
+                return OfLine(line);
+            }
+        }
+        return std::nullopt;
+    }
+
+private:
+    const SeriesBlock* chart_ = nullptr;
+};
+
+// Marks the means, and what is made of them, in rows of too few samples.
+void MarkRows(const std::function<SampleCount(const std::vector<Cell>& row)>& samplesOf,
+              TableBlock& table) {
+    const auto isMean = [](const Column& column) { return column.name == "mean"; };
+    const auto mean = static_cast<std::size_t>(
+        std::find_if(table.columns.begin(), table.columns.end(), isMean) - table.columns.begin());
+    FewSamples few;
+    for (std::vector<Cell>& row : table.rows) {
+        const SampleCount samples = samplesOf(row);
+        MarkMean(samples, mean, row, few);
+        if (table.columns.back().name == kShare) {
+            few.Mark(samples, row.back());
+        }
+    }
+    few.TellIn(table.head);
+}
+
+[[nodiscard]] std::string TextIn(const Cell& cell) {
+    const auto* text = std::get_if<std::string>(&cell.value);
+    return text == nullptr ? "" : *text;
+}
 
 // Of a process, as the analyzer tells it.
 void AddProcess(const JsonValue* process, const Source& source, TableBlock& table,
@@ -85,13 +144,23 @@ void TakeBusiest(const JsonValue* top, const Source& source, SystemAnalysis& ana
     for (const auto& member : top->GetObject()) {
         AddProcess(&member.value, source, *analysis.busiest);
     }
-    if (const JsonValue* first = MemberOf(top, "Top_1"); first != nullptr) {
-        const auto command = TextOf(MemberOf(first, "procCommand"));
-        analysis.findings.push_back(
-            {TextCellOf("CPU, busiest process: " + std::string(command.value_or("?")), source),
-             NumberCell(MemberOf(first, kNames.mean), source), kPercent,
-             EmptyCell(Reason::NotInFile)});
+}
+
+// Marks what rests on too few samples, and tells of the busiest process. The table has a column for
+// the sum of all processes, and behind it one for each process, the busiest first.
+void FinishSystem(const Samples& samples, SystemAnalysis& analysis) {
+    if (analysis.shares) {
+        MarkRows([&samples](const auto&) { return samples.OfLine(0); }, *analysis.shares);
     }
+    if (!analysis.busiest || analysis.busiest->rows.empty()) {
+        return;
+    }
+    std::size_t line = 0;
+    MarkRows([&](const auto&) { return samples.OfLine(++line); }, *analysis.busiest);
+    const std::vector<Cell>& first = analysis.busiest->rows.front();
+    Cell what = first[0];
+    what.value = "CPU, busiest process: " + TextIn(first[0]);
+    analysis.findings.push_back({what, first[2], kPercent, EmptyCell(Reason::NotInFile)});
 }
 
 [[nodiscard]] SystemAnalysis ReadSystem(FamilyContext& context, const RunFile& file) {
@@ -163,31 +232,11 @@ void TakeBusiest(const JsonValue* top, const Source& source, SystemAnalysis& ana
                       {"Shares of CPU time over time, whole system", "", std::nullopt}, kPercent);
 }
 
-void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
-    const std::vector<RunFile> documents = context.run.Find(cpu_files::kGlobalAnalysis);
-    SystemAnalysis analysis;
-    for (const RunFile& file : documents) {
-        analysis = ReadSystem(context, file);
-        context.findings.insert(context.findings.end(), analysis.findings.begin(),
-                                analysis.findings.end());
-        for (auto* table : {&analysis.shares, &analysis.busiest}) {
-            if (*table) {
-                (*table)->head.title = TitleOf((*table)->head.title, documents, file);
-                blocks.emplace_back(std::move(**table));
-            }
-        }
-    }
-    std::vector<RunFile> logs = context.run.Find(cpu_files::kGlobalLog);
-    if (logs.empty()) {
-        logs = context.run.Find(cpu_files::kUsageLog);
-    }
-    for (const RunFile& file : logs) {
-        if (auto chart = ShareChart(context, file, analysis.shareMarks)) {
-            chart->head.title = TitleOf(chart->head.title, logs, file);
-            blocks.emplace_back(std::move(*chart));
-        }
-    }
+// The charts of the processes.
+[[nodiscard]] std::vector<TableChart> ProcessCharts(FamilyContext& context,
+                                                    const std::vector<Mark>& marks) {
     constexpr std::size_t kMostProcesses = 11;  // the sum, and the ten busiest
+    std::vector<TableChart> charts;
     const std::vector<RunFile> tables = context.run.Find(cpu_files::kGlobalTable);
     for (const RunFile& file : tables) {
         const ChartWords words{{TitleOf("Processes", tables, file),
@@ -197,10 +246,51 @@ void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
                                kPercent,
                                false,
                                kMostProcesses};
-        if (auto chart = ChartOfTable(context, file, words, analysis.sumMarks)) {
+        if (auto chart = ChartOfTable(context, file, words, marks)) {
+            charts.push_back({GetFileTimestamp(file.name), std::move(*chart)});
+        }
+    }
+    return charts;
+}
+
+void MoveInto(std::vector<TableChart>& charts, std::vector<Block>& blocks) {
+    for (TableChart& table : charts) {
+        blocks.emplace_back(std::move(table.chart));
+    }
+}
+
+void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
+    const std::vector<RunFile> documents = context.run.Find(cpu_files::kGlobalAnalysis);
+    std::vector<SystemAnalysis> analyses;
+    for (const RunFile& file : documents) {
+        analyses.push_back(ReadSystem(context, file));
+    }
+    const SystemAnalysis none;
+    const SystemAnalysis& last = analyses.empty() ? none : analyses.back();
+    std::vector<TableChart> processes = ProcessCharts(context, last.sumMarks);
+    for (std::size_t i = 0; i < analyses.size(); ++i) {
+        SystemAnalysis& analysis = analyses[i];
+        FinishSystem(Samples(processes, documents[i].name), analysis);
+        context.findings.insert(context.findings.end(), analysis.findings.begin(),
+                                analysis.findings.end());
+        for (auto* table : {&analysis.shares, &analysis.busiest}) {
+            if (*table) {
+                (*table)->head.title = TitleOf((*table)->head.title, documents, documents[i]);
+                blocks.emplace_back(std::move(**table));
+            }
+        }
+    }
+    std::vector<RunFile> logs = context.run.Find(cpu_files::kGlobalLog);
+    if (logs.empty()) {
+        logs = context.run.Find(cpu_files::kUsageLog);
+    }
+    for (const RunFile& file : logs) {
+        if (auto chart = ShareChart(context, file, last.shareMarks)) {
+            chart->head.title = TitleOf(chart->head.title, logs, file);
             blocks.emplace_back(std::move(*chart));
         }
     }
+    MoveInto(processes, blocks);
 }
 
 void AddLoad(FamilyContext& context, std::vector<Block>& blocks) {
@@ -215,9 +305,17 @@ void AddLoad(FamilyContext& context, std::vector<Block>& blocks) {
     }
 }
 
+// Where a document stands, and the samples that it is of.
+struct FoundIn {
+    Source source;
+    Samples samples;
+};
+
 // The cores of one document: their order by load, and their shares.
-void TakeCores(FamilyContext& context, const JsonValue& content, const Source& source,
+void TakeCores(FamilyContext& context, const JsonValue& content, const FoundIn& found,
                std::vector<Block>& blocks) {
+    const Source& source = found.source;
+    FewSamples fewLoads;
     BarsBlock bars;
     bars.head = {"Load of the cores", "Mean of 100 minus the idle share, busiest first.", source};
     bars.unit = kPercent;
@@ -225,10 +323,12 @@ void TakeCores(FamilyContext& context, const JsonValue& content, const Source& s
     for (const JsonValue* core : ElementsOf(MemberOf(&content, "coresUsageSorted"))) {
         const auto name = TextOf(MemberOf(core, "coreID"));
         if (bars.rows.size() < kMostRows) {
-            bars.rows.push_back(
-                {ShortText(name.value_or("?")), {NumberCell(MemberOf(core, kNames.mean), source)}});
+            Cell load = NumberCell(MemberOf(core, kNames.mean), source);
+            fewLoads.Mark(found.samples.OfName(std::string(name.value_or("?")) + " id"), load);
+            bars.rows.push_back({ShortText(name.value_or("?")), {std::move(load)}});
         }
     }
+    fewLoads.TellIn(bars.head);
     TableBlock table =
         StatisticsTable({"Shares of CPU time, each core", "", source}, "core, share", kPercent);
     for (const JsonValue* core : ElementsOf(MemberOf(&content, "cpuUsage"))) {
@@ -239,6 +339,8 @@ void TakeCores(FamilyContext& context, const JsonValue& content, const Source& s
             TellExtremes("CPU " + name + " " + share, at, kNames, kPercent, context.findings);
         }
     }
+    MarkRows([&](const std::vector<Cell>& row) { return found.samples.OfName(TextIn(row[0])); },
+             table);
     blocks.emplace_back(std::move(bars));
     blocks.emplace_back(std::move(table));
 }
@@ -279,19 +381,22 @@ void TakeCores(FamilyContext& context, const JsonValue& content, const Source& s
 }
 
 void AddCores(FamilyContext& context, std::vector<Block>& blocks) {
-    AddLastDocuments(
-        context, context.run.Find(cpu_files::kCoreAnalysis), "cpuUsage",
-        [&context](const JsonValue& content, const Source& source, std::vector<Block>& own) {
-            TakeCores(context, content, source, own);
-        },
-        blocks);
+    std::vector<TableChart> charts;
     const std::vector<RunFile> tables = context.run.Find(cpu_files::kCoreTable);
     for (const RunFile& file : tables) {
         if (auto chart = CoreChart(context, file)) {
             chart->head.title = TitleOf("Shares of CPU time over time, each core", tables, file);
-            blocks.emplace_back(std::move(*chart));
+            charts.push_back({GetFileTimestamp(file.name), std::move(*chart)});
         }
     }
+    AddLastDocuments(
+        context, context.run.Find(cpu_files::kCoreAnalysis), "cpuUsage",
+        [&](const JsonValue& content, const Source& source, std::vector<Block>& own) {
+            const FoundIn found{source, Samples(charts, context.files.All()[source.file].name)};
+            TakeCores(context, content, found, own);
+        },
+        blocks);
+    MoveInto(charts, blocks);
 }
 
 // A set of processes: its figures, and those of its processes.
@@ -301,7 +406,7 @@ void TakeSets(FamilyContext& context, const JsonValue& content, const Source& so
         StatisticsTable({"Sets of processes",
                          "Percent of one processor; the share is that of all processors.", source},
                         "set", kPercent);
-    sets.columns.push_back({"share", kPercent, true});
+    sets.columns.push_back({kShare, kPercent, true});
     TableBlock processes = ProcessTable("Processes of the sets", "Percent of one processor.");
     processes.columns.insert(processes.columns.begin(), {"set", "", false});
     const JsonValue* all = MemberOf(&content, "procSetInfo");
@@ -337,22 +442,34 @@ void TakeSets(FamilyContext& context, const JsonValue& content, const Source& so
 
 void AddSets(FamilyContext& context, std::vector<Block>& blocks) {
     std::vector<Mark> marks;
+    std::vector<Block> own;
     AddLastDocuments(
         context, context.run.Find(cpu_files::kSelectedAnalysis), "procSetInfo",
-        [&](const JsonValue& content, const Source& source, std::vector<Block>& own) {
-            TakeSets(context, content, source, own);
+        [&](const JsonValue& content, const Source& source, std::vector<Block>& made) {
+            TakeSets(context, content, source, made);
             marks = SetMarks(content, source);
         },
-        blocks);
+        own);
+    std::vector<TableChart> charts;
     const std::vector<RunFile> tables = context.run.Find(cpu_files::kSelectedTable);
     for (const RunFile& file : tables) {
         const ChartWords words{{TitleOf("Sums of the sets of processes", tables, file),
                                 "Percent of one processor.", std::nullopt},
                                kPercent};
         if (auto chart = ChartOfTable(context, file, words, marks)) {
-            blocks.emplace_back(std::move(*chart));
+            charts.push_back({GetFileTimestamp(file.name), std::move(*chart)});
         }
     }
+    for (Block& block : own) {
+        // A process was seen in no more samples than its set.
+        const auto samplesOf = [&](const std::vector<Cell>& row) {
+            const std::string& file = context.files.All()[row[0].source->file].name;
+            return Samples(charts, file).OfName(TextIn(row[0]) + "_total");
+        };
+        MarkRows(samplesOf, std::get<TableBlock>(block));
+        blocks.push_back(std::move(block));
+    }
+    MoveInto(charts, blocks);
 }
 
 }  // namespace

@@ -26,13 +26,17 @@ struct Master {
     std::vector<Cell> cells;     // the bounds, the hard limit, the priority
 };
 
+// The analyzer's figures of a master.
+constexpr std::size_t kMean = 1;
+constexpr std::size_t kMeanAbove = 6;
+
 // What all files of the family say, by the names of masters.
 struct DdrRun {
     std::map<std::string, Master> masters;
     std::map<std::string, std::uint64_t> samples;  // with a share
     std::map<std::string, std::uint64_t> over;     // of these above the upper bound
     std::vector<Mark> marks;
-    bool hasSamples = false;
+    std::size_t sampleFiles = 0;
 };
 
 [[nodiscard]] std::size_t IndexOf(const std::string& name) {
@@ -89,16 +93,9 @@ void AddAnalysis(FamilyContext& context, DdrRun& ddr, std::vector<Block>& blocks
                 }
                 const FoundAt at{one, source};
                 AddStatistics(name, at, kNames, table);
-                const Cell over = NumberCell(MemberOf(one, "over"), source);
-                table.rows.back().push_back(over);
+                table.rows.back().push_back(NumberCell(MemberOf(one, "over"), source));
                 AddPeaksAndTroughs(at, kNames, IndexOf(name), marks);
                 TellExtremes("DDR " + name, at, kNames, kPercent, findings);
-                const auto* by = std::get_if<double>(&over.value);
-                if (by != nullptr && *by > 0.0) {
-                    findings.push_back(
-                        {TextCellOf("DDR " + name + ": mean above its upper bound by", source),
-                         over, kPercent, EmptyCell(Reason::NotInFile)});
-                }
             }
         });
         if (!table.rows.empty()) {
@@ -109,6 +106,31 @@ void AddAnalysis(FamilyContext& context, DdrRun& ddr, std::vector<Block>& blocks
     }
 }
 
+// How many samples of a master the analyzer had; it refuses more files of samples than one.
+[[nodiscard]] SampleCount AnalysedSamples(const DdrRun& ddr, const std::string& master) {
+    const auto samples = ddr.samples.find(master);
+    const std::uint64_t count = samples == ddr.samples.end() ? 0 : samples->second;
+    return ddr.sampleFiles == 1 ? SampleCount(count) : std::nullopt;
+}
+
+// Marks the analyzer's figures of too few samples, and tells of means above the bounds.
+void FinishAnalysis(FamilyContext& context, const DdrRun& ddr, TableBlock& table) {
+    FewSamples few;
+    for (std::vector<Cell>& row : table.rows) {
+        const std::string name = std::get<std::string>(row[0].value);
+        const SampleCount samples = AnalysedSamples(ddr, name);
+        MarkMean(samples, kMean, row, few);
+        few.Mark(samples, row[kMeanAbove]);
+        const auto* by = std::get_if<double>(&row[kMeanAbove].value);
+        if (by != nullptr && *by > 0.0) {
+            context.findings.push_back(
+                {TextCellOf("DDR " + name + ": mean above its upper bound by", *row[0].source),
+                 row[kMeanAbove], kPercent, EmptyCell(Reason::NotInFile)});
+        }
+    }
+    few.TellIn(table.head);
+}
+
 [[nodiscard]] double PercentOfPeak(double gigabytes) {
     return gigabytes / kDdrPeakGb * 100.0;
 }
@@ -116,7 +138,7 @@ void AddAnalysis(FamilyContext& context, DdrRun& ddr, std::vector<Block>& blocks
 // Counts the samples of masters, and those above their bounds, whose moments it marks.
 void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment moment,
                   const std::function<Source()>& source, DdrRun& ddr, std::vector<Mark>& over) {
-    for (std::size_t i = 0; i < shares.size() && !ddr.masters.empty(); ++i) {
+    for (std::size_t i = 0; i < shares.size(); ++i) {
         const auto master = ddr.masters.find(ddrNameList[i]);
         if (shares[i]) {
             ++ddr.samples[ddrNameList[i]];
@@ -155,7 +177,6 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
         lines.Add(mark);
     }
     std::vector<Mark> over;
-    ddr.hasSamples = true;
     ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
         const auto moment = MomentOf(MemberOf(&document, "happenTime"));
         const JsonValue* shares = FirstOf(MemberOf(&document, "content"));
@@ -196,12 +217,13 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
 }
 
 // How many samples of a master are above its upper bound.
-[[nodiscard]] Cell OverCell(const DdrRun& ddr, const std::string& name, const Master& master) {
+[[nodiscard]] Cell OverCell(const DdrRun& ddr, const std::string& name, const Master& master,
+                            FewSamples& few) {
     constexpr std::size_t kHigh = 1;  // among the settings
     const auto samples = ddr.samples.find(name);
     if (!master.high || samples == ddr.samples.end() || samples->second == 0) {
         const auto* reason = std::get_if<Reason>(&master.cells[kHigh].value);
-        const Reason noSample = ddr.hasSamples ? Reason::NotInFile : Reason::FileMissing;
+        const Reason noSample = ddr.sampleFiles > 0 ? Reason::NotInFile : Reason::FileMissing;
         return EmptyCell(reason != nullptr ? *reason : noSample);
     }
     const auto over = ddr.over.find(name);
@@ -209,6 +231,7 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
     cell.value = over == ddr.over.end() ? 0.0 : static_cast<double>(over->second);
     cell.computed = "samples whose share of 51 GB/s is above the bound, of " +
                     std::to_string(samples->second) + " samples";
+    few.Mark(samples->second, cell);
     return cell;
 }
 
@@ -216,6 +239,7 @@ void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& bl
     if (ddr.masters.empty()) {
         return;
     }
+    FewSamples few;
     TableBlock table;
     table.head = {
         "Bounds of the masters", "As the settings were at the start of the collection.", {}};
@@ -232,7 +256,7 @@ void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& bl
         }
         std::vector<Cell> row = {TextCellOf(name, master->second.source)};
         row.insert(row.end(), master->second.cells.begin(), master->second.cells.end());
-        Cell count = OverCell(ddr, name, master->second);
+        Cell count = OverCell(ddr, name, master->second, few);
         if (ddr.over.count(name) != 0) {
             context.findings.push_back(
                 {TextCellOf("DDR " + name + ": samples above its upper bound",
@@ -242,6 +266,7 @@ void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& bl
         row.push_back(std::move(count));
         AddRow(table, std::move(row));
     }
+    few.TellIn(table.head);
     blocks.emplace_back(std::move(table));
 }
 
@@ -254,8 +279,12 @@ std::vector<Block> DdrBlocks(FamilyContext& context) {
     AddAnalysis(context, ddr, analysis);
     std::vector<Block> blocks;
     const std::vector<RunFile> samples = context.run.Find(ddr_files::kBandwidth);
+    ddr.sampleFiles = samples.size();
     for (const RunFile& file : samples) {
         AddCharts(context, file, samples, ddr, blocks);
+    }
+    for (Block& block : analysis) {
+        FinishAnalysis(context, ddr, std::get<TableBlock>(block));
     }
     blocks.insert(blocks.end(), std::make_move_iterator(analysis.begin()),
                   std::make_move_iterator(analysis.end()));

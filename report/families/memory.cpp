@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <map>
 #include <utility>
 
@@ -50,7 +51,20 @@ void AddSystemAnalysis(FamilyContext& context, std::vector<Mark>& marks,
         blocks);
 }
 
+constexpr std::size_t kMean = 1;  // column of the analyzer's figures
+
+// Marks the figures of all rows that rest on too few samples.
+void MarkMeans(const std::function<SampleCount(const std::string& subject)>& samples,
+               TableBlock& table) {
+    FewSamples few;
+    for (std::vector<Cell>& row : table.rows) {
+        MarkMean(samples(std::get<std::string>(row[0].value)), kMean, row, few);
+    }
+    few.TellIn(table.head);
+}
+
 void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
+    std::uint64_t samples = 0;  // of all files, which the analyzer takes as one
     std::vector<Mark> marks;
     std::vector<Block> analysis;
     AddSystemAnalysis(context, marks, analysis);
@@ -68,6 +82,7 @@ void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
                 maker.PassOver();
                 return;
             }
+            ++samples;
             std::vector<std::optional<double>> values;
             values.reserve(kMemSystemColumns.size());
             for (const char* column : kMemSystemColumns) {
@@ -84,6 +99,10 @@ void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
                  std::nullopt},
                 kUnit));
         }
+    }
+    for (Block& block : analysis) {
+        MarkMeans([&](const std::string&) { return files.empty() ? SampleCount() : samples; },
+                  std::get<TableBlock>(block));
     }
     std::move(analysis.begin(), analysis.end(), std::back_inserter(blocks));
 }
@@ -157,7 +176,12 @@ private:
     std::uint64_t left_ = 0;  // rows of processes beyond those that are kept
 };
 
-void AddProcessCharts(FamilyContext& context, std::vector<Block>& blocks) {
+// How many samples there are of each process, by its name in the page.
+using ProcessSamples = std::map<std::string, std::uint64_t>;
+
+[[nodiscard]] ProcessSamples AddProcessCharts(FamilyContext& context, std::vector<Block>& blocks) {
+    constexpr std::size_t kMostCounted = 4096;
+    ProcessSamples samples;
     std::vector<std::string> fields = {"RSS", "USS", kMemSharePoolColumn};
     const std::string chosen = context.SettingOf("MemAnalyzer.process_field");
     if (!chosen.empty() && std::count(fields.begin(), fields.end(), chosen) == 0) {
@@ -178,6 +202,10 @@ void AddProcessCharts(FamilyContext& context, std::vector<Block>& blocks) {
                 const ProcessId id{
                     ShortText(TextOf(MemberOf(row, kMemCommandColumn)).value_or("?")),
                     ShortText(TextOf(MemberOf(row, kMemPidColumn)).value_or("?"))};
+                const std::string name = NameOf(id);
+                if (samples.size() < kMostCounted || samples.count(name) != 0) {
+                    ++samples[name];
+                }
                 for (ProcessField& maker : makers) {
                     maker.Take(*row, id, *moment, line);
                 }
@@ -192,11 +220,13 @@ void AddProcessCharts(FamilyContext& context, std::vector<Block>& blocks) {
             }
         }
     }
+    return samples;
 }
 
 // The analyzer's figures of the processes. Where a process has a trough and a later peak its memory
 // grew.
-void AddProcessAnalysis(FamilyContext& context, std::vector<Block>& blocks) {
+void AddProcessAnalysis(FamilyContext& context, const ProcessSamples& samples,
+                        std::vector<Block>& blocks) {
     const std::string field = context.SettingOf("MemAnalyzer.process_field");
     AddLastDocuments(
         context, context.run.Find(mem_files::kProcessAnalysis), "",
@@ -213,6 +243,12 @@ void AddProcessAnalysis(FamilyContext& context, std::vector<Block>& blocks) {
                 TellExtremes("Memory of " + NameOf(id) + " " + field, at, kNames, kUnit,
                              context.findings);
             }
+            MarkMeans(
+                [&samples](const std::string& process) {
+                    const auto found = samples.find(process);
+                    return found == samples.end() ? SampleCount() : found->second;
+                },
+                table);
             own.emplace_back(std::move(table));
         },
         blocks);
@@ -223,8 +259,8 @@ void AddProcessAnalysis(FamilyContext& context, std::vector<Block>& blocks) {
 std::vector<Block> MemoryBlocks(FamilyContext& context) {
     std::vector<Block> blocks;
     AddSystem(context, blocks);
-    AddProcessCharts(context, blocks);
-    AddProcessAnalysis(context, blocks);
+    const ProcessSamples samples = AddProcessCharts(context, blocks);
+    AddProcessAnalysis(context, samples, blocks);
     return blocks;
 }
 
