@@ -59,10 +59,37 @@ struct Family {
     return {family.title, wasRun ? Reason::FileMissing : Reason::NotMeasured};
 }
 
+// The name of a directory, without the path.
+[[nodiscard]] std::string NameOfDirectory(std::string path) {
+    while (!path.empty() && path.back() == '/') {
+        path.pop_back();
+    }
+    return path.substr(path.rfind('/') + 1);
+}
+
+// The runs that a comparison is of. Trees are looked at elsewhere than where they were made, so
+// that their directories' names count alone; a name of two of them tells nothing.
+[[nodiscard]] std::map<std::string, Run*> VersionsOf(const RunView& view,
+                                                     std::vector<RunView>& views) {
+    std::map<std::string, Run*> versions;
+    for (const auto& [version, directory] : view.facts.versions) {
+        std::vector<Run*> named;
+        for (RunView& other : views) {
+            if (NameOfDirectory(other.run.Path()) == NameOfDirectory(directory)) {
+                named.push_back(&other.run);
+            }
+        }
+        if (named.size() == 1) {
+            versions[version] = named.front();
+        }
+    }
+    return versions;
+}
+
 // The page of a family, if the run has something of it.
-void AddPage(const Family& family, bool isAlone, Files& files, RunView& view,
+void AddPage(const Family& family, std::vector<RunView>& views, RunView& view, Files& files,
              std::vector<Page>& pages) {
-    FamilyContext context{view.run, files, view.facts.settings, {}};
+    FamilyContext context{view.run, files, view.facts.settings, {}, VersionsOf(view, views)};
     std::vector<Block> blocks = family.make(context);
     if (blocks.empty()) {
         view.missing.push_back(MissingPage(family, view));
@@ -71,7 +98,7 @@ void AddPage(const Family& family, bool isAlone, Files& files, RunView& view,
     const std::uint32_t number = view.run.Number();
     Page page;
     page.id = family.id + (number == 0 ? "" : "-" + std::to_string(number + 1));
-    page.title = family.title + (isAlone ? "" : ": " + view.label);
+    page.title = family.title + (views.size() == 1 ? "" : ": " + view.label);
     page.run = number;
     page.blocks = std::move(blocks);
     pages.push_back(std::move(page));
@@ -96,7 +123,7 @@ Report ComposeReport(const std::vector<std::string>& paths, const std::vector<st
     for (const Family& family : Families()) {
         for (RunView& view : views) {
             onProgress(view.label + ": " + family.title);
-            AddPage(family, views.size() == 1, files, view, report.pages);
+            AddPage(family, views, view, files, report.pages);
         }
     }
     if (auto together = TogetherPage(report.pages)) {

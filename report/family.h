@@ -28,6 +28,7 @@ struct FamilyContext {
     Files& files;
     std::map<std::string, std::string> settings;  // as RunFacts has them
     std::vector<Finding> findings;
+    std::map<std::string, Run*> versions;  // of a comparison: those that are runs of the report
 
     [[nodiscard]] Source At(const RunFile& file, std::uint64_t line = 0) {
         return files.At(file.index, line);

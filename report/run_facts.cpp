@@ -48,6 +48,18 @@ constexpr const char* kCompareMode = "compareMode";
     return named;
 }
 
+void TakeVersions(const JsonValue& root, RunFacts& facts) {
+    const JsonValue* map = MemberOf(&root, {"ManagerParam", kCompareMode, "versionMap"});
+    if (map == nullptr || !map->IsObject()) {
+        return;
+    }
+    for (const auto& version : map->GetObject()) {
+        if (const auto directory = TextOf(&version.value)) {
+            facts.versions[ShortText(*TextOf(&version.name))] = std::string(*directory);
+        }
+    }
+}
+
 void AddSettings(const JsonValue& root, const Source& source, RunFacts& facts) {
     TableBlock table;
     table.head = {"Configuration", "", source};
@@ -93,6 +105,7 @@ void AddSettings(const JsonValue& root, const Source& source, RunFacts& facts) {
         files.Trouble(file->index, "it is no JSON object");
     } else {
         AddSettings(document, files.At(file->index, 0), facts);
+        TakeVersions(document, facts);
         return NamedMissions(document);
     }
     return {};

@@ -23,6 +23,7 @@ struct RunFacts {
     std::vector<Mission> missions;  // in the order of their ends, those that did not end last
     std::map<std::string, std::string> settings;  // "<section>.<key>" to its text
     std::set<std::string> names;                  // of them
+    std::map<std::string, std::string> versions;  // that are compared, to their directories
     std::vector<Block> blocks;  // the configuration and the versions, for the first page
 };
 

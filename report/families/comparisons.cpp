@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <utility>
 
 #include "formats/cpu.h"
@@ -9,6 +10,7 @@
 #include "formats/hot_fun.h"
 #include "formats/mem.h"
 #include "report/families/families.h"
+#include "report/families/version_samples.h"
 #include "report/tables.h"
 
 namespace zarn::report {
@@ -39,6 +41,7 @@ constexpr std::size_t kMostBarRows = 60;
     if (from != nullptr && to != nullptr) {
         cell.value = Subtract(*to, *from);
         cell.computed = "this version's value minus the first version's";
+        cell.grey = first.grey || other.grey;
     }
     return cell;
 }
@@ -50,9 +53,15 @@ struct Drawn {
     const char* unit;
 };
 
+// How many samples a figure of a version is of; none for what no samples were summed up for.
+using SamplesOfFigure =
+    std::function<SampleCount(const std::string& version, std::string_view figure)>;
+
 // A table with a head line of versions, and a line for each figure.
 void AddVersionTable(FamilyContext& context, const RunFile& file, const std::string& title,
-                     const Drawn& drawn, std::vector<Block>& blocks) {
+                     const Drawn& drawn, const SamplesOfFigure& samplesOf,
+                     std::vector<Block>& blocks) {
+    FewSamples few;
     TableBlock table;
     table.head = {title, "", Source{file.index, 0}};
     BarsBlock bars;
@@ -78,6 +87,7 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
         std::vector<Cell> values;
         for (std::size_t i = 1; i <= bars.names.size(); ++i) {
             values.push_back(NumberCellOf(i < cells.size() ? cells[i] : "", source));
+            few.Mark(samplesOf(bars.names[i - 1], cells[0]), values.back());
         }
         std::vector<Cell> row = {TextCellOf(cells[0], source)};
         row.insert(row.end(), values.begin(), values.end());
@@ -91,6 +101,8 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
         }
         AddRow(table, std::move(row));
     });
+    few.TellIn(bars.head);
+    few.TellIn(table.head);
     if (!bars.rows.empty()) {
         blocks.emplace_back(std::move(bars));
     }
@@ -104,7 +116,7 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
 class MemoryTables {
 public:
     MemoryTables(FamilyContext& context, const RunFile& file, std::string title)
-        : context_(context), file_(file), title_(std::move(title)) {}
+        : context_(context), samples_(context), file_(file), title_(std::move(title)) {}
 
     void Take(const Cells& cells, std::uint64_t line) {
         if (!cells.empty() && (cells[0] == "project" || cells[0] == "process")) {
@@ -126,9 +138,12 @@ private:
     void Begin(const Cells& cells, std::uint64_t line) {
         End();
         versions_.clear();
+        counts_.clear();
         for (std::size_t i = 1; i < cells.size(); i += kFigures) {
             versions_.push_back(ShortText(cells[i]));
+            counts_.push_back(SamplesOf(cells[0] == "process", versions_.back()));
         }
+        few_ = {};
         table_ = {};
         bars_ = {};
         table_.head = {title_, "", context_.At(file_, line)};
@@ -153,6 +168,7 @@ private:
         for (std::size_t i = 1; i <= kFigures * versions_.size(); ++i) {
             row.push_back(NumberCellOf(i < cells.size() ? cells[i] : "", source));
             if ((i - 1) % kFigures == kMean) {
+                few_.Mark(counts_[(i - 1) / kFigures], row.back());
                 means.push_back(row.back());
             }
         }
@@ -167,16 +183,34 @@ private:
 
     void End() {
         if (!table_.rows.empty() && blocks_.size() < kMostRows) {
+            few_.TellIn(bars_.head);
+            few_.TellIn(table_.head);
             blocks_.emplace_back(std::move(bars_));
             blocks_.emplace_back(std::move(table_));
         }
         table_ = {};
     }
 
+    // Of a column: a version, of a process with that in brackets behind it.
+    [[nodiscard]] SampleCount SamplesOf(bool isProcess, const std::string& column) {
+        if (!isProcess) {
+            return samples_.OfSystemMemory(column);
+        }
+        const std::size_t bracket = column.find('(');
+        return bracket == std::string::npos || column.back() != ')'
+                   ? std::nullopt
+                   : samples_.OfProcessMemory(
+                         column.substr(0, bracket),
+                         column.substr(bracket + 1, column.size() - bracket - 2));
+    }
+
     FamilyContext& context_;
+    VersionSamples samples_;
     const RunFile& file_;
     std::string title_;
     std::vector<std::string> versions_;
+    std::vector<SampleCount> counts_;  // of each version
+    FewSamples few_;
     TableBlock table_;
     BarsBlock bars_;
     std::vector<Block> blocks_;
@@ -195,7 +229,8 @@ void AddMemory(FamilyContext& context, const char* name, const char* title,
 // A table of functions: the first version's share, and what the others differ by.
 class FunctionTable {
 public:
-    FunctionTable(FamilyContext& context, const RunFile& file) : context_(context), file_(file) {
+    FunctionTable(FamilyContext& context, const RunFile& file)
+        : context_(context), samples_(context), file_(file) {
         const std::string name = file.name.substr(file.name.rfind('/') + 1);
         table_.head = {"Functions, " + name, "Differences of the shares of the samples, in points.",
                        Source{file.index, 0}};
@@ -215,6 +250,8 @@ public:
     }
 
     void AddTo(std::vector<Block>& blocks) {
+        few_.TellIn(bars_.head);
+        few_.TellIn(table_.head);
         if (!bars_.rows.empty()) {
             blocks.emplace_back(std::move(bars_));
         }
@@ -233,10 +270,19 @@ private:
         for (std::size_t i = 0; i < versions_; ++i) {
             const std::string version = ShortText(cells[i]);
             table_.columns.push_back({version, i == 0 ? "%" : kPoints, true});
+            counts_.push_back(samples_.OfFunctions(version, Tag()));
             if (i > 0) {
                 bars_.names.push_back(version);
             }
         }
+    }
+
+    // What the table is about, of its name.
+    [[nodiscard]] std::string Tag() const {
+        const std::string none = hot_fun_files::ComparisonName("");
+        const std::size_t prefix = std::string(hot_fun_files::kRawPrefix).size();
+        const std::string name = file_.name.substr(file_.name.rfind('/') + 1);
+        return name.substr(prefix, name.size() - std::min(name.size(), none.size()));
     }
 
     void AddFunction(const Cells& cells, const Source& source) {
@@ -244,6 +290,9 @@ private:
                                  TextCellOf(cells[versions_], source)};
         for (std::size_t i = 0; i < versions_; ++i) {
             row.push_back(NumberCellOf(cells[i] == " " ? "" : cells[i], source, "%"));
+            // A difference is of the samples of both.
+            few_.Mark(counts_[i], row.back());
+            few_.Mark(counts_.front(), row.back());
         }
         if (bars_.rows.size() < kMostBarRows && versions_ > 1) {
             bars_.rows.push_back(
@@ -253,23 +302,38 @@ private:
     }
 
     FamilyContext& context_;
+    VersionSamples samples_;
     const RunFile& file_;
     TableBlock table_;
     BarsBlock bars_;
+    FewSamples few_;
+    std::vector<SampleCount> counts_;  // of each version
     std::size_t versions_ = 0;
 };
 
 }  // namespace
 
 std::vector<Block> ComparisonBlocks(FamilyContext& context) {
+    VersionSamples samples(context);
     std::vector<Block> blocks;
     if (const auto file =
             context.run.FindOne(std::string(cpu_files::kCsvDir) + cpu_files::kComparison)) {
-        AddVersionTable(context, *file, "CPU", {"cpu_", "_avg", "%"}, blocks);
+        AddVersionTable(
+            context, *file, "CPU", {"cpu_", "_avg", "%"},
+            [&samples](const std::string& version, std::string_view figure) {
+                return EndsWith(figure, "_avg") ? samples.OfCpu(version, figure) : std::nullopt;
+            },
+            blocks);
     }
     if (const auto file = context.run.FindOne(std::string(ddr_files::kCsvFolder) + "/" +
                                               ddr_files::kComparison)) {
-        AddVersionTable(context, *file, "DDR", {"", "_mean(%)", "%"}, blocks);
+        AddVersionTable(
+            context, *file, "DDR", {"", "_mean(%)", "%"},
+            [&samples](const std::string& version, std::string_view figure) {
+                const bool isOfMean = EndsWith(figure, "_mean(%)") || EndsWith(figure, "_over(%)");
+                return isOfMean ? samples.OfDdr(version) : std::nullopt;
+            },
+            blocks);
     }
     AddMemory(context, mem_files::kSystemComparison, "Memory of the system", blocks);
     AddMemory(context, mem_files::kProcessComparison, "Memory of processes", blocks);

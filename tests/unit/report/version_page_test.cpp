@@ -16,6 +16,7 @@ namespace {
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr const char* kPage = "versions";
 
@@ -77,6 +78,101 @@ TEST(VersionPageTest, ShowsFunctions) {
                 ElementsAre("Plan|-23.25", "f(int, int)|8.84"));
     EXPECT_THAT(shown.Troubles(), ElementsAre("csv/hotFun/hotfun_global_info.csv: line 4 is no row "
                                               "of the table"));
+}
+
+std::string Repeated(const std::string& text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i) {
+        all += text;
+    }
+    return all;
+}
+
+// A comparison of two versions: that of few samples, and that of enough.
+class FewSamplesOfVersionsTest : public testing::Test {
+protected:
+    void SetUp() override {
+        // Where a tree was made counts as little as its final slash.
+        const auto nameOf = [](const RunTree& tree) {
+            const std::string path = tree.Path().substr(0, tree.Path().size() - 1);
+            return path.substr(path.rfind('/') + 1);
+        };
+        comparison.Write("env_info/zarn_config.json",
+                         R"({"ManagerParam":{"compareMode":{"versionMap":{"enough":"/run/)" +
+                             nameOf(enough) + R"(/","few":"/run/)" + nameOf(few) + R"("}}}})");
+    }
+
+    [[nodiscard]] Shown All() const {
+        return Shown({comparison.Path(), few.Path(), enough.Path()});
+    }
+
+    RunTree comparison;
+    RunTree few;
+    RunTree enough;
+};
+
+TEST_F(FewSamplesOfVersionsTest, OfTheCpu) {
+    comparison.Write(
+        std::string(cpu_files::kCsvDir) + cpu_files::kComparison,
+        "version,enough,few,\ncpu_us_avg,1,2,\ncpu_us_max,3,4,\nplanner_cpu_avg,5,6,\n");
+    few.Write(RunTree::NameOf(cpu_files::kGlobalLog), Repeated("%Cpu(s): 1 us\nrow\n", 29));
+    enough.Write(RunTree::NameOf(cpu_files::kGlobalLog), Repeated("%Cpu(s): 1 us\nrow\n", 30));
+    EXPECT_THAT(All().Greys(kPage, "CPU"), ElementsAre("cpu_us_avg 3", "cpu_us_avg 4"));
+    EXPECT_EQ(All().Note(kPage, "CPU"), "Grey: of 29 samples, too few to trust.");
+    EXPECT_THAT(All().Greys(kPage, "CPU: means"), ElementsAre("cpu_us_avg 2"));
+    few.Write(RunTree::NameOf(cpu_files::kUsageLog), "%Cpu(s): 1 us\n");
+    EXPECT_THAT(All().Greys(kPage, "CPU"), ElementsAre("cpu_us_avg 3", "cpu_us_avg 4",
+                                                       "planner_cpu_avg 3", "planner_cpu_avg 4"));
+    // What is not in the report is not looked at.
+    EXPECT_THAT(Shown(comparison).Greys(kPage, "CPU"), IsEmpty());
+}
+
+TEST_F(FewSamplesOfVersionsTest, OfTheDdr) {
+    comparison.Write(std::string(ddr_files::kCsvFolder) + "/" + ddr_files::kComparison,
+                     "version_id,enough,few,\ncpu_mean(%),1,2,\ncpu_max(%),1,2,\ncpu_over(%),1,2,\n"
+                     "cpu_bwHigh(GB/s),1,2,\n");
+    few.Write(RunTree::NameOf(ddr_files::kBandwidth), Repeated("{}\n", 29));
+    enough.Write(RunTree::NameOf(ddr_files::kBandwidth), Repeated("{}\n", 30));
+    EXPECT_THAT(All().Greys(kPage, "DDR"),
+                ElementsAre("cpu_mean(%) 3", "cpu_mean(%) 4", "cpu_over(%) 3", "cpu_over(%) 4"));
+}
+
+TEST_F(FewSamplesOfVersionsTest, OfTheMemory) {
+    comparison.Write(std::string(mem_files::kCsvFolder) + "/" + mem_files::kSystemComparison,
+                     "project,enough,,,few,,,\n,min,avg,max,min,avg,max,\nused,1,2,3,1,2,3,\n");
+    comparison.Write(
+        std::string(mem_files::kCsvFolder) + "/" + mem_files::kProcessComparison,
+        "process,enough(a),,,few(a),,,\n,min,avg,max,min,avg,max,\nUSS,1,2,3,1,2,3,\n");
+    const std::string rows = R"({"content":[{"process":[{"COMMAND":"a"},{"COMMAND":"b"}]}]})";
+    few.Write(RunTree::NameOf(mem_files::kSystemSamples), Repeated("{}\n", 29));
+    few.Write(RunTree::NameOf(mem_files::kProcessSamples), Repeated(rows + "\n", 29));
+    enough.Write(RunTree::NameOf(mem_files::kSystemSamples), Repeated("{}\n", 30));
+    enough.Write(RunTree::NameOf(mem_files::kRawProcessSamples), Repeated(rows + "\n", 30));
+    EXPECT_THAT(All().Greys(kPage, "Memory of the system"), ElementsAre("used 6", "used 8"));
+    EXPECT_THAT(All().Greys(kPage, "Memory of the system: means"), ElementsAre("used 2"));
+    EXPECT_THAT(All().Greys(kPage, "Memory of processes"), ElementsAre("USS 6", "USS 8"));
+}
+
+TEST_F(FewSamplesOfVersionsTest, OfFunctions) {
+    using namespace hot_fun_files;
+    comparison.Write(std::string(kCsvDir) + ComparisonName(ProcessTag("a")),
+                     "enough,few,Shared Object,Symbol\n\"60%\",\"+1%\",\"a\",\"f\"\n");
+    const std::string sample = "a 7 1.0: 10 cycles: \n\t 1 f (/bin/a)\n\n";
+    const auto record = [&sample](const RunTree& tree, const std::string& name, int samples) {
+        tree.Write(kRawDir + RawName(ProcessTag(name, "7"), "20260101000000000") + kScriptSuffix,
+                   Repeated(sample, samples));
+    };
+    record(few, "a", 29);
+    record(few, "a_b", 1);
+    record(enough, "a", 30);
+    const std::string title = "Functions, " + ComparisonName(ProcessTag("a"));
+    EXPECT_THAT(All().Greys(kPage, title), ElementsAre("f 4"));
+    EXPECT_THAT(All().Greys(kPage, title + ": differences"), ElementsAre("f 1"));
+    record(enough, "a", 5);
+    EXPECT_THAT(All().Greys(kPage, title), ElementsAre("f 3", "f 4"));
+    EXPECT_EQ(All().Note(kPage, title),
+              "Differences of the shares of the samples, in points. Grey: of 5 to 29 samples, too "
+              "few to trust.");
 }
 
 TEST(OptimizerPageTest, ShowsEachEvaluationAndTheBestSoFar) {
