@@ -134,9 +134,71 @@ void TakeBoot(const JsonValue& content, BootMoment& boot) {
     return name.substr(0, prefix.size()) == prefix ? name.substr(prefix.size()) : name;
 }
 
+// The moment of seconds since the machine came up.
+[[nodiscard]] Cell WhenCell(const BootMoment& boot, const JsonValue* seconds,
+                            const Source& source) {
+    const Cell since = MeasureCell(seconds, kSeconds, source);
+    const auto* number = std::get_if<double>(&since.value);
+    if (!boot || number == nullptr) {
+        return EmptyCell(Reason::NotInFile);
+    }
+    constexpr double kMillisecondsOfSecond = 1000.0;
+    Cell cell = TextCellOf(DateOf(*boot + *number * kMillisecondsOfSecond), source);
+    cell.computed = "when the machine came up, told in whole seconds, and the seconds since then";
+    return cell;
+}
+
+// The row whose figure is the greatest; nullptr if none has one.
+[[nodiscard]] const JsonValue* GreatestOf(const std::vector<const JsonValue*>& rows,
+                                          const char* figure) {
+    const JsonValue* greatest = nullptr;
+    double most = 0.0;
+    for (const JsonValue* row : rows) {
+        const Cell cell = MeasureCell(MemberOf(row, figure), kMilliseconds, {});
+        const auto* number = std::get_if<double>(&cell.value);
+        if (number != nullptr && (greatest == nullptr || *number > most)) {
+            greatest = row;
+            most = *number;
+        }
+    }
+    return greatest;
+}
+
+// Where a document of the analyzer stands, what it is about, and when the machine came up.
+struct Analysed {
+    std::string name;
+    Source source;
+    BootMoment boot;
+};
+
+// Which members of a row are for the first page.
+struct Worst {
+    const char* words;
+    const char* figure;
+    const char* task;
+    const char* seconds;
+};
+
+// Tells of the row whose figure is the greatest.
+void TellWorst(const Analysed& analysed, const std::vector<const JsonValue*>& rows,
+               const Worst& worst, std::vector<Finding>& findings) {
+    const JsonValue* row = GreatestOf(rows, worst.figure);
+    if (row != nullptr) {
+        const auto task = TextOf(MemberOf(row, worst.task));
+        std::string what = "Scheduler, " + analysed.name;
+        what.append(worst.words).append(task.value_or("?"));
+        findings.push_back(
+            {TextCellOf(what, analysed.source),
+             MeasureCell(MemberOf(row, worst.figure), kMilliseconds, analysed.source),
+             kMilliseconds,
+             WhenCell(analysed.boot, MemberOf(row, worst.seconds), analysed.source)});
+    }
+}
+
 // The latency analysis: an object for the top list and one for each of its tasks.
-void AddLatencyAnalysis(const JsonValue& content, const std::string& name, const Source& source,
-                        FamilyContext& context, std::vector<Block>& blocks) {
+void AddLatencyAnalysis(const JsonValue& content, const Analysed& analysed, FamilyContext& context,
+                        std::vector<Block>& blocks) {
+    const auto& [name, source, boot] = analysed;
     TableBlock targets;
     targets.head = {"Delays by task, " + name, "", source};
     targets.columns = {{"task", "", false},
@@ -160,8 +222,10 @@ void AddLatencyAnalysis(const JsonValue& content, const std::string& name, const
                    delay != nullptr && (!worst || *delay > std::get<double>(worst->value.value))) {
             std::string what = "Scheduler, " + name;
             what.append(": greatest delay, of ").append(target);
-            worst = Finding{TextCellOf(what, source), greatest, kMilliseconds,
-                            EmptyCell(Reason::NotInFile)};
+            worst =
+                Finding{TextCellOf(what, source), greatest, kMilliseconds,
+                        WhenCell(boot, MemberOf(GreatestOf(rows, "maximumDelay"), "maximumDelayAt"),
+                                 source)};
         }
     }
     if (worst) {
@@ -173,27 +237,38 @@ void AddLatencyAnalysis(const JsonValue& content, const std::string& name, const
     }
 }
 
-// The document of a thread bears the whole name of the thread's log.
-const std::string kThreadMark = std::string(".") + kLogSuffix + ".";
-
 // What the analyzer left, by what its rows hold.
 void AddAnalyses(FamilyContext& context, BootMoment& boot, std::vector<Block>& blocks) {
     const std::vector<RunFile> files = context.run.Find(
         run_tree::kJsonDir, sched_files::kAnalysisPrefix, std::string(".") + kDataSuffix);
     for (const RunFile& file : files) {
         const std::string name = SubjectOf(file, sched_files::kAnalysisPrefix);
+        // The document of a thread bears the whole name of the thread's log.
+        const bool isThread =
+            file.name.find(std::string(".") + kLogSuffix + ".") != std::string::npos;
         AddLastDocuments(
             context, {file}, "",
             [&](const JsonValue& content, const Source& source, std::vector<Block>& own) {
                 TakeBoot(content, boot);
-                AddLatencyAnalysis(content, name, source, context, own);
+                const Analysed analysed{name, source, boot};
+                AddLatencyAnalysis(content, analysed, context, own);
                 const auto history = RowsWith(content, "runTime");
                 if (!history.empty()) {
-                    own.emplace_back(
-                        RowTable({"Longest runs without a break, " + name, kSinceBoot, source},
-                                 kHistoryMembers, history, source));
+                    const char* title =
+                        isThread ? "History of a thread, " : "Longest runs without a break, ";
+                    own.emplace_back(RowTable({title + name, kSinceBoot, source}, kHistoryMembers,
+                                              history, source));
+                }
+                if (!isThread) {
+                    TellWorst(analysed, history,
+                              {": longest run without a break, of ", "runTime", "task", "time"},
+                              context.findings);
                 }
                 const auto delays = RowsWith(content, "maximumDelay");
+                TellWorst(
+                    analysed, delays,
+                    {": longest wait for a core, of ", "maximumDelay", "Task", "maximumDelayAt"},
+                    context.findings);
                 if (!delays.empty()) {
                     own.emplace_back(
                         RowTable({"Longest waits for a core, " + name, kSinceBoot, source},

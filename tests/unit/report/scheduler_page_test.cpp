@@ -108,9 +108,39 @@ TEST(SchedulerPageTest, ShowsWhatTheAnalyzerFound) {
                            "Longest runs without a break, "
                            "global_timehist_ana_1"),
                 ElementsAre("planner[7]|11|[0001]|1|2|30"));
-    EXPECT_THAT(shown.Rows("summary", "What was found"),
-                ElementsAre("run1|Scheduler, " + name +
-                            ": greatest delay, of planner:7|2|ms|[not-in-file]"));
+    EXPECT_THAT(
+        shown.Rows("summary", "What was found"),
+        ElementsAre("run1|Scheduler, " + name + ": greatest delay, of planner:7|2|ms|[not-in-file]",
+                    "run1|Scheduler, global_timehist_ana_1: longest run without a break, of "
+                    "planner[7]|30|ms|[not-in-file]"));
+}
+
+TEST(SchedulerPageTest, TellsTheWorstRowsWithTheirMoments) {
+    const RunTree tree;
+    const auto write = [&tree](const std::string& name, const std::string& rows) {
+        tree.Write(run_tree::kJsonDir + name, DocumentLine("soc_sched_ana", kTime, rows));
+    };
+    const auto history = [](const std::string& time, const std::string& run) {
+        return R"({"task":"planner[7]","time":")" + time + R"( s","cpu":"[0001]",)" +
+               R"("waitTime":"1 ms","schedDelay":"2 ms","runTime":")" + run +
+               R"( ms","systemStartUpTime":"20260101000000"})";
+    };
+    write("soc_schedAna_global_timehist_ana_1_" + std::string(kTime) + ".data",
+          "[" + history("11.5", "3") + "," + history("12.25", "30") + "]");
+    write("soc_schedAna_global_timehist_process_tid_planner:7_" + std::string(kTime) + ".log.data",
+          "[" + history("13", "99") + "]");
+    write("soc_schedAna_process_latency_info_process_planner_7_1_" + std::string(kTime) + ".data",
+          R"([{"Task":"planner[7]","runtime":"1 ms","switches":"1","averageDelay":"5 ms",)"
+          R"("maximumDelay":"5 ms","maximumDelayAt":"2 s","systemStartUpTime":"20260101000000"}])");
+    const Shown shown(tree);
+    EXPECT_THAT(
+        shown.Rows("summary", "What was found"),
+        ElementsAre("run1|Scheduler, global_timehist_ana_1: longest run without a break, of "
+                    "planner[7]|30|ms|2026-01-01 00:00:12.250",
+                    "run1|Scheduler, process_latency_info_process_planner_7_1: longest wait "
+                    "for a core, of planner[7]|5|ms|2026-01-01 00:00:02.000"));
+    EXPECT_THAT(shown.Rows(kPage, "History of a thread, global_timehist_process_tid_planner:7"),
+                ElementsAre("planner[7]|13|[0001]|1|2|99"));
 }
 
 TEST(SchedulerPageTest, ShowsHowThreadsAreSetUp) {
