@@ -142,7 +142,15 @@ void AddAbnormal(FamilyContext& context, const JsonValue& content, const Place& 
     table.columns = {{"list", "", false}, {"events", "", true}, {"threshold", "us", true}};
     for (const auto& list : lists->GetObject()) {
         const std::string name(NameOf(list.name));
-        AddRow(table, {TextCellOf(name, source), NumberCell(MemberOf(&list.value, "num"), source),
+        const Cell events = NumberCell(MemberOf(&list.value, "num"), source);
+        const auto* count = std::get_if<double>(&events.value);
+        if (count != nullptr && *count > 0.0) {
+            context.findings.push_back(
+                {TextCellOf("AI CPUs, " + place.subject + ": events over the threshold of " + name,
+                            source),
+                 events, "events", EmptyCell(Reason::NotInFile)});
+        }
+        AddRow(table, {TextCellOf(name, source), events,
                        NumberCell(MemberOf(&content, name + "_threshold"), source)});
     }
     blocks.emplace_back(std::move(table));

@@ -75,7 +75,8 @@ TEST(AicpuPageTest, ShowsTheComplexAndItsProcesses) {
     tree.Write(aicpu_files::ProcessAnalysisPath("", "planner", kTime),
                DocumentLine("soc_aicpu_ana", kTime,
                             R"({"name":"planner","priority":"5","publish_events":["3"],)"
-                            R"("soc_proc_info":{"thread_proc":{"num":57,"start_time":["1"]}},)"
+                            R"("soc_proc_info":{"thread_proc":{"num":57,"start_time":["1"]},)"
+                            R"("wakeup_proc":{"num":0,"start_time":[]}},)"
                             R"("thread_proc_threshold":"3000"})"));
     const Shown shown(tree);
     EXPECT_THAT(shown.Lines("aicpu", "The complex: events since the driver was loaded", kFrom),
@@ -88,9 +89,11 @@ TEST(AicpuPageTest, ShowsTheComplexAndItsProcesses) {
     EXPECT_THAT(shown.Lines("aicpu", "Process planner: events since the driver was loaded", kFrom),
                 ElementsAre("publish_events: 2000=3"));
     EXPECT_THAT(shown.Rows("aicpu", "Process planner: events over their thresholds"),
-                ElementsAre("thread_proc|57|3000"));
+                ElementsAre("thread_proc|57|3000", "wakeup_proc|0|[not-in-file]"));
     EXPECT_THAT(shown.Rows("summary", "What was found"),
-                ElementsAre("run1|AI CPUs, most abnormal events (thread_proc): 7:planner_0|57|"
+                ElementsAre("run1|AI CPUs, Process planner: events over the threshold of "
+                            "thread_proc|57|events|[not-in-file]",
+                            "run1|AI CPUs, most abnormal events (thread_proc): 7:planner_0|57|"
                             "events|[not-in-file]"));
 }
 
