@@ -82,8 +82,13 @@ std::vector<Block> CpuPeakBlocks(FamilyContext& context) {
                      {"of the samples", "", true}};
     std::vector<Block> flames;
     FewSamples few;
-    for (const RunFile& file : context.run.Find(cpu_peak_files::kRawDir, cpu_peak_files::kRawPrefix,
-                                                cpu_peak_files::kTextSuffix)) {
+    std::vector<RunFile> files = context.run.Find(
+        cpu_peak_files::kRawDir, cpu_peak_files::kRawPrefix, cpu_peak_files::kTextSuffix);
+    // Their names have the cores before the time.
+    std::stable_sort(files.begin(), files.end(), [](const RunFile& a, const RunFile& b) {
+        return GetFileTimestamp(a.name) < GetFileTimestamp(b.name);
+    });
+    for (const RunFile& file : files) {
         const Capture capture = ReadCapture(context, file);
         const Source source{file.index, 0};
         AddCapture(capture, source, few, table);
@@ -100,8 +105,8 @@ std::vector<Block> CpuPeakBlocks(FamilyContext& context) {
             static_cast<double>(std::max<std::uint64_t>(table.rows.size(), table.total)), {});
         count.source.reset();
         count.computed = "recordings counted";
-        context.findings.push_back({PlainCell("Peaks of CPU load, recorded"), std::move(count),
-                                    "peaks", table.rows.front().front()});
+        context.findings.push_back({PlainCell("Peaks of CPU load, recorded from the first one on"),
+                                    std::move(count), "peaks", table.rows.front().front()});
         blocks.emplace_back(std::move(table));
     }
     std::move(flames.begin(), flames.end(), std::back_inserter(blocks));
