@@ -7,6 +7,7 @@
 
 #include "foundation/numbers.h"
 #include "report/families/families.h"
+#include "report/moments.h"
 #include "report/statistics.h"
 
 namespace zarn::report {
@@ -35,6 +36,7 @@ struct DdrRun {
     std::map<std::string, Master> masters;
     std::map<std::string, std::uint64_t> samples;  // with a share
     std::map<std::string, std::uint64_t> over;     // of these above the upper bound
+    std::map<std::string, Cell> firstOver;         // when the first of them was
     std::vector<Mark> marks;
     std::size_t sampleFiles = 0;
 };
@@ -147,7 +149,9 @@ void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment momen
             *shares[i] <= PercentOfPeak(*master->second.high) + kHalfLastPlace) {
             continue;
         }
-        ++ddr.over[ddrNameList[i]];
+        if (++ddr.over[ddrNameList[i]] == 1) {
+            ddr.firstOver[ddrNameList[i]] = TextCellOf(DateOf(moment), source());
+        }
         if (over.size() == kMostMarks) {
             continue;
         }
@@ -257,11 +261,11 @@ void AddBounds(FamilyContext& context, const DdrRun& ddr, std::vector<Block>& bl
         std::vector<Cell> row = {TextCellOf(name, master->second.source)};
         row.insert(row.end(), master->second.cells.begin(), master->second.cells.end());
         Cell count = OverCell(ddr, name, master->second, few);
-        if (ddr.over.count(name) != 0) {
+        if (const auto first = ddr.firstOver.find(name); first != ddr.firstOver.end()) {
             context.findings.push_back(
-                {TextCellOf("DDR " + name + ": samples above its upper bound",
+                {TextCellOf("DDR " + name + ": samples above its upper bound, the first one",
                             master->second.source),
-                 count, "samples", EmptyCell(Reason::NotInFile)});
+                 count, "samples", first->second});
         }
         row.push_back(std::move(count));
         AddRow(table, std::move(row));

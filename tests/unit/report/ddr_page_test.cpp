@@ -75,7 +75,8 @@ TEST_F(DdrPageTest, MarksSamplesAboveTheBounds) {
     EXPECT_THAT(shown.Rows(kPage, "Bounds of the masters"),
                 ElementsAre("cpu|0|10.2|1|5|1", "sdma|0|51|1|5|0"));
     EXPECT_THAT(shown.Rows("summary", "What was found"),
-                ElementsAre("run1|DDR cpu: samples above its upper bound|1|samples|[not-in-file]"));
+                ElementsAre("run1|DDR cpu: samples above its upper bound, the first "
+                            "one|1|samples|2026-01-01 00:00:01.000"));
 }
 
 // What was counted is a number, be it none; of what was not measured nothing was counted.
