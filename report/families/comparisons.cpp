@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <utility>
 
 #include "formats/cpu.h"
@@ -46,6 +47,35 @@ constexpr std::size_t kMostBarRows = 60;
     return cell;
 }
 
+// The greatest difference of each version from the first, for the first page.
+class GreatestDifferences {
+public:
+    void Take(const std::string& version, const std::string& figure, const Cell& difference) {
+        const auto* by = std::get_if<double>(&difference.value);
+        if (by == nullptr || *by == 0.0) {
+            return;
+        }
+        const auto [known, isNew] = greatest_.try_emplace(version, figure, difference);
+        const double most = std::abs(std::get<double>(known->second.second.value));
+        if (!isNew && std::abs(*by) > most) {
+            known->second = {figure, difference};
+        }
+    }
+
+    void TellIn(const std::string& title, const std::string& unit,
+                std::vector<Finding>& findings) const {
+        for (const auto& [version, found] : greatest_) {
+            findings.push_back(
+                {TextCellOf(title + ", what differs most in " + version + ": " + found.first,
+                            found.second.source.value_or(Source{})),
+                 found.second, unit, EmptyCell(Reason::NotInFile)});
+        }
+    }
+
+private:
+    std::map<std::string, std::pair<std::string, Cell>> greatest_;
+};
+
 // How the rows of a table of versions end that are drawn, and in what unit they are.
 struct Drawn {
     const char* begin;
@@ -62,6 +92,7 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
                      const Drawn& drawn, const SamplesOfFigure& samplesOf,
                      std::vector<Block>& blocks) {
     FewSamples few;
+    GreatestDifferences greatest;
     TableBlock table;
     table.head = {title, "", Source{file.index, 0}};
     BarsBlock bars;
@@ -91,16 +122,21 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
         }
         std::vector<Cell> row = {TextCellOf(cells[0], source)};
         row.insert(row.end(), values.begin(), values.end());
+        const std::string_view begin = drawn.begin;
+        const bool isDrawn =
+            cells[0].substr(0, begin.size()) == begin && EndsWith(cells[0], drawn.end);
         for (std::size_t i = 1; i < values.size(); ++i) {
             row.push_back(DifferenceOf(values.front(), values[i]));
+            if (isDrawn) {
+                greatest.Take(bars.names[i], ShortText(cells[0]), row.back());
+            }
         }
-        const std::string_view begin = drawn.begin;
-        if (cells[0].substr(0, begin.size()) == begin && EndsWith(cells[0], drawn.end) &&
-            bars.rows.size() < kMostBarRows) {
+        if (isDrawn && bars.rows.size() < kMostBarRows) {
             bars.rows.push_back({ShortText(cells[0]), values});
         }
         AddRow(table, std::move(row));
     });
+    greatest.TellIn(title, drawn.unit, context.findings);
     few.TellIn(bars.head);
     few.TellIn(table.head);
     if (!bars.rows.empty()) {
@@ -174,11 +210,23 @@ private:
         }
         for (std::size_t i = 1; i < means.size(); ++i) {
             row.push_back(DifferenceOf(means.front(), means[i]));
+            TellGrowth(ShortText(cells[0]), versions_[i], row.back());
         }
         if (bars_.rows.size() < kMostBarRows) {
             bars_.rows.push_back({ShortText(cells[0]), std::move(means)});
         }
         AddRow(table_, std::move(row));
+    }
+
+    // More memory than in the first version that nobody shares: what a leak shows in.
+    void TellGrowth(const std::string& figure, const std::string& version, const Cell& difference) {
+        const auto* by = std::get_if<double>(&difference.value);
+        if ((figure == "used" || figure == "USS") && by != nullptr && *by > 0.0) {
+            context_.findings.push_back({TextCellOf(title_ + ", mean " + figure + " of " + version +
+                                                        ": more than of " + versions_.front(),
+                                                    difference.source.value_or(Source{})),
+                                         difference, "KB", EmptyCell(Reason::NotInFile)});
+        }
     }
 
     void End() {
@@ -250,6 +298,7 @@ public:
     }
 
     void AddTo(std::vector<Block>& blocks) {
+        greatest_.TellIn(table_.head.title, kPoints, context_.findings);
         few_.TellIn(bars_.head);
         few_.TellIn(table_.head);
         if (!bars_.rows.empty()) {
@@ -298,12 +347,17 @@ private:
             bars_.rows.push_back(
                 {ShortText(cells[versions_ + 1]), {row.begin() + kNameColumns + 1, row.end()}});
         }
+        for (std::size_t i = 1; i < versions_; ++i) {
+            greatest_.Take(bars_.names[i - 1], ShortText(cells[versions_ + 1]),
+                           row[kNameColumns + i]);
+        }
         AddRow(table_, std::move(row));
     }
 
     FamilyContext& context_;
     VersionSamples samples_;
     const RunFile& file_;
+    GreatestDifferences greatest_;
     TableBlock table_;
     BarsBlock bars_;
     FewSamples few_;

@@ -77,6 +77,16 @@ public:
         if (!rates_.rows.empty()) {
             blocks.emplace_back(std::move(rates_));
         }
+        if (!best_.rows.empty()) {
+            const std::vector<Cell>& last = best_.rows.back();
+            const auto* bounds = std::get_if<std::string>(&last[2].value);
+            context_.findings.push_back(
+                {TextCellOf(
+                     "DDR optimizer, t-value of the CPU's rate with the best upper bounds: " +
+                         (bounds == nullptr ? "?" : *bounds),
+                     last[0].source.value_or(Source{})),
+                 last[3], "", EmptyCell(Reason::NotInFile)});
+        }
         for (TableBlock* table : {&best_, &evaluations_}) {
             if (!table->rows.empty()) {
                 blocks.emplace_back(std::move(*table));

@@ -37,6 +37,29 @@ TEST(VersionPageTest, ShowsTablesWithDifferences) {
     EXPECT_STREQ(shown.Block(kPage, "CPU")["columns"][3]["name"].GetString(), "new minus old");
 }
 
+TEST(VersionPageTest, TellsWhatDiffersMost) {
+    const RunTree tree;
+    tree.Write(std::string(cpu_files::kCsvDir) + cpu_files::kComparison,
+               "version,old,new,\ncpu_id_avg,90,60,\ncpu_us_avg,1.5,2,\ncpu_us_max,0,100,\n");
+    tree.Write(std::string(ddr_files::kCsvFolder) + "/" + ddr_files::kComparison,
+               "version_id,old,new,same,\ncpu_mean(%),17.5,7.25,17.5,\ncpu_max(%),0,99,0,\n");
+    tree.Write(std::string(mem_files::kCsvFolder) + "/" + mem_files::kProcessComparison,
+               "process,old(a),,,new(a),,,\n,min,avg,max,min,avg,max,\n"
+               "RSS,1,2,3,4,9,6,\nUSS,1,2,3,4,5,6,\n"
+               "process,old(b),,,new(b),,,\n,min,avg,max,min,avg,max,\nUSS,9,9,9,1,1,1,\n");
+    tree.Write(std::string(hot_fun_files::kCsvDir) + hot_fun_files::ComparisonName("global"),
+               "old,new,Shared Object,Symbol\n\"64.15%\",\"+1.00%\",\"planner\",\"Plan\"\n"
+               "\" \",\"-8.84%\",\"planner\",\"f\"\n");
+    EXPECT_THAT(
+        Shown(tree).Rows("summary", "What was found"),
+        ElementsAre("run1|CPU, what differs most in new: cpu_id_avg|-30|%|[not-in-file]",
+                    "run1|DDR, what differs most in new: cpu_mean(%)|-10.25|%|[not-in-file]",
+                    "run1|Memory of processes, mean USS of new(a): more than of old(a)|3|KB|"
+                    "[not-in-file]",
+                    "run1|Functions, hotfun_global_info.csv, what differs most in new: f|-8.84|"
+                    "points|[not-in-file]"));
+}
+
 TEST(VersionPageTest, WritesDifferencesWithoutTheNoiseOfBinaryFractions) {
     const RunTree tree;
     tree.Write(std::string(cpu_files::kCsvDir) + cpu_files::kComparison,
@@ -197,6 +220,9 @@ TEST(OptimizerPageTest, ShowsEachEvaluationAndTheBestSoFar) {
                             "3|16|9|15|29|taken as the next place of candidate 1"));
     EXPECT_THAT(shown.Rows("optimizer", "Best so far"),
                 ElementsAre("1|0 : 10,  3 : 10,|0 : 20,|16"));
+    EXPECT_THAT(shown.Rows("summary", "What was found"),
+                ElementsAre("run1|DDR optimizer, t-value of the CPU's rate with the best upper "
+                            "bounds: 0 : 20,|16||[not-in-file]"));
     EXPECT_THAT(shown.Rows("optimizer", "Mean frame rates"),
                 ElementsAre("cpu|35|42", "aic|70.5|69.5", "imgp|140|144", "isp|29|30"));
 }
