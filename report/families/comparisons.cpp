@@ -65,10 +65,10 @@ public:
     void TellIn(const std::string& title, const std::string& unit,
                 std::vector<Finding>& findings) const {
         for (const auto& [version, found] : greatest_) {
-            findings.push_back(
-                {TextCellOf(title + ", what differs most in " + version + ": " + found.first,
-                            found.second.source.value_or(Source{})),
-                 found.second, unit, EmptyCell(Reason::NotInFile)});
+            std::string what = title;
+            what.append(", what differs most in ").append(version).append(": ").append(found.first);
+            findings.push_back({TextCellOf(what, found.second.source.value_or(Source{})),
+                                found.second, unit, EmptyCell(Reason::NotInFile)});
         }
     }
 
@@ -87,6 +87,18 @@ struct Drawn {
 using SamplesOfFigure =
     std::function<SampleCount(const std::string& version, std::string_view figure)>;
 
+// Takes the head line.
+void BeginVersions(const Cells& cells, TableBlock& table, BarsBlock& bars) {
+    table.columns.push_back({"figure", "", false});
+    for (std::size_t i = 1; i < cells.size(); ++i) {
+        table.columns.push_back({ShortText(cells[i]), "", true});
+        bars.names.push_back(ShortText(cells[i]));
+    }
+    for (std::size_t i = 2; i < cells.size(); ++i) {
+        table.columns.push_back({ShortText(cells[i]) + " minus " + bars.names.front(), "", true});
+    }
+}
+
 // A table with a head line of versions, and a line for each figure.
 void AddVersionTable(FamilyContext& context, const RunFile& file, const std::string& title,
                      const Drawn& drawn, const SamplesOfFigure& samplesOf,
@@ -100,15 +112,7 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
     bars.unit = drawn.unit;
     ReadTable(context.files, file, [&](const Cells& cells, std::uint64_t line) {
         if (line == 1) {
-            table.columns.push_back({"figure", "", false});
-            for (std::size_t i = 1; i < cells.size(); ++i) {
-                table.columns.push_back({ShortText(cells[i]), "", true});
-                bars.names.push_back(ShortText(cells[i]));
-            }
-            for (std::size_t i = 2; i < cells.size(); ++i) {
-                table.columns.push_back(
-                    {ShortText(cells[i]) + " minus " + bars.names.front(), "", true});
-            }
+            BeginVersions(cells, table, bars);
             return;
         }
         if (cells.empty()) {

@@ -262,6 +262,7 @@ void MoveInto(std::vector<TableChart>& charts, std::vector<Block>& blocks) {
 void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
     const std::vector<RunFile> documents = context.run.Find(cpu_files::kGlobalAnalysis);
     std::vector<SystemAnalysis> analyses;
+    analyses.reserve(documents.size());
     for (const RunFile& file : documents) {
         analyses.push_back(ReadSystem(context, file));
     }

@@ -101,7 +101,7 @@ void AddSystem(FamilyContext& context, std::vector<Block>& blocks) {
         }
     }
     for (Block& block : analysis) {
-        MarkMeans([&](const std::string&) { return files.empty() ? SampleCount() : samples; },
+        MarkMeans([&](const std::string&) { return samples == 0 ? SampleCount() : samples; },
                   std::get<TableBlock>(block));
     }
     std::move(analysis.begin(), analysis.end(), std::back_inserter(blocks));
@@ -179,8 +179,14 @@ private:
 // How many samples there are of each process, by its name in the page.
 using ProcessSamples = std::map<std::string, std::uint64_t>;
 
-[[nodiscard]] ProcessSamples AddProcessCharts(FamilyContext& context, std::vector<Block>& blocks) {
+void CountSample(const std::string& process, ProcessSamples& samples) {
     constexpr std::size_t kMostCounted = 4096;
+    if (samples.size() < kMostCounted || samples.count(process) != 0) {
+        ++samples[process];
+    }
+}
+
+[[nodiscard]] ProcessSamples AddProcessCharts(FamilyContext& context, std::vector<Block>& blocks) {
     ProcessSamples samples;
     std::vector<std::string> fields = {"RSS", "USS", kMemSharePoolColumn};
     const std::string chosen = context.SettingOf("MemAnalyzer.process_field");
@@ -202,10 +208,7 @@ using ProcessSamples = std::map<std::string, std::uint64_t>;
                 const ProcessId id{
                     ShortText(TextOf(MemberOf(row, kMemCommandColumn)).value_or("?")),
                     ShortText(TextOf(MemberOf(row, kMemPidColumn)).value_or("?"))};
-                const std::string name = NameOf(id);
-                if (samples.size() < kMostCounted || samples.count(name) != 0) {
-                    ++samples[name];
-                }
+                CountSample(NameOf(id), samples);
                 for (ProcessField& maker : makers) {
                     maker.Take(*row, id, *moment, line);
                 }

@@ -148,7 +148,7 @@ void TakeBoot(const JsonValue& content, BootMoment& boot) {
     return cell;
 }
 
-// The row whose figure is the greatest; nullptr if none has one.
+// The row whose figure is the greatest; nullptr if none has one above 0.
 [[nodiscard]] const JsonValue* GreatestOf(const std::vector<const JsonValue*>& rows,
                                           const char* figure) {
     const JsonValue* greatest = nullptr;
@@ -156,7 +156,7 @@ void TakeBoot(const JsonValue& content, BootMoment& boot) {
     for (const JsonValue* row : rows) {
         const Cell cell = MeasureCell(MemberOf(row, figure), kMilliseconds, {});
         const auto* number = std::get_if<double>(&cell.value);
-        if (number != nullptr && (greatest == nullptr || *number > most)) {
+        if (number != nullptr && *number > most) {
             greatest = row;
             most = *number;
         }
