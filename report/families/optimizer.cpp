@@ -71,22 +71,14 @@ public:
     }
 
     void AddTo(std::vector<Block>& blocks) {
+        DropRatesOfNone();
         for (std::size_t i = 0; i < oldRates_.size() && i < bestRates_.size(); ++i) {
             rates_.rows.push_back({kLoads[i], {oldRates_[i], bestRates_[i]}});
         }
         if (!rates_.rows.empty()) {
             blocks.emplace_back(std::move(rates_));
         }
-        if (!best_.rows.empty()) {
-            const std::vector<Cell>& last = best_.rows.back();
-            const auto* bounds = std::get_if<std::string>(&last[2].value);
-            context_.findings.push_back(
-                {TextCellOf(
-                     "DDR optimizer, t-value of the CPU's rate with the best upper bounds: " +
-                         (bounds == nullptr ? "?" : *bounds),
-                     last[0].source.value_or(Source{})),
-                 last[3], "", EmptyCell(Reason::NotInFile)});
-        }
+        TellBest();
         for (TableBlock* table : {&best_, &evaluations_}) {
             if (!table->rows.empty()) {
                 blocks.emplace_back(std::move(*table));
@@ -95,6 +87,29 @@ public:
     }
 
 private:
+    // A search that found nothing better writes 0 for all rates of the best candidate.
+    void DropRatesOfNone() {
+        const bool isNone = std::all_of(bestRates_.begin(), bestRates_.end(), [](const Cell& rate) {
+            const auto* number = std::get_if<double>(&rate.value);
+            return number != nullptr && *number == 0.0;
+        });
+        for (Cell& rate : bestRates_) {
+            rate.value = isNone ? Reason::NotFound : rate.value;
+        }
+    }
+
+    void TellBest() {
+        const auto* bounds =
+            best_.rows.empty() ? nullptr : std::get_if<std::string>(&best_.rows.back()[2].value);
+        if (bounds != nullptr) {
+            const std::vector<Cell>& last = best_.rows.back();
+            Cell what = last[2];
+            what.value =
+                "DDR optimizer, t-value of the CPU's rate with the best upper bounds: " + *bounds;
+            context_.findings.push_back({what, last[3], "t", EmptyCell(Reason::NotInFile)});
+        }
+    }
+
     [[nodiscard]] static std::string_view FirstWord(std::string_view text) {
         return text.substr(0, text.find_first_of(" ,"));
     }
@@ -123,12 +138,17 @@ private:
     // Fills the row of the iteration that was told of last.
     [[nodiscard]] bool TakeBest(std::string_view line, const Source& source) {
         std::vector<Cell>& row = best_.rows.back();
-        if (const auto low = Behind(line, "best bwLow setting: ")) {
-            row[1] = TextCellOf(*low, source);
-        } else if (const auto high = Behind(line, "best bwHigh setting: ")) {
-            row[2] = TextCellOf(*high, source);
+        // As long as none was better there are no bounds, and the log has a t-value of 0.
+        const bool hasBest = std::holds_alternative<std::string>(row[2].value);
+        const auto boundsIn = [&source](std::string_view bounds) {
+            return bounds.empty() ? EmptyCell(Reason::NotFound) : TextCellOf(bounds, source);
+        };
+        if (const auto low = Behind(line, "best bwLow setting:")) {
+            row[1] = boundsIn(*low);
+        } else if (const auto high = Behind(line, "best bwHigh setting:")) {
+            row[2] = boundsIn(*high);
         } else if (const auto perf = Behind(line, "best cpu perf: ")) {
-            row[3] = NumberCellOf(*perf, source);
+            row[3] = hasBest ? NumberCellOf(*perf, source) : EmptyCell(Reason::NotFound);
         } else {
             return false;
         }

@@ -15,8 +15,10 @@ namespace {
 
 using test::RunTree;
 using test::Shown;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr const char* kPage = "versions";
 
@@ -222,9 +224,27 @@ TEST(OptimizerPageTest, ShowsEachEvaluationAndTheBestSoFar) {
                 ElementsAre("1|0 : 10,  3 : 10,|0 : 20,|16"));
     EXPECT_THAT(shown.Rows("summary", "What was found"),
                 ElementsAre("run1|DDR optimizer, t-value of the CPU's rate with the best upper "
-                            "bounds: 0 : 20,|16||[not-in-file]"));
+                            "bounds: 0 : 20,|16|t|[not-in-file]"));
     EXPECT_THAT(shown.Rows("optimizer", "Mean frame rates"),
                 ElementsAre("cpu|35|42", "aic|70.5|69.5", "imgp|140|144", "isp|29|30"));
+}
+
+TEST(OptimizerPageTest, TakesNoRatesOfNoBetterCandidateForNumbers) {
+    const RunTree tree;
+    const std::string tag = "[DdrOptimizer] ";
+    tree.Write(RunTree::NameOf(ddr_files::kOptimizerLog),
+               tag + "======= iter num: 1 ======= \n" + tag + "  best bwLow setting: \n" + tag +
+                   "  best bwHigh setting: \n" + tag + "  best cpu perf: 0.000000\n" + tag +
+                   "benchmark : aic : 0.000000,  cpu : 0.000000,  imgp : 0.000000,  isp : "
+                   "0.000000,  \n" +
+                   tag + "optimized : aic : 70.5,  cpu : 0,  imgp : 140,  isp : 29,  \n");
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Rows("optimizer", "Best so far"),
+                ElementsAre("1|[not-found]|[not-found]|[not-found]"));
+    EXPECT_THAT(shown.Titles("summary"), Not(Contains("What was found")));
+    EXPECT_THAT(shown.Rows("optimizer", "Mean frame rates"),
+                ElementsAre("cpu|0|[not-found]", "aic|70.5|[not-found]", "imgp|140|[not-found]",
+                            "isp|29|[not-found]"));
 }
 
 }  // namespace
