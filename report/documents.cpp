@@ -95,7 +95,7 @@ Cell TextCell(const JsonValue* value, const Source& source) {
     Cell cell;
     cell.source = source;
     if (const auto text = TextOf(value)) {
-        cell.value = ShortText(*text);
+        cell = TextCellOf(*text, source);
     } else if (const auto number = NumberOf(value)) {
         cell.value = *number;
     }
@@ -123,8 +123,10 @@ Cell NumberCellOf(std::string_view text, const Source& source, std::string_view 
 
 Cell TextCellOf(std::string_view text, const Source& source) {
     Cell cell;
-    cell.value = ShortText(text);
     cell.source = source;
+    if (!text.empty()) {
+        cell.value = ShortText(text);
+    }
     return cell;
 }
 

@@ -41,7 +41,7 @@ void ReadDocuments(Files& files, const RunFile& file, const OnDocument& onDocume
 // A text, or the beginning of a long one.
 [[nodiscard]] std::string ShortText(std::string_view text);
 
-// Cells of what stands there. That of a moment is text.
+// Cells of what stands there. That of a moment is text. An empty text is no value.
 [[nodiscard]] Cell NumberCell(const JsonValue* value, const Source& source);
 [[nodiscard]] Cell TextCell(const JsonValue* value, const Source& source);
 [[nodiscard]] Cell MomentCell(const JsonValue* value, const Source& source);

@@ -21,7 +21,8 @@ constexpr std::array<const char*, 4> kModes = {"parallelCollectMode", "collectMo
 constexpr const char* kCompareMode = "compareMode";
 
 [[nodiscard]] std::string CompactText(const JsonValue& value) {
-    if (const auto text = TextOf(&value)) {
+    const auto text = TextOf(&value);
+    if (text && !text->empty()) {
         return std::string(*text);
     }
     rapidjson::StringBuffer buffer;
@@ -182,7 +183,9 @@ void AddVersions(Run& run, Files& files, std::vector<Block>& blocks) {
         NumberedLines lines(file ? file->path : "");
         while (file && lines.Number() < kMostLines && lines.Next()) {
             const Source source = files.At(file->index, lines.Number());
-            AddRow(table, {TextCellOf(name, source), TextCellOf(lines.Text(), source)});
+            if (!lines.Text().empty()) {
+                AddRow(table, {TextCellOf(name, source), TextCellOf(lines.Text(), source)});
+            }
         }
     }
     if (!table.rows.empty()) {

@@ -126,6 +126,17 @@ TEST(HeldBufferPageTest, ShowsWhoHeldThem) {
                                   "512"));
 }
 
+// An empty text is as little of a value as none.
+TEST(HeldBufferPageTest, SaysWhyACellIsEmpty) {
+    const RunTree tree;
+    tree.Write(RunTree::NameOf(mbuf_files::kTimeouts),
+               DocumentLine("mbuf_timeout_info", kTime, R"([{"id":"","useName":"planner"}])"));
+    EXPECT_THAT(Shown(tree).Rows("buffers", "Buffers that were held too long"),
+                ElementsAre("2026-01-01 00:00:00.000|[not-in-file]|[not-in-file]|planner|"
+                            "[not-in-file]|[not-in-file]|[not-in-file]|[not-in-file]|"
+                            "[not-in-file]"));
+}
+
 TEST(HeldBufferPageTest, SaysThatNoneWasFound) {
     const RunTree tree;
     tree.Write(RunTree::NameOf(mbuf_files::kTimeouts),
