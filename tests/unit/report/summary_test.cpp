@@ -58,6 +58,16 @@ TEST(ReportSummaryTest, TellsWhatIsMissingAndWhy) {
                              "run1\\|.*DDR, Memory, .*, Optimizer\\|the mission was not run")));
 }
 
+TEST(ReportSummaryTest, ShowsEmptyTextsAsTheyStandThere) {
+    const RunTree tree;
+    tree.Write("env_info/zarn_config.json", R"({"MemAnalyzer":{"system_field":""},"":3})");
+    tree.Write("env_info/qvt_version", "\nsecond\n");
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Rows(kSummary, "Configuration"),
+                ElementsAre("MemAnalyzer|system_field|\"\"", "[not-in-file]|[not-in-file]|3"));
+    EXPECT_THAT(shown.Rows(kSummary, "Versions"), ElementsAre("qvt_version|second"));
+}
+
 TEST(ReportSummaryTest, StandsConfigurationsOfAnyKind) {
     for (const char* text : {"", "[]", "{", "{\"ManagerParam\":[]}",
                              "{\"ManagerParam\":{\"collect"
