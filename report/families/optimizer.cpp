@@ -58,11 +58,15 @@ public:
         } else if (const auto taken = Behind(line, "pso num: ")) {
             Judge("taken as candidate " + std::string(FirstWord(*taken)));
         } else if (const auto iteration = Behind(line, "iter num: ")) {
-            AddRow(best_,
-                   {NumberCellOf(FirstWord(*iteration), source), EmptyCell(Reason::NotInFile),
-                    EmptyCell(Reason::NotInFile), EmptyCell(Reason::NotInFile)});
-        } else if (!best_.rows.empty() && TakeBest(line, source)) {
-            return;
+            Cell none = EmptyCell(Reason::NotInFile);
+            last_ = {NumberCellOf(FirstWord(*iteration), source), none, none, none};
+            const std::size_t rows = best_.rows.size();
+            AddRow(best_, last_);
+            isBestShown_ = best_.rows.size() > rows;
+        } else if (!last_.empty() && TakeBest(line, source)) {
+            if (isBestShown_) {
+                best_.rows.back() = last_;
+            }
         } else if (const auto after = Behind(line, "benchmark : ")) {
             bestRates_ = RatesIn(*after, source);
         } else if (const auto before = Behind(line, "optimized : ")) {
@@ -99,14 +103,12 @@ private:
     }
 
     void TellBest() {
-        const auto* bounds =
-            best_.rows.empty() ? nullptr : std::get_if<std::string>(&best_.rows.back()[2].value);
+        const auto* bounds = last_.empty() ? nullptr : std::get_if<std::string>(&last_[2].value);
         if (bounds != nullptr) {
-            const std::vector<Cell>& last = best_.rows.back();
-            Cell what = last[2];
+            Cell what = last_[2];
             what.value =
                 "DDR optimizer, t-value of the CPU's rate with the best upper bounds: " + *bounds;
-            context_.findings.push_back({what, last[3], "t", EmptyCell(Reason::NotInFile)});
+            context_.findings.push_back({what, last_[3], "t", EmptyCell(Reason::NotInFile)});
         }
     }
 
@@ -137,7 +139,7 @@ private:
 
     // Fills the row of the iteration that was told of last.
     [[nodiscard]] bool TakeBest(std::string_view line, const Source& source) {
-        std::vector<Cell>& row = best_.rows.back();
+        std::vector<Cell>& row = last_;
         // As long as none was better there are no bounds, and the log has a t-value of 0.
         const bool hasBest = std::holds_alternative<std::string>(row[2].value);
         const auto boundsIn = [&source](std::string_view bounds) {
@@ -173,6 +175,8 @@ private:
     std::vector<Cell> bestRates_;
     std::uint64_t evaluated_ = 0;
     bool isShown_ = false;
+    std::vector<Cell> last_;  // row of the iteration that was told of last
+    bool isBestShown_ = false;
 };
 
 }  // namespace

@@ -247,5 +247,21 @@ TEST(OptimizerPageTest, TakesNoRatesOfNoBetterCandidateForNumbers) {
                             "isp|29|[not-found]"));
 }
 
+TEST(OptimizerPageTest, TakesNoLaterIterationForTheLastThatIsKept) {
+    const RunTree tree;
+    std::string log;
+    for (int i = 1; i <= 402; ++i) {
+        const std::string number = std::to_string(i);
+        log += "======= iter num: " + number + " ======= \n  best bwHigh setting: 0 : " + number +
+               ",\n  best cpu perf: " + number + "\n";
+    }
+    tree.Write(RunTree::NameOf(ddr_files::kOptimizerLog), log);
+    const Shown shown(tree);
+    EXPECT_EQ(shown.Rows("optimizer", "Best so far").back(), "400|[not-in-file]|0 : 400,|400");
+    EXPECT_THAT(shown.Rows("summary", "What was found"),
+                ElementsAre("run1|DDR optimizer, t-value of the CPU's rate with the best upper "
+                            "bounds: 0 : 402,|402|t|[not-in-file]"));
+}
+
 }  // namespace
 }  // namespace zarn::report
