@@ -111,20 +111,45 @@ void WriteTree(std::string_view input) {
     Require(zarn::WriteFile(path, text) == zarn::FileResult::Ok, "a file can be written");
 }
 
-void CheckLine(const JsonValue& line) {
+// The moments are the first one, and the microseconds from each to the next.
+void CheckMoments(const JsonValue& line) {
     const JsonValue& moments = line["t"];
-    Require(moments.Size() == line["v"].Size(), "a value for each moment");
     for (rapidjson::SizeType i = 1; i < moments.Size(); ++i) {
-        Require(moments[i - 1].GetDouble() <= moments[i].GetDouble(), "time goes on");
+        Require(moments[i].GetInt64() >= 0, "time goes on");
     }
     if (line.HasMember("src")) {
         Require(line["src"]["lines"].Size() == moments.Size(), "a source for each value");
     }
 }
 
-void CheckChart(const JsonValue& chart) {
+// The line of another page that a line shows.
+const JsonValue& LineAt(const JsonValue& pages, const JsonValue& place) {
+    for (const JsonValue& page : pages.GetArray()) {
+        if (page["id"] == place[0]) {
+            return page["blocks"][place[1].GetUint()]["series"][place[2].GetUint()];
+        }
+    }
+    Require(false, "a line shows one that is there");
+    return place;
+}
+
+void CheckChart(const JsonValue& pages, const JsonValue& chart) {
+    rapidjson::SizeType moments = 0;
     for (const JsonValue& line : chart["series"].GetArray()) {
-        CheckLine(line);
+        if (line.HasMember("like")) {
+            Require(LineAt(pages, line["like"])["name"] == line["name"],
+                    "a line shows its namesake");
+            continue;
+        }
+        // Without moments of its own it has those of the line before.
+        if (line.HasMember("t")) {
+            CheckMoments(line);
+            moments = line["t"].Size();
+        }
+        Require(line["v"].Size() == moments, "a value for each moment");
+        for (const char* const name : {"counts", "means"}) {
+            Require(!line.HasMember(name) || line[name].Size() == moments, "one for each value");
+        }
     }
     if (!chart.HasMember("marks")) {
         return;
@@ -151,7 +176,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const JsonValue& page : document["pages"].GetArray()) {
         for (const JsonValue& block : page["blocks"].GetArray()) {
             if (block.HasMember("series")) {
-                CheckChart(block);
+                CheckChart(document["pages"], block);
             }
         }
     }
