@@ -121,6 +121,14 @@ copy_checkout() {
     cp -a build/release "$room$root/build/"
 }
 
+# check_page FOLDER: what the demo made for a browser in that checkout, which is kept in build/clean_room.
+check_page() {
+    rm -rf build/clean_room
+    mkdir -p build/clean_room
+    [ ! -e "$room$1/build/demo/report.html" ] || cp -t build/clean_room "$room$1/build/demo/report.html"
+    scripts/demo_check.sh build/clean_room
+}
+
 need_packages scripts/packages.txt scripts/packages-dev.txt
 build_preset release zarn-and-board
 pack build/release
@@ -131,9 +139,12 @@ step "the packages installed, run and purged" try_packages
 if [ $# -gt 0 ]; then
     step "this checkout with its release build" copy_checkout
     run_commands "$root" "${commands[0]}"
+    checkout=$root
 else
     step "a clone of what is committed" git clone -q "$root" "$room/srv/zarn"
     run_commands /srv/zarn "${commands[@]}"
+    checkout=/srv/zarn
 fi
+step "the demo's page in the browser of this machine" check_page "$checkout"
 say "Clean room: times"
 printf '%s\n' "${times[@]}"
