@@ -18,13 +18,13 @@ std::string ProgramPath(const std::string& name) {
     return (prefix.empty() ? ZARN_BUILD_DIR : prefix) + "/bin/" + name;
 }
 
-std::vector<std::string> ProgramStart() {
+std::vector<std::string> ProgramStart(const std::string& name) {
     std::vector<std::string> start;
     std::istringstream emulator(ZARN_EMULATOR);
     for (std::string word; emulator >> word;) {
         start.push_back(word);
     }
-    start.push_back(ProgramPath());
+    start.push_back(ProgramPath(name));
     return start;
 }
 

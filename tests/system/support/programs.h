@@ -12,7 +12,7 @@ namespace zarn::test {
 
 // How a program of this build or installation is started: its path, behind the emulator and its
 // options where it is one of another processor.
-[[nodiscard]] std::vector<std::string> ProgramStart();
+[[nodiscard]] std::vector<std::string> ProgramStart(const std::string& name = "zarn");
 
 // The launcher of the virtual board with these programs, words that need no quotes.
 [[nodiscard]] std::string BoardLauncher();
