@@ -12,6 +12,17 @@ export function computed(value: number): string {
     return String(Number(value.toPrecision(6)));
 }
 
+/** A mean as the page computed it, with as many digits more as keep it between the least and the greatest value if it is. */
+export function computedMean(mean: number, least: number, greatest: number): string {
+    for (let digits = 6; digits <= 17; digits++) {
+        const rounded = Number(mean.toPrecision(digits));
+        if (rounded >= least && rounded <= greatest) {
+            return String(rounded);
+        }
+    }
+    return computed(mean);
+}
+
 export function count(value: number): string {
     return String(value).replace(/\B(?=(\d{3})+$)/g, "\u202f");
 }

@@ -3,7 +3,7 @@
 import { borderOf, kFaint, onPalette } from "./colours";
 import type { Context } from "./context";
 import { Child, el, replace } from "./dom";
-import { computed, count, duration, exact } from "./format";
+import { computedMean, count, duration, exact } from "./format";
 import type { Series } from "./payload";
 import type { Figures } from "./points";
 import { sourceButton } from "./popover";
@@ -149,9 +149,10 @@ export class Legend {
             if (!row.figures) {
                 row.cells.forEach((cell, index) => replace(cell, row.buttons[index]));
             }
-            row.buttons[0].textContent = (this.thinned ? "\u2248\u202f" : "") + computed(figures.mean);
-            row.buttons[1].textContent = exact(v[figures.least]);
-            row.buttons[2].textContent = exact(v[figures.greatest]);
+            const [least, greatest] = [v[figures.least], v[figures.greatest]];
+            row.buttons[0].textContent = (this.thinned ? "\u2248\u202f" : "") + computedMean(figures.mean, least, greatest);
+            row.buttons[1].textContent = exact(least);
+            row.buttons[2].textContent = exact(greatest);
         }
         row.figures = figures;
     }

@@ -43,7 +43,9 @@ export function figuresOf(series: Series, range: Range, shift = 0): string[][] {
             return ["no points", "no points", "no points"];
         }
         const mean = meanOf(line, range, shift);
-        return [String(Number(mean.toPrecision(6))), String(Math.min(...inside)), String(Math.max(...inside))];
+        const [least, greatest] = [Math.min(...inside), Math.max(...inside)];
+        const rounded = [6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17].map((digits) => Number(mean.toPrecision(digits)));
+        return [rounded.find((value) => value >= least && value <= greatest) ?? rounded[0], least, greatest].map(String);
     });
 }
 

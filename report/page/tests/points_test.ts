@@ -3,7 +3,7 @@
 import assert from "node:assert/strict";
 import test from "node:test";
 import { visible } from "../src/dom";
-import { clock, computed, count, duration, onAxis, since } from "../src/format";
+import { clock, computed, computedMean, count, duration, onAxis, since } from "../src/format";
 import { Points, bisect } from "../src/points";
 import { kStart, random, wave } from "./fixtures";
 
@@ -114,6 +114,18 @@ test("moments and numbers are written as they are meant", () => {
     assert.equal(since(61000, 1000), "+61\u202fs");
     assert.equal(count(1234567), "1\u202f234\u202f567");
     assert.equal(computed(1 / 3), "0.333333");
+    assert.deepEqual(
+        [
+            [1663852.5, 1662999, 1664717],
+            [8388608, 8388608, 8388608],
+            [7.843137, 7.843137, 7.843137],
+            [0.1 + 1e-17, 0.1, 0.1],
+            [0.1 + 0.2, 0.1 + 0.2, 0.1 + 0.2],
+            [Infinity, 1e308, 1.5e308],
+            [1234.56789, 1300, 1400],
+        ].map(([mean, least, greatest]) => computedMean(mean, least, greatest)),
+        ["1663850", "8388608", "7.843137", "0.1", "0.30000000000000004", "Infinity", "1234.57"],
+    );
     assert.deepEqual([0, 0.2, 204800, 12000000, 1e-7].map(onAxis), ["0", "0.2", "204\u202f800", "1.2e7", "1e-7"]);
     assert.deepEqual([0.5, 1500, 600000, 7200000, 200000000].map(duration), [
         "0.5 ms",
