@@ -93,6 +93,37 @@ export function borderOf(ink: Ink): string {
     return `3px ${["solid", "dashed", "dotted", "double"][ink.dash % 4]} ${colour(ink.colour)}`;
 }
 
+/** How areas of one colour are told apart, where lines have dashes: by hatching of so many degrees. */
+const kHatches = [null, 45, 135, 90];
+const kHatchStep = 5;
+const kHatchWidth = 1.5;
+
+/** A layer of a stack as the background of an element. */
+export function areaOf(ink: Ink): string {
+    const angle = kHatches[ink.dash % kHatches.length];
+    const fill = colour(ink.colour);
+    const gap = palette().background;
+    return angle === null
+        ? fill
+        : `repeating-linear-gradient(${angle}deg, ${gap} 0 ${kHatchWidth}px, ${fill} ${kHatchWidth}px ${kHatchStep}px)`;
+}
+
+/** What is laid over a layer of a stack to hatch it; null for a plain one. */
+export function hatchOf(ink: Ink, context: CanvasRenderingContext2D, ratio: number): CanvasPattern | null {
+    const angle = kHatches[ink.dash % kHatches.length];
+    if (angle === null) {
+        return null;
+    }
+    const tile = document.createElement("canvas");
+    tile.width = tile.height = Math.round(kHatchStep * ratio);
+    const pen = tile.getContext("2d") as CanvasRenderingContext2D;
+    pen.fillStyle = palette().background;
+    pen.fillRect(0, 0, kHatchWidth * ratio, tile.height);
+    const pattern = context.createPattern(tile, "repeat");
+    pattern?.setTransform(new DOMMatrix().rotate(angle - 90));
+    return pattern;
+}
+
 /** Of two versions' difference in points: bluer where it went down, more orange where it went up. */
 export function difference(delta: number, most: number): string {
     const share = most > 0 ? Math.min(1, Math.sqrt(Math.abs(delta) / most)) : 0;

@@ -1,6 +1,6 @@
 // The rows below a chart: what each line is, its value at the cursor, and its figures over what is marked or shown.
 
-import { borderOf, kFaint, onPalette } from "./colours";
+import { areaOf, borderOf, kFaint, onPalette } from "./colours";
 import type { Context } from "./context";
 import { Child, el, replace } from "./dom";
 import { computedMean, count, duration, exact } from "./format";
@@ -82,7 +82,10 @@ export class Legend {
             this.painter.arrange();
             this.changed();
         });
-        const swatch = el("span", { class: "swatch", attributes: { "aria-hidden": "true" } });
+        const swatch = el("span", {
+            class: this.painter.stacked ? "swatch area" : "swatch",
+            attributes: { "aria-hidden": "true" },
+        });
         const now = el("td", { class: "number now" });
         const row: Row = { line, swatch, now, cells: [], buttons: [], figures: null };
         row.buttons = [
@@ -98,7 +101,11 @@ export class Legend {
 
     private colours(): void {
         for (const { line, swatch } of this.rows) {
-            swatch.style.borderTop = borderOf(line.ink);
+            if (this.painter.stacked) {
+                swatch.style.background = areaOf(line.ink);
+            } else {
+                swatch.style.borderTop = borderOf(line.ink);
+            }
             swatch.style.opacity = line.ink.faint ? String(kFaint) : "1";
         }
     }

@@ -65,6 +65,7 @@ export function linesOf(block: Series, context: Context): Line[] {
 export class SeriesPainter implements Painter {
     readonly names = null;
     readonly marks: PlacedMark[];
+    readonly stacked: boolean;
     private readonly stack: Stack | null;
 
     constructor(
@@ -74,6 +75,7 @@ export class SeriesPainter implements Painter {
         private readonly anchor: () => HTMLElement,
     ) {
         this.stack = block.stacked ? new Stack(lines) : null;
+        this.stacked = this.stack !== null;
         this.marks = (block.marks ?? []).map((mark) => ({ ...mark, place: mark.t - this.shiftOf(mark.run, mark.series) }));
     }
 

@@ -1,7 +1,7 @@
 // Lines laid on top of each other.
 
-import type uPlot from "uplot";
-import { colour } from "./colours";
+import uPlot from "uplot";
+import { colour, hatchOf } from "./colours";
 import { Points, bisect } from "./points";
 import type { Line } from "./series";
 import type { Range } from "./view";
@@ -62,8 +62,14 @@ export class Stack {
         for (let i = this.sums.length - 1; i >= 0; i--) {
             // From the highest down, each to the bottom: the next one covers what is its own.
             const edge = this.edge(u, this.sums[i], range);
-            context.fillStyle = colour(this.layers[i].ink.colour);
+            const { ink } = this.layers[i];
+            const hatch = hatchOf(ink, context, uPlot.pxRatio);
+            context.fillStyle = colour(ink.colour);
             context.fill(edge);
+            if (hatch) {
+                context.fillStyle = hatch;
+                context.fill(edge);
+            }
         }
     }
 

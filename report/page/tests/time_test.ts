@@ -63,6 +63,27 @@ async function opened(
     await report.page.close();
 }
 
+/** The opaque pixels of the first chart: red, green, blue, and how far they are below the plot. */
+async function pixelsOf(tab: Tab): Promise<number[][]> {
+    return tab.$eval(".chart", (chart) => {
+        const drawn = chart.querySelector("canvas") as HTMLCanvasElement;
+        const canvas = document.createElement("canvas"); // a copy, since a canvas that is read is drawn slower
+        [canvas.width, canvas.height] = [drawn.width, drawn.height];
+        const context = canvas.getContext("2d", { willReadFrequently: true }) as CanvasRenderingContext2D;
+        context.drawImage(drawn, 0, 0);
+        const { data } = context.getImageData(0, 0, canvas.width, canvas.height);
+        const plot = (chart.querySelector(".u-over") as HTMLElement).getBoundingClientRect();
+        const bottom = plot.bottom - drawn.getBoundingClientRect().top;
+        const pixels: number[][] = [];
+        for (let i = 0; i < data.length; i += 4) {
+            if (data[i + 3] > 200) {
+                pixels.push([...data.slice(i, i + 3), Math.floor(i / 4 / canvas.width) - bottom]);
+            }
+        }
+        return pixels;
+    });
+}
+
 function cpuOf(payload: Payload): Series {
     return payload.pages[1].blocks[0] as Series;
 }
@@ -338,22 +359,40 @@ await withBench((bench) => {
         });
     });
 
+    test("layers of a stack that have one colour are told apart by hatching, in the picture and in the rows below it", async () => {
+        const payload = every();
+        const [first] = cpuOf(payload).series;
+        const names = [...Array(9).keys()].map(String);
+        const flat = names.map((name) => ({
+            ...first,
+            name,
+            v: first.v.map(() => (name === "0" || name === "8" ? 50 : 1)),
+        }));
+        payload.pages[1].blocks = [{ kind: "series", title: "masters", unit: "%", stacked: true, series: flat }];
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            const blue = async (): Promise<number> =>
+                (await pixelsOf(tab)).filter(([red, , blue, below]) => red < 40 && blue > 150 && below < 0).length;
+            const hatched = await tab.$$eval(".swatch.area", (nodes) =>
+                nodes.map((node) => (node as HTMLElement).style.background.includes("gradient")),
+            );
+            assert.deepEqual(
+                hatched,
+                names.map((name) => name === "8"),
+            );
+            const both = await blue();
+            await tab.click(".legend tbody tr:last-child input");
+            await bench.settle(tab);
+            const plain = await blue(); // the other alone, in a plot of half the height
+            assert.ok(both < plain * 0.95, `${both} of ${plain}`);
+            assert.ok(both > plain * 0.6, `${both} of ${plain}`);
+        });
+    });
+
     test("a line that is switched off leaves the chart, and a found moment leads there", async () => {
         const payload = every();
         await opened(bench, payload, "#page=cpu", async (tab) => {
-            const ink = (): Promise<number> =>
-                tab.$eval(".chart canvas", (node) => {
-                    const canvas = document.createElement("canvas"); // a copy, since a canvas that is read is drawn slower
-                    [canvas.width, canvas.height] = [(node as HTMLCanvasElement).width, (node as HTMLCanvasElement).height];
-                    const context = canvas.getContext("2d", { willReadFrequently: true });
-                    context?.drawImage(node as HTMLCanvasElement, 0, 0);
-                    const pixels = context?.getImageData(0, 0, canvas.width, canvas.height).data ?? [];
-                    let blue = 0;
-                    for (let i = 0; i < pixels.length; i += 4) {
-                        blue += Number(pixels[i] < 40 && pixels[i + 2] > 150 && pixels[i + 3] > 200);
-                    }
-                    return blue;
-                });
+            const ink = async (): Promise<number> =>
+                (await pixelsOf(tab)).filter(([red, , blue]) => red < 40 && blue > 150).length;
             assert.ok((await ink()) > 300);
             await tab.click(".legend tbody tr:first-child input");
             await bench.settle(tab);
