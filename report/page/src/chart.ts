@@ -49,6 +49,7 @@ const kPrintedWidth = 680;
 const kFont = "11px system-ui, sans-serif";
 /** A chart that fills less of the time than this has a button to be zoomed to. */
 const kOwnTime = 0.5;
+const kBeyond = 6; // pixels above and below the plot for what stands at its edges
 const kSlip = 4; // pixels within which a press is no drag
 
 export class TimeChart {
@@ -213,7 +214,8 @@ export class TimeChart {
         const context = u.ctx;
         context.save();
         context.beginPath();
-        context.rect(left, top, width, height);
+        const beyond = kBeyond * uPlot.pxRatio;
+        context.rect(left, top - beyond, width, height + 2 * beyond);
         context.clip();
         this.paintMark(u, context);
         this.painter.paint(u, context);

@@ -34,6 +34,16 @@ export interface Line {
 }
 
 type PlacedMark = Mark & { place: number };
+type Band = NonNullable<Series["bands"]>[number];
+
+/** Words that can be read on whatever lies below them. */
+function paintWords(context: CanvasRenderingContext2D, words: string, x: number, y: number): void {
+    context.strokeStyle = palette().background;
+    context.lineWidth = 3 * uPlot.pxRatio;
+    context.lineJoin = "round";
+    context.strokeText(words, x, y);
+    context.fillText(words, x, y);
+}
 
 /** Where a point comes from, which stands in the payload at `index`. */
 function sourceOf({ src, srcs }: Series["series"][number], index: number): Source | undefined {
@@ -127,6 +137,7 @@ export class SeriesPainter implements Painter {
                 }
             }
         }
+        this.labelBands(u, context);
         this.paintLimits(u, context);
         this.paintMarks(u, context);
     }
@@ -186,29 +197,30 @@ export class SeriesPainter implements Painter {
 
     private paintBands(u: uPlot, context: CanvasRenderingContext2D): void {
         for (const band of this.block.bands ?? []) {
-            const shift = this.shiftOf(band.run, undefined);
-            const [x0, x1] = [u.valToPos(band.from - shift, "x", true), u.valToPos(band.to - shift, "x", true)];
+            const [x0, x1] = this.spanOf(u, band);
             context.fillStyle = palette().band;
             context.fillRect(x0, u.bbox.top, Math.max(uPlot.pxRatio, x1 - x0), u.bbox.height);
-            this.label(
-                u,
-                context,
-                band.label,
-                Math.max(x0, u.bbox.left) + 3 * uPlot.pxRatio,
-                u.bbox.top,
-                Math.min(x1, u.bbox.left + u.bbox.width),
-            );
         }
     }
 
-    /** Words inside the plot, where there is room for them. */
-    private label(u: uPlot, context: CanvasRenderingContext2D, words: string, x: number, top: number, end: number): void {
+    /** Where a band begins and ends. */
+    private spanOf(u: uPlot, band: Band): [number, number] {
+        const shift = this.shiftOf(band.run, undefined);
+        return [u.valToPos(band.from - shift, "x", true), u.valToPos(band.to - shift, "x", true)];
+    }
+
+    /** The words of the bands, above what is drawn, where there is room for them. */
+    private labelBands(u: uPlot, context: CanvasRenderingContext2D): void {
         context.font = `${11 * uPlot.pxRatio}px system-ui, sans-serif`;
         context.textBaseline = "top";
         context.textAlign = "left";
-        if (x + context.measureText(words).width < Math.min(end, u.bbox.left + u.bbox.width)) {
-            context.fillStyle = palette().dim;
-            context.fillText(words, x, top + 2 * uPlot.pxRatio);
+        context.fillStyle = palette().dim;
+        for (const band of this.block.bands ?? []) {
+            const [x0, x1] = this.spanOf(u, band);
+            const x = Math.max(x0, u.bbox.left) + 3 * uPlot.pxRatio;
+            if (x + context.measureText(band.label).width < Math.min(x1, u.bbox.left + u.bbox.width)) {
+                paintWords(context, band.label, x, u.bbox.top + 2 * uPlot.pxRatio);
+            }
         }
     }
 
@@ -240,7 +252,7 @@ export class SeriesPainter implements Painter {
         context.textAlign = "right";
         context.textBaseline = below ? "top" : "bottom";
         context.fillStyle = palette().alarm;
-        context.fillText(words, u.bbox.left + u.bbox.width - 4 * uPlot.pxRatio, y + (below ? 2 : -2));
+        paintWords(context, words, u.bbox.left + u.bbox.width - 4 * uPlot.pxRatio, y + (below ? 2 : -2));
     }
 
     private paintMarks(u: uPlot, context: CanvasRenderingContext2D): void {

@@ -388,6 +388,26 @@ await withBench((bench) => {
         });
     });
 
+    test("the sign of what was found at the foot of a chart is whole", async () => {
+        const payload = every();
+        const chart = cpuOf(payload);
+        const [first] = chart.series;
+        const flat = { ...first, v: first.v.map((_v, index) => (index === 150 ? 0 : 50)) };
+        payload.pages[1].blocks = [
+            {
+                ...chart,
+                limits: [],
+                bands: [],
+                series: [flat],
+                marks: [{ t: first.t[150], sign: "peak", series: 0, label: "least" }],
+            },
+        ];
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            const dark = (await pixelsOf(tab)).filter(([red, green, blue, below]) => red + green + blue < 160 && below >= 1);
+            assert.ok(dark.length > 10, String(dark.length));
+        });
+    });
+
     test("a line that is switched off leaves the chart, and a found moment leads there", async () => {
         const payload = every();
         await opened(bench, payload, "#page=cpu", async (tab) => {
