@@ -41,8 +41,8 @@ export class Legend {
     ) {
         this.thinned = (block.total ?? 0) > painter.lines.reduce((sum, line) => sum + line.points.length, 0);
         this.range = context.view.range;
-        const heads = ["at the cursor", "mean", "least", "greatest"].map((words) =>
-            el("th", { class: "number", attributes: { scope: "col" } }, words),
+        const heads = ["at the cursor", "mean", "least", "greatest"].map((words, index) =>
+            el("th", { class: index === 0 ? "number at-cursor" : "number", attributes: { scope: "col" } }, words),
         );
         const head = el("tr", {}, el("th", { attributes: { scope: "col" } }, this.over), ...heads);
         const body = el("tbody", {}, ...painter.lines.map((line) => this.row(line)));

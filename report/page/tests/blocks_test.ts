@@ -209,6 +209,46 @@ await withBench((bench) => {
         });
     });
 
+    test("the list of blocks shows each title whole", async () => {
+        const payload = empty();
+        const title = (index: number): string =>
+            `Longest runs without a break, global_timehist_process_tid_camera_isp:${index}`;
+        payload.pages[0].blocks = [...Array(9).keys()].map((index) => ({ kind: "text", title: title(index), lines: [] }));
+        await opened(bench, payload, "summary", async (tab) => {
+            const cut = await tab.$$eval(".contents button", (nodes) =>
+                nodes.filter((node) => node.scrollWidth > node.clientWidth || node.scrollHeight > node.clientHeight + 2),
+            );
+            assert.equal(cut.length, 0);
+        });
+    });
+
+    test("a table's heads take several lines before the table is wider than the page, and all of it gets on paper", async () => {
+        const payload = empty();
+        const columns = [...Array(9).keys()].map((index) => ({
+            name: `some long figure of a version, ${index}`,
+            number: true,
+        }));
+        const long = { v: "some words that are too long for one line of a table ".repeat(2) };
+        const short = columns.map(() => ({ v: 82.90402 }));
+        payload.pages[0].blocks = [
+            { kind: "table", title: "short", columns, rows: [short] },
+            { kind: "table", title: "long", columns, rows: [columns.map(() => long)] },
+        ];
+        await opened(bench, payload, "summary", async (tab) => {
+            const over = (): Promise<number[]> =>
+                tab.$$eval(".block.table .scroll", (nodes) => nodes.map((node) => node.scrollWidth - node.clientWidth));
+            assert.equal((await over())[0], 0);
+            await tab.emulateMediaType("print");
+            await tab.setViewport({ width: 700, height: 900 });
+            await bench.settle(tab);
+            assert.deepEqual(await over(), [0, 0]);
+            const heights = await tab.$$eval(".block.table:nth-of-type(1) td button", (nodes) =>
+                nodes.map((node) => node.getBoundingClientRect().height),
+            );
+            assert.ok(Math.max(...heights) < 25, "a number stands in one line");
+        });
+    });
+
     test("the foot names the libraries in the page and their licences", async () => {
         await opened(bench, every(), "summary", async (tab) => {
             const licences = await tab.$$eval(".licences details summary", (nodes) =>
