@@ -90,7 +90,15 @@ export function dashOf(ink: Ink): number[] {
 
 /** The same as a border of an element. */
 export function borderOf(ink: Ink): string {
-    return `3px ${["solid", "dashed", "dotted", "double"][ink.dash % 4]} ${colour(ink.colour)}`;
+    return `3px ${["solid", "dashed", "dotted", "solid"][ink.dash % 4]} ${colour(ink.colour)}`;
+}
+
+/** What no border is by itself: a dash and a dot. */
+export function borderImageOf(ink: Ink): string {
+    const [fill, gap] = [colour(ink.colour), "transparent"];
+    return ink.dash % 4 === 3
+        ? `repeating-linear-gradient(to right, ${fill} 0 7px, ${gap} 7px 10px, ${fill} 10px 12px, ${gap} 12px 15px) 3 0 0 0`
+        : "";
 }
 
 /** How areas of one colour are told apart, where lines have dashes: by hatching of so many degrees. */

@@ -1,6 +1,6 @@
 // The rows below a chart: what each line is, its value at the cursor, and its figures over what is marked or shown.
 
-import { areaOf, borderOf, kFaint, onPalette } from "./colours";
+import { areaOf, borderImageOf, borderOf, kFaint, onPalette } from "./colours";
 import type { Context } from "./context";
 import { Child, el, replace } from "./dom";
 import { computedMean, count, duration, exact } from "./format";
@@ -105,6 +105,7 @@ export class Legend {
                 swatch.style.background = areaOf(line.ink);
             } else {
                 swatch.style.borderTop = borderOf(line.ink);
+                swatch.style.borderImage = borderImageOf(line.ink);
             }
             swatch.style.opacity = line.ink.faint ? String(kFaint) : "1";
         }

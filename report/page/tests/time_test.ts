@@ -237,6 +237,24 @@ await withBench((bench) => {
         });
     });
 
+    test("the rows below a chart show the dashes of its lines", async () => {
+        const payload = every();
+        const [first] = cpuOf(payload).series;
+        const series = [...Array(32).keys()].map((index) => ({ ...first, name: `line ${index}` }));
+        payload.pages[1].blocks = [{ kind: "series", title: "many", unit: "%", series }];
+        await opened(bench, payload, "#page=cpu", async (tab) => {
+            const dashes = await tab.$$eval(".swatch", (nodes) =>
+                nodes
+                    .map((node) => node as HTMLElement)
+                    .map(({ style }) => (style.borderImageSource.includes("gradient") ? "both" : style.borderTopStyle)),
+            );
+            assert.deepEqual(
+                dashes,
+                ["solid", "dashed", "dotted", "both"].flatMap((dash) => Array(8).fill(dash)),
+            );
+        });
+    });
+
     test("the keys move the cursor, zoom, pan, mark and tell the source", async () => {
         const payload = every();
         await opened(bench, payload, "#page=cpu", async (tab) => {
