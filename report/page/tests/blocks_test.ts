@@ -249,6 +249,19 @@ await withBench((bench) => {
         });
     });
 
+    test("on a narrow screen bars are as wide as their figures", async () => {
+        const payload = empty();
+        const cells = [{ v: 8388608 }, { v: 4194304 }];
+        payload.pages[0].blocks = [
+            { kind: "bars", title: "t", unit: "KB", names: ["a", "b"], rows: [{ label: "kernelStack", cells }] },
+        ];
+        await opened(bench, payload, "summary", async (tab) => {
+            await tab.setViewport({ width: 420, height: 900 });
+            const widths = await tab.$$eval(".track", (nodes) => nodes.map((node) => node.clientWidth));
+            assert.ok(Math.min(...widths) >= 90, String(widths));
+        });
+    });
+
     test("the foot names the libraries in the page and their licences", async () => {
         await opened(bench, every(), "summary", async (tab) => {
             const licences = await tab.$$eval(".licences details summary", (nodes) =>
