@@ -40,7 +40,7 @@ make_rows() {
 }
 
 # Behind a name's last part, its form, stands what says how it is measured.
-how='/(iterations:[0-9]+|(real|manual|process)_time)'
+how='/((iterations|repeats):[0-9]+|(real|manual|process)_time)'
 
 # The rows of the table, each with all its forms: its program and its name.
 rows() {
@@ -52,12 +52,15 @@ rows() {
 
 # measure_trial SEED: rows in random order, at least one.
 measure_trial() {
-    local budget=20 row_limit=5 drawn=0 measured=0 repetitions=3 TIMEFORMAT='%U %S' program name used status
+    local budget=20 row_limit=5 drawn=0 measured=0 repetitions=3 TIMEFORMAT='%U %S' program name used status scratch
     rm -f build/bench/*
     while [[ $budget -gt 0 || $measured -eq 0 ]] && read -r program name; do
         drawn=$((drawn + 1)) status=0
-        used=$({ time (ulimit -c 0 -t "$row_limit" && run "$program" "$drawn" --benchmark_min_time=0.1 \
+        # What is stopped does not remove its files.
+        scratch=$(mktemp -d)
+        used=$({ time (ulimit -c 0 -t "$row_limit" && TMPDIR=$scratch run "$program" "$drawn" --benchmark_min_time=0.1 \
             --benchmark_filter="^$name/[^/]+($how)*\$" 2>/dev/null); } 2>&1) || status=$?
+        rm -rf "$scratch"
         budget=$(awk -v left="$budget" '{ printf "%.0f", left - $1 - $2 }' <<<"${used##*$'
 '}")
         case $status in

@@ -30,7 +30,7 @@ def read(paths):
         for row in results["benchmarks"]:
             if row.get("aggregate_name") != "median":
                 continue
-            name = re.sub(r"/iterations:\d+", "", row["run_name"])
+            name = re.sub(r"/(iterations|repeats):\d+", "", row["run_name"])
             real = name.endswith(("/real_time", "/manual_time"))
             name = re.sub("/(real|manual|process)_time", "", name)
             what, _, form = name.rpartition("/")
