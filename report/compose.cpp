@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "report/families/families.h"
+#include "report/page_room.h"
 #include "report/run_facts.h"
 #include "report/summary.h"
 #include "report/together.h"
@@ -15,6 +16,9 @@ namespace {
 
 // Of the report, for texts of lines: the rest of them is named by its file.
 constexpr std::size_t kLineBudget = std::size_t{256} << 10;
+
+// Of the report, for what its pages hold, so that it stays below 30 MB with all that is beside it.
+constexpr std::size_t kPagesBudget = std::size_t{24} << 20;
 
 struct Family {
     const char* id;
@@ -89,7 +93,7 @@ struct Family {
 // The page of a family, if the run has something of it.
 void AddPage(const Family& family, std::vector<RunView>& views, RunView& view, Files& files,
              std::vector<Page>& pages) {
-    FamilyContext context{view.run, files, view.facts.settings, {}, VersionsOf(view, views)};
+    FamilyContext context{view.run, files, view.facts.settings, {}, VersionsOf(view, views), 0};
     std::vector<Block> blocks = family.make(context);
     if (blocks.empty()) {
         view.missing.push_back(MissingPage(family, view));
@@ -101,6 +105,7 @@ void AddPage(const Family& family, std::vector<RunView>& views, RunView& view, F
     page.title = family.title + (views.size() == 1 ? "" : ": " + view.label);
     page.run = number;
     page.blocks = std::move(blocks);
+    TellLeftOut(context.leftOut, page);
     pages.push_back(std::move(page));
     std::move(context.findings.begin(), context.findings.end(), std::back_inserter(view.findings));
 }
@@ -126,6 +131,7 @@ Report ComposeReport(const std::vector<std::string>& paths, const std::vector<st
             AddPage(family, views, view, files, report.pages);
         }
     }
+    FitPages(report.pages, kPagesBudget);
     if (auto together = TogetherPage(report.pages)) {
         report.pages.insert(report.pages.begin(), std::move(*together));
     }

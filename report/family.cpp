@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "report/page_room.h"
+
 namespace zarn::report {
 
 void AddRow(TableBlock& table, std::vector<Cell> row) {
@@ -60,6 +62,9 @@ void AddLastDocuments(FamilyContext& context, const std::vector<RunFile>& files,
             take(*content, context.At(file, line), own);
         });
         for (Block& block : own) {
+            if (!HasRoom(context, blocks)) {
+                continue;
+            }
             std::visit([&](auto& kind) { kind.head.title = TitleOf(kind.head.title, files, file); },
                        block);
             blocks.push_back(std::move(block));

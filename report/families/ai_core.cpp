@@ -46,6 +46,10 @@ std::vector<Block> AiCoreBlocks(FamilyContext& context) {
     std::size_t most = 0;
     for (const RunFile& file : context.run.Find(ai_core_files::kUsageDocuments)) {
         ReadDocuments(context.files, file, [&](const JsonValue& document, std::uint64_t line) {
+            if (!samples.empty() && samples.back().file == file.index) {
+                context.files.Trouble(file.index, "it holds more than one sample");
+                return;
+            }
             const auto moment = MomentOf(MemberOf(&document, "happenTime"));
             const auto text =
                 TextOf(MemberOf(FirstOf(MemberOf(&document, "content")), kAiCoreMember));

@@ -5,6 +5,7 @@
 
 #include "foundation/files.h"
 #include "report/families/families.h"
+#include "report/page_room.h"
 
 namespace zarn::report {
 namespace {
@@ -46,6 +47,9 @@ void AddBench(FamilyContext& context, const RunFile& file, const char* title,
         const JsonValue* content = MemberOf(&document, "content");
         if (content == nullptr || !content->IsObject()) {
             context.files.Trouble(file.index, "line " + std::to_string(line) + " holds no values");
+            return;
+        }
+        if (!HasRoom(context, blocks)) {
             return;
         }
         const Source source = context.At(file, line);

@@ -7,6 +7,7 @@
 #include "formats/hot_fun.h"
 #include "formats/run_tree.h"
 #include "report/families/families.h"
+#include "report/page_room.h"
 #include "report/samples.h"
 #include "report/stacks.h"
 
@@ -33,6 +34,9 @@ struct Report {
 // Rows of a report.
 void AddRows(const Report& report, const JsonValue& rows, const Source& source,
              FamilyContext& context, std::vector<Block>& blocks) {
+    if (!HasRoom(context, blocks)) {
+        return;
+    }
     const std::string& title = report.title;
     FewSamples few;
     TableBlock table;
@@ -61,7 +65,7 @@ void AddRows(const Report& report, const JsonValue& rows, const Source& source,
 
 // The shares of the names in each function set.
 void AddSets(const JsonValue& sets, const SampleCount& samples, const Source& source,
-             std::vector<Block>& blocks) {
+             FamilyContext& context, std::vector<Block>& blocks) {
     for (const auto& set : sets.GetObject()) {
         FewSamples few;
         BarsBlock bars;
@@ -69,7 +73,7 @@ void AddSets(const JsonValue& sets, const SampleCount& samples, const Source& so
                      "Percent of the cycles of all samples.", source};
         bars.unit = "%";
         bars.names = {"share"};
-        if (!set.value.IsObject()) {
+        if (!set.value.IsObject() || !HasRoom(context, blocks)) {
             continue;
         }
         for (const auto& name : set.value.GetObject()) {
@@ -115,7 +119,7 @@ void AddDocument(FamilyContext& context, const std::string& job, const RunFile& 
                     *content, source, context, blocks);
         } else if (content != nullptr && content->IsObject() &&
                    job == hot_fun_files::kFunctionSet) {
-            AddSets(*content, SamplesOf(recorded, job), source, blocks);
+            AddSets(*content, SamplesOf(recorded, job), source, context, blocks);
         } else if (content != nullptr && content->IsObject()) {
             for (const auto& process : content->GetObject()) {
                 const std::string name(*TextOf(&process.name));

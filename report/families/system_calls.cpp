@@ -2,6 +2,7 @@
 
 #include "formats/sys_call.h"
 #include "report/families/families.h"
+#include "report/page_room.h"
 #include "report/samples.h"
 
 namespace zarn::report {
@@ -26,6 +27,9 @@ constexpr std::size_t kCalls = 6;
 
 void AddCalls(const std::string& process, const JsonValue& rows, const Source& source,
               FamilyContext& context, std::vector<Block>& blocks) {
+    if (!HasRoom(context, blocks)) {
+        return;
+    }
     TableBlock table;
     table.head = {"System calls of " + process,
                   "Time of the processor, spent in the kernel; the call that took most first.",

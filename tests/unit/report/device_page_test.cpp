@@ -58,6 +58,19 @@ TEST(AiCorePageTest, MakesOneChartOfAllFiles) {
                             "json/soc_ai_resource_usage_info_1_1.data:1 20.0"));
 }
 
+TEST(AiCorePageTest, TakesTheOneSampleOfAFile) {
+    const RunTree tree;
+    const std::string sample =
+        DocumentLine(kAiCoreObjectId, kTime, R"([{"aicore":"1 2"}])") +
+        DocumentLine(kAiCoreObjectId, "20260101000001000", R"([{"aicore":"3 4"}])");
+    tree.Write(RunTree::NameOf(ai_core_files::kUsageDocuments, "1"), sample);
+    const Shown shown(tree);
+    EXPECT_THAT(shown.Lines("aicore", "How busy the AI cores are", kFrom),
+                ElementsAre("average: 0=1", "core 0: 0=2"));
+    EXPECT_THAT(shown.Troubles(), ElementsAre("json/soc_ai_resource_usage_info_1_1.data: it holds "
+                                              "more than one sample"));
+}
+
 TEST(AicpuPageTest, ShowsTheComplexAndItsProcesses) {
     const RunTree tree;
     tree.Write(RunTree::NameOf(aicpu_files::kSocAnalysis),
