@@ -60,9 +60,9 @@ void Fit(const std::vector<std::size_t>& sizes, std::size_t bytes, Page& page) {
 
 }  // namespace
 
-bool HasRoom(FamilyContext& context, const std::vector<Block>& blocks) {
+bool HasRoom(FamilyContext& context, const std::vector<Block>& blocks, std::uint64_t more) {
     const bool hasRoom = blocks.size() < kMostBlocks;
-    context.leftOut += hasRoom ? 0 : 1;
+    context.leftOut += hasRoom ? 0 : more;
     return hasRoom;
 }
 

@@ -13,8 +13,9 @@ namespace zarn::report {
 // Charts and tables of a page, beyond which a tree's further documents are not kept in memory.
 inline constexpr std::size_t kMostBlocks = 400;
 
-// Whether the page has room for one more block; what it has none for is counted.
-[[nodiscard]] bool HasRoom(FamilyContext& context, const std::vector<Block>& blocks);
+// Whether the page has room for more blocks; what it has none for is counted, `more` of them.
+[[nodiscard]] bool HasRoom(FamilyContext& context, const std::vector<Block>& blocks,
+                           std::uint64_t more = 1);
 
 // Ends the blocks of a page in a text that tells how many more there were; does nothing for none.
 void TellLeftOut(std::uint64_t blocks, Page& page);

@@ -5,6 +5,7 @@
 #include "report/families/families.h"
 #include "report/lines.h"
 #include "report/moments.h"
+#include "report/page_room.h"
 
 namespace zarn::report {
 namespace {
@@ -26,6 +27,9 @@ struct Snapshot {
 }
 
 void AddHeap(FamilyContext& context, const RunFile& file, std::vector<Block>& blocks) {
+    if (!HasRoom(context, blocks)) {
+        return;
+    }
     std::vector<Snapshot> snapshots;
     std::uint64_t total = 0;
     ReadLines(context.files, file, [&](std::string_view text, std::uint64_t line) {

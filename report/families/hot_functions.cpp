@@ -151,6 +151,9 @@ std::vector<Block> HotFunctionBlocks(FamilyContext& context) {
     Recorded recorded;
     for (const RunFile& file : context.run.Find(hot_fun_files::kRawDir, hot_fun_files::kRawPrefix,
                                                 hot_fun_files::kScriptSuffix)) {
+        if (!HasRoom(context, flames)) {
+            continue;
+        }
         const std::string begin = std::string(hot_fun_files::kRawDir) + hot_fun_files::kRawPrefix;
         const std::string tag = TagOf(file.name.substr(begin.size()));
         StackCounts counts;

@@ -4,6 +4,7 @@
 
 #include "formats/lib.h"
 #include "report/families/families.h"
+#include "report/page_room.h"
 #include "report/samples.h"
 #include "report/stacks.h"
 
@@ -14,6 +15,10 @@ namespace {
 void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block>& blocks) {
     constexpr std::string_view kClock = "cpu-clock";
     constexpr std::size_t kMostLibraries = 4096;
+    constexpr std::uint64_t kBlocks = 2;  // the libraries and the stacks
+    if (!HasRoom(context, blocks, kBlocks)) {
+        return;
+    }
     std::map<std::string, double, std::less<>> counts;
     StackCounts stacks;
     std::uint64_t samples = 0;

@@ -1,6 +1,10 @@
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <map>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "formats/sched.h"
@@ -10,6 +14,7 @@
 #include "report/families/families.h"
 #include "report/lines.h"
 #include "report/moments.h"
+#include "report/page_room.h"
 #include "report/samples.h"
 #include "report/series.h"
 #include "report/tables.h"
@@ -373,7 +378,7 @@ private:
         }
         const auto index = static_cast<std::uint32_t>(names_.size());
         names_.push_back(ShortText(task));
-        indexes_.emplace(task, index);
+        indexes_.emplace(tasks_.emplace_back(task), index);
         return index;
     }
 
@@ -422,7 +427,8 @@ private:
     std::vector<std::optional<double>> values_;  // of a row
     std::vector<Span> spans_;
     std::vector<std::string> names_;
-    std::map<std::string, std::uint32_t, std::less<>> indexes_;
+    std::deque<std::string> tasks_;  // whole names, which the indexes look at
+    std::unordered_map<std::string_view, std::uint32_t> indexes_;
     std::uint64_t total_ = 0;
 };
 
@@ -435,6 +441,10 @@ private:
 
 void AddHistory(FamilyContext& context, const RunFile& file, BootMoment boot,
                 std::vector<Block>& blocks) {
+    constexpr std::uint64_t kBlocks = 2;  // what ran when, and its figures
+    if (!HasRoom(context, blocks, kBlocks)) {
+        return;
+    }
     const char* note = boot ? "Placed by when the machine came up, which is told in whole seconds."
                             : "No document tells when the machine came up: the first row stands at "
                               "the moment in the file's name.";

@@ -8,6 +8,7 @@
 
 #include "formats/aicpu.h"
 #include "formats/hot_fun.h"
+#include "formats/sched.h"
 #include "formats/sys_call.h"
 #include "report/payload.h"
 #include "tests/unit/report/shown.h"
@@ -22,6 +23,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
+constexpr const char* kTime = "20260101000000000";
 constexpr std::size_t kTextBytes = 10000;
 
 // A page of texts, each of a title and that many times kTextBytes.
@@ -93,18 +95,21 @@ TEST(PageRoomTest, EndsAPageOfManyDocuments) {
     std::string calls;
     std::string functions;
     std::string lists;
-    for (std::size_t i = 0; i < kMostBlocks + 3; ++i) {
+    for (std::uint32_t i = 0; i < kMostBlocks + 3; ++i) {
         const std::string number = std::to_string(i);
-        calls += DocumentLine(sys_call_files::kObjectId, "20260101000000000",
+        calls += DocumentLine(sys_call_files::kObjectId, kTime,
                               R"({"p)" + number + R"(":[{"syscall-name":"read"}]})");
-        functions += DocumentLine(hot_fun_files::ObjectId(hot_fun_files::kGlobal),
-                                  "20260101000000000", R"([{"percentage":"1%"}])");
+        functions += DocumentLine(hot_fun_files::ObjectId(hot_fun_files::kGlobal), kTime,
+                                  R"([{"percentage":"1%"}])");
+        tree.Write(
+            sched_files::kRawDir + sched_files::TimehistName(sched_files::CoreTarget(i), 1, kTime),
+            "head\nhead\nhead\n  1.5 [0000]  a[1]  0.1  0.2  0.3\n");
         lists += (lists.empty() ? "{" : ",") + ('"' + number + R"(":[{"cpu":"1"}])");
     }
     tree.Write(RunTree::NameOf(sys_call_files::kDocument), calls);
     tree.Write("json/" + hot_fun_files::ObjectId(hot_fun_files::kGlobal) + "_1_1.data", functions);
     tree.Write(RunTree::NameOf(aicpu_files::kSocAnalysis),
-               DocumentLine("soc_aicpu_ana", "20260101000000000", lists + "}"));
+               DocumentLine("soc_aicpu_ana", kTime, lists + "}"));
     const Shown shown(tree);
     for (const char* page : {"calls", "functions", "aicpu"}) {
         const std::vector<std::string> titles = shown.Titles(page);
@@ -112,6 +117,10 @@ TEST(PageRoomTest, EndsAPageOfManyDocuments) {
         EXPECT_STREQ(shown.Block(page, "Left out")["lines"][0]["v"].GetString(),
                      "For the size of the report, charts and tables of this page: 3.");
     }
+    // Each history makes two.
+    EXPECT_THAT(shown.Titles("scheduler"), SizeIs(kMostBlocks + 1));
+    EXPECT_STREQ(shown.Block("scheduler", "Left out")["lines"][0]["v"].GetString(),
+                 "For the size of the report, charts and tables of this page: 406.");
 }
 
 }  // namespace
