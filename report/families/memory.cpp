@@ -118,12 +118,15 @@ public:
         const auto text = TextOf(MemberOf(&process, name_));
         const Cell cell = NumberCellOf(WithoutMemUnit(text.value_or("")), {});
         const auto* value = std::get_if<double>(&cell.value);
-        if (processes_.count(id) == 0 && processes_.size() >= kMostColumns) {
-            ++left_;
-            return;
+        auto known = processes_.find(id);
+        if (known == processes_.end()) {
+            if (processes_.size() >= kMostColumns) {
+                ++left_;
+                return;
+            }
+            known = processes_.emplace(id, Samples{Thinner(1, kSamplesOfProcess), 0.0}).first;
         }
-        auto& samples =
-            processes_.try_emplace(id, Samples{Thinner(1, kSamplesOfProcess), 0.0}).first->second;
+        Samples& samples = known->second;
         samples.thinner.Add(moment, value == nullptr ? std::nullopt : std::optional(*value), line);
         samples.greatest = std::max(samples.greatest, value == nullptr ? 0.0 : *value);
     }
