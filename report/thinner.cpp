@@ -9,6 +9,7 @@ namespace zarn::report {
 namespace {
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr std::size_t kLeastOpen = 64;
 constexpr std::size_t kNoRow = std::numeric_limits<std::size_t>::max();
 
 }  // namespace
@@ -30,6 +31,7 @@ void Thinner::Add(Moment moment, const std::optional<double>* values, std::size_
         }
         if (!BelongsToOpen(taken_)) {
             open_ = heads_.size();
+            mostOpen_ = kLeastOpen;
         }
     }
     const bool mustStay = !moments_.empty() && moments_.count(moment) != 0;
@@ -39,9 +41,11 @@ void Thinner::Add(Moment moment, const std::optional<double>* values, std::size_
         values_.push_back(hasValue ? *values[column] : kNone);
         measured_.push_back(hasValue ? Measured{1, *values[column]} : Measured());
     }
-    // A bucket that is still open need not wait with what it will leave out.
-    if (heads_.size() - open_ > 2 * most_) {
+    // A bucket that is still open need not wait with what it will leave out: the rows of hundreds
+    // of columns stay in the cache then.
+    if (heads_.size() - open_ > mostOpen_) {
         CloseBucket(open_);
+        mostOpen_ = kLeastOpen + 2 * (heads_.size() - open_);
     }
 }
 

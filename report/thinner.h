@@ -88,6 +88,7 @@ private:
     std::vector<Measured> measured_;   // what each row stands for
     std::vector<std::size_t> chosen_;  // rows of a bucket that stay, in their order
     std::size_t open_ = 0;             // where the rows of the last bucket begin
+    std::size_t mostOpen_ = 0;         // of its rows, before what it will leave out goes
     unsigned bucketBits_ = 0;          // buckets hold 2^bucketBits_ samples
     Moment last_ = 0.0;                // of the last sample
     std::uint64_t taken_ = 0;
