@@ -10,6 +10,7 @@
 
 #include "foundation/console.h"
 #include "foundation/files.h"
+#include "foundation/text.h"
 
 namespace zarn {
 namespace {
@@ -44,7 +45,7 @@ bool CheckFilePath(const std::string& path) {
     if (realPath.size() < kUserRoot.size()) {
         return PrintFailure(realPath + " not a single file in /opt/usr/");
     }
-    if (std::string_view(realPath).substr(0, kUserRoot.size()) != kUserRoot) {
+    if (!StartsWith(realPath, kUserRoot)) {
         return PrintFailure("File path illegal: " + path + ", file path should under /opt/usr/");
     }
     return true;

@@ -14,6 +14,14 @@ namespace zarn {
 [[nodiscard]] bool IsDecimalString(std::string_view text);
 [[nodiscard]] bool EqualsIgnoreCase(std::string_view a, std::string_view b);
 
+// With no bytes to look for each text does.
+[[nodiscard]] inline bool StartsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+[[nodiscard]] inline bool EndsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
 // Appends the non-empty pieces between occurrences of `delimiter`.
 void SplitString(std::string_view text, std::string_view delimiter,
                  std::vector<std::string>& tokens);

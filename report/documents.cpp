@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "foundation/text.h"
 #include "kit/event_reader.h"
 #include "report/json_out.h"
 #include "report/lines.h"
@@ -110,7 +111,7 @@ Cell MomentCell(const JsonValue* value, const Source& source) {
 Cell NumberCellOf(std::string_view text, const Source& source, std::string_view unit) {
     Cell cell;
     cell.source = source;
-    if (text.size() >= unit.size() && text.substr(text.size() - unit.size()) == unit) {
+    if (EndsWith(text, unit)) {
         text.remove_suffix(unit.size());
     }
     if (const auto number = WholeNumberIn(text)) {

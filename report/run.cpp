@@ -12,14 +12,6 @@
 namespace zarn::report {
 namespace {
 
-[[nodiscard]] bool BeginsWith(std::string_view text, std::string_view begin) {
-    return text.substr(0, begin.size()) == begin;
-}
-
-[[nodiscard]] bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 [[nodiscard]] bool IsThere(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0;
@@ -84,7 +76,7 @@ std::vector<RunFile> Run::Find(const std::string& folder, const std::string& pre
                                const std::string& suffix) {
     std::vector<RunFile> found;
     for (const std::string& name : NamesIn(folder)) {
-        if (name.size() >= prefix.size() + suffix.size() && BeginsWith(name, prefix) &&
+        if (name.size() >= prefix.size() + suffix.size() && StartsWith(name, prefix) &&
             EndsWith(name, suffix)) {
             found.push_back(FileOf(folder, name));
         }

@@ -11,6 +11,7 @@
 #include "foundation/console.h"
 #include "foundation/file_search.h"
 #include "foundation/files.h"
+#include "foundation/text.h"
 #include "foundation/time.h"
 #include "kit/cost.h"
 
@@ -31,9 +32,7 @@ std::vector<std::string> FindRecords(const std::string& dataPath) {
     paths.erase(std::remove_if(paths.begin(), paths.end(),
                                [&](const std::string& path) {
                                    return path.size() < head.size() + tail.size() ||
-                                          path.compare(0, head.size(), head) != 0 ||
-                                          path.compare(path.size() - tail.size(), tail.size(),
-                                                       tail) != 0;
+                                          !StartsWith(path, head) || !EndsWith(path, tail);
                                }),
                 paths.end());
     return paths;

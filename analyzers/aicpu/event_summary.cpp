@@ -28,7 +28,7 @@ enum : std::size_t {
 
 // What stands behind `prefix`, if the line begins with it.
 bool TakePrefix(std::string_view line, std::string_view prefix, std::string_view& value) {
-    if (line.substr(0, prefix.size()) != prefix) {
+    if (!StartsWith(line, prefix)) {
         return false;
     }
     value = TrimSpacesView(line.substr(prefix.size()));

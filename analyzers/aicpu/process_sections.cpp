@@ -18,10 +18,6 @@ bool CutPair(std::string_view line, std::string_view& name, std::string_view& va
     return !value.empty();
 }
 
-bool BeginsWith(std::string_view text, std::string_view head) {
-    return text.substr(0, head.size()) == head;
-}
-
 }  // namespace
 
 void PriorityReader::BeginPass() {
@@ -58,7 +54,7 @@ void EventNumReader::Take(std::string_view line) {
         return;
     }
     for (auto [head, series] : {std::pair(kPublished, &published_), {kScheduled, &scheduled_}}) {
-        if (BeginsWith(name, head) && series->Size() < passes_) {
+        if (StartsWith(name, head) && series->Size() < passes_) {
             series->Add(value);
         }
     }

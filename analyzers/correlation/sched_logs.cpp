@@ -10,6 +10,7 @@
 #include "analyzers/correlation/correlation_settings.h"
 #include "analyzers/correlation/digit_arithmetic.h"
 #include "formats/sched.h"
+#include "foundation/text.h"
 #include "foundation/time.h"
 
 namespace zarn {
@@ -35,10 +36,6 @@ bool TakeLastPiece(std::string_view& rest, std::string_view& piece) {
     return true;
 }
 
-bool BeginsWith(std::string_view text, std::string_view prefix) {
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 // How the names of logs of that target begin.
 std::string Beginning(const std::string& target) {
     const std::string name = sched_files::TimehistName(target, kFirstPass, "");
@@ -47,7 +44,7 @@ std::string Beginning(const std::string& target) {
 
 std::optional<NamedLog> ReadGlobalName(const std::string& name) {
     const std::string target = sched_files::GlobalTarget();
-    if (!BeginsWith(name, Beginning(target))) {
+    if (!StartsWith(name, Beginning(target))) {
         return std::nullopt;
     }
     return NamedLog{
@@ -66,8 +63,8 @@ std::optional<NamedLog> ReadNumberedName(const std::string& name, const std::str
     }
     const std::string target(rest);
     const std::string family = "sched_" + job;
-    if (!BeginsWith(name, Beginning(target)) || !TakeLastPiece(rest, number) || !IsNumber(number) ||
-        !BeginsWith(rest, family)) {
+    if (!StartsWith(name, Beginning(target)) || !TakeLastPiece(rest, number) || !IsNumber(number) ||
+        !StartsWith(rest, family)) {
         return std::nullopt;
     }
     const std::string_view process = rest.substr(family.size());

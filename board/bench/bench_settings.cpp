@@ -51,7 +51,7 @@ bool ReadFault(std::string_view text, BenchFault& fault) {
 bool ReadSpeed(std::string_view key, std::string_view value, BenchSettings& settings) {
     for (std::size_t i = 0; i < kStressCount; ++i) {
         const std::string_view name = kStressKeys[i];
-        if (key.substr(0, name.size()) != name) {
+        if (!StartsWith(key, name)) {
             continue;
         }
         const std::string_view rest = key.substr(name.size());

@@ -103,7 +103,7 @@ std::vector<int> OpenCounters(SoftwareEvent event, const PerfCall& call) {
 double NumberBehind(std::string_view text, std::string_view word) {
     LineCursor lines(text);
     for (std::string_view line; lines.Next(line);) {
-        if (line.substr(0, word.size()) == word) {
+        if (StartsWith(line, word)) {
             return NumberAt(line.substr(word.size()));
         }
     }

@@ -184,9 +184,9 @@ void TakeOption(const Options& options, const Words& words, std::size_t& at, Per
         if (word == option.letter || word == option.name) {
             value = at + 1 < words.size() ? words[at + 1] : "";
             ++at;
-        } else if (word.rfind(equals, 0) == 0) {
+        } else if (StartsWith(word, equals)) {
             value = word.substr(equals.size());
-        } else if (word.rfind(option.letter, 0) == 0) {
+        } else if (StartsWith(word, option.letter)) {
             value = word.substr(option.letter.size());
         } else {
             continue;

@@ -16,6 +16,7 @@
 #include "board/perf/sampling.h"
 #include "board/perf/sched_sampling.h"
 #include "board/perf/stat_text.h"
+#include "foundation/text.h"
 
 namespace zarn::board {
 namespace {
@@ -28,7 +29,7 @@ constexpr std::array<std::string_view, 3> kModelNames{"cycles", "cpu-clock", "ca
 int RecordByMachine(const std::vector<std::string>& words, const PerfCall& call) {
     std::vector<std::string> command{"record"};
     const bool asksEvents = std::any_of(words.begin(), words.end(), [](const std::string& word) {
-        return word.rfind("-e", 0) == 0 || word.rfind("--event", 0) == 0;
+        return StartsWith(word, "-e") || StartsWith(word, "--event");
     });
     if (!asksEvents && KernelSamplingOf(call) != KernelSampling::Counter) {
         command.insert(command.end(), {"-e", "cpu-clock/name=cycles/"});

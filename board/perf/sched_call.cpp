@@ -40,7 +40,7 @@ std::optional<std::string> ValueOf(const Words& words, std::size_t& at, std::str
     }
     const std::string equals = std::string(name) + "=";
     for (const std::string_view head : {std::string_view(equals), letter}) {
-        if (word.rfind(head, 0) == 0) {
+        if (StartsWith(word, head)) {
             return word.substr(head.size());
         }
     }

@@ -7,6 +7,7 @@
 
 #include "board/state/sched_tasks.h"
 #include "foundation/files.h"
+#include "foundation/text.h"
 
 namespace zarn::board {
 namespace {
@@ -210,7 +211,7 @@ std::string SchedRecordBytes(const SchedRecord& record) {
 }
 
 bool IsSchedRecord(std::string_view bytes) {
-    return bytes.substr(0, kHead.size()) == kHead;
+    return StartsWith(bytes, kHead);
 }
 
 std::optional<SchedRecord> ReadSchedRecord(std::string_view bytes) {

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "foundation/files.h"
+#include "foundation/text.h"
 
 namespace zarn::board {
 namespace {
@@ -23,10 +24,6 @@ void AddLine(std::ostringstream& text, const std::string& name, const CoreTicks&
     text << std::left << std::setw(5) << name << std::right << ' ' << std::setw(kTicksWidth)
          << ticks.user << ' ' << std::setw(kTicksWidth) << ticks.nice << " 0 "
          << std::setw(kTicksWidth) << ticks.idle << " 0 0 0 0 0 0\n";
-}
-
-bool BeginsWith(std::string_view line, std::string_view head) {
-    return line.substr(0, head.size()) == head;
 }
 
 // At each tick of the board's clock, from its next one on.
@@ -58,11 +55,11 @@ std::string ProcStatText(std::string_view last, const CoreTimes& times) {
     }
     LineCursor lines(last);
     for (std::string_view line; lines.Next(line);) {
-        if (BeginsWith(line, "ctxt ")) {
+        if (StartsWith(line, "ctxt ")) {
             text << "ctxt " << std::setw(kCountWidth) << times.Switches() << '\n';
-        } else if (BeginsWith(line, "procs_running ")) {
+        } else if (StartsWith(line, "procs_running ")) {
             text << "procs_running " << std::setw(kCoresWidth) << times.Running() << '\n';
-        } else if (!BeginsWith(line, "cpu")) {
+        } else if (!StartsWith(line, "cpu")) {
             text << line << '\n';
         }
     }

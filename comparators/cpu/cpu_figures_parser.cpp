@@ -76,7 +76,7 @@ std::optional<SummaryFailure> ParsePart(SummaryLine line, std::string_view part,
         return SummaryFailure{};
     }
     // A wide number may follow the point without a blank.
-    const bool isUsed = line == SummaryLine::Swap && kind.substr(0, kUsedKind.size()) == kUsedKind;
+    const bool isUsed = line == SummaryLine::Swap && StartsWith(kind, kUsedKind);
     const std::optional<std::size_t> figure = FindFigure(line, isUsed ? kUsedKind : kind);
     if (!figure) {
         return SummaryFailure{kind};

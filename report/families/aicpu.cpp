@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "foundation/text.h"
 #include "report/families/families.h"
 #include "report/series.h"
 
@@ -117,7 +118,7 @@ void TellRankings(FamilyContext& context, const JsonValue& content, const Place&
     for (const auto& member : content.GetObject()) {
         const std::string_view name = NameOf(member.name);
         const JsonValue* first = FirstOf(&member.value);
-        if (name.substr(0, kRanking.size()) == kRanking && first != nullptr) {
+        if (StartsWith(name, kRanking) && first != nullptr) {
             const auto thread = TextOf(MemberOf(first, "pid:thread_name"));
             context.findings.push_back({TextCellOf("AI CPUs, most abnormal events (" +
                                                        std::string(name.substr(kRanking.size())) +

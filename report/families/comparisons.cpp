@@ -10,6 +10,7 @@
 #include "formats/ddr.h"
 #include "formats/hot_fun.h"
 #include "formats/mem.h"
+#include "foundation/text.h"
 #include "report/families/families.h"
 #include "report/families/version_samples.h"
 #include "report/tables.h"
@@ -20,10 +21,6 @@ namespace {
 using Cells = std::vector<std::string_view>;
 
 constexpr std::size_t kMostBarRows = 60;
-
-[[nodiscard]] bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
 
 // Twelve digits of the greater of both: what follows is of binary fractions, not of the values.
 [[nodiscard]] double Subtract(double to, double from) {
@@ -126,9 +123,7 @@ void AddVersionTable(FamilyContext& context, const RunFile& file, const std::str
         }
         std::vector<Cell> row = {TextCellOf(cells[0], source)};
         row.insert(row.end(), values.begin(), values.end());
-        const std::string_view begin = drawn.begin;
-        const bool isDrawn =
-            cells[0].substr(0, begin.size()) == begin && EndsWith(cells[0], drawn.end);
+        const bool isDrawn = StartsWith(cells[0], drawn.begin) && EndsWith(cells[0], drawn.end);
         for (std::size_t i = 1; i < values.size(); ++i) {
             row.push_back(DifferenceOf(values.front(), values[i]));
             if (isDrawn) {

@@ -8,6 +8,7 @@
 #include "formats/sched.h"
 #include "formats/sched_analysis.h"
 #include "foundation/numbers.h"
+#include "foundation/text.h"
 #include "report/families/families.h"
 #include "report/moments.h"
 #include "report/series.h"
@@ -23,22 +24,14 @@ constexpr std::size_t kMostBands = 400;
 // What the columns of a source are measured in.
 enum class Unit : std::uint8_t { None, Percent, Milliseconds };
 
-[[nodiscard]] bool BeginsWith(std::string_view text, std::string_view begin) {
-    return text.substr(0, begin.size()) == begin;
-}
-
-[[nodiscard]] bool EndsWith(std::string_view text, std::string_view end) {
-    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
-}
-
 [[nodiscard]] Unit UnitOf(std::string_view column) {
     for (const std::string_view source : {"aicore_", "cpu_", "ddr_"}) {
-        if (BeginsWith(column, source)) {
+        if (StartsWith(column, source)) {
             return Unit::Percent;
         }
     }
     for (const std::string_view figure : {"_wait_time", "_sch_delay", "_run_time"}) {
-        if (BeginsWith(column, kScheduler) && EndsWith(column, figure)) {
+        if (StartsWith(column, kScheduler) && EndsWith(column, figure)) {
             return Unit::Milliseconds;
         }
     }
@@ -178,10 +171,10 @@ private:
     void Begin(const std::vector<std::string_view>& cells) {
         for (std::size_t column = 1; column < cells.size(); ++column) {
             const std::string_view name = cells[column];
-            if (BeginsWith(name, kScheduler)) {
+            if (StartsWith(name, kScheduler)) {
                 scheduler_.push_back(column);
             }
-            if (BeginsWith(name, kPeak)) {
+            if (StartsWith(name, kPeak)) {
                 near_.push_back(
                     {column, "near a peak of " + ShortText(name.substr(kPeak.size())), {}});
             } else if (UnitOf(name) != Unit::None) {
@@ -199,7 +192,7 @@ private:
     [[nodiscard]] static std::optional<double> FigureIn(std::string_view name,
                                                         std::string_view cell) {
         const auto figure = WholeNumberIn(cell);
-        return figure && *figure < 0.0 && BeginsWith(name, "aicore_") ? std::nullopt : figure;
+        return figure && *figure < 0.0 && StartsWith(name, "aicore_") ? std::nullopt : figure;
     }
 
     void Extend(Near& near, bool isNear, Moment moment, std::uint64_t line) {

@@ -214,7 +214,7 @@ void FinishSystem(const Samples& samples, SystemAnalysis& analysis) {
         if (const auto time = MomentIn(lines.Text())) {
             moment = *time;
             hasMoment = true;
-        } else if (hasMoment && lines.Text().substr(0, kSummary.size()) == kSummary) {
+        } else if (hasMoment && StartsWith(lines.Text(), kSummary)) {
             std::vector<std::optional<double>> values;
             values.reserve(kShares.size());
             for (const char* share : kShares) {

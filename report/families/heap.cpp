@@ -2,6 +2,7 @@
 
 #include "formats/run_tree.h"
 #include "formats/valgrind.h"
+#include "foundation/text.h"
 #include "report/families/families.h"
 #include "report/lines.h"
 #include "report/moments.h"
@@ -21,7 +22,7 @@ struct Snapshot {
 };
 
 [[nodiscard]] std::optional<std::string_view> ValueOf(std::string_view line, std::string_view key) {
-    return line.size() > key.size() && line.substr(0, key.size()) == key && line[key.size()] == '='
+    return line.size() > key.size() && StartsWith(line, key) && line[key.size()] == '='
                ? std::optional(line.substr(key.size() + 1))
                : std::nullopt;
 }

@@ -6,6 +6,7 @@
 
 #include "formats/hot_fun.h"
 #include "formats/run_tree.h"
+#include "foundation/text.h"
 #include "report/families/families.h"
 #include "report/page_room.h"
 #include "report/samples.h"
@@ -92,7 +93,7 @@ void AddSets(const JsonValue& sets, const SampleCount& samples, const Source& so
 // without the pid, which another version's has not.
 [[nodiscard]] std::string TagOf(std::string name) {
     const std::string process = hot_fun_files::ProcessTag("");
-    for (int ends = name.rfind(process, 0) == 0 ? 2 : 1; ends > 0; --ends) {
+    for (int ends = StartsWith(name, process) ? 2 : 1; ends > 0; --ends) {
         name.resize(std::min(name.rfind('_'), name.size()));
     }
     return name;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "formats/lib.h"
+#include "foundation/text.h"
 #include "report/families/families.h"
 #include "report/page_room.h"
 #include "report/samples.h"
@@ -23,7 +24,7 @@ void AddLibraries(FamilyContext& context, const RunFile& file, std::vector<Block
     StackCounts stacks;
     std::uint64_t samples = 0;
     ReadPerfScript(context, file, [&](const PerfSample& sample) {
-        if (sample.event.substr(0, kClock.size()) != kClock || sample.files.empty()) {
+        if (!StartsWith(sample.event, kClock) || sample.files.empty()) {
             return;
         }
         ++samples;

@@ -10,6 +10,7 @@
 #include "formats/sched.h"
 #include "formats/sched_analysis.h"
 #include "formats/sched_timehist.h"
+#include "foundation/text.h"
 #include "foundation/time.h"
 #include "report/families/families.h"
 #include "report/lines.h"
@@ -136,7 +137,7 @@ void TakeBoot(const JsonValue& content, BootMoment& boot) {
     if (time != std::string::npos && MomentIn(std::string_view(name).substr(time + 1))) {
         name.resize(time);
     }
-    return name.substr(0, prefix.size()) == prefix ? name.substr(prefix.size()) : name;
+    return StartsWith(name, prefix) ? name.substr(prefix.size()) : name;
 }
 
 // The moment of seconds since the machine came up.

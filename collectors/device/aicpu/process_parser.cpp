@@ -8,6 +8,7 @@
 
 #include "foundation/files.h"
 #include "foundation/regex_guard.h"
+#include "foundation/text.h"
 
 namespace zarn {
 namespace {
@@ -50,7 +51,7 @@ Lookup FindGroup(std::string_view threadInfo, const AicpuProcess& process) {
     const std::string head = std::to_string(process.core) + "," + std::to_string(process.pid) + ",";
     LineCursor lines(threadInfo);
     for (std::string_view line; lines.Next(line);) {
-        if (line.substr(0, head.size()) != head) {
+        if (!StartsWith(line, head)) {
             continue;
         }
         const std::string_view group = DigitsOf(line.substr(head.size()));

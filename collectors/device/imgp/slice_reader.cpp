@@ -37,10 +37,6 @@ std::string_view Trim(std::string_view text) {
     return text;
 }
 
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
 // Cuts a head into its headings.
 class HeadingCursor {
 public:

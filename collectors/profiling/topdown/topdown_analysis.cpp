@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "collectors/profiling/topdown/top_metrics.h"
+#include "foundation/text.h"
 
 namespace zarn {
 namespace {
@@ -41,9 +42,8 @@ std::string FindBottleneck(const MetricValues& candidates, std::uint32_t depth) 
     }
     const std::string winner = std::min_element(level.begin(), level.end(), RanksBefore)->first;
     MetricValues below;
-    std::copy_if(
-        candidates.begin(), candidates.end(), std::back_inserter(below),
-        [&winner](const auto& candidate) { return candidate.first.rfind(winner, 0) == 0; });
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(below),
+                 [&winner](const auto& candidate) { return StartsWith(candidate.first, winner); });
     const std::string deeper = FindBottleneck(below, depth + 1);
     return deeper.empty() ? winner : deeper;
 }

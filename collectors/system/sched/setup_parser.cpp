@@ -66,7 +66,7 @@ SetupRows ParseCurrent(std::string_view text, std::string_view label) {
     LineCursor lines(text);
     for (std::string_view line; lines.Next(line);) {
         const std::size_t at = line.find(label);
-        if (line.substr(0, kBegin.size()) != kBegin || at == std::string_view::npos) {
+        if (!StartsWith(line, kBegin) || at == std::string_view::npos) {
             continue;
         }
         const std::string_view id = line.substr(kBegin.size(), at - kBegin.size());

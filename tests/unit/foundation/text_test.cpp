@@ -32,6 +32,29 @@ TEST(IsDigitString, TakesDigitsAndLineEnds) {
     EXPECT_FALSE(IsDigitString(std::string_view("1\0", 2)));
 }
 
+TEST(StartsWith, ComparesTheBytesAtTheFront) {
+    EXPECT_TRUE(StartsWith("cpu0", "cpu"));
+    EXPECT_TRUE(StartsWith("cpu", "cpu"));
+    EXPECT_TRUE(StartsWith("", ""));
+    EXPECT_TRUE(StartsWith("cpu", ""));
+    EXPECT_FALSE(StartsWith("cp", "cpu"));
+    EXPECT_FALSE(StartsWith("", "cpu"));
+    EXPECT_FALSE(StartsWith("a cpu", "cpu"));
+    EXPECT_FALSE(StartsWith("Cpu", "cpu"));
+    EXPECT_FALSE(StartsWith("a", std::string_view("a\0", 2)));
+}
+
+TEST(EndsWith, ComparesTheBytesAtTheBack) {
+    EXPECT_TRUE(EndsWith("run.log", ".log"));
+    EXPECT_TRUE(EndsWith(".log", ".log"));
+    EXPECT_TRUE(EndsWith("", ""));
+    EXPECT_TRUE(EndsWith("run", ""));
+    EXPECT_FALSE(EndsWith("log", ".log"));
+    EXPECT_FALSE(EndsWith("", ".log"));
+    EXPECT_FALSE(EndsWith("run.log ", ".log"));
+    EXPECT_FALSE(EndsWith("run.LOG", ".log"));
+}
+
 TEST(IsDecimalString, TakesDigitsAndOnePoint) {
     for (const char* text : {"1", "1.5", ".5", "5.", ".", "00.00"}) {
         EXPECT_TRUE(IsDecimalString(text)) << text;
