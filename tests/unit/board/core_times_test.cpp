@@ -7,29 +7,17 @@
 #include <vector>
 
 #include "board/server/sched_truth.h"
+#include "tests/unit/board/sched_tasks.h"
 
 namespace zarn::board {
 namespace {
 
 SchedTask Task(std::uint32_t periodUs, std::uint32_t runUs, std::uint32_t affinity,
                std::int32_t nice = 0) {
-    SchedTask task;
-    task.periodUs = periodUs;
-    task.runUs = runUs;
-    task.affinity = affinity;
+    SchedTask task = TaskOf(periodUs, runUs, affinity);
     task.nice = nice;
     task.jitter = 0.3;
     return task;
-}
-
-SchedPlan PlanOf(std::uint32_t cores, const std::vector<SchedTask>& tasks) {
-    SchedPlan plan;
-    plan.cores = cores;
-    plan.processCount = 1;
-    plan.processes[0].taskCount = static_cast<std::uint32_t>(tasks.size());
-    plan.taskCount = static_cast<std::uint32_t>(tasks.size());
-    std::copy(tasks.begin(), tasks.end(), plan.tasks.begin());
-    return plan;
 }
 
 // On each core other tasks, so that it is known what each core is busy with.

@@ -10,19 +10,13 @@
 #include <tuple>
 #include <vector>
 
+#include "tests/unit/board/sched_tasks.h"
+
 namespace zarn::board {
 namespace {
 
 constexpr std::uint32_t kIdle = SchedEvent::kIdleTask;
 constexpr std::uint64_t kSecondUs = 1000000;
-
-SchedTask Task(std::uint32_t periodUs, std::uint32_t runUs, std::uint32_t affinity) {
-    SchedTask task;
-    task.periodUs = periodUs;
-    task.runUs = runUs;
-    task.affinity = affinity;
-    return task;
-}
 
 SchedTask RealTime(SchedTask task, std::uint32_t priority,
                    SchedPolicy policy = SchedPolicy::kFifo) {
@@ -36,25 +30,15 @@ SchedTask Nice(SchedTask task, std::int32_t nice) {
     return task;
 }
 
-SchedPlan PlanOf(std::uint32_t cores, const std::vector<SchedTask>& tasks) {
-    SchedPlan plan;
-    plan.cores = cores;
-    plan.processCount = 1;
-    plan.processes[0].taskCount = static_cast<std::uint32_t>(tasks.size());
-    plan.taskCount = static_cast<std::uint32_t>(tasks.size());
-    std::copy(tasks.begin(), tasks.end(), plan.tasks.begin());
-    return plan;
-}
-
 // Tasks of all kinds, more work than some of the cores can do, locks that several use.
 SchedPlan Crowd() {
     SchedPlan plan =
-        PlanOf(3, {RealTime(Task(5000, 700, 0x1), 50),
-                   RealTime(Task(8000, 2500, 0x7), 20, SchedPolicy::kRoundRobin),
-                   RealTime(Task(9000, 2000, 0x6), 20, SchedPolicy::kRoundRobin),
-                   RealTime(Task(21000, 4000, 0x3), 60), Task(10000, 3000, 0x1),
-                   Nice(Task(0, 5000, 0x2), 10), Nice(Task(0, 1000, 0x6), -5),
-                   Task(15000, 6000, 0x7), Task(3000, 400, 0x7), Task(50000, 9000, 0x4)});
+        PlanOf(3, {RealTime(TaskOf(5000, 700, 0x1), 50),
+                   RealTime(TaskOf(8000, 2500, 0x7), 20, SchedPolicy::kRoundRobin),
+                   RealTime(TaskOf(9000, 2000, 0x6), 20, SchedPolicy::kRoundRobin),
+                   RealTime(TaskOf(21000, 4000, 0x3), 60), TaskOf(10000, 3000, 0x1),
+                   Nice(TaskOf(0, 5000, 0x2), 10), Nice(TaskOf(0, 1000, 0x6), -5),
+                   TaskOf(15000, 6000, 0x7), TaskOf(3000, 400, 0x7), TaskOf(50000, 9000, 0x4)});
     plan.tasks[7].policy = SchedPolicy::kBatch;
     plan.tasks[8].policy = SchedPolicy::kIdle;
     for (const std::size_t i : {0U, 3U, 4U, 7U}) {
@@ -253,7 +237,7 @@ TEST(SchedModelTest, AnotherSeedIsAnotherTime) {
 
 TEST(SchedModelTest, WhoSharesGetsByWeight) {
     const auto times = RunTimes(
-        PlanOf(1, {Task(0, 1000, 1), Nice(Task(0, 1000, 1), 5), Nice(Task(0, 1000, 1), -3)}),
+        PlanOf(1, {TaskOf(0, 1000, 1), Nice(TaskOf(0, 1000, 1), 5), Nice(TaskOf(0, 1000, 1), -3)}),
         20 * kSecondUs);
     const auto ratio = [&](std::size_t one, std::size_t other) {
         return static_cast<double>(times[one]) / static_cast<double>(times[other]);
@@ -263,7 +247,7 @@ TEST(SchedModelTest, WhoSharesGetsByWeight) {
 }
 
 TEST(SchedModelTest, TheLastOfThePoliciesGetsWhatIsLeft) {
-    SchedPlan plan = PlanOf(1, {Task(0, 1000, 1), Task(0, 1000, 1)});
+    SchedPlan plan = PlanOf(1, {TaskOf(0, 1000, 1), TaskOf(0, 1000, 1)});
     plan.tasks[1].policy = SchedPolicy::kIdle;
     const auto times = RunTimes(plan, 10 * kSecondUs);
     EXPECT_LT(times[1], times[0] / 200);
@@ -272,47 +256,49 @@ TEST(SchedModelTest, TheLastOfThePoliciesGetsWhatIsLeft) {
 
 TEST(SchedModelTest, ARealTimeTaskLeavesTheOthersNothing) {
     const auto times =
-        RunTimes(PlanOf(1, {RealTime(Task(0, 1000, 1), 1), Task(10000, 10, 1)}), kSecondUs);
+        RunTimes(PlanOf(1, {RealTime(TaskOf(0, 1000, 1), 1), TaskOf(10000, 10, 1)}), kSecondUs);
     EXPECT_EQ(times[0], kSecondUs);
     EXPECT_EQ(times[1], 0U);
 }
 
 TEST(SchedModelTest, EqualPrioritiesTakeTurnsInOnePolicyAloneOfTheTwo) {
     const auto turns =
-        RunTimes(PlanOf(1, {RealTime(Task(0, 1000, 1), 9, SchedPolicy::kRoundRobin),
-                            RealTime(Task(0, 1000, 1), 9, SchedPolicy::kRoundRobin)}),
+        RunTimes(PlanOf(1, {RealTime(TaskOf(0, 1000, 1), 9, SchedPolicy::kRoundRobin),
+                            RealTime(TaskOf(0, 1000, 1), 9, SchedPolicy::kRoundRobin)}),
                  2 * kSecondUs);
     EXPECT_EQ(turns[0], kSecondUs);
-    const auto first = RunTimes(
-        PlanOf(1, {RealTime(Task(0, 1000, 1), 9), RealTime(Task(0, 1000, 1), 9)}), 2 * kSecondUs);
+    const auto first =
+        RunTimes(PlanOf(1, {RealTime(TaskOf(0, 1000, 1), 9), RealTime(TaskOf(0, 1000, 1), 9)}),
+                 2 * kSecondUs);
     EXPECT_EQ(first[0], 2 * kSecondUs);
 }
 
 TEST(SchedModelTest, APeriodHasOneRun) {
-    SchedTask task = Task(10000, 2000, 1);
+    SchedTask task = TaskOf(10000, 2000, 1);
     EXPECT_EQ(RunTimes(PlanOf(1, {task}), 10 * kSecondUs)[0], 1000U * 2000U);
     task.jitter = 0.5;
     EXPECT_NEAR(static_cast<double>(RunTimes(PlanOf(1, {task}), 10 * kSecondUs)[0]), 2e6, 6e4);
     // Two runs in three periods if one takes longer than a period.
-    const SchedPlan slow = PlanOf(1, {Task(10000, 12000, 1)});
+    const SchedPlan slow = PlanOf(1, {TaskOf(10000, 12000, 1)});
     EXPECT_NEAR(static_cast<double>(RunTimes(slow, 10 * kSecondUs)[0]), 6e6, 12000.0);
 }
 
 TEST(SchedModelTest, RunsInABurstTakeLonger) {
-    SchedTask task = Task(10000, 2000, 1);
+    SchedTask task = TaskOf(10000, 2000, 1);
     task.burst = {1000, 250, 3.0};
     EXPECT_NEAR(static_cast<double>(RunTimes(PlanOf(1, {task}), 10 * kSecondUs)[0]), 3e6, 6e4);
 }
 
 TEST(SchedModelTest, ATaskWithoutWorkNeverWakesUp) {
-    EXPECT_TRUE(EventsIn(PlanOf(2, {Task(1000, 0, 3), Task(0, 0, 3)}), 1, {0, kSecondUs}).empty());
+    EXPECT_TRUE(
+        EventsIn(PlanOf(2, {TaskOf(1000, 0, 3), TaskOf(0, 0, 3)}), 1, {0, kSecondUs}).empty());
 }
 
 // The high task needs the lock that the low one holds, which the middle one keeps from its core.
 TEST(SchedModelTest, AHighTaskWaitsForALowOneThatHasNoCore) {
     SchedPlan plan =
-        PlanOf(1, {RealTime(Task(20000, 1000, 1), 80), RealTime(Task(50000, 15000, 1), 40),
-                   RealTime(Task(23000, 3000, 1), 10)});
+        PlanOf(1, {RealTime(TaskOf(20000, 1000, 1), 80), RealTime(TaskOf(50000, 15000, 1), 40),
+                   RealTime(TaskOf(23000, 3000, 1), 10)});
     plan.tasks[0].lockUseCount = 1;
     plan.tasks[0].lockUses[0] = {0, 200, 300};
     plan.tasks[2].lockUseCount = 1;
@@ -335,8 +321,8 @@ TEST(SchedModelTest, AHighTaskWaitsForALowOneThatHasNoCore) {
 // Of those who wait for a lock the most important one is the next.
 TEST(SchedModelTest, ALockGoesToTheMostImportantWaiter) {
     SchedPlan plan =
-        PlanOf(4, {RealTime(Task(7000, 3000, 1), 10), RealTime(Task(7000, 3000, 2), 30),
-                   RealTime(Task(7000, 3000, 4), 20), Task(7000, 3000, 8)});
+        PlanOf(4, {RealTime(TaskOf(7000, 3000, 1), 10), RealTime(TaskOf(7000, 3000, 2), 30),
+                   RealTime(TaskOf(7000, 3000, 4), 20), TaskOf(7000, 3000, 8)});
     std::uint32_t waits = 0;
     for (std::uint32_t i = 0; i < plan.taskCount; ++i) {
         plan.tasks[i].lockUseCount = 1;
