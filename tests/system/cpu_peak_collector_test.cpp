@@ -149,15 +149,8 @@ TEST_F(CpuPeakRunTest, APerfThatFailsIsTold) {
     EXPECT_EQ(sandbox_.Read(Recorded(".unfold")[0]), "torn 5");
 }
 
-// The recorder goes on until somebody ends it; the terminal interrupts it with the program.
 TEST_F(CpuPeakRunTest, AnEndlessRecordingEndsWithAnInterrupt) {
-    sandbox_.Tool("perf-step",
-                  "case $1 in record)\n"
-                  "    sandbox-event interrupt\n"
-                  "    trap 'exit 130' INT\n"
-                  "    kill -INT $$\n"
-                  "    while :; do :; done ;;\n"
-                  "esac\n");
+    MakeRecordingEndless(sandbox_);
     const RunResult run = Run(Config(kEveryCore, "600000", "50"));
     EXPECT_THAT(run.err, HasSubstr("[CpuPeakCollector] Perf record command execution failed!\n"));
     EXPECT_THAT(run.out,

@@ -160,15 +160,8 @@ TEST_F(HotFunCollectorRunTest, WhatIsNoTextHasNoRows) {
     EXPECT_EQ(Document("soc_hot_function_global_info")["content"].Size(), 0U);
 }
 
-// The recorder goes on until somebody ends it; the terminal interrupts it with the program.
 TEST_F(HotFunCollectorRunTest, AnEndlessRecordingEndsWithAnInterrupt) {
-    sandbox_.Tool("perf-step",
-                  "case $1 in record)\n"
-                  "    sandbox-event interrupt\n"
-                  "    trap 'exit 130' INT\n"
-                  "    kill -INT $$\n"
-                  "    while :; do :; done ;;\n"
-                  "esac\n");
+    MakeRecordingEndless(sandbox_);
     const RunResult run = sandbox_.Run(Config(R"("core","global")"));
     EXPECT_THAT(run.err, HasSubstr("[HotFunCollector] Fail to collect core 0 info!\n"));
     EXPECT_THAT(run.err, EndsWith(kFailed));

@@ -118,15 +118,8 @@ TEST_F(LibCollectorRunTest, WithoutPidofNothingIsRecordedAndAllIsWell) {
     EXPECT_THAT(sandbox_.Read("env_info/time_cost.log"), StartsWith("[LibCollector] cost time: "));
 }
 
-// The recorder goes on until somebody ends it; the terminal interrupts it with the program.
 TEST_F(LibCollectorRunTest, AnEndlessRecordingEndsWithAnInterrupt) {
-    sandbox_.Tool("perf-step",
-                  "case $1 in record)\n"
-                  "    sandbox-event interrupt\n"
-                  "    trap 'exit 130' INT\n"
-                  "    kill -INT $$\n"
-                  "    while :; do :; done ;;\n"
-                  "esac\n");
+    MakeRecordingEndless(sandbox_);
     const RunResult run = sandbox_.Run(Config());
     EXPECT_THAT(run.err,
                 EndsWith(std::string("[LibCollector] Fail to collect a info!\n") + kFailed));

@@ -110,6 +110,16 @@ void AddRecordedProfiler(Sandbox& sandbox) {
                  "echo 417\n");
 }
 
+void MakeRecordingEndless(Sandbox& sandbox) {
+    sandbox.Tool("perf-step",
+                 "case $1 in record)\n"
+                 "    sandbox-event interrupt\n"
+                 "    trap 'exit 130' INT\n"
+                 "    kill -INT $$\n"
+                 "    while :; do :; done ;;\n"
+                 "esac\n");
+}
+
 void AddFakeValgrind(Sandbox& sandbox) {
     sandbox.Tool("valgrind-step", "");
     sandbox.Tool("valgrind",

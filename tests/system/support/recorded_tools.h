@@ -18,6 +18,10 @@ void AddRecordedPerf(Sandbox& sandbox);
 // and can be given another meaning. A `pidof` knows the process "planner_node" too.
 void AddRecordedProfiler(Sandbox& sandbox);
 
+// Gives that profiler a recording without an end, which an interrupt ends: the terminal interrupts
+// it with the program.
+void MakeRecordingEndless(Sandbox& sandbox);
+
 // Lets the `top` and `ps` of AddRecordedCpuTools know how "frame_worker" is set up too, adds a
 // `taskset` and a `chrt` that answer for any thread, and lets the `perf` of AddRecordedPerf record
 // the scheduler at once and print what the real one printed of a few processes.
