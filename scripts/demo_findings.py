@@ -13,15 +13,10 @@ import re
 import subprocess
 import sys
 
+sys.dont_write_bytecode = True
+from demo_files import the_file  # noqa: E402
+
 ROOT = os.path.join(os.path.dirname(__file__), "..")
-
-
-def the_file(pattern):
-    """The one file of a pattern."""
-    found = glob.glob(pattern)
-    if len(found) != 1:
-        sys.exit(f"{len(found)} files are {pattern}")
-    return found[0]
 
 
 def rows_of(path):

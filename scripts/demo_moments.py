@@ -9,23 +9,13 @@ import glob
 import json
 import os
 import re
-import subprocess
 import sys
 import time
 
+sys.dont_write_bytecode = True
+from demo_files import printed_by, the_file  # noqa: E402
+
 ROOT = os.path.join(os.path.dirname(__file__), "..")
-
-
-def the_file(pattern):
-    """The one file of a pattern."""
-    found = glob.glob(pattern)
-    if len(found) != 1:
-        sys.exit(f"{len(found)} files are {pattern}")
-    return found[0]
-
-
-def printed_by(*command):
-    return subprocess.run(command, check=True, text=True, capture_output=True).stdout
 
 
 class Board:

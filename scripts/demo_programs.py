@@ -1,22 +1,11 @@
 #!/usr/bin/env python3
 """Says in words what a tour found of programs whose work is counted, beside their own accounts: demo_programs.py RUN LOG ACCOUNT,
 a run directory, what zarn and the programs under valgrind printed meanwhile, and what the process that perf recorded printed."""
-import glob
 import re
-import subprocess
 import sys
 
-
-def the_file(pattern):
-    """The one file of a pattern."""
-    found = glob.glob(pattern)
-    if len(found) != 1:
-        sys.exit(f"{len(found)} files are {pattern}")
-    return found[0]
-
-
-def printed_by(*command):
-    return subprocess.run(command, check=True, text=True, capture_output=True).stdout
+sys.dont_write_bytecode = True
+from demo_files import printed_by, the_file  # noqa: E402
 
 
 def shares_told(account, words):
