@@ -11,11 +11,11 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kFrom;
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
 
-constexpr double kFrom = 1767225600000.0;  // 20260101000000000
 constexpr const char* kPage = "correlation";
 
 // The scheduler's moment is ten seconds after the machine came up at 23:59:50.

@@ -10,14 +10,14 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kFrom;
+using test::kTime;
 using test::RunTree;
 using test::Shown;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* kTime = "20260101000000000";
-constexpr double kFrom = 1767225600000.0;  // that moment
 constexpr const char* kPage = "cpu";
 
 std::string Figures(const std::string& peaks, const std::string& troughs) {

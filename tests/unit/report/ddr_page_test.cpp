@@ -10,6 +10,7 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kFrom;
 using test::RunTree;
 using test::Shown;
 using testing::Contains;
@@ -17,7 +18,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr double kFrom = 1767225600000.0;  // 20260101000000000
 constexpr const char* kPage = "ddr";
 
 // A sample in which each master but the CPU has a share of 1 %.

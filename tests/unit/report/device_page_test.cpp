@@ -15,12 +15,11 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kFrom;
+using test::kTime;
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
-
-constexpr double kFrom = 1767225600000.0;  // 20260101000000000
-constexpr const char* kTime = "20260101000000000";
 
 // Of each point of a line: file and number of the line that it comes from, and the beginning of the
 // figure in that line's text.

@@ -10,12 +10,12 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kFrom;
 using test::RunTree;
 using test::Shown;
 using testing::Contains;
 using testing::ElementsAre;
 
-constexpr double kFrom = 1767225600000.0;  // 20260101000000000
 constexpr const char* kPage = "memory";
 constexpr const char* kConfiguration =
     R"({"MemAnalyzer":{"system_field":"used","process_field":"USS"}})";

@@ -17,13 +17,13 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kTime;
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr const char* kTime = "20260101000000000";
 constexpr std::size_t kTextBytes = 10000;
 
 // A page of texts, each of a title and that many times kTextBytes.

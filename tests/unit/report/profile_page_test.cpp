@@ -15,12 +15,11 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kTime;
 using test::RunTree;
 using test::Shown;
 using testing::Contains;
 using testing::ElementsAre;
-
-constexpr const char* kTime = "20260101000000000";
 
 // A node of a flame graph and all below it: "name value (child, ...)".
 std::string FlameText(const JsonValue& node) {

@@ -11,13 +11,13 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kFrom;
 using test::RunTree;
 using test::Shown;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 
-constexpr double kFrom = 1767225600000.0;  // 20260101000000000
 constexpr const char* kPage = "scheduler";
 constexpr const char* kTime = "20260101000010000";
 const std::string kHistory =

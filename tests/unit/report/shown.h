@@ -51,6 +51,10 @@ private:
 // What a cell, a number or a text says, as in Shown::Rows.
 [[nodiscard]] std::string Said(const JsonValue& cell);
 
+// When most trees of these tests begin, as files tell it and as the page has it.
+inline constexpr const char* kTime = "20260101000000000";
+inline constexpr double kFrom = 1767225600000.0;
+
 // A document of a mission, one line.
 [[nodiscard]] std::string DocumentLine(std::string_view objectId, std::string_view happenTime,
                                        std::string_view content);

@@ -12,12 +12,11 @@
 namespace zarn::report {
 namespace {
 
+using test::kFrom;
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr double kFrom = 1767225600000.0;  // 20260101000000000
 
 TEST(TogetherPageTest, LaysTheLinesOfRunsOverOneAnother) {
     const RunTree first;
