@@ -30,7 +30,7 @@ struct FamilyContext {
     std::map<std::string, std::string> settings;  // as RunFacts has them
     std::vector<Finding> findings;
     std::map<std::string, Run*> versions;  // of a comparison: those that are runs of the report
-    std::uint64_t leftOut = 0;  // blocks that the page had no room for
+    std::uint64_t leftOut = 0;             // blocks that the page had no room for
 
     [[nodiscard]] Source At(const RunFile& file, std::uint64_t line = 0) {
         return files.At(file.index, line);

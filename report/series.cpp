@@ -84,7 +84,7 @@ SeriesLine LineOf(Thinner& thinner, std::size_t column, const std::string& name)
         line.lines.push_back(row.line);
         if (thinner.BucketSize() > 1) {
             line.counts.push_back(row.measured[column].count);
-            line.means.push_back(row.measured[column].mean);
+            line.means.push_back(row.measured[column].Mean());
         }
     }
     // Numbers near the greatest there are have means beyond them.

@@ -151,10 +151,7 @@ void Thinner::StandForOthers(std::size_t begin, std::size_t end) {
             Measured& own = measured_[chosen_[next] * columns_ + column];
             const Measured& other = measured_[row * columns_ + column];
             own.count += other.count;
-            if (other.count > 0) {
-                own.mean += (other.mean - own.mean) * static_cast<double>(other.count) /
-                            static_cast<double>(own.count);
-            }
+            own.sum += other.sum;
         }
     }
 }

@@ -33,10 +33,15 @@ public:
         Add(moment, &value, 1, line);
     }
 
-    // Values of a column: how many, and their mean, which is 0 of none.
+    // Values of a column: how many, and their sum, which may be beyond all numbers.
     struct Measured {
         std::uint64_t count = 0;
-        double mean = 0.0;
+        double sum = 0.0;
+
+        // 0 of none.
+        [[nodiscard]] double Mean() const {
+            return count == 0 ? 0.0 : sum / static_cast<double>(count);
+        }
     };
     struct Row {
         std::uint64_t index;  // of the sample

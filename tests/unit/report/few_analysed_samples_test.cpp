@@ -13,12 +13,11 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kTime;
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr const char* kTime = "20260101000000000";
 
 // The moment of a sample, one each second.
 std::string TimeOf(int second) {

@@ -16,12 +16,11 @@ namespace zarn::report {
 namespace {
 
 using test::DocumentLine;
+using test::kTime;
 using test::RunTree;
 using test::Shown;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr const char* kTime = "20260101000000000";
 
 std::string Repeated(const std::string& text, int count) {
     std::string all;

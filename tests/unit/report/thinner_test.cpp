@@ -72,8 +72,7 @@ void ExpectExtremesStay(const std::vector<Values>& samples, std::size_t most) {
             for (const auto& row : rows) {
                 if (row.index >= begin && row.index < end) {
                     count += row.measured[column].count;
-                    sum +=
-                        row.measured[column].mean * static_cast<double>(row.measured[column].count);
+                    sum += row.measured[column].sum;
                 }
                 if (row.index >= begin && row.index < end && row.values[column]) {
                     kept.push_back(*row.values[column]);
