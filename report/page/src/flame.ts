@@ -292,10 +292,10 @@ export function drawFlame(block: Flame, context: Context): Node[] {
             return data.hasDelta ? [...cells, delta] : cells;
         };
         const columns = [
-            { name: "Function" },
-            { name: "Itself", unit: block.unit, number: true },
-            { name: "With what it calls", unit: block.unit, number: true },
-            ...(data.hasDelta ? [{ name: "Difference", unit: "points", number: true }] : []),
+            { name: "function" },
+            { name: "itself", unit: block.unit, number: true },
+            { name: "with what it calls", unit: block.unit, number: true },
+            ...(data.hasDelta ? [{ name: "difference", unit: "points", number: true }] : []),
         ];
         return new GridView(context.payload, { label: block.title, columns, rows: sums.length, row }).element;
     });

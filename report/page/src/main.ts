@@ -48,11 +48,11 @@ function filesPage(payload: Payload): Page {
         ];
         return several ? [{ v: payload.runs[file.run]?.label ?? "", src: [index, 0] }, ...path] : path;
     });
-    const columns = [{ name: "File" }, { name: "Size", unit: "bytes", number: true }, { name: "Trouble" }];
+    const columns = [{ name: "file" }, { name: "size", unit: "bytes", number: true }, { name: "trouble" }];
     const table = {
         kind: "table" as const,
         title: "Files of this report",
-        columns: several ? [{ name: "Run" }, ...columns] : columns,
+        columns: several ? [{ name: "run" }, ...columns] : columns,
         rows,
     };
     return { id: "files", title: "Files", blocks: [table] };

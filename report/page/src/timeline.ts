@@ -242,7 +242,7 @@ function spansTable(block: Timeline, context: Context, rows: Row[]): HTMLElement
             { v: Number((span.to - span.from).toFixed(6)), src: span.src, computed: "end less beginning" },
         ];
     };
-    const columns = [{ name: "Row" }, { name: "From" }, { name: "To" }, { name: "Length", unit: "ms", number: true }];
+    const columns = [{ name: "row" }, { name: "from" }, { name: "to" }, { name: "length", unit: "ms", number: true }];
     const cut = all.length > kept.length ? ` Only the first ${count(kept.length)} are in the table.` : "";
     const note = `The spans ${view.mark ? "that are marked" : "in view when the table was opened"}.${cut}`;
     return new GridView(context.payload, { label: `${block.title}: spans`, columns, rows: kept.length, row, note }).element;

@@ -159,7 +159,7 @@ export function drawTree(block: Tree, context: Context): Node[] {
                 node.mark ? { v: node.mark, src: node.cell.src } : { v: "", src: node.cell.src },
             ];
         };
-        const columns = [{ name: "Node" }, { name: "Share", unit: block.unit, number: true }, { name: "Mark" }];
+        const columns = [{ name: "node" }, { name: "share", unit: block.unit, number: true }, { name: "mark" }];
         return new GridView(context.payload, { label: block.title, columns, rows: nodes.length, row }).element;
     });
     return [new TreeView(context, block.unit, block).element, table.element];
