@@ -4,7 +4,7 @@
 # healthy version beside that of one that leaks, the devices of a healthy board beside those of one in trouble, the profile of a
 # program on an untouched board beside that on a throttled one, the scheduler with a task that starves and with an inversion of
 # priorities, a burst of memory, cores and scheduler in one table, spikes that only a watch for peaks sees, programs of known
-# behaviour under profilers and traced, and benchmarks. Says at its end what was found, and makes pages of it for a browser.
+# behaviour under profilers and traced, and benchmarks. Says at its end what was found, and makes a page of it for a browser.
 # Root or sudo is needed only where packages are missing. Results are below build/demo/.
 #
 # usage: scripts/demo.sh

@@ -1,6 +1,7 @@
 #include "formats/ddr.h"
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <map>
 #include <utility>
@@ -171,6 +172,15 @@ void LookAtBounds(const std::vector<std::optional<double>>& shares, Moment momen
     return {100.0, "the DDR's peak, 51 GB/s", std::nullopt};
 }
 
+// A master's upper bound, to millionths of a percent of the peak.
+[[nodiscard]] Limit LimitOf(const std::string& name, const Master& master) {
+    constexpr double kMillion = 1e6;
+    std::string label = "upper bound of " + name + ", ";
+    AppendNumber(label, *master.high);
+    return {std::round(PercentOfPeak(*master.high) * kMillion) / kMillion, label + " " + kGigabytes,
+            master.source};
+}
+
 // The charts of one collection: the masters stacked, and each with its bound.
 void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<RunFile>& files,
                DdrRun& ddr, std::vector<Block>& blocks) {
@@ -212,8 +222,7 @@ void AddCharts(FamilyContext& context, const RunFile& file, const std::vector<Ru
     for (const auto& [name, master] : ddr.masters) {
         // A bound at the DDR's peak or beyond bounds nothing.
         if (master.high && *master.high < kDdrPeakGb) {
-            each.limits.push_back(
-                {PercentOfPeak(*master.high), "upper bound of " + name, master.source});
+            each.limits.push_back(LimitOf(name, master));
         }
     }
     blocks.emplace_back(std::move(stack));

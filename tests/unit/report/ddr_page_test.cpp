@@ -70,8 +70,8 @@ TEST_F(DdrPageTest, MarksSamplesAboveTheBounds) {
                 ElementsAre("over cpu above its bound of 10.2 GB/s @1000: 1"));
     const JsonValue& limits = shown.Block(kPage, "Total and each master")["limits"];
     ASSERT_EQ(limits.Size(), 1U);
-    EXPECT_NEAR(limits[0]["v"].GetDouble(), 20.0, 1e-9);
-    EXPECT_STREQ(limits[0]["label"].GetString(), "upper bound of cpu");
+    EXPECT_EQ(limits[0]["v"].GetDouble(), 20.0);
+    EXPECT_STREQ(limits[0]["label"].GetString(), "upper bound of cpu, 10.2 GB/s");
     EXPECT_THAT(shown.Rows(kPage, "Bounds of the masters"),
                 ElementsAre("cpu|0|10.2|1|5|1", "sdma|0|51|1|5|0"));
     EXPECT_THAT(shown.Rows("summary", "What was found"),
