@@ -75,7 +75,7 @@ function(zarn_test name)
   add_executable(${name} ${merged})
   zarn_flags(${name} UNCOUNTED)
   # Tests are built for the speed of building them; what they test keeps the preset's flags.
-  target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O1;-g0>)
+  target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O0;-g0>)
   if(ZARN_SANITIZE)
     target_compile_options(${name} PRIVATE -O0)
   endif()
@@ -126,14 +126,18 @@ function(zarn_merge result name)
   set(${result} ${alone} PARENT_SCOPE)
 endfunction()
 
-# zarn_test_shards(name labels): the program's cases in ZARN_TEST_SHARDS processes, <name>.1 and so on. Each leaves its
-# report in test_results/.
+# zarn_test_shards(name labels): the program's cases in ZARN_TEST_SHARDS processes, <name>.1 and so on, those of system tests in
+# twice as many. Each leaves its report in test_results/.
 function(zarn_test_shards name labels)
-  foreach(shard RANGE 1 ${ZARN_TEST_SHARDS})
+  set(shards ${ZARN_TEST_SHARDS})
+  if("system" IN_LIST labels)
+    math(EXPR shards "2 * ${shards}")
+  endif()
+  foreach(shard RANGE 1 ${shards})
     math(EXPR index "${shard} - 1")
     add_test(NAME ${name}.${shard}
              COMMAND ${name} --gtest_brief=1 --gtest_output=xml:${PROJECT_BINARY_DIR}/test_results/${name}.${shard}.xml)
     set_tests_properties(${name}.${shard} PROPERTIES TIMEOUT 1800 LABELS "${labels}"
-      ENVIRONMENT "GTEST_TOTAL_SHARDS=${ZARN_TEST_SHARDS};GTEST_SHARD_INDEX=${index}")
+      ENVIRONMENT "GTEST_TOTAL_SHARDS=${shards};GTEST_SHARD_INDEX=${index}")
   endforeach()
 endfunction()

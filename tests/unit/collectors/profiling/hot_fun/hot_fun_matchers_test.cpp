@@ -21,10 +21,11 @@ namespace {
 
 using Random = std::mt19937_64;
 
-#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if defined(NDEBUG) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && \
+    !defined(ZARN_EMULATED)
 constexpr int kLinesDivisor = 1;
 #else
-constexpr int kLinesDivisor = 32;  // unoptimised or instrumented builds are that much slower
+constexpr int kLinesDivisor = 32;  // unoptimised, instrumented or emulated code is slower
 #endif
 
 const std::regex& ReportPattern() {
