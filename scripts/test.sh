@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is needed, builds the release preset and runs the whole suite; what of it root cannot show, once more as an
-# ordinary user. Other lanes run what has something to find there: asan the unit tests and a quarter of the system tests, drawn
+# ordinary user. Other lanes run what has something to find there: asan the unit tests and an eighth of the system tests, drawn
 # by the commit, under the address, leak and undefined-behaviour sanitizers, tsan the tests of what has threads under the
 # thread sanitizer, arm64 the unit tests, cross-built, on the board's processor.
 # With --all every lane runs, and none of them a sample: asan and arm64 run the whole suite, the latter without the tests
@@ -69,8 +69,8 @@ run_lane() {
             # Whole missions cost the most here, and show the least that their parts have not shown.
             local drawn=() part
             if [ "${ZARN_WALK:-}" != all ]; then
-                part=$((16#$(git rev-parse --short=7 HEAD) % 4 + 1))
-                say "Of the system tests part $part of 4 is drawn"
+                part=$((16#$(git rev-parse --short=7 HEAD) % 8 + 1))
+                say "Of the system tests part $part of 8 is drawn"
                 drawn=(-E "system_test\\.[^$part]\$")
             fi
             run_tests asan "${drawn[@]}"
