@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <regex>
 #include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,12 @@ constexpr double kIdleLimit = 0.2;
 constexpr std::uint64_t kPeriodTicks = 10;
 // How late a reading may be on a machine that has much else to do, in ticks of the clock.
 constexpr std::uint64_t kLate = 20;
+// perf begins this late at the most, and is in time for the burst when it begins this soon.
+constexpr std::uint64_t kLateStartUs = 2 * kUsPerSecond;
+constexpr std::uint64_t kInTimeUs = 150000;
+// A recording's moments of sampling, two of them left to what rounds.
+constexpr std::uint64_t kFrequency = 999;
+constexpr int kMoments = 97;
 
 // A sample as perf's text has it.
 struct Sample {
@@ -63,13 +70,12 @@ protected:
         }
         ConfigText config;
         config.serial = R"(["CpuPeakCollector"])";
+        const std::string settings = R"({"scanDuration": 8000, "scanPeriod": 100, "maxUsage": 80.0,
+            "collectionDuration": 0.1, "collectionFrequency": )" +
+                                     std::to_string(kFrequency) + "}";
         BoardRun run;
         run.options = "--board kept --scenario short_spike --seed " + std::to_string(GetParam());
-        ASSERT_EQ(board_.Run(config.Text({{"CpuPeakCollector", R"({"scanDuration": 8000,
-            "scanPeriod": 100, "maxUsage": 80.0, "collectionDuration": 0.1,
-            "collectionFrequency": 999})"}}),
-                             run),
-                  0);
+        ASSERT_EQ(board_.Run(config.Text({{"CpuPeakCollector", settings}}), run), 0);
         EXPECT_THAT(board_.Err(), Not(testing::HasSubstr("command execution failed!")));
         state_ = board::MapBoardState((board_.Files().Path() + "kept/state").c_str());
         ASSERT_NE(state_, nullptr);
@@ -168,6 +174,34 @@ protected:
         return false;
     }
 
+    // Whether perf, when late for the burst, can have seen nothing: a task that runs shortly in
+    // each period may be missed by each sample.
+    [[nodiscard]] bool CanBeEmpty(const Recording& recording) const {
+        std::vector<std::uint32_t> cores;
+        std::stringstream list(recording.cores);
+        for (std::string core; std::getline(list, core, ',');) {
+            cores.push_back(static_cast<std::uint32_t>(std::stoul(core)));
+        }
+        board::SchedSimulation simulation(state_->scenario.sched, state_->seed);
+        int nothing = 0;
+        std::uint64_t timeUs = recording.timeUs;
+        for (std::uint64_t moment = timeUs * kFrequency / kUsPerSecond + 1;
+             timeUs < recording.timeUs + kLateStartUs && nothing < kMoments; ++moment) {
+            timeUs = moment * kUsPerSecond / kFrequency;
+            simulation.Advance(timeUs, nullptr);
+            const bool idle = std::all_of(cores.begin(), cores.end(), [&](std::uint32_t core) {
+                return simulation.RunningOn(core) == SchedEvent::kIdleTask;
+            });
+            nothing = idle ? nothing + 1 : 0;
+        }
+        return nothing >= kMoments;
+    }
+
+    static bool IsInTime(const Recording& recording) {
+        return !recording.samples.empty() &&
+               recording.samples.front().timeUs < recording.timeUs + kInTimeUs;
+    }
+
     // The calls of a task's stacks as perf shows them, the innermost first.
     [[nodiscard]] std::set<std::vector<std::string>> StacksOf(const board::SchedTask& task) const {
         std::set<std::vector<std::string>> stacks;
@@ -218,7 +252,8 @@ protected:
                           [this](const board::KnownBurst& burst) { return IsCaught(burst); });
         std::printf("short_spike, seed %d: %td of %zu bursts caught, in %zu recordings\n",
                     GetParam(), caught, bursts.size(), recordings_.size());
-        EXPECT_GT(caught, 0);
+        const auto inTime = std::count_if(recordings_.begin(), recordings_.end(), IsInTime);
+        EXPECT_TRUE(caught > 0 || inTime == 0) << inTime;
     }
 
     const ProgramLock lock_;
@@ -234,7 +269,7 @@ TEST_P(CpuPeakTruthTest, RecordsTheBusyCoresAndTheirTasks) {
     board::SchedSimulation simulation(state_->scenario.sched, state_->seed);
     for (const Recording& recording : recordings_) {
         EXPECT_TRUE(IsTheModels(recording)) << recording.cores << " at " << recording.timeUs;
-        EXPECT_THAT(recording.samples, Not(IsEmpty()));
+        EXPECT_TRUE(!recording.samples.empty() || CanBeEmpty(recording)) << recording.timeUs;
         for (const Sample& sample : recording.samples) {
             EXPECT_NE(("," + recording.cores + ",").find("," + std::to_string(sample.core) + ","),
                       std::string::npos);
