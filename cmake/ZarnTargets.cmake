@@ -67,7 +67,9 @@ add_custom_target(threaded_tests)
 # zarn_test(name SOURCES file... [LINKS target...] [LABELS label...] [THREADED])
 # One GoogleTest program. Each of its cases is a test of ctest; with ZARN_TEST_SHARDS, for builds in which the start of a
 # process is dear, each of so many parts of the program is one. Label: unit unless given; a part has the label threads too
-# if it is THREADED, which says that what it tests has threads of its own.
+# if it is THREADED, which says that what it tests has threads of its own. Programs of which a case takes the ProgramLock run
+# one at a time and are begun first, since they wait for most of their time: else all processors could be given to cases that
+# wait for each other.
 function(zarn_test name)
   cmake_parse_arguments(ARG "THREADED" "" "SOURCES;LINKS;LABELS" ${ARGN})
   zarn_test_paths(${ARG_SOURCES})
@@ -84,15 +86,22 @@ function(zarn_test name)
     set(ARG_LABELS unit)
     add_dependencies(unit_tests ${name})
   endif()
+  set(locked "")
+  foreach(file ${ARG_SOURCES})
+    file(STRINGS ${file} uses REGEX "^#include .*/program_lock.h")
+    if(uses)
+      set(locked RESOURCE_LOCK board_programs COST 1000)
+    endif()
+  endforeach()
   if(NOT ZARN_TEST_SHARDS)
-    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS})
+    gtest_discover_tests(${name} DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 600 LABELS ${ARG_LABELS} ${locked})
     return()
   endif()
   if(ARG_THREADED)
     list(APPEND ARG_LABELS threads)
     add_dependencies(threaded_tests ${name})
   endif()
-  zarn_test_shards(${name} "${ARG_LABELS}")
+  zarn_test_shards(${name} "${ARG_LABELS}" ${locked})
 endfunction()
 
 # zarn_merge(result name file...): the sources to compile for these of a test program. Most of the time goes into
@@ -126,8 +135,8 @@ function(zarn_merge result name)
   set(${result} ${alone} PARENT_SCOPE)
 endfunction()
 
-# zarn_test_shards(name labels): the program's cases in ZARN_TEST_SHARDS processes, <name>.1 and so on, those of system tests in
-# twice as many. Each leaves its report in test_results/.
+# zarn_test_shards(name labels [property value]...): the program's cases in ZARN_TEST_SHARDS processes, <name>.1 and so on,
+# those of system tests in twice as many. Each leaves its report in test_results/.
 function(zarn_test_shards name labels)
   set(shards ${ZARN_TEST_SHARDS})
   if("system" IN_LIST labels)
@@ -137,7 +146,7 @@ function(zarn_test_shards name labels)
     math(EXPR index "${shard} - 1")
     add_test(NAME ${name}.${shard}
              COMMAND ${name} --gtest_brief=1 --gtest_output=xml:${PROJECT_BINARY_DIR}/test_results/${name}.${shard}.xml)
-    set_tests_properties(${name}.${shard} PROPERTIES TIMEOUT 1800 LABELS "${labels}"
+    set_tests_properties(${name}.${shard} PROPERTIES TIMEOUT 1800 LABELS "${labels}" ${ARGN}
       ENVIRONMENT "GTEST_TOTAL_SHARDS=${shards};GTEST_SHARD_INDEX=${index}")
   endforeach()
 endfunction()
