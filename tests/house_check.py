@@ -292,6 +292,8 @@ def check_missions(tree):
                 yield f"{folder}/{header}: declares no class of mission/factory_tables.cpp"
                 continue
             name = found.group(1)
+            if f'kName = "{name}";' not in text:
+                yield f"{folder}/{header}: configurations name its class otherwise than the code"
             yield from check_mission_page(tree, f"docs/missions/{name}.md")
             if not any(f'"{name}"' in tree.read(example) for example in tree.names
                        if example.startswith("docs/examples/") and example.endswith(".json")):
@@ -389,12 +391,12 @@ CLEAN = {
     "kit/section.h": "#pragma once\n#include \"formats/cpu.h\"\n#include \"foundation/console.h\"\n",
     "platform/include/tovi_device.h": "#pragma once\n",
     "collectors/system/ddr/shared.h": "#pragma once\n#include \"tovi_device.h\"\n",
-    "collectors/system/ddr/d.h": "#pragma once\nclass DdrCollector final : public BasicCollector {};\n",
+    "collectors/system/ddr/d.h": "#pragma once\nclass DdrCollector final : public BasicCollector { kName = \"DdrCollector\"; };\n",
     "collectors/system/ddr/CMakeLists.txt": mission("d"),
     "collectors/system/cpu/c.h": "#pragma once\n#include \"kit/section.h\"\n"
-                                 "class CpuCollector final : public BasicCollector {};\n",
+                                 "class CpuCollector final : public BasicCollector { kName = \"CpuCollector\"; };\n",
     "collectors/system/cpu/CMakeLists.txt": mission("c"),
-    "optimizer/o.h": "#pragma once\nclass DdrOptimizer final : public BasicOptimizer {};\n",
+    "optimizer/o.h": "#pragma once\nclass DdrOptimizer final : public BasicOptimizer { kName = \"DdrOptimizer\"; };\n",
     "optimizer/o.cpp": "#include \"collectors/system/ddr/shared.h\"\n// system(3) is not called, \"raw_data/\" not named\n"
                        "const char* s = \"system(\"; char c = '\"'; int n = 1'000; // \" std::endl\n",
     "report/r.h": "#pragma once\n#include \"kit/section.h\"\n#include \"formats/cpu.h\"\n",
@@ -448,6 +450,7 @@ def breaks():
     yield "analyzers/cpu/a.h", "#pragma once\n", "without a CMakeLists.txt"
     yield "tests/unit/optimizer/o_test.cpp", "", "no test holds the option check"
     yield "optimizer/o.h", "#pragma once\nclass Other final : public BasicOptimizer {};\n", "declares no class"
+    yield "optimizer/o.h", CLEAN["optimizer/o.h"].replace('"Ddr', '"DDR'), "name its class otherwise"
     yield "docs/examples/all.json", '["CpuCollector", "DdrCollector"]', "no example runs DdrOptimizer"
     yield "docs/missions/DdrOptimizer.md", None, "missing"
     for heading in PAGE_HEADINGS:
