@@ -81,6 +81,9 @@ TEST(DdrStatistics, PeaksAndTroughsOfEachKindOfSeries) {
         {"one peak, one trough", {10, 30, 5, 30}, {30}, {1}, {5}, {2}},
         {"a top inside the band is none", {20, 21, 20, 20}, {}, {}, {}, {}},
         {"a top on the edge of the band is one", {96, 110, 94}, {110}, {1}, {}, {}},
+        // A product and a sum rounded once, in one instruction, would turn both round.
+        {"on the edge by rounding", {68.226359, 78.998942, 68.226359}, {78.998942}, {1}, {}, {}},
+        {"beside it by rounding", {56.130759, 64.993511, 56.130760}, {}, {}, {}, {}},
         {"a bottom on the edge of the band is none", {104, 90, 106}, {}, {}, {}, {}},
         {"a fall that ends above the band counts for the next low point",
          {50, 48, 50, 10, 10, 60},
