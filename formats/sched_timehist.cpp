@@ -11,8 +11,9 @@ bool EndsInBracket(std::string_view piece) {
     return piece.back() == ']';
 }
 
+// A piece of a name may begin with a number: "3[77]".
 bool IsNumber(std::string_view piece) {
-    return NumberIn(piece).has_value();
+    return !EndsInBracket(piece) && NumberIn(piece).has_value();
 }
 
 // The pieces of a line, cut as PieceCursor does, but byte by byte: they are short, and there are

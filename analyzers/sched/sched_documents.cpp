@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <limits>
 #include <optional>
 #include <string_view>
 
@@ -60,7 +61,7 @@ bool WritePlainRow(const TimehistRow& row, const std::string& bootTime,
 
 struct Delays {
     double sum = 0.0;
-    double max = 0.0;
+    double max = std::numeric_limits<double>::lowest();
 };
 
 // Of the rows' greatest delays. Nothing after its line if there are none, or one is no number.

@@ -186,15 +186,21 @@ bool MakeThreadLogsChecked(const SchedContext& context, const SchedSource& sourc
                         " processTid timehist raw data!");
 }
 
+// Idle rows are ordered with the others before they are left out, so their faults are told too.
+void OfferUnlessIdle(const TimehistRow& row, TimehistSelection& selection) {
+    if (IsIdleTask(row.task)) {
+        selection.PassOver(row);
+    } else {
+        selection.Offer(row);
+    }
+}
+
 }  // namespace
 
 bool AnalyzeTimehist(const SchedContext& context, const SchedSource& source) {
     TimehistSelection runTimes(&TimehistRow::runTime, context.settings.collected.topN);
-    const std::optional<bool> allAreRows = ForEachRow(source, [&runTimes](const TimehistRow& row) {
-        if (!IsIdleTask(row.task)) {
-            runTimes.Offer(row);
-        }
-    });
+    const std::optional<bool> allAreRows =
+        ForEachRow(source, [&runTimes](const TimehistRow& row) { OfferUnlessIdle(row, runTimes); });
     if (!allAreRows) {
         return FailReading(source);
     }
@@ -208,9 +214,7 @@ bool AnalyzeProcessTimehist(const SchedContext& context, const SchedSource& sour
     TimehistSelection runTimes(&TimehistRow::runTime, most);
     const std::optional<bool> allAreRows = ForEachRow(source, [&](const TimehistRow& row) {
         delays.Offer(row);
-        if (!IsIdleTask(row.task)) {
-            runTimes.Offer(row);
-        }
+        OfferUnlessIdle(row, runTimes);
     });
     if (!allAreRows) {
         return FailReading(source);

@@ -51,6 +51,10 @@ void TimehistSelection::Offer(const TimehistRow& row) {
     std::push_heap(kept_.begin(), kept_.end(), StandsBefore);
 }
 
+void TimehistSelection::PassOver(const TimehistRow& row) {
+    metNoNumber_ = metNoNumber_ || !NumberIn(row.*column_);
+}
+
 std::vector<KeptTimehistRow> TimehistSelection::Take() {
     std::sort_heap(kept_.begin(), kept_.end(), StandsBefore);
     std::vector<KeptTimehistRow> rows;

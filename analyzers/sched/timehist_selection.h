@@ -36,6 +36,9 @@ public:
     // Takes the next row.
     void Offer(const TimehistRow& row);
 
+    // Judges the number of a row that is not to be chosen.
+    void PassOver(const TimehistRow& row);
+
     // Whether a row had no number that can be ordered.
     [[nodiscard]] bool MetNoNumber() const { return metNoNumber_; }
 

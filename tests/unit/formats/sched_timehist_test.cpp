@@ -51,6 +51,8 @@ TEST(TimehistRowTest, ANameGoesOnToItsBracket) {
     // Whatever the name holds in between.
     EXPECT_THAT(Columns("1 [0000] a 1 2 b[2] 0.1 0.2 0.3"),
                 ElementsAre("1", "[0000]", "a 1 2 b[2]", "0.1", "0.2", "0.3"));
+    EXPECT_THAT(Columns("1 [0000] a 1 2 3[2] 0.1 0.2 0.3"),
+                ElementsAre("1", "[0000]", "a 1 2 3[2]", "0.1", "0.2", "0.3"));
 }
 
 TEST(TimehistRowTest, WithoutABracketPiecesAreColumns) {

@@ -248,6 +248,14 @@ TEST_F(SchedAnalyzerHostileTest, RowsThatAreNoneAreToldOnce) {
     EXPECT_THAT(document, Not(HasSubstr("a[1]")));
 }
 
+// Idle rows are ordered before they are left out.
+TEST_F(SchedAnalyzerHostileTest, AnIdleRowWithoutARunTimeIsTold) {
+    EXPECT_EQ(HistoryErrors(Row("1", "[0001] <idle> 1 2 x") + Row("2", "[0001] a[1] 1 2 3")),
+              "[SchedAnalyzer] Error occurs when translate string to double for runTime in "
+              "comparison rule: stod\n");
+    EXPECT_THAT(tree.Read(kTimehistResult), HasSubstr(R"("content":[{"task":"a[1]")"));
+}
+
 TEST_F(SchedAnalyzerHostileTest, AShortCpuColumnIsAnyCoreOrTold) {
     EXPECT_THAT(HistoryErrors(Row("1", "[0 a[1] 1 2 9"), "1.0"),
                 HasSubstr("[SchedAnalyzer] Failed to run perf sched script command: perf"));

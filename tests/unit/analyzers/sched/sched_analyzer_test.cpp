@@ -166,8 +166,11 @@ TEST_F(SchedAnalyzerTest, AThresholdAboveAllRunTimesWritesNoScriptLogs) {
     WriteRaw("sched_global", {"", "", Timehist(kHistory), "x\n"});
     (void)Run(R"("global")", "1000.0");
     EXPECT_THAT(shell.commands, IsEmpty());
-    EXPECT_THAT(tree.Read("json/soc_schedAna_global_timehist_ana_1_20230101120000000.data"),
-                HasSubstr("a/b[7]"));
+    EXPECT_EQ(tree.Read("json/soc_schedAna_global_timehist_ana_1_20230101120000000.data"),
+              HeadOf("222210060", "soc_sched_global_timehist_ana") +
+                  HistoryRow("a/b[8]", "10.000003", "2.000", "0.250", "3.000") + "," +
+                  HistoryRow("sh[9]", "10.000004", "3.000", "0.125", "2.500") + "," +
+                  HistoryRow("a/b[7]", "10.000002", "1.000", "0.500", "2.000") + "]}\n");
 }
 
 TEST_F(SchedAnalyzerTest, ATopOfNoneHasAnEmptyContent) {

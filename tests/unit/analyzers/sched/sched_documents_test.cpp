@@ -70,6 +70,16 @@ TEST(LatencyDocumentTest, TheWholeListComesFirstThenEachTask) {
                                        boot + second + "]}"));
 }
 
+TEST(LatencyDocumentTest, TheGreatestOfDelaysBelowNothingIsOneOfThem) {
+    LatencyCells first = kFirst;
+    LatencyCells second = kSecond;
+    first[kMaxDelayCell] = "-1.0 ms";
+    second[kMaxDelayCell] = "-3.0 ms";
+    EXPECT_NE(WriteLatency({{first, second}, {}})
+                  .text.find(R"("avgDelay":"-2.000000 ms","maxDelay":"-1.000000 ms")"),
+              std::string::npos);
+}
+
 TEST(LatencyDocumentTest, ATargetWithoutRowsFails) {
     const std::string empty =
         "[SchedAnalyzer] SchedAnalyzer get tokens AvgDelay and MaxDelay value failed, tokens "
