@@ -60,25 +60,26 @@ bool CorrelationSched::FindLogs(const std::string& job) {
         return PrintFailure("[CorrelationAnalyzer] Invalid sched job, skip sched.");
     }
     const std::string folder = context_.dataPath + sched_files::kRawDir;
-    for (SchedLog& log : SelectSchedLogs(NamesIn(folder), job)) {
+    const auto isAnalysed = [this](const SchedLog& log) {
+        std::error_code ignored;
+        return std::filesystem::is_regular_file(DocumentPath(log), ignored);
+    };
+    for (SchedLog& log : SelectSchedLogs(NamesIn(folder), job, isAnalysed)) {
         logs_.push_back({std::move(log), 0, {}});
     }
     if (logs_.empty()) {
         PrintError("[CorrelationAnalyzer] sched raw data not exist in dir:" + folder);
         return PrintFailure("[CorrelationAnalyzer] Failed to get sched raw data, skip sched.");
     }
-    const auto isAnalysed = [this](const Log& log) {
-        std::error_code ignored;
-        return std::filesystem::is_regular_file(DocumentPath(log), ignored);
-    };
-    return std::all_of(logs_.begin(), logs_.end(), isAnalysed) ||
+    return std::all_of(logs_.begin(), logs_.end(),
+                       [&isAnalysed](const Log& log) { return isAnalysed(log.file); }) ||
            PrintFailure("[CorrelationAnalyzer] Failed to get sched analyzer data, skip sched.");
 }
 
 bool CorrelationSched::ReadBootTime() {
     const auto read = [this] {
         FirstDocument document;
-        if (!document.Open(DocumentPath(logs_.front()))) {
+        if (!document.Open(DocumentPath(logs_.front().file))) {
             return PrintFailure(kNoFile);
         }
         const JsonValue* content = document.Content();
@@ -132,7 +133,7 @@ void CorrelationSched::CollectPeaks(const CorrelationSettings& settings) {
 
 bool CorrelationSched::ReadPeaks(const Log& log, std::vector<TimeDigits>& peaks) const {
     FirstDocument document;
-    if (!document.Open(DocumentPath(log))) {
+    if (!document.Open(DocumentPath(log.file))) {
         return PrintFailure(kNoFile);
     }
     const JsonValue* content = document.Content();
@@ -183,9 +184,9 @@ std::string CorrelationSched::RawPath(const Log& log) const {
     return context_.dataPath + sched_files::kRawDir + log.file.name;
 }
 
-std::string CorrelationSched::DocumentPath(const Log& log) const {
+std::string CorrelationSched::DocumentPath(const SchedLog& log) const {
     return context_.dataPath + run_tree::kJsonDir +
-           sched_files::AnalysisName(log.file.target, sched_files::kTimehistAnalysis);
+           sched_files::AnalysisName(log.target, sched_files::kTimehistAnalysis);
 }
 
 }  // namespace zarn

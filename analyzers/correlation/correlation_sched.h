@@ -34,7 +34,7 @@ private:
     void CollectPeaks(const CorrelationSettings& settings);
     [[nodiscard]] bool ReadPeaks(const Log& log, std::vector<TimeDigits>& peaks) const;
     [[nodiscard]] std::string RawPath(const Log& log) const;
-    [[nodiscard]] std::string DocumentPath(const Log& log) const;
+    [[nodiscard]] std::string DocumentPath(const SchedLog& log) const;
 
     CorrelationContext context_;
     std::string bootTime_;

@@ -86,8 +86,8 @@ bool StandsBefore(const NamedLog& a, const NamedLog& b) {
 
 }  // namespace
 
-std::vector<SchedLog> SelectSchedLogs(const std::vector<std::string>& names,
-                                      const std::string& job) {
+std::vector<SchedLog> SelectSchedLogs(const std::vector<std::string>& names, const std::string& job,
+                                      const IsAnalysedLog& isAnalysed) {
     std::vector<NamedLog> found;
     for (const std::string& name : names) {
         std::optional<NamedLog> log =
@@ -101,6 +101,8 @@ std::vector<SchedLog> SelectSchedLogs(const std::vector<std::string>& names,
     for (NamedLog& named : found) {
         if (logs.empty() || logs.back().label != named.log.label) {
             logs.push_back(std::move(named.log));
+        } else if (!isAnalysed(logs.back()) && isAnalysed(named.log)) {
+            logs.back() = std::move(named.log);
         }
     }
     return logs;

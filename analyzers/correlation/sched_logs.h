@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,10 +15,14 @@ struct SchedLog {
     sched_files::AnalysisTarget target;
 };
 
+// Whether there is a document of that log.
+using IsAnalysedLog = std::function<bool(const SchedLog& log)>;
+
 // Of these names of files the logs of a job, "global", "core" or "process": the cores in the order
-// of their numbers, the processes in that of their names. Of several logs of one label that whose
-// name comes first in byte order counts.
+// of their numbers, the processes in that of their names. Of several logs of one label the first
+// analysed one counts, or the first of all if none is, in byte order of their names.
 [[nodiscard]] std::vector<SchedLog> SelectSchedLogs(const std::vector<std::string>& names,
-                                                    const std::string& job);
+                                                    const std::string& job,
+                                                    const IsAnalysedLog& isAnalysed);
 
 }  // namespace zarn

@@ -59,6 +59,17 @@ TEST_F(CorrelationSchedTest, RowsAndPeaksBecomeColumns) {
     EXPECT_THAT(out, HasSubstr("[CorrelationAnalyzer] Save sched data successfully\n"));
 }
 
+// A scheduler collected twice in a run is analysed once.
+TEST_F(CorrelationSchedTest, TheHistoryThatIsAnalysedCounts) {
+    WriteGlobalHistory(HistoryRow("1.500000"), SchedDocument({"2.000500"}));
+    tree.Write(sched_files::kRawDir +
+                   sched_files::TimehistName(sched_files::GlobalTarget(), 1, "20230101115800000"),
+               "\n\n\n" + HistoryRow("9.000000"));
+    EXPECT_EQ(RunSched(), "");
+    EXPECT_THAT(Table(), HasSubstr("\n'20230101120001500000,"));
+    EXPECT_THAT(Table(), Not(HasSubstr("20230101120009")));
+}
+
 // Moments are digit sums: those behind the minute of booting are no moments of a clock.
 TEST_F(CorrelationSchedTest, MomentsAreSumsOfDigits) {
     WriteGlobalHistory(

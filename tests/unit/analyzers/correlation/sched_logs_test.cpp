@@ -11,10 +11,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-// "label|label in documents|stamp" of each log.
+// "label|label in documents|stamp" of each log. Those of the stamp 9 alone are analysed.
 std::vector<std::string> Select(const std::vector<std::string>& names, const std::string& job) {
     std::vector<std::string> texts;
-    for (const SchedLog& log : SelectSchedLogs(names, job)) {
+    const auto isAnalysed = [](const SchedLog& log) { return log.target.stamp == "9"; };
+    for (const SchedLog& log : SelectSchedLogs(names, job, isAnalysed)) {
         EXPECT_EQ(log.target.job, job);
         texts.push_back(log.label + "|" + log.target.label + "|" + log.target.stamp);
     }
@@ -30,10 +31,17 @@ TEST(SchedLogs, OfTheWholeSystem) {
 
 TEST(SchedLogs, TheFirstOfOneLabelCounts) {
     EXPECT_THAT(
-        Select({"sched_global_timehist_1_9.log", "sched_global_timehist_1_7.log"}, "global"),
+        Select({"sched_global_timehist_1_8.log", "sched_global_timehist_1_7.log"}, "global"),
         ElementsAre("sched_global|global|7"));
-    EXPECT_THAT(Select({"sched_core_0_timehist_1_9.log", "sched_core_0_timehist_1_8.log"}, "core"),
-                ElementsAre("sched_core0|core0|8"));
+    EXPECT_THAT(Select({"sched_core_0_timehist_1_9.log", "sched_core_0_timehist_1_95.log"}, "core"),
+                ElementsAre("sched_core0|core0|9"));
+}
+
+TEST(SchedLogs, OneThatIsAnalysedCountsBeforeOthersOfItsLabel) {
+    EXPECT_THAT(Select({"sched_core_0_timehist_1_7.log", "sched_core_0_timehist_1_9.log",
+                        "sched_core_0_timehist_1_95.log", "sched_core_1_timehist_1_8.log"},
+                       "core"),
+                ElementsAre("sched_core0|core0|9", "sched_core1|core1|8"));
 }
 
 TEST(SchedLogs, OfCoresInTheOrderOfTheirNumbers) {
