@@ -157,7 +157,7 @@ bool AicpuCollector::FindProcesses() {
 }
 
 bool AicpuCollector::FindPids() {
-    std::string procList;
+    std::vector<std::string> procList;
     if (!ReadSnapshot(kProcList, procList)) {
         return PrintFailure("[AicpuCollector] Failed to find AICPU proc_list file.");
     }
@@ -189,7 +189,7 @@ bool AicpuCollector::FindGroupOf(AicpuProcess& process) {
     if (!Select(process)) {
         return false;
     }
-    std::string threadInfo;
+    std::vector<std::string> threadInfo;
     const bool isRead = ReadSnapshot(kThreadInfo, threadInfo);
     ClearSelection();
     if (!isRead) {
@@ -208,9 +208,9 @@ bool AicpuCollector::FindGroupOf(AicpuProcess& process) {
     return true;
 }
 
-bool AicpuCollector::ReadSnapshot(const std::string& attribute, std::string& text) {
+bool AicpuCollector::ReadSnapshot(const std::string& attribute, std::vector<std::string>& lines) {
     (void)host_.runner.Run(SnapshotLine(places_, attribute));
-    const bool isRead = ReadFile(places_.Snapshot(attribute), text) == FileResult::Ok;
+    const bool isRead = ReadFileLines(places_.Snapshot(attribute), lines);
     if (host_.runner.Run(RemoveSnapshotLine(places_, attribute)) != 0) {
         RemoveFile(places_.Snapshot(attribute));
     }

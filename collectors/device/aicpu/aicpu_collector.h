@@ -43,7 +43,7 @@ private:
     bool FindGroups();
     bool FindGroupOf(AicpuProcess& process);
     // Takes, reads and removes a snapshot of one attribute; false if there is none to read.
-    bool ReadSnapshot(const std::string& attribute, std::string& text);
+    bool ReadSnapshot(const std::string& attribute, std::vector<std::string>& lines);
 
     void PlanPasses();
     bool TakePasses();

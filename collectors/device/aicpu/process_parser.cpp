@@ -4,9 +4,9 @@
 #include <charconv>
 #include <optional>
 #include <regex>
+#include <string_view>
 #include <system_error>
 
-#include "foundation/files.h"
 #include "foundation/regex_guard.h"
 #include "foundation/text.h"
 
@@ -34,23 +34,22 @@ Lookup NumberAt(std::string_view digits) {
 
 }  // namespace
 
-Lookup FindPid(std::string_view procList, const std::string& name) {
+Lookup FindPid(const std::vector<std::string>& procList, const std::string& name) {
     std::string error;
     const std::optional<std::regex> pattern =
         CompileWithoutBacktracking("^[0-9]+," + name + ",[0-9]+,[0-9]+,[0-9]+$", error);
-    LineCursor lines(procList);
-    for (std::string_view line; pattern && lines.Next(line);) {
-        if (SearchGuarded(line, *pattern)) {
-            return NumberAt(DigitsOf(line));
-        }
+    if (!pattern) {
+        return {};
     }
-    return {};
+    const auto found =
+        std::find_if(procList.begin(), procList.end(),
+                     [&pattern](const std::string& line) { return SearchGuarded(line, *pattern); });
+    return found == procList.end() ? Lookup{} : NumberAt(DigitsOf(*found));
 }
 
-Lookup FindGroup(std::string_view threadInfo, const AicpuProcess& process) {
+Lookup FindGroup(const std::vector<std::string>& threadInfo, const AicpuProcess& process) {
     const std::string head = std::to_string(process.core) + "," + std::to_string(process.pid) + ",";
-    LineCursor lines(threadInfo);
-    for (std::string_view line; lines.Next(line);) {
+    for (const std::string_view line : threadInfo) {
         if (!StartsWith(line, head)) {
             continue;
         }

@@ -2,11 +2,12 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
+#include <vector>
 
 #include "formats/aicpu.h"
 
-// Looking up of processes in what the scheduler's attributes say.
+// Looking up of processes in what the scheduler's attributes say, line by line; the lines are
+// without blanks at both ends.
 namespace zarn {
 
 // A number looked up in a table.
@@ -21,10 +22,11 @@ struct Lookup {
 // The pid of the first line of `proc_list`, "pid,name,number,number,number", whose name matches, a
 // regular expression. A name that is no expression, or has a back-reference, matches nothing, nor
 // does a line of more than 4096 bytes.
-[[nodiscard]] Lookup FindPid(std::string_view procList, const std::string& name);
+[[nodiscard]] Lookup FindPid(const std::vector<std::string>& procList, const std::string& name);
 
 // The group id of the first line of `cpu_thread_info`, "core,pid,group,more", of that process on
 // that core.
-[[nodiscard]] Lookup FindGroup(std::string_view threadInfo, const AicpuProcess& process);
+[[nodiscard]] Lookup FindGroup(const std::vector<std::string>& threadInfo,
+                               const AicpuProcess& process);
 
 }  // namespace zarn

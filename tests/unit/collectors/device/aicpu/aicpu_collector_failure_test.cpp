@@ -96,9 +96,11 @@ TEST_F(AicpuCollectorFailureTest, ACoreOutsideTheSet) {
 
 TEST_F(AicpuCollectorFailureTest, AProcListThatCannotBeRead) {
     GiveUpOn("cat ", "proc_list_tmp");
-    EXPECT_THAT(
-        RunEvent().err,
-        EndsWith(std::string("[AicpuCollector] Failed to find AICPU proc_list file.\n") + kNoInfo));
+    const std::string words = RunEvent().err;
+    EXPECT_THAT(words, HasSubstr("open file failed.\n"));
+    EXPECT_THAT(words, EndsWith(std::string("[AicpuCollector] Failed to find AICPU proc_list "
+                                            "file.\n") +
+                                kNoInfo));
     EXPECT_FALSE(result);
     EXPECT_EQ(Attribute("pid"), "untouched");
 }
@@ -142,10 +144,11 @@ TEST_F(AicpuCollectorFailureTest, ANameThatTheShellDoesNotTake) {
 
 TEST_F(AicpuCollectorFailureTest, AThreadInfoThatCannotBeRead) {
     GiveUpOn("cat ", "cpu_thread_info_tmp");
-    EXPECT_THAT(
-        RunEvent().err,
-        EndsWith(std::string("[AicpuCollector] Failed to find AICPU cpu_thread_info file.\n") +
-                 kNoInfo));
+    const std::string words = RunEvent().err;
+    EXPECT_THAT(words, HasSubstr("open file failed.\n"));
+    EXPECT_THAT(words, EndsWith(std::string("[AicpuCollector] Failed to find AICPU "
+                                            "cpu_thread_info file.\n") +
+                                kNoInfo));
     EXPECT_FALSE(result);
     ExpectCleared();
 }

@@ -4,24 +4,26 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace zarn {
 namespace {
 
 using Verdict = Lookup::Verdict;
 
-constexpr const char* kList =
-    "pid,name,publish,sched,num\n"
-    "1201,perception,3201,3198,7\n"
-    "1204,planning,1410,1410,2\n"
-    "1205,planning,1,1,1\n"
-    "1206,a,b,1,2,3\n"
-    "1207,two words,1,2,3\n"
-    " 1208,blank,1,2,3\n"
-    "1209,short,1,2\n"
-    "1210,behind,1,2,3 \n"
-    "99999999999,huge,1,2,3\n"
-    "4294967295,last,1,2,3";
+const std::vector<std::string> kList = {
+    "pid,name,publish,sched,num",
+    "1201,perception,3201,3198,7",
+    "1204,planning,1410,1410,2",
+    "1205,planning,1,1,1",
+    "1206,a,b,1,2,3",
+    "1207,two words,1,2,3",
+    "\t1208,tab,1,2,3",
+    "1209,short,1,2",
+    "1210,behind,1,2,3\r",
+    "99999999999,huge,1,2,3",
+    "4294967295,last,1,2,3",
+};
 
 TEST(FindPidTest, TakesTheFirstLineWhoseNameMatches) {
     const std::pair<const char*, std::uint32_t> rows[] = {
@@ -37,13 +39,13 @@ TEST(FindPidTest, TakesTheFirstLineWhoseNameMatches) {
 }
 
 TEST(FindPidTest, WhatDoesNotMatchIsNotFound) {
-    for (const char* name : {"", "erception", "perceptio", "name", "blank", "short", "behind", "a",
+    for (const char* name : {"", "erception", "perceptio", "name", "tab", "short", "behind", "a",
                              "PLANNING", "(", "[", "*", "a{", "(p)lanning\\1", "\\"}) {
         const Lookup found = FindPid(kList, name);
         EXPECT_EQ(found.verdict, Verdict::NotFound) << name;
         EXPECT_EQ(found.value, 0U) << name;
     }
-    EXPECT_EQ(FindPid("", "perception").verdict, Verdict::NotFound);
+    EXPECT_EQ(FindPid({}, "perception").verdict, Verdict::NotFound);
 }
 
 TEST(FindPidTest, APidBeyond32BitsIsAFault) {
@@ -53,7 +55,8 @@ TEST(FindPidTest, APidBeyond32BitsIsAFault) {
 }
 
 TEST(FindPidTest, ARuinousNameEndsSoon) {
-    const std::string list = "1," + std::string(3000, 'a') + "!,1,2,3\n2,aaa,1,2,3\n";
+    const std::vector<std::string> list = {"1," + std::string(3000, 'a') + "!,1,2,3",
+                                           "2,aaa,1,2,3"};
     for (const char* name : {"(a+)+", "(a*)*", "(a|aa)+", "(a+a+)+"}) {
         EXPECT_EQ(FindPid(list, name).value, 2U) << name;
     }
@@ -62,8 +65,8 @@ TEST(FindPidTest, ARuinousNameEndsSoon) {
 }
 
 TEST(FindPidTest, ALineOfMegabytesIsNoProcess) {
-    const std::string list =
-        "1," + std::string(std::size_t{16} << 20, 'a') + ",1,2,3\n2,aaa,1,2,3\n";
+    const std::vector<std::string> list = {
+        "1," + std::string(std::size_t{16} << 20, 'a') + ",1,2,3", "2,aaa,1,2,3"};
     EXPECT_EQ(FindPid(list, "a+").value, 2U);
 }
 
@@ -75,17 +78,28 @@ AicpuProcess On(std::uint32_t core, std::uint32_t pid) {
 }
 
 TEST(FindGroupTest, TakesTheFirstLineOfTheProcessOnTheCore) {
-    const char* info =
-        "cpu,pid,gid,thread\n1,1201,\n1,1201,31\n1,1201,31,\n1,1201,x,y\n1,1201,,y\n"
-        "2,1201,30,perception_1,running\n11,1201,29,z\n1,12011,28,z\n1,1201,31,\r\n"
-        "1,1201,32,perception_0,idle\n1,1201,33,perception_2,idle\n3,1204,99999999999,a\n";
+    const std::vector<std::string> info = {
+        "cpu,pid,gid,thread",
+        "1,1201,",
+        "1,1201,31",
+        "1,1201,31,",
+        "1,1201,x,y",
+        "1,1201,,y",
+        "2,1201,30,perception_1,running",
+        "11,1201,29,z",
+        "1,12011,28,z",
+        "1,1201,31,\r",
+        "1,1201,32,perception_0,idle",
+        "1,1201,33,perception_2,idle",
+        "3,1204,99999999999,a",
+    };
     EXPECT_EQ(FindGroup(info, On(1, 1201)).value, 32U);
     EXPECT_EQ(FindGroup(info, On(2, 1201)).value, 30U);
     EXPECT_EQ(FindGroup(info, On(2, 1204)).verdict, Verdict::NotFound);
     EXPECT_EQ(FindGroup(info, On(3, 1204)).verdict, Verdict::Fault);
     EXPECT_EQ(FindGroup(info, On(3, 1204)).reason, "stoul");
-    EXPECT_EQ(FindGroup("", On(1, 1)).verdict, Verdict::NotFound);
-    EXPECT_EQ(FindGroup("1,1,7,t", On(1, 1)).value, 7U);
+    EXPECT_EQ(FindGroup({}, On(1, 1)).verdict, Verdict::NotFound);
+    EXPECT_EQ(FindGroup({"1,1,7,t"}, On(1, 1)).value, 7U);
 }
 
 }  // namespace
