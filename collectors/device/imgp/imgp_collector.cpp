@@ -112,11 +112,11 @@ void ImgpCollector::CollectUtilization() {
     if (!TakeTime()) {
         return;
     }
-    EventWriter events;
     for (const int device : devices_) {
+        EventWriter events;
         WriteUtilization(device, events);
+        events.Save(imgp_files::kUtilization.Path(dataPath_, collectTime_));
     }
-    events.Save(imgp_files::kUtilization.Path(dataPath_, collectTime_));
 }
 
 bool ImgpCollector::FindDevices() {

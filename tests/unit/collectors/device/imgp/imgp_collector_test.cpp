@@ -155,9 +155,12 @@ TEST_F(ImgpCollectorTest, SixteenDevicesFit) {
     EXPECT_EQ(host.device.Calls().size(), 18U);
 }
 
-TEST_F(ImgpCollectorTest, ADocumentThatCannotBeWrittenIsTold) {
+TEST_F(ImgpCollectorTest, ADocumentThatCannotBeWrittenIsToldBeforeTheNextDevice) {
     fs::remove(tree + "json");
-    EXPECT_EQ(Run(R"(["vpc"])").err, "[zarn_utils] Cannot open outfile, check your filePath.\n");
+    host.device.devices = {0, 1};
+    host.device.FailCall(kFirstRate + 1, 2);
+    const std::string line = "[zarn_utils] Cannot open outfile, check your filePath.\n";
+    EXPECT_EQ(Run(R"(["vpc"])").err, line + NoRate("vpc") + line);
     EXPECT_TRUE(result);
 }
 
