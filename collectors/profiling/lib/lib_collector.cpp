@@ -10,6 +10,7 @@
 #include "foundation/text.h"
 #include "kit/cost.h"
 #include "kit/process_id.h"
+#include "kit/section.h"
 
 namespace zarn {
 namespace {
@@ -43,8 +44,11 @@ bool LibCollector::Start(const JsonDocument& config, const std::string& dataPath
     return true;
 }
 
+// A name that is no string trips the JSON library's assertion, which ends the process; those before
+// it have been looked up then.
 void LibCollector::FindProcesses(const JsonDocument& config) {
-    for (const std::string& name : LibProcesses(config)) {
+    for (const JsonValue& process : LibProcesses(config).GetArray()) {
+        const std::string name = TextOf(process);
         const std::optional<std::string> pid = FindProcessId(name, kProcessWords, host_.runner);
         if (pid) {
             pids_[name] = *pid;

@@ -48,12 +48,8 @@ bool ReadLibSettings(const JsonDocument& config, std::uint32_t& duration) {
     return true;
 }
 
-std::vector<std::string> LibProcesses(const JsonDocument& config) {
-    std::vector<std::string> processes;
-    for (const JsonValue& process : config[kSection][kProcess].GetArray()) {
-        processes.push_back(TextOf(process));
-    }
-    return processes;
+const JsonValue& LibProcesses(const JsonDocument& config) {
+    return config[kSection][kProcess];
 }
 
 }  // namespace zarn

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
 
 #include "foundation/json.h"
 #include "kit/setting_key.h"
@@ -15,8 +13,7 @@ namespace zarn {
 // seconds. False after its line if the section is incomplete or illegal.
 [[nodiscard]] bool ReadLibSettings(const JsonDocument& config, std::uint32_t& duration);
 
-// The names, in their order, of a section that was read. One that is no string trips the JSON
-// library's assertion, which ends the process.
-[[nodiscard]] std::vector<std::string> LibProcesses(const JsonDocument& config);
+// The array of names of a section that was read; its elements are not tested.
+[[nodiscard]] const JsonValue& LibProcesses(const JsonDocument& config);
 
 }  // namespace zarn

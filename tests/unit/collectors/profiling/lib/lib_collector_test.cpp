@@ -172,8 +172,20 @@ TEST_F(LibCollectorTest, ADirectoryThatCannotBeMadeFailsTheMission) {
 
 using LibCollectorDeathTest = LibCollectorTest;
 
+// Those before it have been looked up.
 TEST_F(LibCollectorDeathTest, ANameThatIsNoStringEndsTheProcess) {
-    EXPECT_EXIT((void)Run(R"(["planner",7])"), testing::KilledBySignal(SIGABRT), "");
+    host.runner.On("pidof none", "");
+    EXPECT_EXIT(
+        {
+            JsonDocument config;
+            LibCollector collector(LibCollector::kName, host.Get());
+            if (ParseJson(R"({"LibCollector":{"process":["none",7],"duration":2}})", config) &&
+                collector.CheckOptions(config, "collector")) {
+                (void)collector.Start(config, dir.Path(), &stopFlag);
+            }
+        },
+        testing::KilledBySignal(SIGABRT),
+        "Target process:none does not exist! Skipping this process!\n.*assertion");
 }
 
 }  // namespace

