@@ -11,10 +11,17 @@ constexpr std::string_view kBehindCores = "intr";
 constexpr std::size_t kIdleColumn = 4;  // the name is column 0
 constexpr std::size_t kLeastColumns = 6;
 
-// The columns behind the name.
-StatResult ReadColumns(PieceCursor& columns, CoreCounts& core) {
-    std::size_t column = 1;
-    for (std::string_view text; columns.Next(text); ++column) {
+// What follows the name.
+StatResult ReadColumns(const PieceCursor& behindName, CoreCounts& core) {
+    PieceCursor ahead = behindName;
+    std::string_view text;
+    for (std::size_t column = 1; column < kLeastColumns; ++column) {
+        if (!ahead.Next(text)) {
+            return StatResult::Incomplete;
+        }
+    }
+    PieceCursor columns = behindName;
+    for (std::size_t column = 1; columns.Next(text); ++column) {
         std::uint32_t count = 0;
         if (!TextToUint32(text, count)) {
             return StatResult::NotNumber;
@@ -24,7 +31,7 @@ StatResult ReadColumns(PieceCursor& columns, CoreCounts& core) {
             core.idle = count;
         }
     }
-    return column < kLeastColumns ? StatResult::Incomplete : StatResult::Ok;
+    return StatResult::Ok;
 }
 
 }  // namespace

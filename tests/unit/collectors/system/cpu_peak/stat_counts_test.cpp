@@ -75,7 +75,8 @@ TEST(StatCountsTest, AnyOtherLineIsTakenAsACore) {
 }
 
 TEST(StatCountsTest, ALineNeedsSixColumns) {
-    for (const char* line : {"", "cpu0", "cpu0 1 2 3 4", "      ", "interrupts 1 2 3 4"}) {
+    for (const char* line :
+         {"", "cpu0", "cpu0 1 2 3 4", "      ", "interrupts 1 2 3 4", "cpu0 a 2 3 b"}) {
         const Read read = Parse(std::string(kSum) + "cpu0 1 2 3 4 5\n" + line + "\n", 2);
         EXPECT_EQ(read.result, StatResult::Incomplete) << line;
         EXPECT_THAT(read.counts, ElementsAre(CoreCounts{4, 15})) << line;
