@@ -189,14 +189,26 @@ FileResult AppendFile(const std::string& path, std::string_view text) {
     return file.Keep();
 }
 
-FileAppender::FileAppender(const std::string& path)
-    : fd_(::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_CLOEXEC, 0666)) {
+FileAppender::FileAppender(const std::string& path) : path_(path) {
+    constexpr int kFlags = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
+    fd_ = ::open(path.c_str(), kFlags);
+    if (fd_ < 0 && errno == ENOENT) {
+        fd_ = ::open(path.c_str(), kFlags | O_CREAT, 0666);
+        isNew_ = fd_ >= 0;
+    }
     struct stat before {};
     if (fd_ >= 0 && !IsRegular(fd_, before)) {
         ::close(fd_);
         fd_ = -1;
     }
     sizeBefore_ = before.st_size;
+}
+
+FileAppender::~FileAppender() {
+    if (fd_ >= 0 && isNew_) {
+        ::unlink(path_.c_str());
+    }
+    Drop();
 }
 
 void FileAppender::Append(std::string_view piece) {

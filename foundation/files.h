@@ -37,13 +37,14 @@ enum class FileResult { Ok, CannotOpen, Failed };
 [[nodiscard]] FileResult AppendFile(const std::string& path, std::string_view text);
 
 // AppendFile for a text that comes in pieces and need not lie in memory as a whole. Until it is
-// kept it is only lent: unless Keep gives Ok, the file is cut back to its former size.
+// kept it is only lent: unless Keep gives Ok, the file is cut back to its former size; and where
+// nobody asked to keep it, a file that was not there is taken away again.
 class FileAppender {
 public:
     explicit FileAppender(const std::string& path);
     FileAppender(const FileAppender&) = delete;
     FileAppender& operator=(const FileAppender&) = delete;
-    ~FileAppender() { Drop(); }
+    ~FileAppender();
 
     // Writes the next piece. After one that could not be written nothing more is.
     void Append(std::string_view piece);
@@ -57,7 +58,9 @@ public:
 private:
     void Drop();
 
-    int fd_;
+    std::string path_;
+    int fd_ = -1;
+    bool isNew_ = false;  // the file was not there
     long long sizeBefore_ = 0;
     bool written_ = true;  // all pieces so far
 };

@@ -225,6 +225,19 @@ TEST_F(FileAppenderTest, KeepsAllPiecesOrNone) {
     EXPECT_EQ(kept.Keep(), FileResult::CannotOpen);
 }
 
+TEST_F(FileAppenderTest, WithoutKeepingThereIsNoNewFile) {
+    const std::string path = directory_.Path() + "new";
+    {
+        FileAppender dropped(path);
+        dropped.Append("text\n");
+        EXPECT_EQ(ReadBack(path), "text\n");
+    }
+    EXPECT_FALSE(std::filesystem::exists(path));
+    (void)directory_.Write("new", "");
+    { const FileAppender dropped(path); }
+    EXPECT_TRUE(std::filesystem::exists(path));
+}
+
 TEST_F(FileAppenderTest, APieceThatFindsNoSpaceTakesTheOthersWithIt) {
     const std::string path = directory_.Write("file", "one\n");
     {
