@@ -42,9 +42,10 @@ bool TakeNumber(PieceCursor& cursor, double& value) {
     return cursor.Next(piece) && TextToDouble(TrimSpacesView(piece), value);
 }
 
+// The piece behind the last colon that ends none.
 bool ParseLoads(std::string_view line, FoundFigures& found) {
-    const std::size_t colon = line.rfind(':');
-    PieceCursor loads(colon == std::string_view::npos ? line : line.substr(colon + 1), ',');
+    const std::string_view pieces = line.substr(0, line.find_last_not_of(':') + 1);
+    PieceCursor loads(pieces.substr(pieces.rfind(':') + 1), ',');
     double value = 0.0;
     for (std::size_t i = 0; i < kLoads; ++i) {
         if (!TakeNumber(loads, value)) {
