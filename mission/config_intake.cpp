@@ -17,13 +17,8 @@ namespace {
 // Values go into shell command lines as they stand, so no configuration may hold one of these.
 constexpr std::string_view kHazardousSymbols = "&|;";
 
-// A false result means that the line has been printed.
-bool ReadConfigText(const std::string& path, std::string& text) {
-    if (ReadFile(path, text) == FileResult::CannotOpen) {
-        PrintError("[ZarnManager] Could not open the file - '" + path + "'");
-        return false;
-    }
-    return true;
+bool FailToOpen(const std::string& path) {
+    return PrintFailure("[ZarnManager] Could not open the file - '" + path + "'");
 }
 
 // Appends the strings of `names` to `list`, skipping other elements, and prints what `list` holds.
@@ -84,8 +79,8 @@ bool ZarnManager::LoadConfig() {
         return false;
     }
     std::string text;
-    if (!ReadConfigText(configFile_, text)) {
-        return false;
+    if (ReadFile(configFile_, text) == FileResult::CannotOpen) {
+        return FailToOpen(configFile_);
     }
     document_.reset(new (std::nothrow) JsonDocument);
     if (document_ == nullptr) {
@@ -101,8 +96,9 @@ bool ZarnManager::LoadConfig() {
 
 bool ZarnManager::CheckConfigHazard() {
     std::string text;
-    if (!ReadConfigText(configFile_, text)) {
-        return false;
+    // A text that breaks off says nothing of what comes behind.
+    if (ReadFile(configFile_, text) != FileResult::Ok) {
+        return FailToOpen(configFile_);
     }
     const auto hazard = std::find_if(text.begin(), text.end(), [](char symbol) {
         return kHazardousSymbols.find(symbol) != std::string_view::npos;

@@ -14,6 +14,7 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 
 class SingleFaults : public testing::Test {
 protected:
@@ -45,6 +46,22 @@ TEST_F(SingleFaults, WithoutATimeTheRunHasNoDirectory) {
               "[ZarnManager] Failed to get time stamp!\n"
               "[ZarnManager] Output directory not exist!\n"
               "[ZarnManager] Failed to handle public affairs!\n");
+}
+
+TEST_F(SingleFaults, AReadThatFailsLetsNoHazardPass) {
+    ConfigText config;
+    config.more = R"(, "x": "a;b")";
+    int call = 0;
+    do {
+        ++call;
+        const RunResult run = RunWithFault(config.Text(), "read:" + std::to_string(call) + ":EIO");
+        EXPECT_THAT(run.err, testing::AnyOf(HasSubstr("Hazardous symbol"),
+                                            HasSubstr("Could not open the file"),
+                                            HasSubstr("while parsing json file")))
+            << call;
+        EXPECT_THAT(run.err, Not(HasSubstr("Create env info directory"))) << call;
+    } while (Happened());
+    EXPECT_GT(call, 3);
 }
 
 TEST_F(SingleFaults, WithoutATimeTheComparatorFails) {
