@@ -52,6 +52,7 @@ protected:
 
 TEST_F(InterruptTest, StopsNoStageAndReachesEveryMission) {
     InChild([this] {
+        config.serial = R"(["B","A"])";
         onEvent = [this](const std::string& event) {
             if (event == "start B " + DataPath()) {  // the collector, not yet stopped
                 std::raise(SIGINT);
@@ -61,10 +62,12 @@ TEST_F(InterruptTest, StopsNoStageAndReachesEveryMission) {
         const std::string data = DataPath();
         EXPECT_EQ(result, 1);
         EXPECT_THAT(Starts(), ElementsAre("A " + data, "B " + data, "A " + data + " stopped",
-                                          "B " + data + " stopped", "C " + data + " stopped"));
+                                          "A " + data + " stopped", "B " + data + " stopped",
+                                          "C " + data + " stopped"));
         EXPECT_THAT(
             captured.out,
             HasSubstr(std::string("[ZarnManager] collector mode B start ...\n") + kTwoLines +
+                      "[ZarnManager] collector mode A start ...\n"
                       "[ZarnManager] analyzers mode A start ...\n"
                       "[ZarnManager] optimizers mode B start ...\n"
                       "[ZarnManager] comparator mode C start ...\n"));

@@ -138,6 +138,16 @@ TEST_F(HotFunComparatorTest, ComparesCoresThenProcessesThenTheSystem) {
                 MatchesRegex("\\[HotFunComparator\\] cost time: [0-9.]+s\n"));
 }
 
+TEST_F(HotFunComparatorTest, TwoVersionsOfOneDirectoryAreComparedToo) {
+    AddVersion("v1", kAllRecordings);
+    versions["v2"] = versions["v1"];
+    (void)Run(R"("global")");
+    const std::string recordings = Glob("v1", "hotfun_global*.data ");
+    EXPECT_EQ(host.runner.Commands()[0], "perf diff " + recordings + recordings + "> global.temp");
+    EXPECT_EQ(dir.Read("csv/hotFun/hotfun_global_info.csv"),
+              std::string("v1,v2,Shared Object,Symbol\n") + kRows);
+}
+
 TEST_F(HotFunComparatorTest, AVersionWithoutARecordingIsToldAndLeftOut) {
     AddVersion("v1", kAllRecordings);
     AddVersion("v2", {"hotfun_core_core33_1", "hotfun_core_core3_x", "hotfun_core_core3_"});

@@ -240,6 +240,25 @@ TEST_F(PsoSearchTest, APersonalBestOnlyRises) {
                                  "5.196152\n"));
 }
 
+TEST_F(PsoSearchTest, APersonalBestIsNotReplacedByItsEqual) {
+    state_.numIterate = 1;
+    board_.perfs.push_back(Perf(3));
+    board_.perfs.push_back(Perf(3));
+    ListInit(1);
+    ListUpdate();
+    Run(true);
+    EXPECT_EQ(board_.runs, 3);
+    EXPECT_EQ(state_.personalBests[0].bwHigh.at(0), 10);
+}
+
+TEST_F(PsoSearchTest, BoundsThatAreRefusedAreNoTry) {
+    board_.perfs.push_back(Perf(5, false));
+    board_.refusals = {true, true, true, false, false, false, false};
+    ListInit(7);
+    Run(true);
+    EXPECT_EQ(board_.runs, 5);
+}
+
 TEST_F(PsoSearchTest, WithoutParticlesTheWholeRangeIsApplied) {
     state_.numSize = 0;
     state_.numIterate = 2;

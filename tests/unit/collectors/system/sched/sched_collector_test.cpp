@@ -96,6 +96,19 @@ TEST_F(SchedCollectorTest, TheSortKeyStandsInTheCommandAndTheLog) {
     EXPECT_TRUE(tree.Has("raw_data/sched/sched_global_latency_avg_1_20230101120000000.log"));
 }
 
+// perf has sorted it by the key already.
+TEST_F(SchedCollectorTest, TheDocumentHasTheOrderOfTheReport) {
+    LeaveReports(
+        "\n -----\n  Task | Runtime\n -----\n"
+        "  next:14  |  1.000 ms |   1 | avg:  0.500 ms | max:  0.500 ms | max start: 9.9 s | x\n"
+        "  loop:12  |  5.000 ms |   3 | avg:  1.500 ms | max:  2.000 ms | max start: 12.3 s | x\n"
+        " -------------\n");
+    sorted = "avg";
+    (void)Run(R"("global")");
+    EXPECT_EQ(tree.Read("json/soc_sched_global_latency_info_1_20230101120000000.data"),
+              DocumentOf("soc_sched_global_latency_info", kNextRow + "," + kLoopRow));
+}
+
 TEST_F(SchedCollectorTest, CoresShareOneMomentAndHaveADocumentEach) {
     LeaveReports(kReport);
     const Captured captured = Run(R"("core")");

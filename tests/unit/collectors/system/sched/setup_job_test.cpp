@@ -128,6 +128,7 @@ TEST_F(SetupJobTest, ItRunsOnceWhateverTheCount) {
         tree.Remove("env_info/time_cost.log");
         (void)Run(R"("priority_affinity")");
         EXPECT_EQ(Commands().size() - before, 12U) << passes;
+        EXPECT_THAT(tree.NamesIn("json"), testing::SizeIs(5)) << passes;
     }
 }
 
