@@ -2,7 +2,7 @@
 # Installs what is needed, builds the release preset and runs the whole suite; what of it root cannot show, once more as an
 # ordinary user. Other lanes run what has something to find there: asan the unit tests and an eighth of the system tests, drawn
 # by the commit, under the address, leak and undefined-behaviour sanitizers, tsan the tests of what has threads under the
-# thread sanitizer, arm64 the unit tests, cross-built, on the board's processor.
+# thread sanitizer, arm64 the unit tests but those of the virtual board, cross-built, on the board's processor.
 # With --all every lane runs, and none of them a sample: asan and arm64 run the whole suite, the latter without the tests
 # that trace a process, and every single call fails where the suite else draws some. Root ends with the clean room.
 #
@@ -80,10 +80,10 @@ run_lane() {
             run_tests tsan
             ;;
         arm64)
-            local unit_only=(-L unit) targets=(unit_tests)
-            ! $all || unit_only=() targets=()
+            local drawn=(-L unit) targets=(unit_tests)
+            ! $all || drawn=() targets=()
             build_preset arm64 "${targets[@]}"
-            run_tests arm64 "${unit_only[@]}"
+            run_tests arm64 "${drawn[@]}"
             ;;
         release)
             need_packages scripts/packages-browser.txt || say "No chromium can be had: the tests of the report's page skip"
