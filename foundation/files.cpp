@@ -193,8 +193,11 @@ FileAppender::FileAppender(const std::string& path) : path_(path) {
     constexpr int kFlags = O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC;
     fd_ = ::open(path.c_str(), kFlags);
     if (fd_ < 0 && errno == ENOENT) {
-        fd_ = ::open(path.c_str(), kFlags | O_CREAT, 0666);
+        fd_ = ::open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0666);
         isNew_ = fd_ >= 0;
+    }
+    if (fd_ < 0 && errno == EEXIST) {  // another one made it meanwhile, or a link leads to nothing
+        fd_ = ::open(path.c_str(), kFlags | O_CREAT, 0666);
     }
     struct stat before {};
     if (fd_ >= 0 && !IsRegular(fd_, before)) {

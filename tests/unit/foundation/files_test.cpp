@@ -236,6 +236,10 @@ TEST_F(FileAppenderTest, WithoutKeepingThereIsNoNewFile) {
     (void)directory_.Write("new", "");
     { const FileAppender dropped(path); }
     EXPECT_TRUE(std::filesystem::exists(path));
+    const std::string link = directory_.Path() + "link";
+    std::filesystem::create_symlink("nothing_yet", link);
+    { const FileAppender dropped(link); }
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
 }
 
 TEST_F(FileAppenderTest, APieceThatFindsNoSpaceTakesTheOthersWithIt) {
