@@ -209,6 +209,14 @@ TEST_F(AicpuCollectorTest, AProcessThatIsNotBoundKeepsItsPidInTheRecordAlone) {
     ExpectCleared();
 }
 
+TEST_F(AicpuCollectorTest, BlanksAroundTheLinesOfTheListsDoNotCount) {
+    SetAttribute("proc_list", "  1201,perception,3,2,1  \n");
+    SetAttribute("cpu_thread_info", " 1,1201,31,perception_0,idle \n");
+    EXPECT_EQ(Run("", R"("perception")", "1").err, "");
+    EXPECT_THAT(Record(), HasSubstr(R"("valid":true,"name":"perception","pid":1201,)"
+                                    R"("bind_cpu_id":1,"group_id":31,)"));
+}
+
 TEST_F(AicpuCollectorTest, ANameGoesIntoTheExpressionAsItStands) {
     EXPECT_EQ(Run("", R"("perc.*n")", "1").err, "");
     EXPECT_THAT(Record(), HasSubstr(R"("valid":true,"name":"perc.*n","pid":1201,)"));
