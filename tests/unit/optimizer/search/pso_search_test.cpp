@@ -106,6 +106,16 @@ protected:
     // No pull for one update: the velocities shrink.
     void ListUpdate() { random_.reals.insert(random_.reals.end(), 12, 0.0); }
 
+    // The search of one particle whose first candidate measures `first` and whose update `then`.
+    void RunOneUpdate(const PerfMap& first, const PerfMap& then) {
+        state_.numIterate = 1;
+        board_.perfs.push_back(first);
+        board_.perfs.push_back(then);
+        ListInit(1);
+        ListUpdate();
+        Run(true);
+    }
+
     std::string Log() { return dir_.Read("opt.log"); }
 
     test::TempDir dir_;
@@ -122,12 +132,7 @@ constexpr const char* kBaseLines =
 constexpr const char* kCandidate = "aic 5 10 10 0 0 0; cpu 0 10 10 0 0 0; imgp 3 10 10 0 0 0; ";
 
 TEST_F(PsoSearchTest, TellsTheWholeStoryOfASearch) {
-    state_.numIterate = 1;
-    board_.perfs.push_back(Perf(2));
-    board_.perfs.push_back(Perf(3));
-    ListInit(1);
-    ListUpdate();
-    Run(true);
+    RunOneUpdate(Perf(2), Perf(3));
     // The cpu's high bound starts at velocity 5, which shrinks to 4.
     EXPECT_THAT(
         board_.applied,
@@ -241,12 +246,7 @@ TEST_F(PsoSearchTest, APersonalBestOnlyRises) {
 }
 
 TEST_F(PsoSearchTest, APersonalBestIsNotReplacedByItsEqual) {
-    state_.numIterate = 1;
-    board_.perfs.push_back(Perf(3));
-    board_.perfs.push_back(Perf(3));
-    ListInit(1);
-    ListUpdate();
-    Run(true);
+    RunOneUpdate(Perf(3), Perf(3));
     EXPECT_EQ(board_.runs, 3);
     EXPECT_EQ(state_.personalBests[0].bwHigh.at(0), 10);
 }
