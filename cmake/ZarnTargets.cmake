@@ -84,7 +84,9 @@ function(zarn_test name)
   # Tests are built for the speed of building them; what they test keeps the preset's flags.
   target_compile_options(${name} PRIVATE $<$<CONFIG:RelWithDebInfo>:-O0;-g0>)
   if(ZARN_SANITIZE)
-    target_compile_options(${name} PRIVATE -O0)
+    # A check at each call of a member takes a third of the time to build a test. A null or stray pointer in its own code
+    # shows without.
+    target_compile_options(${name} PRIVATE -O0 -fno-sanitize=null,alignment,object-size,vptr)
   endif()
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock_main)
   if(NOT ARG_LABELS)
