@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -23,8 +24,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A server that writes ten tables a second and has not been heard of for so long hangs.
-constexpr std::uint64_t kStandsStillMs = 3000;
+// A server that writes ten tables a second and has not been heard of for so long may hang; it does
+// if it says nothing while the launcher has been looking for so much longer. Where the machine
+// itself stood still both come late.
+constexpr std::uint64_t kMayHangMs = 2000;
+constexpr std::chrono::seconds kHangs{1};
 
 std::string Absolute(const std::string& path) {
     std::error_code error;
@@ -123,7 +127,14 @@ void ServedBoard::NoteEnd(pid_t child) {
 }
 
 void ServedBoard::CheckHeartbeat() {
-    if (serverLives_ && MsSinceBeat(*state_) > kStandsStillMs) {
+    if (!serverLives_ || MsSinceBeat(*state_) <= kMayHangMs) {
+        suspectedAt_.reset();
+        return;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    if (!suspectedAt_) {
+        suspectedAt_ = now;
+    } else if (now - *suspectedAt_ > kHangs) {
         RemoveFigures(folder_, *state_);
     }
 }

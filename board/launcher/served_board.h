@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 
@@ -32,7 +33,8 @@ public:
     // Notes the end of a child if that was the server, and then takes away the table, which nobody
     // moves any more.
     void NoteEnd(pid_t child);
-    // Takes the table away if its figures stand still, since the server hangs.
+    // To be called at least ten times a second. Takes the table away if its figures stand still,
+    // since the server hangs.
     void CheckHeartbeat();
     // Lets go of the board and waits until it is cleaned up. True if somebody's files are left in
     // it.
@@ -45,6 +47,8 @@ private:
     bool serverLives_ = true;
     int life_ = -1;
     BoardState* state_ = nullptr;
+    // Since when the server has been found silent, look after look.
+    std::optional<std::chrono::steady_clock::time_point> suspectedAt_;
 };
 
 }  // namespace zarn::board
