@@ -46,12 +46,13 @@ int RecordCommand(const BoardState& state, PerfCall call, const char* ifNoFile,
     if (WriteFile(call.output, "") != FileResult::Ok) {
         return FailPerf("failed to open " + call.output + ifNoFile, kPerfFailed);
     }
+    // Before the command can have done anything: it may be over as soon as it was started.
+    SchedSpan span;
+    span.fromUs = BoardTimeUs(state);
     auto command = MeasuredCommand::Start(call.command);
     if (!command) {
         return kPerfFailed;
     }
-    SchedSpan span;
-    span.fromUs = BoardTimeUs(state);
     while (command->Wait(std::nullopt) == MeasuredCommand::Wake::Time) {
     }
     span.toUs = BoardTimeUs(state);
