@@ -33,6 +33,9 @@ constexpr std::uint64_t kOwnKb = 1024;  // what a program has at most besides it
 const std::map<std::string, std::uint64_t> kPrivateKb = {
     {"camera", 24576}, {"planner", 32768}, {"recorder", 16384}, {"logger", 8192}};
 constexpr std::uint64_t kLeakKbPerS = 512;
+// What a plan grows in half a second: so late its program, or the board's file, may be where the
+// machine has much else to do.
+constexpr std::uint64_t kLateKb = kLeakKbPerS / 2;
 
 constexpr const char* kAnalyzer = R"({"job": ["system_mem", "process_mem"],
     "peak_trought_threshold": 0.0001, "system_field": "used", "process_field": "USS",
@@ -189,10 +192,9 @@ TEST_F(MemOnBoard, ALeakingProgramLiesOnItsPlan) {
             if (std::string(row["COMMAND"].GetString()) != "planner") {
                 continue;
             }
-            // It follows its plan every ten milliseconds, in whole pages.
-            EXPECT_GE(Number(row["USS"]) + 16, least);
+            EXPECT_GE(Number(row["USS"]) + kLateKb, least);
             EXPECT_LE(Number(row["USS"]), most);
-            EXPECT_GE(Number(row["RSS"]) + 16, least + kSharedKb);
+            EXPECT_GE(Number(row["RSS"]) + kLateKb, least + kSharedKb);
             EXPECT_LE(Number(row["RSS"]), most + kSharedKb);
             EXPECT_EQ(Number(row["Threads"]), 8U);
             // An eighth of the private memory, as at the start.
@@ -213,10 +215,9 @@ TEST_F(MemOnBoard, WhatIsInUseIsTheBaseAndAllPlans) {
         for (const auto& [name, kb] : kPrivateKb) {
             least += kb;
         }
-        // The file is written at each tick of a tenth of a second.
         const std::uint64_t most = least + kLeakKbPerS * span.most / 1000;
-        least += kLeakKbPerS * (span.least - std::min<std::uint64_t>(span.least, 100)) / 1000;
-        EXPECT_GE(Number(info["used"]), least);
+        least += kLeakKbPerS * span.least / 1000;
+        EXPECT_GE(Number(info["used"]) + kLateKb, least);
         EXPECT_LE(Number(info["used"]), most);
         EXPECT_EQ(Number(info["total"]), 8388608U);
         EXPECT_EQ(Number(info["slabInfo"]), 131072U);
