@@ -12,19 +12,21 @@ constexpr const char* kAwait = R"sh(
 await() {
     tries=0
     until "$@"; do
-        test $((tries += 1)) -lt 30000 || { echo "does not come: $*"; return 1; }
+        test $((tries += 1)) -lt 12000 || { echo "does not come: $*"; return 1; }
+        test $tries -lt 1000 || sleep 0.01
     done
 }
 )sh";
 
-// A board that dies before its command speaks must fail a test, not hang it.
+// A board that dies before its command speaks must fail a test, not hang it. A word to `go` stays
+// there until the command comes to read it, since the test holds it open too.
 constexpr const char* kInBackground = R"sh(
 in_background() {
-    test -p up || mkfifo up go
+    test -p up || { mkfifo up go && exec 9<> go; }
     { env --default-signal=INT,QUIT,HUP sh -c 'echo $$ > board; exec "$@"' sh $BOARD "$@"
       status=$?
       echo ended 1<> up
-      exit $status; } & running=$!
+      exit $status; } 9<&- & running=$!
     read x < up
     board=$(cat board)
 }
