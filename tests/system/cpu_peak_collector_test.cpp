@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/lines.h"
 #include "tests/support/manager_texts.h"
 #include "tests/system/support/recorded_tools.h"
 #include "tests/system/support/sandbox.h"
@@ -50,9 +51,9 @@ protected:
                                       R"(,"collectionDuration":0.0,"collectionFrequency":99})"}});
     }
 
-    // A scan long enough for a tick of the kernel's clock.
+    // A scan long enough for a tick of the kernel's clock on each core, whoever else has them.
     [[nodiscard]] static std::string ShortScan(const std::string& maxUsage = kEveryCore) {
-        return Config(maxUsage, "50", "50");
+        return Config(maxUsage, "200", "200");
     }
 
     // A run that succeeds, whatever its commands do.
@@ -76,11 +77,13 @@ protected:
     Sandbox sandbox_;
 };
 
-// The numbers of all processors, as a file's name has them.
+// The numbers of all processors at work, as a file's name has them.
 std::string AllCores() {
-    std::string cores = "0";
-    for (long core = 1; core < ::sysconf(_SC_NPROCESSORS_CONF); ++core) {
-        cores += "," + std::to_string(core);
+    std::string cores;
+    for (const std::string& line : LinesIn(ReadText("/proc/stat"))) {
+        if (line.size() > 3 && line.rfind("cpu", 0) == 0 && line[3] != ' ') {
+            cores += (cores.empty() ? "" : ",") + line.substr(3, line.find(' ') - 3);
+        }
     }
     return cores;
 }

@@ -102,9 +102,10 @@ TEST(CpuPeakOnThisMachine, ABusyLoopIsCaughtAndTopsTheProfile) {
     RunResult run;
     {
         const BusyLoop loop(core);
+        // So many samples that chance puts no other function than the longest on top.
         run = sandbox.Run(config.Text({{"CpuPeakCollector", R"({"scanDuration": 400,
-            "scanPeriod": 200, "maxUsage": 70.0, "collectionDuration": 0.2,
-            "collectionFrequency": 199})"}}));
+            "scanPeriod": 200, "maxUsage": 70.0, "collectionDuration": 0.5,
+            "collectionFrequency": 999})"}}));
     }
     ASSERT_TRUE(run.Succeeded()) << run.err;
     const std::vector<std::string> names = sandbox.Files("raw_data/cpu_peak");

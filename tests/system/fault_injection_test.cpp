@@ -213,7 +213,7 @@ std::string ProfileConfig() {
 std::string PeakConfig() {
     ConfigText config;
     config.serial = R"(["CpuPeakCollector"])";
-    return config.Text({{"CpuPeakCollector", R"({"scanDuration": 30, "scanPeriod": 30,
+    return config.Text({{"CpuPeakCollector", R"({"scanDuration": 200, "scanPeriod": 200,
         "maxUsage": -1.0, "collectionDuration": 0.0, "collectionFrequency": 99})"}});
 }
 

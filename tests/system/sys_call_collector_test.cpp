@@ -148,11 +148,12 @@ TEST_F(SysCallCollectorRunTest, ATracerThatLeavesNothingLeavesAnEmptyArray) {
 
 TEST_F(SysCallCollectorRunTest, ATracerThatDoesNotEndIsKilledAndItsLogRead) {
     sandbox_.Tool("strace",
+                  "trap '' TERM\n"
                   "while [ \"$1\" != -o ]; do shift; done\n"
                   "recorded-trace > \"$2\"\n"
-                  "trap '' TERM\n"
                   "while :; do :; done\n");
-    (void)Run(Config("false", R"(["planner_node"])", "1"));
+    // It has this time and a second more to write its log.
+    (void)Run(Config("false", R"(["planner_node"])", "3"));
     EXPECT_THAT(Names(), testing::SizeIs(11));
 }
 

@@ -223,12 +223,15 @@ TEST_P(ValgrindOnBoard, WhatCannotBeInterruptedIsWaitedFor) {
     EXPECT_THAT(Tree().NamesIn("raw_data/cachegrind"), testing::SizeIs(2));
 }
 
-// A perf that records until $work has had four seconds of the processor, so that there are enough
-// samples whatever else the machine does. The real one finds its `sleep` beside itself.
+// A perf that records until $work has had four more seconds of the processor, so that there are
+// enough samples whatever else the machine does. The real one finds its `sleep` beside itself.
 constexpr const char* kPatientPerf = R"sh(#!/bin/bash
 PATH=${PATH#*:}
 [ "$1" = record ] || exec perf "$@"
-exec perf "${@:1:$#-2}" sh -c 'until [ "$(cut -d" " -f14 "/proc/$work/stat")" -ge 400 ]; do sleep 0.1; done'
+exec perf "${@:1:$#-2}" sh -c '
+    ticks() { cut -d" " -f14 "/proc/$work/stat"; }
+    end=$(($(ticks) + 400))
+    until [ "$(ticks)" -ge "$end" ]; do sleep 0.1; done'
 )sh";
 
 TEST_P(ValgrindOnBoard, PerfFindsTheSharesOfTime) {
