@@ -54,7 +54,7 @@ export ZARN_PREFIX=$root/build/packages/native/usr
 run_tests release:packages-own -R '^ReportSystemTest\.'
 drawn=()
 if [ "${ZARN_WALK:-}" != all ]; then
-    part=$((16#$(git rev-parse --short=7 HEAD) % 4 + 1))
+    part=$(($(commit_number) % 4 + 1))
     say "Of the system tests each fourth is drawn, beginning with number $part"
     drawn=(--tests-information "$part,,4")
 fi

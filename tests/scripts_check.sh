@@ -60,6 +60,10 @@ results 'bound a' 2.9
 expect "a promise that is not kept" "a does not keep its promise
 status 1" \
     "$("$root/scripts/bench_table.py" bench.json 2>&1 >/dev/null; echo "status $?")"
+results 'bound a' 2.4
+expect "a promise that a trial may miss" "0" "$("$root/scripts/bench_table.py" --trial bench.json >/dev/null; echo $?)"
+results 'bound a' 2.2
+expect "a promise that a trial misses too" "1" "$("$root/scripts/bench_table.py" --trial bench.json >/dev/null 2>&1; echo $?)"
 results 'most b' 1
 expect "a promise of a row left out" "0" "$("$root/scripts/bench_table.py" bench.json >/dev/null; echo $?)"
 expect "a promise of a row that is none" "b is promised and was not measured
