@@ -68,6 +68,9 @@ def search_sentences(search):
         return {name: float(rate) for name, rate in re.findall(r"(\w+) : ([\d.]+),", re.search(f"{label} :(.*)", log).group(1))}
 
     before, after = rates("optimized"), rates("benchmark")
+    if not after:
+        yield f"Optimizer: none of {log.count('t-value  cpu')} trials raised the CPU's rate."
+        return
     best = dict(re.findall(r"(\d+) : (\d+),", re.findall("best bwHigh setting:(.*)", log)[-1]))
     yield (f"Optimizer: the best of {log.count('t-value  cpu')} trials holds the CPU at {best['0']} GB/s, the image block at "
            f"{best['3']} and AI at {best['5']}. With it")

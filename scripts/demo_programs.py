@@ -17,20 +17,27 @@ def in_words(found, told):
     return ", ".join(f"{name} {found.get(name, 0.0):.1f} % (told: {share:.1f})" for name, share in told.items())
 
 
+NOT_BEGUN = "the program had not begun its work when it was interrupted."
+
+
 def cachegrind_sentence(run, log):
+    if not shares_told(log, "instructions"):
+        return f"cachegrind, instructions: {NOT_BEGUN}"
     rows = printed_by("cg_annotate", the_file(f"{run}/raw_data/cachegrind/cachegrind_counted_loops_*.log"))
     found = {name: float(share) for share, name in re.findall(r"^ *[\d,]+ \( *([\d.]+)%\).*:(spin_\w+)", rows, re.M)}
     return f"cachegrind, instructions: {in_words(found, shares_told(log, 'instructions'))}."
 
 
 def massif_sentence(run, log):
+    told = re.search(r"^peak bytes (\d+)$", log, re.M)
+    if not told:
+        return f"massif, peak of the heap: {NOT_BEGUN}"
     rows = printed_by("ms_print", the_file(f"{run}/raw_data/massif/massif_planned_heap_*.log"))
     peak = re.search(r"\[.*?(\d+) \(peak\)", rows).group(1)
     heap = re.search(rf"^ *{peak} +[\d,]+ +[\d,]+ +([\d,]+) ", rows, re.M)
     holders = re.findall(r"^->([\d.]+)% .*: (hold_\w+) ", rows[heap.end():rows.index("--------", heap.end())], re.M)
-    told = int(re.search(r"^peak bytes (\d+)$", log, re.M).group(1))
     shares = ", ".join(f"{float(share):.0f} % of it held by {name}" for share, name in holders)
-    return f"massif, peak of the heap: {heap.group(1)} bytes (told: {told:,}), {shares}."
+    return f"massif, peak of the heap: {heap.group(1)} bytes (told: {int(told.group(1)):,}), {shares}."
 
 
 def perf_sentence(run, account):

@@ -27,7 +27,7 @@ fi
 fuzz_one() {
     local target=$1 log=build/fuzz/$1.log
     mkdir -p "build/fuzz/grown/$target" "fuzz/regressions/$target"
-    if ! "build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -timeout=20 -rss_limit_mb=4096 \
+    if ! "build/fuzz/bin/fuzz_$target" -max_total_time="$seconds" -timeout=60 -rss_limit_mb=4096 \
         -close_fd_mask=3 -artifact_prefix="fuzz/regressions/$target/" -print_final_stats=1 \
         "build/fuzz/grown/$target" "fuzz/corpus/$target" >"$log" 2>&1; then
         tail -n 40 "$log"

@@ -72,7 +72,9 @@ export class Bench {
             args,
             headless: true,
             userDataDir: join(folder, "profile"),
-            protocolTimeout: 120000,
+            // A browser just installed starts slowly where other tests run beside it.
+            timeout: 300000,
+            protocolTimeout: 600000,
         };
         return new Bench(await puppeteer.launch(options), folder, readFileSync(templatePath, "utf8"));
     }
@@ -121,6 +123,6 @@ export class Bench {
 
     async end(): Promise<void> {
         await this.browser.close();
-        rmSync(this.folder, { recursive: true, force: true, maxRetries: 5 });
+        rmSync(this.folder, { recursive: true, force: true, maxRetries: 50 });
     }
 }
