@@ -6,6 +6,8 @@ set(ZARN_WARNINGS
     -Wimplicit-fallthrough -Wextra-semi)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   list(APPEND ZARN_WARNINGS -Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast)
+else()
+  list(APPEND ZARN_WARNINGS -Wreserved-identifier)
 endif()
 
 # zarn_flags(target [UNCOUNTED]): the flags shared by all targets of the project. UNCOUNTED: how often its own code runs is
