@@ -56,7 +56,7 @@ in_background -- sh -c 'echo > up; read x < go
 server=$(pgrep -P $board zarn-board-serv)
 kill -STOP $server $board; echo 1<> go
 sleep 3.5
-kill -CONT $board; sleep 0.5; kill -CONT $server
+kill -CONT $board; sleep 0.3; kill -CONT $server
 sleep 0.5; : > enough
 wait $running)sh");
     EXPECT_EQ(result, (Result{"", 5}));
