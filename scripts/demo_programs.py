@@ -7,6 +7,8 @@ import sys
 sys.dont_write_bytecode = True
 from demo_files import printed_by, the_file  # noqa: E402
 
+NOT_BEGUN = "the program had not begun its work when it was interrupted."
+
 
 def shares_told(account, words):
     """The shares in percent that the loops tell of themselves: those of instructions or of time."""
@@ -17,15 +19,13 @@ def in_words(found, told):
     return ", ".join(f"{name} {found.get(name, 0.0):.1f} % (told: {share:.1f})" for name, share in told.items())
 
 
-NOT_BEGUN = "the program had not begun its work when it was interrupted."
-
-
 def cachegrind_sentence(run, log):
-    if not shares_told(log, "instructions"):
+    told = shares_told(log, "instructions")
+    if not told:
         return f"cachegrind, instructions: {NOT_BEGUN}"
     rows = printed_by("cg_annotate", the_file(f"{run}/raw_data/cachegrind/cachegrind_counted_loops_*.log"))
     found = {name: float(share) for share, name in re.findall(r"^ *[\d,]+ \( *([\d.]+)%\).*:(spin_\w+)", rows, re.M)}
-    return f"cachegrind, instructions: {in_words(found, shares_told(log, 'instructions'))}."
+    return f"cachegrind, instructions: {in_words(found, told)}."
 
 
 def massif_sentence(run, log):

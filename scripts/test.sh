@@ -80,10 +80,10 @@ run_lane() {
             run_tests tsan
             ;;
         arm64)
-            local drawn=(-L unit) targets=(unit_tests)
-            ! $all || drawn=() targets=()
+            local unit_only=(-L unit) targets=(unit_tests)
+            ! $all || unit_only=() targets=()
             build_preset arm64 "${targets[@]}"
-            run_tests arm64 "${drawn[@]}"
+            run_tests arm64 "${unit_only[@]}"
             ;;
         release)
             need_packages scripts/packages-browser.txt || say "No chromium can be had: the tests of the report's page skip"

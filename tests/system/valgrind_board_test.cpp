@@ -9,6 +9,7 @@
 
 #include "tests/support/manager_texts.h"
 #include "tests/support/run_tree.h"
+#include "tests/support/temp_dir.h"
 #include "tests/system/support/on_board.h"
 #include "tests/system/support/programs.h"
 
@@ -34,25 +35,6 @@ alone() {
 }
 )sh";
 
-// A pidof that knows valgrind not before the program under it has begun, or, where there is a file
-// `until_end`, not before it has ended, so that no load of the machine lets the interrupt come at
-// another moment. `asked` has a line for each time, `answered` is there afterwards.
-constexpr const char* kPatientPidof = R"sh(#!/bin/sh
-PATH=${PATH#*:}
-[ "$1" = valgrind ] || exec pidof "$@"
-echo asked >> asked
-tries=0
-until [ "$(grep -c '^begun$' out)" -ge "$(grep -c . asked)" ] || grep -q '^valgrind:' err ||
-    [ $((tries += 1)) -gt 1200 ]; do sleep 0.1; done
-if [ -e until_end ]; then
-    while pidof valgrind >/dev/null; do sleep 0.1; done
-fi
-pidof valgrind
-status=$?
-: > answered
-exit $status
-)sh";
-
 class ValgrindOnBoard : public Board {
 protected:
     void SetUp() override {
@@ -67,7 +49,7 @@ protected:
         if (hidden.status != 0) {
             GTEST_SKIP() << "processes cannot be hidden from one another here: " << hidden.text;
         }
-        directory_.Write("tools/pidof", kPatientPidof);
+        directory_.Write("tools/pidof", ReadText(DataPath("patient_pidof")));
     }
 
     // Runs a script on such a board, in the directory of the test.
